@@ -1,0 +1,51 @@
+#include "core/Factory.h"
+
+#include "core/Construction.h"
+#include "host/ClassTables.h"
+
+static REALobject globalFactory = nullptr;
+
+// The format is not compared: pixel code goes by the record, and a larger image does as well.
+static bool IsLargeEnough(REALobject image, int width, int height) {
+    const ImageClassData* const record = ImageDataOf(image);
+    return record->Valid && record->Width >= width && record->Height >= height;
+}
+
+static REALobject AskFactory(REALobject factory, int width, int height, int format) {
+    using NewPicture = REALobject (*)(REALobject, int, int, int);
+    if (!factory) return nullptr;
+    const auto newPicture = reinterpret_cast<NewPicture>(REALGetEventInstance(factory, ImageFactoryEvents));
+    if (!newPicture) return nullptr;
+    const REALobject image = newPicture(factory, width, height, format);
+    if (!image || IsLargeEnough(image, width, height)) return image;
+    REALUnlockObject(image);
+    return nullptr;
+}
+
+REALobject CreatePicture(ImageClassData* record, int width, int height, int format) {
+    if (record) {
+        if (const REALobject image = AskFactory(record->Factory, width, height, format)) return image;
+    }
+    if (const REALobject image = AskFactory(globalFactory, width, height, format)) return image;
+    const REALobject image = REALnewInstance("PictureZOR");
+    if (!image) return nullptr;
+    ImageConstructor(image, width, height, format);
+    if (IsLargeEnough(image, width, height)) return image;
+    REALUnlockObject(image);
+    return nullptr;
+}
+
+REALobject CreatePictureLocal(REALobject object, int width, int height, int format) {
+    return CreatePicture(ImageDataOf(object), width, height, format);
+}
+
+REALobject CreatePictureGlobal(int width, int height, int format) {
+    return CreatePicture(nullptr, width, height, format);
+}
+
+void SetFactory(REALobject factory) {
+    // The new one first: setting the same factory twice must not drop it.
+    if (factory) REALLockObject(factory);
+    if (globalFactory) REALUnlockObject(globalFactory);
+    globalFactory = factory;
+}

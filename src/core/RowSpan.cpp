@@ -1,0 +1,165 @@
+#include "core/RowSpan.h"
+
+#include <algorithm>
+
+#include "core/Storage.h"
+
+RowSpan GetRowSpan(ImageClassData* record, int y) {
+    if (!record->GetRow) return {};
+    std::uint8_t* const row = record->GetRow(record, y);
+    if (!row) return {};
+    const StorageRange storage = StorageOfRow(record, row);
+    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(row);
+    return {row, static_cast<std::ptrdiff_t>(storage.begin - address),
+            static_cast<std::ptrdiff_t>(storage.end - address)};
+}
+
+ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast) {
+    const std::ptrdiff_t begin = std::max(first, row.begin);
+    const std::ptrdiff_t end = std::min(pastLast, row.end);
+    if (!row || begin >= end) return {nullptr, 0};
+    return {row.data + begin, static_cast<std::size_t>(end - begin)};
+}
+
+void CopyRun(const RowSpan& dst, std::ptrdiff_t to, const RowSpan& src, std::ptrdiff_t from, std::ptrdiff_t count) {
+    if (!dst || !src || count <= 0) return;
+    // What the target can take, and of that what the source has, as distances from the start of the run.
+    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(0, dst.begin - to);
+    const std::ptrdiff_t last = std::min(count, dst.end - to);
+    if (first >= last) return;
+    const std::ptrdiff_t there = std::clamp(src.begin - from, first, last);
+    const std::ptrdiff_t gone = std::clamp(src.end - from, there, last);
+    if (there < gone) {
+        std::memmove(dst.data + to + there, src.data + from + there, static_cast<std::size_t>(gone - there));
+    }
+    if (first < there) std::memset(dst.data + to + first, 0, static_cast<std::size_t>(there - first));
+    if (gone < last) std::memset(dst.data + to + gone, 0, static_cast<std::size_t>(last - gone));
+}
+
+std::ptrdiff_t ChannelSet::lowest() const {
+    return *std::min_element(offset, offset + count);
+}
+std::ptrdiff_t ChannelSet::highest() const {
+    return *std::max_element(offset, offset + count);
+}
+
+ChannelSet ChannelsOf(const ImageClassData* record, bool withAlpha) {
+    ChannelSet set{};
+    const auto add = [&set](int offset) { set.offset[set.count++] = offset; };
+    if (record->IsGray) {
+        add(record->GrayOffset);
+    } else if (record->IsRGB) {
+        add(record->RedOffset);
+        add(record->GreenOffset);
+        add(record->BlueOffset);
+    } else if (record->IsCMYK) {
+        add(record->CyanOffset);
+        add(record->MagentaOffset);
+        add(record->YellowOffset);
+        add(record->BlackOffset);
+    }
+    if (set.count > 0 && withAlpha && record->HasAlpha) add(record->AlphaOffset);
+    return set;
+}
+
+// --- gathering and scattering ---------------------------------------------------------------------------------------
+
+namespace {
+
+std::ptrdiff_t FloorDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
+    return a / b - (a % b < 0);
+}
+std::ptrdiff_t CeilDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
+    return a / b + (a % b > 0);
+}
+
+struct Pixels {
+    std::ptrdiff_t first;  // index into the run of pixels
+    std::ptrdiff_t last;   // one past
+};
+
+// The pixels of the run whose every channel byte may be touched.
+Pixels PixelsInside(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                    std::ptrdiff_t width) {
+    const std::ptrdiff_t lowest = channels.lowest(), highest = channels.highest();
+    if (pixelSize <= 0) return {0, row.Covers(lowest, highest + 1) ? width : 0};  // all pixels are the same bytes
+    const std::ptrdiff_t first = CeilDiv(row.begin - lowest, pixelSize) - x;
+    const std::ptrdiff_t last = FloorDiv(row.end - 1 - highest, pixelSize) - x + 1;
+    const std::ptrdiff_t from = std::clamp<std::ptrdiff_t>(first, 0, width);
+    return {from, std::clamp<std::ptrdiff_t>(last, from, width)};
+}
+
+template <int kCount>
+void GatherInside(const std::uint8_t* src, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t count,
+                  std::uint8_t* packed) {
+    std::ptrdiff_t offset[kCount];
+    for (int c = 0; c < kCount; ++c) offset[c] = channels.offset[c];
+    for (std::ptrdiff_t i = 0; i < count; ++i, src += pixelSize, packed += kCount) {
+        for (int c = 0; c < kCount; ++c) packed[c] = src[offset[c]];
+    }
+}
+
+template <int kCount>
+void ScatterInside(std::uint8_t* dst, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t count,
+                   const std::uint8_t* packed) {
+    std::ptrdiff_t offset[kCount];
+    for (int c = 0; c < kCount; ++c) offset[c] = channels.offset[c];
+    for (std::ptrdiff_t i = 0; i < count; ++i, dst += pixelSize, packed += kCount) {
+        for (int c = 0; c < kCount; ++c) dst[offset[c]] = packed[c];
+    }
+}
+
+using GatherFn = void (*)(const std::uint8_t*, std::ptrdiff_t, const ChannelSet&, std::ptrdiff_t, std::uint8_t*);
+using ScatterFn = void (*)(std::uint8_t*, std::ptrdiff_t, const ChannelSet&, std::ptrdiff_t, const std::uint8_t*);
+constexpr GatherFn kGather[] = {nullptr,         GatherInside<1>, GatherInside<2>,
+                                GatherInside<3>, GatherInside<4>, GatherInside<5>};
+constexpr ScatterFn kScatter[] = {nullptr,          ScatterInside<1>, ScatterInside<2>,
+                                  ScatterInside<3>, ScatterInside<4>, ScatterInside<5>};
+
+void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                  Pixels run, std::uint8_t* packed) {
+    for (std::ptrdiff_t i = run.first; i < run.last; ++i) {
+        for (int c = 0; c < channels.count; ++c) {
+            packed[i * channels.count + c] = row.Load((x + i) * pixelSize + channels.offset[c]);
+        }
+    }
+}
+
+void ScatterByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                   Pixels run, const std::uint8_t* packed) {
+    for (std::ptrdiff_t i = run.first; i < run.last; ++i) {
+        for (int c = 0; c < channels.count; ++c) {
+            row.Store((x + i) * pixelSize + channels.offset[c], packed[i * channels.count + c]);
+        }
+    }
+}
+
+}  // namespace
+
+void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,
+                  std::uint8_t* packed) {
+    if (width <= 0 || channels.count < 1) return;
+    if (!row) {
+        std::memset(packed, 0, static_cast<std::size_t>(width * channels.count));
+        return;
+    }
+    const Pixels inside = PixelsInside(row, pixelSize, channels, x, width);
+    GatherByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
+    if (inside.first < inside.last) {
+        kGather[channels.count](row.data + (x + inside.first) * pixelSize, pixelSize, channels,
+                                inside.last - inside.first, packed + inside.first * channels.count);
+    }
+    GatherByByte(row, pixelSize, channels, x, {inside.last, width}, packed);
+}
+
+void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                   std::ptrdiff_t width, const std::uint8_t* packed) {
+    if (width <= 0 || channels.count < 1 || !row) return;
+    const Pixels inside = PixelsInside(row, pixelSize, channels, x, width);
+    ScatterByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
+    if (inside.first < inside.last) {
+        kScatter[channels.count](row.data + (x + inside.first) * pixelSize, pixelSize, channels,
+                                 inside.last - inside.first, packed + inside.first * channels.count);
+    }
+    ScatterByByte(row, pixelSize, channels, x, {inside.last, width}, packed);
+}

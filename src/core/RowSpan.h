@@ -1,0 +1,65 @@
+#pragma once
+// A row of an image together with the bytes that may be touched from it: the road of every pixel loop.
+//
+// Many operations run past the end of their rectangle, row or image on purpose, and callers can see what that does
+// inside the storage. What would lie outside is neither read nor written: writes are dropped, reads give 0, a run of
+// bytes is cut. So a loop takes its row here, and either finds by Covers that all of its bytes are inside and runs
+// free of tests, or goes byte by byte through Load and Store, or through a gathered copy.
+
+#include <cstring>
+
+#include "core/ImageClassData.h"
+
+struct RowSpan {
+    std::uint8_t* data;    // address of column 0; nil: the row does not exist, skip it
+    std::ptrdiff_t begin;  // bytes from data that may be touched, half-open; may lie anywhere relative to data
+    std::ptrdiff_t end;
+
+    explicit operator bool() const { return data != nullptr; }
+    bool Contains(std::ptrdiff_t at) const { return at >= begin && at < end; }
+    bool Covers(std::ptrdiff_t first, std::ptrdiff_t pastLast) const {
+        return first >= pastLast || (first >= begin && pastLast <= end);
+    }
+    std::uint8_t Load(std::ptrdiff_t at) const { return Contains(at) ? data[at] : 0; }
+    void Store(std::ptrdiff_t at, std::uint8_t value) const {
+        if (Contains(at)) data[at] = value;
+    }
+};
+
+// Row y of the image. Never touches the pixels. On a file-backed image the row is good until the next call on the
+// same record. A closed image, and one whose storage is gone, have no rows.
+RowSpan GetRowSpan(ImageClassData* record, int y);
+
+// A run of bytes cut to what may be touched.
+struct ByteRun {
+    std::uint8_t* data;
+    std::size_t size;
+};
+ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast);
+
+// Copies `count` bytes starting at `from` in one row to `to` in another, cut to what both rows may touch. The two
+// may overlap (the result is that of a copy through a buffer). Bytes that the source does not have are written as 0.
+void CopyRun(const RowSpan& dst, std::ptrdiff_t to, const RowSpan& src, std::ptrdiff_t from, std::ptrdiff_t count);
+
+// The channels of a pixel that an operation works on, in the order in which it stores them.
+struct ChannelSet {
+    static constexpr int kMax = 5;
+    int count;  // 1 to 5
+    std::ptrdiff_t offset[kMax];
+    std::ptrdiff_t lowest() const;
+    std::ptrdiff_t highest() const;
+};
+
+// The colour channels of the image's family (gray; red, green, blue; cyan, magenta, yellow, black), with alpha last
+// where the image has it and withAlpha is set. Count 0 for an image of no family.
+ChannelSet ChannelsOf(const ImageClassData* record, bool withAlpha);
+
+// Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A nil row
+// gives zeros.
+void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,
+                  std::uint8_t* packed);
+
+// Writes packed bytes back: pixels from left to right, the channels of a pixel in the order of the set. Bytes
+// outside are dropped.
+void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                   std::ptrdiff_t width, const std::uint8_t* packed);

@@ -1,0 +1,123 @@
+#include "core/Storage.h"
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+
+#include "core/RowAccess.h"
+
+namespace {
+
+// Marks of all file-backed storage that is alive, so that a file that is opened, truncated or removed again under
+// another image takes the rows of every image that lived in it.
+StorageMark* liveFiles = nullptr;
+
+void RemoveFromLiveFiles(StorageMark* mark) {
+    for (StorageMark** link = &liveFiles; *link; link = &(*link)->nextFile) {
+        if (*link == mark) {
+            *link = mark->nextFile;
+            return;
+        }
+    }
+}
+
+StorageMark* NewMark() {
+    StorageMark* const mark = static_cast<StorageMark*>(std::calloc(1, sizeof(StorageMark)));
+    if (mark) mark->references = 1;
+    return mark;
+}
+
+bool SameFile(const StorageMark* a, const StorageMark* b) {
+    return a->isFile && b->isFile && a->device == b->device && a->inode == b->inode;
+}
+
+bool IsMappedAccess(const ImageClassData* record) {
+    return record->GetRow == GetRowMapping || record->GetRow == GetRowMappingMirrored;
+}
+
+bool IsPictureAccess(const ImageClassData* record) {
+    return record->GetRow == GetRowGDImage || record->GetRow == GetRowGDImageMirrored;
+}
+
+bool Intersect(StorageRange a, StorageRange b) {
+    return a.begin < b.end && b.begin < a.end;
+}
+
+StorageRange RangeFrom(const std::uint8_t* base, std::int64_t size) {
+    const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(base);
+    if (!base || size <= 0) return {begin, begin};
+    return {begin, begin + static_cast<std::uintptr_t>(size)};
+}
+
+// Everything of a record that lies in memory right now, as one range from the lowest to the highest byte.
+StorageRange WholeRange(const ImageClassData* record) {
+    if (!IsPictureAccess(record)) return StorageOfRow(record, nullptr);
+    StorageRange whole{0, 0};
+    for (int y = 0; record->RowPointers && y < record->Height; ++y) {
+        const StorageRange row = RangeFrom(record->RowPointers[y], record->StorageBytes);
+        if (row.begin == row.end) continue;
+        if (whole.begin == whole.end) whole = row;
+        if (row.begin < whole.begin) whole.begin = row.begin;
+        if (row.end > whole.end) whole.end = row.end;
+    }
+    return whole;
+}
+
+}  // namespace
+
+bool ShareStorageMark(ImageClassData* view, ImageClassData* source) {
+    if (!source->Mark) source->Mark = NewMark();
+    if (!source->Mark) return false;
+    ++source->Mark->references;
+    view->Mark = source->Mark;
+    return true;
+}
+
+bool MarkAsFileStorage(ImageClassData* record, int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) return false;
+    StorageMark* const mark = NewMark();
+    if (!mark) return false;
+    mark->isFile = true;
+    mark->device = static_cast<std::uint64_t>(status.st_dev);
+    mark->inode = static_cast<std::uint64_t>(status.st_ino);
+    for (StorageMark* other = liveFiles; other; other = other->nextFile) {
+        if (SameFile(other, mark)) other->gone = true;
+    }
+    mark->nextFile = liveFiles;
+    liveFiles = mark;
+    record->Mark = mark;
+    return true;
+}
+
+void MarkStorageGone(ImageClassData* record) {
+    StorageMark* const mark = record->Mark;
+    if (!mark) return;
+    mark->gone = true;
+    for (StorageMark* other = liveFiles; other; other = other->nextFile) {
+        if (SameFile(other, mark)) other->gone = true;
+    }
+}
+
+void ReleaseStorageMark(ImageClassData* record) {
+    StorageMark* const mark = record->Mark;
+    record->Mark = nullptr;
+    if (!mark || --mark->references > 0) return;
+    if (mark->isFile) RemoveFromLiveFiles(mark);
+    std::free(mark);
+}
+
+StorageRange StorageOfRow(const ImageClassData* record, const std::uint8_t* row) {
+    if (StorageIsGone(record)) return {0, 0};
+    if (IsMappedAccess(record)) return RangeFrom(record->IsMapped ? record->Pixels : nullptr, record->WindowBytes);
+    if (IsPictureAccess(record)) return RangeFrom(row, record->StorageBytes);
+    return RangeFrom(record->Pixels, record->StorageBytes);
+}
+
+bool ImagesOverlap(const ImageClassData* a, const ImageClassData* b) {
+    if (a == b) return true;
+    if (IsMappedAccess(a) && IsMappedAccess(b)) {
+        return a->Mark && b->Mark && (a->Mark == b->Mark || SameFile(a->Mark, b->Mark));
+    }
+    return Intersect(WholeRange(a), WholeRange(b));
+}

@@ -1,0 +1,45 @@
+#pragma once
+// Where the bytes of an image lie, how long they live, and whether two images share some.
+
+#include "core/ImageClassData.h"
+
+// Shared by an image that owns storage and all views of it, directly or through other views. It outlives the image,
+// so that a view finds out that the bytes behind it are gone: its rows then come back nil.
+struct StorageMark {
+    int references;
+    bool gone;
+    bool isFile;  // the storage is the file with this identity
+    std::uint64_t device;
+    std::uint64_t inode;
+    StorageMark* nextFile;  // list of all file-backed storage
+};
+
+// Lets a view share the mark of its source, which gets one if it has none yet. False when out of memory.
+bool ShareStorageMark(ImageClassData* view, ImageClassData* source);
+
+// Gives a record that now lives in the open file its mark. Other images that lived in the same file have lost it.
+// False when out of memory.
+bool MarkAsFileStorage(ImageClassData* record, int descriptor);
+
+// The storage of this record goes away now, for all that share it.
+void MarkStorageGone(ImageClassData* record);
+
+// Drops this record's part in the mark.
+void ReleaseStorageMark(ImageClassData* record);
+
+inline bool StorageIsGone(const ImageClassData* record) {
+    return record->Mark && record->Mark->gone;
+}
+
+// Addresses that may be touched, as half-open range. Empty where there is no storage.
+struct StorageRange {
+    std::uintptr_t begin;
+    std::uintptr_t end;
+};
+
+// The storage that a row address of this record, taken last, lies in: linear memory, the current window, or the row.
+StorageRange StorageOfRow(const ImageClassData* record, const std::uint8_t* row);
+
+// True if some bytes may belong to both images. Exact for memory; images in the same file count as overlapping.
+// Operations that work faster in another order than pixel by pixel ask this first and step aside.
+bool ImagesOverlap(const ImageClassData* a, const ImageClassData* b);

@@ -1,0 +1,309 @@
+#include "core/Views.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "core/Factory.h"
+#include "core/Formats.h"
+#include "core/RowAccess.h"
+#include "core/Storage.h"
+
+// --- what all views share -------------------------------------------------------------------------------------------
+
+static void LockAndStore(REALobject* field, REALobject object) {
+    if (!object) return;
+    REALLockObject(object);
+    *field = object;
+}
+
+// Size, row access and references. The pixels come last, by SharePixels.
+static void ShareGeometry(ImageClassData* view, const ImageClassData* source, REALobject sourceObject) {
+    view->Width = source->Width;
+    view->Height = source->Height;
+    view->PixelSize = source->PixelSize;
+    view->RowSize = source->RowSize;
+    view->TotalSize = source->TotalSize;
+    view->RowOffset = source->RowOffset;
+    view->Valid = source->Valid;
+    view->GetRow = source->GetRow;
+    view->OwnsBuffer = false;
+    LockAndStore(&view->Parent, sourceObject);
+    LockAndStore(&view->Target, source->Target);
+}
+
+// Last step of every view: the same memory, or a window of its own on the same file.
+static void SharePixels(ImageClassData* view, const ImageClassData* source) {
+    view->StorageBytes = source->StorageBytes;
+    if (!source->IsMapping) {
+        view->Pixels = source->Pixels;
+        return;
+    }
+    view->IsMapping = true;
+    view->OwnsFile = false;
+    view->IsMapped = false;
+    view->Pixels = nullptr;
+    view->MappedFirstRow = -1;
+    view->MappedLastRow = -1;
+    view->FileHandle = source->FileHandle;
+    view->MappedRowCount = source->MappedRowCount;
+    view->MappingBlockSize = source->MappingBlockSize;
+    view->MappingHandle = source->MappingHandle;
+    if (view->GetRow) view->GetRow(view, 0);
+}
+
+// A new object that shares the source's storage mark, or nil.
+static REALobject NewView(ImageClassData* source) {
+    ObjectHolder object(REALnewInstance("PictureZOR"));
+    if (!object.get() || !ShareStorageMark(ImageDataOf(object.get()), source)) return nullptr;
+    return object.release();
+}
+
+// --- one channel ----------------------------------------------------------------------------------------------------
+
+REALobject NewChannelImageZOR(REALobject object, int offset) {
+    ImageClassData* const source = ImageDataOf(object);
+    const REALobject result = NewView(source);
+    if (!result) return nullptr;
+    ImageClassData* const view = ImageDataOf(result);
+    ShareGeometry(view, source, object);
+    view->ImageFormat = ImageFormatG;
+    view->ChannelCount = 1;
+    view->ChannelOffsets[0] = offset;
+    view->IsGray = true;
+    view->GrayOffset = offset;
+    view->HasGray = true;
+    SharePixels(view, source);
+    return result;
+}
+
+static REALobject ChannelIf(bool has, REALobject object, int offset) {
+    return has ? NewChannelImageZOR(object, offset) : nullptr;
+}
+
+REALobject AlphaChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasAlpha, object, record->AlphaOffset);
+}
+
+REALobject RedChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasRed, object, record->RedOffset);
+}
+
+REALobject GreenChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasGreen, object, record->GreenOffset);
+}
+
+REALobject BlueChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasBlue, object, record->BlueOffset);
+}
+
+REALobject GrayChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasGray, object, record->GrayOffset);
+}
+
+REALobject CyanChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasCyan, object, record->CyanOffset);
+}
+
+REALobject MagentaChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasMagenta, object, record->MagentaOffset);
+}
+
+REALobject YellowChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasYellow, object, record->YellowOffset);
+}
+
+REALobject BlackChannel(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ChannelIf(record->HasBlack, object, record->BlackOffset);
+}
+
+REALobject Channel(REALobject object, int index) {
+    const ImageClassData* const record = ImageDataOf(object);
+    if (index >= 0 && index < record->ChannelCount) return NewChannelImageZOR(object, record->ChannelOffsets[index]);
+    RaiseOutOfBoundsException(index, 0, record->ChannelCount, "index", "Channel");
+    return nullptr;
+}
+
+// --- colour channels ------------------------------------------------------------------------------------------------
+
+// The view takes the byte order of its source's family of formats; alpha and padding stay inside PixelSize. The Has
+// flags stay false: single channels of such a view are had by Channel(index).
+REALobject RGBChannel(REALobject object) {
+    ImageClassData* const source = ImageDataOf(object);
+    if (!source->IsRGB) return nullptr;
+    ObjectHolder result(NewView(source));
+    if (!result.get()) return nullptr;
+    ImageClassData* const view = ImageDataOf(result.get());
+    const int inOrder[3] = {source->RedOffset, source->GreenOffset, source->BlueOffset};
+    const int reversed[3] = {source->BlueOffset, source->GreenOffset, source->RedOffset};
+    if (source->ImageFormat >= ImageFormatRGB && source->ImageFormat <= ImageFormatXRGB) {
+        view->ImageFormat = ImageFormatRGB;
+        std::copy_n(inOrder, 3, view->ChannelOffsets);
+    } else if (source->ImageFormat >= ImageFormatBGR && source->ImageFormat <= ImageFormatXBGR) {
+        view->ImageFormat = ImageFormatBGR;
+        std::copy_n(reversed, 3, view->ChannelOffsets);
+    } else {
+        return nullptr;
+    }
+    ShareGeometry(view, source, object);
+    view->ChannelCount = 3;
+    view->IsRGB = true;
+    view->RedOffset = source->RedOffset;
+    view->GreenOffset = source->GreenOffset;
+    view->BlueOffset = source->BlueOffset;
+    SharePixels(view, source);
+    return result.release();
+}
+
+REALobject CMYKChannel(REALobject object) {
+    ImageClassData* const source = ImageDataOf(object);
+    if (!source->IsCMYK) return nullptr;
+    ObjectHolder result(NewView(source));
+    if (!result.get()) return nullptr;
+    ImageClassData* const view = ImageDataOf(result.get());
+    const int inOrder[4] = {source->CyanOffset, source->MagentaOffset, source->YellowOffset, source->BlackOffset};
+    const int reversed[4] = {source->BlackOffset, source->YellowOffset, source->MagentaOffset, source->CyanOffset};
+    if (source->ImageFormat >= ImageFormatCMYK && source->ImageFormat <= ImageFormatXCMYK) {
+        view->ImageFormat = ImageFormatCMYK;
+        std::copy_n(inOrder, 4, view->ChannelOffsets);
+    } else if (source->ImageFormat >= ImageFormatKYMC && source->ImageFormat <= ImageFormatXKYMC) {
+        view->ImageFormat = ImageFormatKYMC;
+        std::copy_n(reversed, 4, view->ChannelOffsets);
+    } else {
+        return nullptr;
+    }
+    ShareGeometry(view, source, object);
+    view->ChannelCount = 4;
+    view->IsCMYK = true;
+    view->CyanOffset = source->CyanOffset;
+    view->MagentaOffset = source->MagentaOffset;
+    view->YellowOffset = source->YellowOffset;
+    view->BlackOffset = source->BlackOffset;
+    SharePixels(view, source);
+    return result.release();
+}
+
+// --- a rectangle ----------------------------------------------------------------------------------------------------
+
+// One direction of a clip, in 64 bits so that no sum wraps.
+static void ClipDirection(std::int64_t* start, std::int64_t* extent, int sourceExtent) {
+    if (*extent < 0) {  // extends left or up from the corner
+        *start += *extent;
+        *extent = -*extent;
+    }
+    if (*start < 0) {
+        *extent += *start;
+        *start = 0;
+    }
+    if (*start >= sourceExtent) {
+        *extent = 0;
+    } else if (*start + *extent > sourceExtent) {
+        *extent = sourceExtent - *start;
+    }
+}
+
+// A channel that the image lacks keeps its offset unshifted.
+static int Shifted(int offset, bool has, std::int64_t bytes) {
+    return has ? static_cast<int>(offset + bytes) : offset;
+}
+
+static void CopyChannels(ImageClassData* view, const ImageClassData* source, std::int64_t shift) {
+    view->ImageFormat = source->ImageFormat;
+    view->ChannelCount = source->ChannelCount;
+    std::copy_n(source->ChannelOffsets, 8, view->ChannelOffsets);  // not shifted
+    view->IsGray = source->IsGray;
+    view->IsRGB = source->IsRGB;
+    view->IsCMYK = source->IsCMYK;
+    view->HasRed = source->HasRed;
+    view->HasGreen = source->HasGreen;
+    view->HasBlue = source->HasBlue;
+    view->HasGray = source->HasGray;
+    view->HasAlpha = source->HasAlpha;
+    view->HasCyan = source->HasCyan;
+    view->HasMagenta = source->HasMagenta;
+    view->HasYellow = source->HasYellow;
+    view->HasBlack = source->HasBlack;
+    view->RedOffset = Shifted(source->RedOffset, source->HasRed, shift);
+    view->GreenOffset = Shifted(source->GreenOffset, source->HasGreen, shift);
+    view->BlueOffset = Shifted(source->BlueOffset, source->HasBlue, shift);
+    view->GrayOffset = Shifted(source->GrayOffset, source->HasGray, shift);
+    view->AlphaOffset = Shifted(source->AlphaOffset, source->HasAlpha, shift);
+    view->CyanOffset = Shifted(source->CyanOffset, source->HasCyan, shift);
+    view->MagentaOffset = Shifted(source->MagentaOffset, source->HasMagenta, shift);
+    view->YellowOffset = Shifted(source->YellowOffset, source->HasYellow, shift);
+    view->BlackOffset = Shifted(source->BlackOffset, source->HasBlack, shift);
+}
+
+REALobject ClipImage5(REALobject object, int x, int y, int width, int height) {
+    ImageClassData* const source = ImageDataOf(object);
+    std::int64_t left = x, top = y, columns = width, rows = height;
+    ClipDirection(&left, &columns, source->Width);
+    ClipDirection(&top, &rows, source->Height);
+    const REALobject result = NewView(source);
+    if (!result) return nullptr;
+    ImageClassData* const view = ImageDataOf(result);
+    ShareGeometry(view, source, object);
+    CopyChannels(view, source, left * source->PixelSize);
+    LockAndStore(&view->MemoryTarget, source->MemoryTarget);
+    view->Width = static_cast<int>(columns);
+    view->Height = static_cast<int>(rows);
+    view->RowOffset = static_cast<int>(source->RowOffset + top);
+    SharePixels(view, source);
+    return result;
+}
+
+REALobject ClipImage1(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return ClipImage5(object, 0, 0, record->Width, record->Height);
+}
+
+REALobject GetMirroredView(REALobject object) {
+    const REALobject result = ClipImage1(object);
+    if (!result) return nullptr;
+    ImageClassData* const view = ImageDataOf(result);
+    view->GetRow = MirroredTwin(view->GetRow);
+    if (view->GetRow) view->GetRow(view, 0);
+    return result;
+}
+
+// --- a copy ---------------------------------------------------------------------------------------------------------
+
+REALobject Clone(REALobject object) {
+    const ImageClassData* const source = ImageDataOf(object);
+    if (source->IsMapping || !source->Valid) return nullptr;
+    const REALobject result = REALnewInstance("PictureZOR");
+    if (!result) return nullptr;
+    // Where the copy cannot be made the new object is not released, as it never was.
+    const std::int64_t size = static_cast<std::int64_t>(source->Height) * source->RowSize;
+    if (size < 0 || size >= kPlainImageLimit) return nullptr;
+    std::uint8_t* const pixels = static_cast<std::uint8_t*>(std::calloc(std::max<std::size_t>(size, 1), 1));
+    if (!pixels) return nullptr;
+    // From the first byte of the storage on, whatever row the source begins with: clones are meant for whole images.
+    const StorageRange storage = StorageOfRow(source, nullptr);
+    const std::int64_t available = static_cast<std::int64_t>(storage.end - storage.begin);
+    if (available > 0) std::memcpy(pixels, source->Pixels, static_cast<std::size_t>(std::min(size, available)));
+
+    ImageClassData* const clone = ImageDataOf(result);
+    CopyChannels(clone, source, 0);
+    clone->Width = source->Width;
+    clone->Height = source->Height;
+    clone->PixelSize = source->PixelSize;
+    clone->RowSize = source->RowSize;
+    clone->TotalSize = source->TotalSize;
+    clone->RowOffset = source->RowOffset;
+    clone->Valid = source->Valid;
+    clone->GetRow = source->GetRow;
+    clone->Pixels = pixels;
+    clone->OwnsBuffer = true;
+    clone->StorageBytes = size;  // TotalSize tells the source's storage, which may be more
+    return result;
+}

@@ -1,0 +1,101 @@
+#include "host/Platform.h"
+
+#include <dlfcn.h>
+#include <syslog.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "host/HostCalls.h"
+#include "host/HostText.h"
+
+std::uint32_t TickCount() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(now.tv_sec) * 60 +
+                                      static_cast<std::int64_t>(now.tv_nsec) * 60 / 1000000000);
+}
+
+int ProcessorCount() {
+    const long count = sysconf(_SC_NPROCESSORS_ONLN);
+    return count < 1 ? 1 : static_cast<int>(count);
+}
+
+void myDelay(long milliseconds) {
+    timespec left{};
+    left.tv_sec = static_cast<time_t>(milliseconds / 1000);
+    left.tv_nsec = (milliseconds % 1000) * 1000000;
+    nanosleep(&left, nullptr);
+}
+
+void SetThreadName(const char* name) {
+    using SetName = int (*)(pthread_t, const char*);
+    static bool lookedUp = false;
+    static SetName setName = nullptr;
+    if (!lookedUp) {
+        lookedUp = true;  // before the attempt: a failure is never tried again
+        void* library = dlopen("libpthread.so.0", RTLD_LAZY);
+        if (library) setName = reinterpret_cast<SetName>(dlsym(library, "pthread_setname_np"));
+        if (!setName) setName = reinterpret_cast<SetName>(dlsym(RTLD_DEFAULT, "pthread_setname_np"));
+    }
+    if (setName) setName(pthread_self(), name);
+}
+
+// Present where the system brings a dispatch library; the addresses are nil otherwise.
+extern "C" {
+__attribute__((weak)) void* dispatch_get_global_queue(long priority, unsigned long flags);
+__attribute__((weak)) void dispatch_async_f(void* queue, void* context, void (*work)(void*));
+}
+
+bool DispatchAsync(void (*function)(void*), void* argument) {
+    // Read through volatile: a compiler may take the address of a declared function for never nil.
+    void* (*volatile getQueue)(long, unsigned long) = dispatch_get_global_queue;
+    void (*volatile async)(void*, void*, void (*)(void*)) = dispatch_async_f;
+    if (!getQueue || !async) return false;
+    async(getQueue(0, 0), argument, function);
+    return true;
+}
+
+void SystemLog(const char* line) {
+    syslog(LOG_NOTICE, "%s", line);
+}
+
+static char* CopyOfPath(const char* path) {
+    const std::size_t length = strnlen(path, sizeof(FSRef::path));
+    if (length < 1 || length == sizeof(FSRef::path)) return nullptr;
+    char* const copy = static_cast<char*>(std::calloc(length + 1, 1));
+    if (copy) std::memcpy(copy, path, length);
+    return copy;
+}
+
+// File names are bytes here, so the name goes behind the parent as it is: a normalised one may name another file.
+static char* PathInFolder(const char* parent, REALstring name) {
+    const rbData text(name);
+    const std::size_t parentLength = strnlen(parent, sizeof(FSRef::path));
+    if (parentLength < 1 || parentLength == sizeof(FSRef::path) || !text.data || text.length < 1) return nullptr;
+    const bool needsSlash = parent[parentLength - 1] != '/';
+    char* const path = static_cast<char*>(std::calloc(parentLength + static_cast<std::size_t>(text.length) + 2, 1));
+    if (!path) return nullptr;
+    std::memcpy(path, parent, parentLength);
+    if (needsSlash) path[parentLength] = '/';
+    std::memcpy(path + parentLength + (needsSlash ? 1 : 0), text.data, static_cast<std::size_t>(text.length));
+    return path;
+}
+
+char* UnixFilePath(REALobject folderItem) {
+    if (!folderItem) return nullptr;
+    FSRef ref{};
+    if (REALFSRefFromFolderItem(folderItem, &ref, nullptr)) {  // the file exists
+        if (char* const path = CopyOfPath(ref.path)) return path;
+    }
+    REALstring name = nullptr;
+    ref = FSRef{};
+    if (REALFSRefFromFolderItem(folderItem, &ref, &name)) {  // it does not: its folder and its name
+        if (char* const path = PathInFolder(ref.path, name)) return path;
+    }
+    FSSpec spec{};
+    if (REALFSSpecFromFolderItem(&spec, folderItem)) return CopyOfPath(spec.path);
+    return nullptr;
+}

@@ -1,0 +1,30 @@
+#pragma once
+// What the engine needs of the operating system beyond plain POSIX calls. The only place that knows which system it is.
+
+#include <pthread.h>
+
+#include <cstdint>
+
+#include "host/HostInterface.h"
+
+// Ticks of a sixtieth of a second, wrapping at 32 bits.
+std::uint32_t TickCount();
+
+// Processors that are online; 1 where the system does not tell.
+int ProcessorCount();
+
+// Blocks the calling thread for that many milliseconds.
+void myDelay(long milliseconds);
+
+// Names the calling thread where the system can; tries to find the way to do so once per process.
+void SetThreadName(const char* name);
+
+// Runs function(argument) on the system's queue of workers. False where the system has none; nothing runs then.
+bool DispatchAsync(void (*function)(void*), void* argument);
+
+// Writes a line to the system log.
+void SystemLog(const char* line);
+
+// The absolute path of a folder item, whether or not the file exists. Zero-terminated; freed by the caller with
+// free. Nil for a nil item or one that names no file.
+char* UnixFilePath(REALobject folderItem);
