@@ -1,0 +1,19 @@
+#pragma once
+// What every filter with a destination does before its first pixel.
+
+#include "core/ImageClassData.h"
+
+// Size and format of the image that is made where the caller gives none.
+struct NewImage {
+    int width;
+    int height;
+    int format;
+};
+
+// Checks the source and yields on it; locks dest, or makes a new image on the source's behalf if it is nil; checks
+// that and yields on it. The result is the destination, locked for the caller; nil if any of this fails, with dest's
+// lock given back. Nothing is read or written, and the destination's size and format are not looked at.
+REALobject OpenDestination(ImageClassData* source, REALobject dest, NewImage wanted);
+
+// The same with a new image of the source's own size and format.
+REALobject OpenDestination(ImageClassData* source, REALobject dest);
