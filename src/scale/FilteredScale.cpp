@@ -1,0 +1,84 @@
+#include "scale/FilteredScale.h"
+
+#include "core/Factory.h"
+#include "core/ImageClassData.h"
+#include "scale/kernels/Kernels.h"
+#include "scale/kernels/Pairs.h"
+#include "scale/kernels/Resample.h"
+
+namespace {
+
+// A factory that gives another format than asked for is asked again, as it may choose otherwise the next time.
+constexpr int kMostRounds = 16;
+
+enum class Round { kDone, kFailed, kWrongFormat };
+
+bool CheckAndYield(ImageClassData* record) {
+    if (!IsUsable(record)) return false;
+    YieldIfAsked(record);
+    return true;
+}
+
+Round RunRound(ResampleRequest request, REALobject suppliedTemp) {
+    if (suppliedTemp && !ImageDataOf(suppliedTemp)->Valid) return Round::kFailed;
+    if (!request.target->Valid || !request.source->Valid) return Round::kFailed;
+    request.pair = PairOf(request.source, request.target);
+    if (!request.pair) return Round::kFailed;
+
+    const ObjectHolder made(
+        suppliedTemp ? nullptr
+                     : CreatePicture(request.source, request.width, request.source->Height, request.pair->tempFormat));
+    const REALobject temp = suppliedTemp ? suppliedTemp : made.get();
+    if (!temp) return Round::kFailed;
+    request.temp = ImageDataOf(temp);
+    if (made.get()) {
+        if (!request.temp->Valid) return Round::kFailed;
+        if (request.temp->ImageFormat != request.pair->tempFormat) return Round::kWrongFormat;
+        if (request.temp->IsMapping) return Round::kFailed;
+    }
+
+    if (!request.temp->Valid || !request.target->Valid) return Round::kFailed;
+    if (!CheckAndYield(request.source)) return Round::kFailed;
+    if (!CheckAndYield(request.target)) return Round::kFailed;
+    if (!CheckAndYield(request.temp)) return Round::kFailed;
+    return Resample(request) ? Round::kDone : Round::kFailed;
+}
+
+// The kernel function of a mode; nil kernel: no such mode.
+bool ScaleWithKernel(const ScaleKernel* kernel, REALobject target, REALobject source, REALobject temp, int width,
+                     int height, bool threaded, int threads) {
+    if (!kernel) return false;
+    ResampleRequest request{};
+    request.target = ImageDataOf(target);
+    request.source = ImageDataOf(source);
+    request.kernel = kernel;
+    request.width = width;
+    request.height = height;
+    request.threaded = threaded;
+    request.threads = threads;
+    request.ops = &PickedScaleRowOps();
+    Round round = RunRound(request, temp);
+    // Only a temporary image made here can have the wrong format. Every further round runs on this thread.
+    request.threaded = false;
+    for (int rounds = 1; round == Round::kWrongFormat && rounds < kMostRounds; ++rounds) {
+        round = RunRound(request, nullptr);
+    }
+    return round == Round::kDone;
+}
+
+}  // namespace
+
+REALboolean PictureScaleZOR(REALobject target, REALobject source, REALobject temp, int mode, int width, int height) {
+    if (!target || !source || width <= 0 || height <= 0) return 0;
+    return ScaleWithKernel(KernelOfMode(mode), target, source, temp, width, height, false, 0) ? 1 : 0;
+}
+
+REALboolean PictureScaleZORMT(REALobject target, int threads, REALobject source, REALobject temp, int mode, int width,
+                              int height) {
+    if (!target || !source || width <= 0 || height <= 0) return 0;
+    // A window that moves belongs to one thread.
+    if (ImageDataOf(source)->IsMapping || ImageDataOf(target)->IsMapping) {
+        return PictureScaleZOR(target, source, temp, mode, width, height);
+    }
+    return ScaleWithKernel(KernelOfMode(mode), target, source, temp, width, height, true, threads) ? 1 : 0;
+}

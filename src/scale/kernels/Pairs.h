@@ -1,0 +1,34 @@
+#pragma once
+// The fourteen format pairs of the filtered scaler: what is read from the source, what lies in the temporary image, and
+// what is written to the target.
+
+#include "core/Formats.h"
+#include "core/ImageClassData.h"
+
+using ChannelOffsetField = int ImageClassData::*;
+
+struct ScalePair {
+    static constexpr int kMost = 5;
+
+    const char* name;
+    int tempFormat;  // of a temporary image made for this pair
+    int pitch;       // bytes of a group of the temporary image
+    bool luma;       // channel 0 is 0.3 red + 0.59 green + 0.11 blue of reads 0 to 2
+    int channels;    // filtered in pass one
+    int reads;       // bytes of a source pixel; channels, or two more with luma
+    ChannelOffsetField read[kMost];
+    int groupByte[kMost];  // by channel: its byte in the group; the other bytes of a group are 0
+    int writes;
+    ChannelOffsetField written[kMost];  // in the order of storing
+    int writtenFrom[kMost];             // by write: the byte of the group
+    // The bytes of a temporary row that pass two needs: the first, and every so many from there.
+    int firstUsed;
+    int usedStep;
+};
+
+constexpr int kScalePairs = 14;
+extern const ScalePair kScalePairTable[kScalePairs];
+
+// The pair for these two images by their flags; nil where the conversion does not exist. Alpha takes part only where
+// both have it.
+const ScalePair* PairOf(const ImageClassData* source, const ImageClassData* target);

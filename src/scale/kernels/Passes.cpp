@@ -1,0 +1,266 @@
+#include "scale/kernels/Passes.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "core/RowSpan.h"
+
+namespace {
+
+constexpr double kLumaFactors[3] = {0.3, 0.59, 0.11};
+constexpr double kFactors[7] = {0.3, 0.59, 0.11, 1.0, 1.0, 1.0, 1.0};
+constexpr double kNoFactors[ScalePair::kMost] = {1.0, 1.0, 1.0, 1.0, 1.0};
+
+// A block of several rows that does not fit here would be slower than one row at a time.
+constexpr std::int64_t kMostBlockBytes = std::int64_t{1} << 24;
+
+ChannelSet OffsetsOf(const ImageClassData* record, const ChannelOffsetField* fields, int count) {
+    ChannelSet set{};
+    set.count = count;
+    for (int c = 0; c < count; ++c) set.offset[c] = record->*fields[c];
+    return set;
+}
+
+std::int64_t RoundUp(std::int64_t bytes) {
+    return (bytes + 63) / 64 * 64;
+}
+
+}  // namespace
+
+// --- pixel by pixel -------------------------------------------------------------------------------------------------
+
+void PassOneRow_Plain(const ScaleJob& job, int y) {
+    const ScalePair& pair = *job.pair;
+    const ChannelSet read = OffsetsOf(job.source, pair.read, pair.reads);
+    const int pixelSize = job.source->PixelSize;
+    const RowSpan row = GetRowSpan(job.source, y);
+    for (int x = 0; x < job.width; ++x) {
+        const ContributionList& list = job.lists[x];
+        double sums[ScalePair::kMost] = {};
+        for (int k = 0; k < list.count && row; ++k) {
+            const double weight = static_cast<double>(list.entries[k].weight);
+            if (weight == 0.0) continue;
+            const std::ptrdiff_t base = static_cast<std::ptrdiff_t>(list.entries[k].pixel) * pixelSize;
+            int c = 0;
+            if (pair.luma) {
+                const double red = static_cast<double>(row.Load(base + read.offset[0])) * kLumaFactors[0] * weight;
+                const double green = static_cast<double>(row.Load(base + read.offset[1])) * kLumaFactors[1] * weight;
+                const double blue = static_cast<double>(row.Load(base + read.offset[2])) * kLumaFactors[2] * weight;
+                sums[c++] += red + green + blue;
+            }
+            for (; c < pair.channels; ++c) {
+                const std::ptrdiff_t offset = read.offset[c + pair.reads - pair.channels];
+                sums[c] += static_cast<double>(row.Load(base + offset)) * weight;
+            }
+        }
+        std::uint8_t group[ScalePair::kMost] = {};
+        const double weightSum = static_cast<double>(list.weightSum);
+        for (int c = 0; c < pair.channels; ++c) group[pair.groupByte[c]] = ScaledByte(sums[c], weightSum);
+        const RowSpan temp = GetRowSpan(job.temp, y);
+        if (!temp) continue;
+        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * pair.pitch;
+        for (int i = 0; i < pair.pitch; ++i) temp.Store(at + i, group[i]);
+    }
+}
+
+void PassTwoRow_Plain(const ScaleJob& job, int y) {
+    const ScalePair& pair = *job.pair;
+    const ContributionList& list = job.lists[y];
+    const double weightSum = static_cast<double>(list.weightSum);
+    const ChannelSet written = OffsetsOf(job.dest, pair.written, pair.writes);
+    for (int x = 0; x < job.width; ++x) {
+        double sums[ScalePair::kMost] = {};
+        for (int k = 0; k < list.count; ++k) {
+            const double weight = static_cast<double>(list.entries[k].weight);
+            if (weight == 0.0) continue;
+            const RowSpan temp = GetRowSpan(job.temp, list.entries[k].pixel);
+            if (!temp) continue;
+            const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * pair.pitch;
+            for (int i = 0; i < pair.pitch; ++i) sums[i] += static_cast<double>(temp.Load(at + i)) * weight;
+        }
+        const RowSpan row = GetRowSpan(job.dest, y);
+        if (!row) continue;
+        const std::ptrdiff_t base = static_cast<std::ptrdiff_t>(x) * job.dest->PixelSize;
+        for (int i = 0; i < pair.writes; ++i) {
+            row.Store(base + written.offset[i], ScaledByte(sums[pair.writtenFrom[i]], weightSum));
+        }
+    }
+}
+
+// --- row by row -----------------------------------------------------------------------------------------------------
+
+PassScratch::~PassScratch() {
+    std::free(memory_);
+}
+
+std::uint8_t* PassScratch::Get(std::int64_t bytes) {
+    if (bytes == bytes_) return memory_;
+    std::free(memory_);
+    bytes_ = 0;
+    memory_ = nullptr;
+    if (bytes < 0 || static_cast<std::uint64_t>(bytes) > SIZE_MAX / 2) return nullptr;
+    memory_ = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(bytes), 1));
+    if (memory_) bytes_ = bytes;
+    return memory_;
+}
+
+namespace {
+
+// One packed source row, the block of widened rows, the resampled bytes, one row of groups.
+struct PassOneParts {
+    const HorizontalOps* ops;
+    std::uint8_t* packed;
+    double* block;
+    std::uint8_t* bytes;
+    std::uint8_t* groups;
+};
+
+bool ProvidePassOneParts(const ScaleJob& job, PassScratch* scratch, PassOneParts* parts) {
+    const ScalePair& pair = *job.pair;
+    const HorizontalOps* slots = pair.luma ? job.ops->luma[pair.channels] : job.ops->plain[pair.channels];
+    const std::int64_t columns = std::int64_t{job.sourceWidth} + job.taps->taps();
+    const std::int64_t rowBytes = columns * pair.reads * static_cast<std::int64_t>(sizeof(double));
+    const bool several = !job.singleRows && rowBytes * slots[1].rows <= kMostBlockBytes;
+    parts->ops = &slots[several ? 1 : 0];
+
+    const std::int64_t blockBytes = RoundUp(rowBytes * parts->ops->rows);
+    const std::int64_t packedBytes = RoundUp(std::int64_t{job.sourceWidth} * pair.reads);
+    const std::int64_t resultBytes = RoundUp(std::int64_t{job.width} * pair.channels * parts->ops->rows);
+    std::uint8_t* const memory =
+        scratch->Get(blockBytes + packedBytes + resultBytes + std::int64_t{job.width} * pair.pitch);
+    if (!memory) return false;
+    parts->block = reinterpret_cast<double*>(memory);
+    parts->packed = memory + blockBytes;
+    parts->bytes = parts->packed + packedBytes;
+    parts->groups = parts->bytes + resultBytes;
+    return true;
+}
+
+// Picks one row out of the resampled bytes and writes it to the temporary image. Bytes of a group that carry no channel
+// are 0 and stay so in `groups`.
+void WriteGroups(const ScaleJob& job, const PassOneParts& parts, int row, int y) {
+    const ScalePair& pair = *job.pair;
+    const int rows = parts.ops->rows;
+    for (int c = 0; c < pair.channels; ++c) {
+        const std::uint8_t* byte = parts.bytes + c * rows + row;
+        std::uint8_t* group = parts.groups + pair.groupByte[c];
+        for (int x = 0; x < job.width; ++x, byte += pair.channels * rows, group += pair.pitch) *group = *byte;
+    }
+    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
+    CopyRun(GetRowSpan(job.temp, y), 0, {parts.groups, 0, size}, 0, size);
+}
+
+}  // namespace
+
+void PassOneRows(const ScaleJob& job, int first, int last, PassScratch* scratch) {
+    PassOneParts parts;
+    if (job.pixelByPixel || !job.taps || !ProvidePassOneParts(job, scratch, &parts)) {
+        for (int y = first; y <= last; ++y) PassOneRow_Plain(job, y);
+        return;
+    }
+    const ScalePair& pair = *job.pair;
+    const ChannelSet read = OffsetsOf(job.source, pair.read, pair.reads);
+    const double* factors = pair.luma ? kFactors : kNoFactors;
+    for (int y = first; y <= last;) {
+        const int rows = std::min(parts.ops->rows, last - y + 1);
+        for (int r = 0; r < rows; ++r) {
+            GatherPixels(GetRowSpan(job.source, y + r), job.source->PixelSize, read, 0, job.sourceWidth, parts.packed);
+            parts.ops->widenRow(parts.packed, job.sourceWidth, factors, r, parts.block);
+        }
+        parts.ops->resample(parts.block, *job.taps, parts.bytes);
+        for (int r = 0; r < rows; ++r) WriteGroups(job, parts, r, y + r);
+        if (rows > last - y) return;
+        y += rows;
+    }
+}
+
+namespace {
+
+// One number for every byte of a temporary row that pass two uses.
+struct PassTwoParts {
+    std::int64_t used;  // such bytes in a row
+    double* sums;
+    std::uint8_t* rows;    // room for copies of them, of kRowsAtOnce rows
+    std::uint8_t* groups;  // one whole row of groups
+    std::uint8_t* bytes;   // the result for the used bytes
+    std::uint8_t* pixels;  // the result in the order of the target's channels
+};
+
+bool ProvidePassTwoParts(const ScaleJob& job, PassScratch* scratch, PassTwoParts* parts) {
+    const ScalePair& pair = *job.pair;
+    parts->used = std::int64_t{job.width} * (pair.pitch / pair.usedStep);
+    const std::int64_t sumBytes = RoundUp(parts->used * static_cast<std::int64_t>(sizeof(double)));
+    const std::int64_t rowBytes = RoundUp(parts->used * ScaleRowOps::kRowsAtOnce);
+    const std::int64_t groupBytes = RoundUp(std::int64_t{job.width} * pair.pitch);
+    const std::int64_t resultBytes = RoundUp(parts->used);
+    std::uint8_t* const memory =
+        scratch->Get(sumBytes + rowBytes + groupBytes + resultBytes + std::int64_t{job.width} * pair.writes);
+    if (!memory) return false;
+    parts->sums = reinterpret_cast<double*>(memory);
+    parts->rows = memory + sumBytes;
+    parts->groups = parts->rows + rowBytes;
+    parts->bytes = parts->groups + groupBytes;
+    parts->pixels = parts->bytes + resultBytes;
+    return true;
+}
+
+// The used bytes of a temporary row, side by side: in place where they lie so and stay there, or copied to `copy`. Nil
+// for a row that does not exist.
+const std::uint8_t* UsedBytes(const ScaleJob& job, const PassTwoParts& parts, int row, std::uint8_t* copy) {
+    const ScalePair& pair = *job.pair;
+    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
+    const RowSpan temp = GetRowSpan(job.temp, row);
+    if (!temp) return nullptr;
+    const std::uint8_t* groups = temp.data;
+    const bool inside = temp.Covers(0, size);
+    if (inside && pair.usedStep == 1 && !job.temp->IsMapping) return groups;
+    if (!inside) {
+        CopyRun({parts.groups, 0, size}, 0, temp, 0, size);
+        groups = parts.groups;
+    }
+    const std::uint8_t* from = groups + pair.firstUsed;
+    for (std::int64_t i = 0; i < parts.used; ++i, from += pair.usedStep) copy[i] = *from;
+    return copy;
+}
+
+void SumRows(const ScaleJob& job, const PassTwoParts& parts, const ContributionList& list) {
+    std::fill_n(parts.sums, parts.used, 0.0);
+    const std::uint8_t* rows[ScaleRowOps::kRowsAtOnce];
+    double weights[ScaleRowOps::kRowsAtOnce];
+    int held = 0;
+    for (int k = 0; k < list.count; ++k) {
+        rows[held] = UsedBytes(job, parts, list.entries[k].pixel, parts.rows + held * parts.used);
+        weights[held] = static_cast<double>(list.entries[k].weight);
+        if (rows[held]) ++held;
+        if (held == ScaleRowOps::kRowsAtOnce || (k == list.count - 1 && held > 0)) {
+            job.ops->accumulateRows(parts.sums, rows, weights, held, static_cast<std::ptrdiff_t>(parts.used));
+            held = 0;
+        }
+    }
+}
+
+}  // namespace
+
+void PassTwoRows(const ScaleJob& job, int first, int last, PassScratch* scratch) {
+    PassTwoParts parts;
+    if (job.pixelByPixel || !ProvidePassTwoParts(job, scratch, &parts)) {
+        for (int y = first; y <= last; ++y) PassTwoRow_Plain(job, y);
+        return;
+    }
+    const ScalePair& pair = *job.pair;
+    const ChannelSet written = OffsetsOf(job.dest, pair.written, pair.writes);
+    const int usedPerGroup = pair.pitch / pair.usedStep;
+    for (int y = first;; ++y) {
+        const ContributionList& list = job.lists[y];
+        SumRows(job, parts, list);
+        job.ops->finishRow(parts.sums, static_cast<double>(list.weightSum), parts.bytes,
+                           static_cast<std::ptrdiff_t>(parts.used));
+        for (int i = 0; i < pair.writes; ++i) {
+            const std::uint8_t* from = parts.bytes + (pair.writtenFrom[i] - pair.firstUsed) / pair.usedStep;
+            std::uint8_t* to = parts.pixels + i;
+            for (int x = 0; x < job.width; ++x, from += usedPerGroup, to += pair.writes) *to = *from;
+        }
+        ScatterPixels(GetRowSpan(job.dest, y), job.dest->PixelSize, written, 0, job.width, parts.pixels);
+        if (y >= last) return;
+    }
+}

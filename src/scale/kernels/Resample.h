@@ -1,0 +1,29 @@
+#pragma once
+// The resampler as a whole: tables, then both passes, on this thread or on workers.
+
+#include "core/ImageClassData.h"
+#include "scale/kernels/Kernels.h"
+#include "scale/kernels/Pairs.h"
+#include "scale/kernels/RowOps.h"
+
+// All images have been checked. width and height say what is written, not what the target has room for.
+struct ResampleRequest {
+    ImageClassData* target;
+    ImageClassData* source;
+    ImageClassData* temp;
+    const ScaleKernel* kernel;
+    const ScalePair* pair;
+    int width;
+    int height;
+    bool threaded;  // no turns for the host but those of the fan-out
+    int threads;    // for RunThreads, where threaded
+    const ScaleRowOps* ops;
+};
+
+// False when the tables cannot be allocated; the target is unchanged then. May be left by an exception out of a turn
+// that the host was given.
+[[nodiscard]] bool Resample(const ResampleRequest& request);
+
+// The work functions of the two passes; data is a ScaleJob.
+void PictureScale3mt(int first, int last, int index, signed char threaded, void const* data);
+void PictureScale6mt(int first, int last, int index, signed char threaded, void const* data);
