@@ -1,0 +1,133 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+#include "Errors.h"
+#include "Suggest.h"
+
+namespace {
+
+struct Flags {
+    bool help = false;
+    bool version = false;
+};
+
+// One place for every option: reading, checking and help come from here.
+void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
+    const auto range = [](int least, int most) {
+        const std::string expected = "a whole number from " + std::to_string(least) + " to " + std::to_string(most);
+        return CLI::Validator(
+            [least, most, expected](const std::string& text) {
+                int value = 0;
+                const bool good = CLI::detail::lexical_cast(text, value) && value >= least && value <= most;
+                return good ? std::string() : "'" + text + "' is not " + expected;
+            },
+            "");
+    };
+    app.set_help_flag();
+    app.add_option("--quality", line.write.quality, "Quality of JPEG files, 1 to 100; 90 unless given")
+        ->type_name("N")
+        ->check(range(1, 100));
+    app.add_option("--compression", line.write.compression,
+                   "Effort for PNG files, 0 (fast) to 9 (small); 6 unless given")
+        ->type_name("N")
+        ->check(range(0, 9));
+    app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
+    app.add_flag("-h,--help", flags.help, "This text");
+    app.add_flag("--version", flags.version, "The version");
+}
+
+std::vector<std::string> OptionNames(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options())
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+bool IsNumber(const std::string& word) {
+    double value = 0;
+    return CLI::detail::lexical_cast(word, value);
+}
+
+// What is no option: files, effects and their arguments. Options may stand anywhere before a "--"; behind it every word
+// is taken as it is.
+std::vector<std::string> PlainWords(const CLI::App& app) {
+    std::vector<std::string> words;
+    bool optionsOver = false;
+    for (const std::string& word : app.remaining()) {
+        if (!optionsOver && word == "--") {
+            optionsOver = true;
+            continue;
+        }
+        if (!optionsOver && word.size() > 1 && word[0] == '-' && !IsNumber(word)) {
+            const std::string name = word.substr(0, word.find('='));
+            throw UsageError("unknown option '" + name + "'" + Suggestion(name, OptionNames(app)) +
+                             "; 'zor --help' lists the options");
+        }
+        words.push_back(word);
+    }
+    return words;
+}
+
+void ChooseCommand(CommandLine& line) {
+    std::vector<std::string>& words = line.words;
+    if (words.empty())
+        throw UsageError("INPUT is missing; usage: zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...");
+    const std::string first = words[0];
+    if (first != "info" && first != "describe" && first != "help") {
+        if (words.size() < 2)
+            throw UsageError("OUTPUT is missing behind '" + first +
+                             "'; usage: zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...");
+        return;
+    }
+    words.erase(words.begin());
+    line.command = first == "info" ? Command::Info : first == "describe" ? Command::Describe : Command::Help;
+    const std::size_t most = line.command == Command::Describe ? 0 : 1;
+    if (line.command == Command::Info && words.empty()) throw UsageError("info: FILE is missing");
+    if (words.size() > most)
+        throw UsageError(first + ": unexpected '" + words[most] + "'; it takes " +
+                         (line.command == Command::Info   ? "one FILE"
+                          : line.command == Command::Help ? "at most one EFFECT"
+                                                          : "no argument"));
+}
+
+}  // namespace
+
+CommandLine ReadCommandLine(int argc, char** argv) {
+    CommandLine line;
+    Flags flags;
+    CLI::App app;
+    app.allow_extras();
+    AddOptions(app, line, flags);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what());
+    }
+    line.words = PlainWords(app);
+    if (flags.help) {
+        line.command = Command::Help;
+        line.words.clear();
+    } else if (flags.version) {
+        line.command = Command::Version;
+    } else {
+        ChooseCommand(line);
+    }
+    return line;
+}
+
+std::string OptionsHelp() {
+    CommandLine line;
+    Flags flags;
+    CLI::App app;
+    AddOptions(app, line, flags);
+    std::string text;
+    for (const CLI::Option* option : app.get_options()) {
+        std::string name = option->get_name(false, true);
+        if (const std::size_t comma = name.find(','); comma != std::string::npos) name.insert(comma + 1, " ");
+        if (option->get_expected_max() > 0 && !option->get_type_name().empty()) name += " " + option->get_type_name();
+        name.resize(std::max<std::size_t>(name.size(), 20), ' ');
+        text += "  " + name + " " + option->get_description() + "\n";
+    }
+    return text;
+}

@@ -1,0 +1,22 @@
+#pragma once
+// What the words after `zor` ask for.
+
+#include <string>
+#include <vector>
+
+#include "codecs/Picture.h"
+
+enum class Command { Process, Info, Describe, Help, Version };
+
+struct CommandLine {
+    Command command = Command::Process;
+    std::vector<std::string> words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE; Help: nothing or EFFECT
+    WriteOptions write;
+    bool quiet = false;
+};
+
+// A UsageError names the word at fault and what was expected.
+CommandLine ReadCommandLine(int argc, char** argv);
+
+// The options with their help, as lines for `zor --help`.
+std::string OptionsHelp();

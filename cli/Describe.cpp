@@ -1,0 +1,43 @@
+#include "Commands.h"
+#include "Engine.h"
+
+namespace {
+
+// Rows that need a service which a program on the console does not have are listed, and marked.
+std::string Mark(bool available) {
+    return available ? "\n" : "  [not here: needs host pictures]\n";
+}
+
+template <typename Row, typename Print>
+void AddTable(std::string& text, const char* title, const std::vector<Row>& rows, const Print& print) {
+    if (rows.empty()) return;
+    text += "  " + std::to_string(rows.size()) + " " + title + "\n";
+    for (const Row& row : rows) text += "    " + print(row);
+}
+
+std::string DescribeClass(const zorhost::ClassDescription& description) {
+    std::string text = "class " + description.name + "\n";
+    AddTable(text, "properties", description.properties, [](const zorhost::PropertyDescription& row) {
+        const char* access = row.readable && row.writable ? "read, write" : row.readable ? "read" : "write";
+        return row.declaration + " (" + access + ")" + Mark(row.available);
+    });
+    const auto method = [](const zorhost::MethodDescription& row) {
+        return row.declaration + (row.assignable ? " (also assignable)" : "") + Mark(row.available);
+    };
+    AddTable(text, "methods", description.methods, method);
+    AddTable(text, "shared methods", description.sharedMethods, method);
+    AddTable(text, "constants", description.constants,
+             [](const zorhost::ConstantDescription& row) { return row.declaration + "\n"; });
+    AddTable(text, "events", description.events,
+             [](const zorhost::EventDescription& row) { return row.declaration + "\n"; });
+    return text;
+}
+
+}  // namespace
+
+void PrintDescription() {
+    std::string text;
+    for (const zorhost::ClassDescription& description : Engine().Classes())
+        text += (text.empty() ? "" : "\n") + DescribeClass(description);
+    PrintText(text);
+}

@@ -1,0 +1,54 @@
+#include "Engine.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "Errors.h"
+
+namespace {
+
+constexpr const char* kImageClass = "PictureZOR";
+constexpr const char* kPlugin = "libPictureZOR.so";
+
+std::filesystem::path PluginPath() {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    return (error ? std::filesystem::path(".") : self.parent_path()) / kPlugin;
+}
+
+}  // namespace
+
+zorhost::Host& Engine() {
+    static zorhost::Host host([] {
+        zorhost::HostOptions options;
+        options.plugin = PluginPath();
+        return options;
+    }());
+    return host;
+}
+
+int EngineConstant(const std::string& name) {
+    return Engine().Constant(kImageClass, name).AsInt();
+}
+
+void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t height, const char* formatConstant,
+                    int bytesPerPixel) {
+    constexpr std::int64_t kMost = 2147483647;  // bytes of an image, and pixels of a side
+    const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
+    const std::int64_t rowBytes = (std::min(width, kMost) * bytesPerPixel + 63) / 64 * 64;
+    if (width > kMost || height > kMost || rowBytes > kMost / height)
+        throw RunError(what + ": too large: " + size + " of " + std::to_string(bytesPerPixel) +
+                       " bytes; an image in memory stays below 2 GiB");
+    const bool fits = Engine()
+                          .CallShared(kImageClass, "CanAllocateImage", static_cast<int>(width),
+                                      static_cast<int>(height), EngineConstant(formatConstant))
+                          .AsBool();
+    if (!fits) throw RunError(what + ": not enough memory for " + size);
+}
+
+void SetEngineTick(std::function<void()> tick) {
+    Engine().SetYield(std::move(tick));
+}

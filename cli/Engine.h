@@ -1,0 +1,22 @@
+#pragma once
+// The engine, as the program has it: the plug-in that lies beside the executable, reached through the embedded host.
+
+#include <zorhost/Host.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+// The one host of the process; the first call opens the plug-in. A RunError when that fails.
+zorhost::Host& Engine();
+
+// The value of a constant of PictureZOR: "ImageFormatRGB".
+int EngineConstant(const std::string& name);
+
+// Throws a RunError unless an image of such a format can be had in memory. `what` begins the message: whom it is for.
+// No memory stays taken.
+void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t height, const char* formatConstant,
+                    int bytesPerPixel);
+
+// Called from time to time while the engine works on images made by Raster; null: nothing is.
+void SetEngineTick(std::function<void()> tick);

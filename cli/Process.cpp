@@ -1,0 +1,89 @@
+#include <optional>
+
+#include "Commands.h"
+#include "Engine.h"
+#include "Errors.h"
+#include "Notes.h"
+#include "Progress.h"
+#include "Raster.h"
+#include "codecs/Picture.h"
+#include "effects/Effects.h"
+#include "files/InputFile.h"
+#include "files/OutputFile.h"
+
+namespace {
+
+const Codec& OutputCodec(const std::string& path) {
+    const Codec* codec = CodecOfSuffix(path);
+    if (codec == nullptr)
+        throw UsageError(path + ": the suffix names no format that can be written; known are " + KnownSuffixes());
+    return *codec;
+}
+
+// The shape of the image that the file makes, checked against what memory holds.
+ImageShape InputShape(const InputFile& file, const PictureHeader& header) {
+    const PixelKindRow& kind = Describe(header.kind);
+    CheckImageFits(file.Path(), header.width, header.height, kind.constant, kind.channels);
+    return {static_cast<int>(header.width), static_cast<int>(header.height), header.kind};
+}
+
+// The shapes after each effect, all checked against what memory holds.
+std::vector<ImageShape> PlanEffects(const std::vector<EffectCall>& calls, ImageShape shape) {
+    std::vector<ImageShape> shapes;
+    for (const EffectCall& call : calls) {
+        shape = PlanEffect(call, shape);
+        const PixelKindRow& kind = Describe(shape.kind);
+        CheckImageFits(call.row->name, shape.width, shape.height, kind.constant, kind.channels);
+        shapes.push_back(shape);
+    }
+    return shapes;
+}
+
+// Throws unless the format holds such an image, and tells what it will leave out.
+void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& shape, const PictureHeader& tags,
+                 Notes& notes) {
+    if (const char* reason = codec.refuses(shape.kind)) FailFile(path, reason);
+    if (shape.width > codec.longestSide || shape.height > codec.longestSide)
+        FailFile(path, std::string(codec.name) + " holds at most " + std::to_string(codec.longestSide) +
+                           " pixels a side, not " + std::to_string(shape.width) + " x " + std::to_string(shape.height));
+    if (Describe(shape.kind).hasAlpha && !codec.holdsAlpha)
+        notes.Say(path, std::string(codec.name) + " holds no transparency; the alpha channel is left out");
+    if (tags.orientation != 1)
+        notes.Say(path, "the camera's orientation of the picture (" + std::to_string(tags.orientation) +
+                            ") is neither applied nor kept");
+}
+
+}  // namespace
+
+void Process(const CommandLine& line, Notes& notes) {
+    const std::vector<EffectCall> calls = ReadEffects({line.words.begin() + 2, line.words.end()});
+    const Codec& outputCodec = OutputCodec(line.words[1]);
+
+    InputFile input(line.words[0]);
+    const Codec* inputCodec = CodecOfContent(input);
+    if (inputCodec == nullptr) FailUnknownContent(input);
+    const std::unique_ptr<PictureReader> reader = inputCodec->open(input, notes);
+    const PictureHeader& header = reader->Header();
+    const ImageShape shape = InputShape(input, header);
+    const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
+    CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), header, notes);
+    OutputFile output(line.words[1]);
+
+    Progress progress(line.quiet);
+    const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
+    progress.Begin("reading");
+    Raster image(shape);
+    reader->ReadRows(image, tick);
+
+    SetEngineTick([&progress] { progress.Step(0, 0); });
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        progress.Begin(calls[i].row->name);
+        calls[i].row->run(&image, shapes[i], calls[i].arguments);
+    }
+    SetEngineTick(nullptr);
+
+    progress.Begin("writing");
+    outputCodec.write(output, image, header, line.write, tick);
+    output.Commit();
+    progress.End();
+}

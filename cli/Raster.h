@@ -1,0 +1,28 @@
+#pragma once
+// The pixels of one image of the engine, as rows of bytes. All that reads or writes pixels goes through here; where the
+// image lives is the engine's business.
+
+#include <cstdint>
+
+#include "Engine.h"
+#include "PixelKind.h"
+
+class Raster {
+public:
+    // A new image, all zero. A RunError when the engine cannot make it.
+    explicit Raster(const ImageShape& shape);
+
+    [[nodiscard]] const ImageShape& Shape() const { return shape_; }
+
+    // Row y, 0 at the top: Width pixels of the kind's channels. Good until the next call.
+    [[nodiscard]] std::uint8_t* Row(int y) { return pixels_ + y * rowBytes_; }
+
+    // The PictureZOR object.
+    [[nodiscard]] const zorhost::Object& Image() const { return image_; }
+
+private:
+    ImageShape shape_;
+    zorhost::Object image_;
+    std::uint8_t* pixels_ = nullptr;
+    std::int64_t rowBytes_ = 0;  // from one row to the next
+};

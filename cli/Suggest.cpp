@@ -1,0 +1,37 @@
+#include "Suggest.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace {
+
+// How many letters must be added, taken away or changed to make one word of the other.
+std::size_t Distance(const std::string& a, const std::string& b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t change = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({change, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+}  // namespace
+
+std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
+    if (word.size() > 40) return {};
+    const std::string* nearest = nullptr;
+    std::size_t least = 1 + std::max<std::size_t>(word.size() / 3, 1);
+    for (const std::string& candidate : known) {
+        const std::size_t distance = Distance(word, candidate);
+        if (distance >= least) continue;
+        least = distance;
+        nearest = &candidate;
+    }
+    return nearest == nullptr ? std::string() : "; did you mean '" + *nearest + "'?";
+}

@@ -1,0 +1,8 @@
+#pragma once
+// JPEG files through libjpeg.
+
+#include "codecs/Picture.h"
+
+std::unique_ptr<PictureReader> OpenJpeg(InputFile& file, Notes& notes);
+void WriteJpeg(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+               const RowTick& tick);

@@ -1,0 +1,205 @@
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "Errors.h"
+#include "Notes.h"
+#include "Raster.h"
+#include "codecs/Exif.h"
+#include "codecs/IccProfile.h"
+#include "codecs/Jpeg.h"
+#include "codecs/JpegErrors.h"
+#include "files/InputFile.h"
+
+namespace {
+
+// A progressive file is decoded scan by scan over the whole picture. Real ones have about ten; thousands of them in a
+// small file are made to keep a machine busy for hours.
+constexpr int kMostScans = 500;
+
+// libjpeg's source of bytes, over an InputFile.
+struct Source {
+    jpeg_source_mgr base;  // first, see JpegErrors
+    InputFile* file;
+    std::array<std::uint8_t, 16384> buffer;
+};
+
+void StartSource(j_decompress_ptr) {}
+void EndSource(j_decompress_ptr) {}
+
+boolean FillSource(j_decompress_ptr jpeg) {
+    auto* source = reinterpret_cast<Source*>(jpeg->src);
+    const std::size_t count = source->file->Read(source->buffer.data(), source->buffer.size());
+    if (count == 0) ERREXIT(jpeg, JERR_INPUT_EOF);
+    source->base.next_input_byte = source->buffer.data();
+    source->base.bytes_in_buffer = count;
+    return TRUE;
+}
+
+void SkipSource(j_decompress_ptr jpeg, long count) {
+    jpeg_source_mgr* source = jpeg->src;
+    while (count > static_cast<long>(source->bytes_in_buffer)) {
+        count -= static_cast<long>(source->bytes_in_buffer);
+        FillSource(jpeg);
+    }
+    if (count <= 0) return;
+    source->next_input_byte += count;
+    source->bytes_in_buffer -= static_cast<std::size_t>(count);
+}
+
+// Called by libjpeg while it gathers the scans of a progressive file.
+struct ScanWatch {
+    jpeg_progress_mgr base;  // first, see JpegErrors
+    const RowTick* tick;
+};
+
+void WatchScans(j_common_ptr common) {
+    auto* jpeg = reinterpret_cast<j_decompress_ptr>(common);
+    const auto* watch = reinterpret_cast<const ScanWatch*>(common->progress);
+    if (jpeg->input_scan_number > kMostScans) ERREXIT(common, JERR_BAD_PROGRESSION);
+    if (watch->tick != nullptr) (*watch->tick)(0, 0);
+}
+
+class JpegReader : public PictureReader {
+public:
+    JpegReader(InputFile& file, Notes& notes) : file_(file), notes_(notes) {
+        SetUpJpegErrors(&errors_);
+        jpeg_.err = &errors_.base;
+        try {
+            ReadHeader();
+        } catch (...) {
+            jpeg_destroy_decompress(&jpeg_);
+            throw;
+        }
+    }
+    ~JpegReader() override { jpeg_destroy_decompress(&jpeg_); }
+    JpegReader(const JpegReader&) = delete;
+    JpegReader& operator=(const JpegReader&) = delete;
+
+    void ReadRows(Raster& image, const RowTick& tick) override;
+
+private:
+    template <typename Work>
+    void Guarded(const Work& work) {
+        GuardedJpeg(&errors_, work, [this] {
+            if (file_.Error() != 0) FailSystem(file_.Path(), file_.Error());
+            FailFile(file_.Path(), std::string("damaged JPEG: ") + errors_.message);
+        });
+        if (errors_.note[0] == '\0') return;
+        notes_.Say(file_.Path(), errors_.note);
+        errors_.note[0] = '\0';
+    }
+
+    void ReadHeader();
+    void ChooseKind();
+    void ReadProfile();
+    void ReadResolution();
+
+    InputFile& file_;
+    Notes& notes_;
+    jpeg_decompress_struct jpeg_{};
+    JpegErrors errors_{};
+    Source source_{};
+    ScanWatch watch_{};
+    // Adobe's programs store CMYK with 255 as no ink, and say so by a marker of their own; the others follow the
+    // letter.
+    bool inverted_ = false;
+};
+
+void JpegReader::ReadHeader() {
+    Guarded([this] {
+        jpeg_create_decompress(&jpeg_);
+        source_.base = {nullptr, 0, StartSource, FillSource, SkipSource, jpeg_resync_to_restart, EndSource};
+        source_.file = &file_;
+        jpeg_.src = &source_.base;
+        watch_.base.progress_monitor = WatchScans;
+        jpeg_.progress = &watch_.base;
+        jpeg_save_markers(&jpeg_, JPEG_APP0 + 1, 0xFFFF);
+        jpeg_save_markers(&jpeg_, JPEG_APP0 + 2, 0xFFFF);
+        jpeg_read_header(&jpeg_, TRUE);
+    });
+    header_.width = jpeg_.image_width;
+    header_.height = jpeg_.image_height;
+    header_.bitDepth = jpeg_.data_precision;
+    ChooseKind();
+    if (jpeg_.progressive_mode) header_.storage += ", progressive";
+    ReadProfile();
+    ReadResolution();
+}
+
+void JpegReader::ChooseKind() {
+    switch (jpeg_.jpeg_color_space) {
+        case JCS_GRAYSCALE:
+            header_.kind = PixelKind::Gray;
+            jpeg_.out_color_space = JCS_GRAYSCALE;
+            header_.storage = "gray";
+            break;
+        case JCS_YCbCr:
+        case JCS_RGB:
+            header_.kind = PixelKind::RGB;
+            header_.storage = jpeg_.jpeg_color_space == JCS_RGB ? "RGB" : "YCbCr";
+            jpeg_.out_color_space = JCS_RGB;
+            break;
+        case JCS_CMYK:
+        case JCS_YCCK:
+            header_.kind = PixelKind::CMYK;
+            header_.storage = jpeg_.jpeg_color_space == JCS_CMYK ? "CMYK" : "YCCK";
+            jpeg_.out_color_space = JCS_CMYK;
+            inverted_ = jpeg_.saw_Adobe_marker != FALSE;
+            break;
+        default:
+            FailFile(file_.Path(),
+                     "unsupported JPEG: " + std::to_string(jpeg_.num_components) + " channels of unknown meaning");
+    }
+}
+
+void JpegReader::ReadProfile() {
+    JOCTET* bytes = nullptr;
+    unsigned size = 0;
+    Guarded([&] { jpeg_read_icc_profile(&jpeg_, &bytes, &size); });
+    if (bytes == nullptr) return;
+    header_.colour.profile.assign(bytes, bytes + size);
+    std::free(bytes);
+    if (ProfileFits(header_.colour.profile, header_.kind)) return;
+    notes_.Say(file_.Path(), "the colour profile does not fit the pixels and is left out");
+    header_.colour.profile.clear();
+}
+
+void JpegReader::ReadResolution() {
+    ExifTags exif;
+    for (const jpeg_marker_struct* marker = jpeg_.marker_list; marker != nullptr; marker = marker->next)
+        if (marker->marker == JPEG_APP0 + 1 && marker->data_length > 6 && std::memcmp(marker->data, "Exif", 5) == 0)
+            exif = ReadExif(marker->data, marker->data_length);
+    header_.orientation = exif.orientation;
+    header_.resolution = exif.resolution;
+    if (!jpeg_.saw_JFIF_marker || jpeg_.X_density == 0 || jpeg_.Y_density == 0) return;
+    // Cameras that write both leave a 1 to 1 shape here, which says less than EXIF does.
+    Resolution::Unit unit = Resolution::Unit::Aspect;
+    if (jpeg_.density_unit == 1) unit = Resolution::Unit::Inch;
+    if (jpeg_.density_unit == 2) unit = Resolution::Unit::Centimetre;
+    if (unit == Resolution::Unit::Aspect && jpeg_.X_density == jpeg_.Y_density) return;
+    header_.resolution = {unit, jpeg_.X_density, jpeg_.Y_density};
+}
+
+void JpegReader::ReadRows(Raster& image, const RowTick& tick) {
+    watch_.tick = &tick;
+    Guarded([this] { jpeg_start_decompress(&jpeg_); });
+    watch_.tick = nullptr;
+    const int height = image.Shape().height;
+    const auto rowBytes =
+        static_cast<std::size_t>(header_.width) * static_cast<unsigned>(Describe(header_.kind).channels);
+    for (int y = 0; y < height; ++y) {
+        std::uint8_t* row = image.Row(y);
+        Guarded([this, &row] { jpeg_read_scanlines(&jpeg_, &row, 1); });
+        if (inverted_)
+            for (std::size_t i = 0; i < rowBytes; ++i) row[i] = static_cast<std::uint8_t>(255 - row[i]);
+        tick(y + 1, height);
+    }
+    Guarded([this] { jpeg_finish_decompress(&jpeg_); });
+}
+
+}  // namespace
+
+std::unique_ptr<PictureReader> OpenJpeg(InputFile& file, Notes& notes) {
+    return std::make_unique<JpegReader>(file, notes);
+}

@@ -1,0 +1,146 @@
+#include <array>
+#include <vector>
+
+#include "Errors.h"
+#include "Raster.h"
+#include "codecs/IccProfile.h"
+#include "codecs/Jpeg.h"
+#include "codecs/JpegErrors.h"
+#include "files/OutputFile.h"
+
+namespace {
+
+constexpr int kFullColourQuality = 90;  // from here on colour keeps its full resolution
+
+// libjpeg's destination of bytes, over an OutputFile.
+struct Destination {
+    jpeg_destination_mgr base;  // first, see JpegErrors
+    OutputFile* file;
+    std::array<std::uint8_t, 16384> buffer;
+};
+
+void StartDestination(j_compress_ptr jpeg) {
+    auto* destination = reinterpret_cast<Destination*>(jpeg->dest);
+    destination->base.next_output_byte = destination->buffer.data();
+    destination->base.free_in_buffer = destination->buffer.size();
+}
+
+boolean FlushDestination(j_compress_ptr jpeg) {
+    auto* destination = reinterpret_cast<Destination*>(jpeg->dest);
+    // libjpeg means the whole buffer here, whatever free_in_buffer says.
+    if (!destination->file->Write(destination->buffer.data(), destination->buffer.size()))
+        ERREXIT(jpeg, JERR_FILE_WRITE);
+    StartDestination(jpeg);
+    return TRUE;
+}
+
+void EndDestination(j_compress_ptr jpeg) {
+    auto* destination = reinterpret_cast<Destination*>(jpeg->dest);
+    const std::size_t count = destination->buffer.size() - destination->base.free_in_buffer;
+    if (!destination->file->Write(destination->buffer.data(), count)) ERREXIT(jpeg, JERR_FILE_WRITE);
+}
+
+J_COLOR_SPACE ColourSpace(PixelKind kind) {
+    switch (kind) {
+        case PixelKind::Gray:
+        case PixelKind::GrayAlpha:
+            return JCS_GRAYSCALE;
+        case PixelKind::CMYK:
+            return JCS_CMYK;
+        default:
+            return JCS_RGB;
+    }
+}
+
+// One row as JPEG holds it: without alpha, and ink the way that Adobe's programs expect.
+void PrepareRow(const std::uint8_t* row, int width, PixelKind kind, std::uint8_t* out) {
+    const int channels = Describe(kind).channels;
+    const int kept = channels - (Describe(kind).hasAlpha ? 1 : 0);
+    const int mask = kind == PixelKind::CMYK ? 255 : 0;
+    for (int x = 0; x < width; ++x, row += channels, out += kept)
+        for (int c = 0; c < kept; ++c) out[c] = static_cast<std::uint8_t>(row[c] ^ mask);
+}
+
+class JpegWriter {
+public:
+    explicit JpegWriter(OutputFile& file) : file_(file) {
+        SetUpJpegErrors(&errors_);
+        jpeg_.err = &errors_.base;
+    }
+    ~JpegWriter() { jpeg_destroy_compress(&jpeg_); }
+    JpegWriter(const JpegWriter&) = delete;
+    JpegWriter& operator=(const JpegWriter&) = delete;
+
+    void WriteHeader(const ImageShape& shape, const PictureHeader& tags, int quality);
+    void WriteRow(std::uint8_t* row) {
+        Guarded([this, &row] { jpeg_write_scanlines(&jpeg_, &row, 1); });
+    }
+    void WriteEnd() {
+        Guarded([this] { jpeg_finish_compress(&jpeg_); });
+    }
+
+private:
+    template <typename Work>
+    void Guarded(const Work& work) {
+        GuardedJpeg(&errors_, work, [this] {
+            if (file_.Error() != 0) FailSystem(file_.Path(), file_.Error());
+            FailFile(file_.Path(), errors_.message);
+        });
+    }
+
+    void SetResolution(const Resolution& resolution);
+
+    OutputFile& file_;
+    jpeg_compress_struct jpeg_{};
+    JpegErrors errors_{};
+    Destination destination_{};
+};
+
+void JpegWriter::SetResolution(const Resolution& resolution) {
+    const Resolution::Unit unit =
+        resolution.unit == Resolution::Unit::Centimetre ? Resolution::Unit::Centimetre : Resolution::Unit::Inch;
+    const Resolution fit = InUnit(resolution, unit);
+    // The fields have 16 bits, and 0 is no density.
+    if (fit.unit == Resolution::Unit::Unknown || fit.x < 1 || fit.y < 1 || fit.x > 65535 || fit.y > 65535) return;
+    jpeg_.write_JFIF_header = TRUE;  // for CMYK too, where libjpeg leaves it out otherwise
+    jpeg_.density_unit = fit.unit == Resolution::Unit::Aspect ? 0 : fit.unit == Resolution::Unit::Inch ? 1 : 2;
+    jpeg_.X_density = static_cast<UINT16>(fit.x);
+    jpeg_.Y_density = static_cast<UINT16>(fit.y);
+}
+
+void JpegWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, int quality) {
+    Guarded([&] {
+        jpeg_create_compress(&jpeg_);
+        destination_.base = {nullptr, 0, StartDestination, FlushDestination, EndDestination};
+        destination_.file = &file_;
+        jpeg_.dest = &destination_.base;
+        jpeg_.image_width = static_cast<JDIMENSION>(shape.width);
+        jpeg_.image_height = static_cast<JDIMENSION>(shape.height);
+        jpeg_.in_color_space = ColourSpace(shape.kind);
+        jpeg_.input_components = Describe(shape.kind).channels - (Describe(shape.kind).hasAlpha ? 1 : 0);
+        jpeg_set_defaults(&jpeg_);
+        jpeg_set_quality(&jpeg_, quality, TRUE);
+        if (quality >= kFullColourQuality) jpeg_.comp_info[0].h_samp_factor = jpeg_.comp_info[0].v_samp_factor = 1;
+        SetResolution(tags.resolution);
+        jpeg_start_compress(&jpeg_, TRUE);
+        const auto& profile = tags.colour.profile;
+        if (ProfileFits(profile, shape.kind))
+            jpeg_write_icc_profile(&jpeg_, profile.data(), static_cast<unsigned>(profile.size()));
+    });
+}
+
+}  // namespace
+
+void WriteJpeg(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+               const RowTick& tick) {
+    JpegWriter writer(file);
+    const ImageShape& shape = image.Shape();
+    writer.WriteHeader(shape, tags, options.quality);
+    std::vector<std::uint8_t> row(static_cast<std::size_t>(shape.width) * 4);
+    for (int y = 0; y < shape.height; ++y) {
+        PrepareRow(image.Row(y), shape.width, shape.kind, row.data());
+        writer.WriteRow(row.data());
+        tick(y + 1, shape.height);
+    }
+    writer.WriteEnd();
+}

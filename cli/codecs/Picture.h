@@ -1,0 +1,93 @@
+#pragma once
+// What a picture file says about itself, and the two interfaces through which its pixels pass, row by row.
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "PixelKind.h"
+
+class InputFile;
+class Notes;
+class OutputFile;
+class Raster;
+
+// How many pixels a length of the printed picture has, as the file tells it.
+struct Resolution {
+    enum class Unit { Unknown, Aspect, Inch, Centimetre, Metre };
+    Unit unit = Unit::Unknown;  // Aspect: x and y give only the shape of a pixel
+    std::uint32_t x = 0;
+    std::uint32_t y = 0;
+};
+
+// The same resolution in another unit, rounded; Unknown and Aspect stay what they are.
+Resolution InUnit(const Resolution& resolution, Resolution::Unit unit);
+
+// What the colour values of a file mean.
+struct ColourTags {
+    std::vector<std::uint8_t> profile;                     // ICC profile; empty: none
+    std::optional<int> srgbIntent;                         // the file says that it is sRGB; rendering intent 0 to 3
+    std::optional<std::int32_t> gamma;                     // of encoding, times 100000
+    std::optional<std::array<std::int32_t, 8>> primaries;  // white, red, green, blue; x and y times 100000
+};
+
+struct PictureHeader {
+    std::int64_t width = 0;
+    std::int64_t height = 0;
+    PixelKind kind = PixelKind::RGB;  // of the rows that come out of the reader
+    int bitDepth = 8;                 // of the file; rows always have 8 bits a channel
+    std::string storage;              // how the file holds its pixels, for people: "palette, interlaced"
+    ColourTags colour;
+    Resolution resolution;
+    int orientation = 1;  // 1 to 8 as cameras tell it; 1: rows run from the top, columns from the left
+};
+
+// Told after each row: how many rows of how many are done. Must not throw.
+using RowTick = std::function<void(std::int64_t done, std::int64_t total)>;
+
+class PictureReader {
+public:
+    virtual ~PictureReader() = default;
+    [[nodiscard]] const PictureHeader& Header() const { return header_; }
+
+    // Fills an image of the header's size and kind. Called once. A RunError for a damaged file.
+    virtual void ReadRows(Raster& image, const RowTick& tick) = 0;
+
+protected:
+    PictureHeader header_;
+};
+
+struct WriteOptions {
+    int quality = 90;     // JPEG: 1 to 100; from 90 colour is kept at full resolution
+    int compression = 6;  // PNG: 0 to 9
+};
+
+struct Codec {
+    const char* name;
+    std::vector<std::string> suffixes;  // lower case, with the dot
+    std::int64_t longestSide;           // pixels
+    bool (*recognises)(const std::uint8_t* head, std::size_t size);
+    std::unique_ptr<PictureReader> (*open)(InputFile& file, Notes& notes);  // reads the header; RunError
+    // Whether the format holds such pixels, with alpha left aside; null text: yes, else why not.
+    const char* (*refuses)(PixelKind kind);
+    bool holdsAlpha;
+    // Writes the image with the tags that fit the format and the image's kind. RunError.
+    void (*write)(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+                  const RowTick& tick);
+};
+
+const std::vector<Codec>& Codecs();
+
+// By the first bytes of a file; null: no format that is known.
+const Codec* CodecOfContent(InputFile& file);
+
+// The RunError for such a file.
+[[noreturn]] void FailUnknownContent(InputFile& file);
+
+// By the end of a file name, in any case; null: none. `KnownSuffixes` gives them all, ", " between.
+const Codec* CodecOfSuffix(const std::string& path);
+std::string KnownSuffixes();

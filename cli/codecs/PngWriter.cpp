@@ -1,0 +1,131 @@
+#include <png.h>
+
+#include <csetjmp>
+#include <cstdio>
+
+#include "Errors.h"
+#include "Raster.h"
+#include "codecs/IccProfile.h"
+#include "codecs/Png.h"
+#include "files/OutputFile.h"
+
+namespace {
+
+int ColourType(PixelKind kind) {
+    switch (kind) {
+        case PixelKind::Gray:
+            return PNG_COLOR_TYPE_GRAY;
+        case PixelKind::GrayAlpha:
+            return PNG_COLOR_TYPE_GRAY_ALPHA;
+        case PixelKind::RGBA:
+            return PNG_COLOR_TYPE_RGB_ALPHA;
+        default:
+            return PNG_COLOR_TYPE_RGB;
+    }
+}
+
+class PngWriter {
+public:
+    explicit PngWriter(OutputFile& file) : file_(file) {
+        png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, Fail, Warn);
+        if (png_ != nullptr) info_ = png_create_info_struct(png_);
+        if (info_ == nullptr) {
+            png_destroy_write_struct(&png_, nullptr);
+            FailFile(file_.Path(), "not enough memory");
+        }
+    }
+    ~PngWriter() { png_destroy_write_struct(&png_, &info_); }
+    PngWriter(const PngWriter&) = delete;
+    PngWriter& operator=(const PngWriter&) = delete;
+
+    void WriteHeader(const ImageShape& shape, const PictureHeader& tags, int compression);
+    void WriteRow(const std::uint8_t* row) {
+        Guarded([this, row] { png_write_row(png_, row); });
+    }
+    void WriteEnd() {
+        Guarded([this] { png_write_end(png_, info_); });
+    }
+
+private:
+    // As in the reader: errors of libpng leave as a RunError, and nothing in `work` may need a destructor.
+    template <typename Work>
+    void Guarded(const Work& work) {
+        if (setjmp(png_jmpbuf(png_)) != 0) {
+            if (file_.Error() != 0) FailSystem(file_.Path(), file_.Error());
+            FailFile(file_.Path(), message_);
+        }
+        work();
+    }
+
+    static void Fail(png_structp png, png_const_charp text) {
+        auto* self = static_cast<PngWriter*>(png_get_error_ptr(png));
+        std::snprintf(self->message_, sizeof self->message_, "%s", text);
+        png_longjmp(png, 1);
+    }
+
+    // What libpng warns of when writing is about tags that came out of a file it has read, and warned of, before.
+    static void Warn(png_structp, png_const_charp) {}
+
+    static void Write(png_structp png, png_bytep bytes, std::size_t count) {
+        auto* self = static_cast<PngWriter*>(png_get_io_ptr(png));
+        if (!self->file_.Write(bytes, count)) png_error(png, "write error");
+    }
+
+    static void Flush(png_structp) {}
+
+    void SetTags(PixelKind kind, const PictureHeader& tags);
+
+    OutputFile& file_;
+    png_structp png_ = nullptr;
+    png_infop info_ = nullptr;
+    char message_[128] = "";
+};
+
+void PngWriter::SetTags(PixelKind kind, const PictureHeader& tags) {
+    const ColourTags& colour = tags.colour;
+    if (ProfileFits(colour.profile, kind)) {
+        png_set_iCCP(png_, info_, "ICC profile", PNG_COMPRESSION_TYPE_BASE, colour.profile.data(),
+                     static_cast<png_uint_32>(colour.profile.size()));
+    } else if (colour.srgbIntent) {
+        png_set_sRGB(png_, info_, *colour.srgbIntent);
+    } else {
+        if (colour.gamma) png_set_gAMA_fixed(png_, info_, *colour.gamma);
+        if (colour.primaries) {
+            const auto& p = *colour.primaries;
+            png_set_cHRM_fixed(png_, info_, p[0], p[1], p[2], p[3], p[4], p[5], p[6], p[7]);
+        }
+    }
+    const Resolution resolution = InUnit(tags.resolution, Resolution::Unit::Metre);
+    if (resolution.unit != Resolution::Unit::Unknown) {
+        const bool metre = resolution.unit == Resolution::Unit::Metre;
+        png_set_pHYs(png_, info_, resolution.x, resolution.y, metre ? PNG_RESOLUTION_METER : PNG_RESOLUTION_UNKNOWN);
+    }
+}
+
+void PngWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, int compression) {
+    Guarded([&] {
+        png_set_write_fn(png_, this, Write, Flush);
+        png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+        png_set_compression_level(png_, compression);
+        png_set_IHDR(png_, info_, static_cast<png_uint_32>(shape.width), static_cast<png_uint_32>(shape.height), 8,
+                     ColourType(shape.kind), PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        // A tag that libpng finds fault with is left out; the picture itself is worth writing.
+        png_set_benign_errors(png_, 1);
+        SetTags(shape.kind, tags);
+        png_write_info(png_, info_);
+    });
+}
+
+}  // namespace
+
+void WritePng(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+              const RowTick& tick) {
+    PngWriter writer(file);
+    const ImageShape& shape = image.Shape();
+    writer.WriteHeader(shape, tags, options.compression);
+    for (int y = 0; y < shape.height; ++y) {
+        writer.WriteRow(image.Row(y));
+        tick(y + 1, shape.height);
+    }
+    writer.WriteEnd();
+}

@@ -1,0 +1,48 @@
+#include "effects/Effects.h"
+
+#include "Errors.h"
+#include "Suggest.h"
+#include "effects/ScaleEffects.h"
+
+const std::vector<EffectRow>& Effects() {
+    static const std::vector<EffectRow> rows = [] {
+        std::vector<EffectRow> all;
+        for (const auto& group : {ScaleEffects()}) all.insert(all.end(), group.begin(), group.end());
+        return all;
+    }();
+    return rows;
+}
+
+const EffectRow* FindEffect(const std::string& name) {
+    for (const EffectRow& row : Effects())
+        if (row.name == name) return &row;
+    return nullptr;
+}
+
+std::vector<std::string> EffectNames() {
+    std::vector<std::string> names;
+    for (const EffectRow& row : Effects()) names.emplace_back(row.name);
+    return names;
+}
+
+std::string EffectSuggestion(const std::string& word) {
+    return Suggestion(word, EffectNames());
+}
+
+std::vector<EffectCall> ReadEffects(const std::vector<std::string>& words) {
+    std::vector<EffectCall> calls;
+    for (std::size_t i = 0; i < words.size();) {
+        const EffectRow* row = FindEffect(words[i]);
+        if (row == nullptr)
+            throw UsageError("unknown effect '" + words[i] + "'" + EffectSuggestion(words[i]) +
+                             "; 'zor help' lists the effects");
+        std::vector<std::string> arguments;
+        for (++i; i < words.size() && FindEffect(words[i]) == nullptr; ++i) arguments.push_back(words[i]);
+        calls.push_back({row, Arguments(row->name, row->arguments, arguments, EffectNames())});
+    }
+    return calls;
+}
+
+ImageShape PlanEffect(const EffectCall& call, const ImageShape& source) {
+    return call.row->plan == nullptr ? source : call.row->plan(source, call.arguments);
+}

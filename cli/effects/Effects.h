@@ -1,0 +1,50 @@
+#pragma once
+// The table of effects. Help, the checking of arguments and the work all come from its rows: a new effect is one row
+// and its functions.
+
+#include <string>
+#include <vector>
+
+#include "PixelKind.h"
+#include "effects/Arguments.h"
+
+class Raster;
+
+struct EffectRow {
+    const char* name;
+    const char* group;    // heading under which help lists it
+    const char* summary;  // one line
+    const char* details;  // paragraph for `zor help NAME`
+    const char* example;  // what stands behind OUTPUT in the example
+    std::vector<ArgumentRow> arguments;
+
+    // The shape of the result, known before the work starts; null: that of the source. A RunError when the effect
+    // cannot be done on such an image.
+    ImageShape (*plan)(const ImageShape& source, const Arguments& arguments);
+
+    // Does the work: changes the image, or puts one of the planned shape in its place. A RunError when that fails.
+    void (*run)(Raster* image, const ImageShape& result, const Arguments& arguments);
+};
+
+// All rows, group by group.
+const std::vector<EffectRow>& Effects();
+
+// By name; null: there is none.
+const EffectRow* FindEffect(const std::string& name);
+std::vector<std::string> EffectNames();
+
+// "; did you mean 'scale'?" where a name is near.
+std::string EffectSuggestion(const std::string& word);
+
+// An effect as it was asked for.
+struct EffectCall {
+    const EffectRow* row;
+    Arguments arguments;
+};
+
+// Reads EFFECT [ARGUMENT...] ... A name of an effect ends the arguments of the one before it. A UsageError names the
+// word at fault and what was expected.
+std::vector<EffectCall> ReadEffects(const std::vector<std::string>& words);
+
+// The shape after one effect; throws as `plan` does.
+ImageShape PlanEffect(const EffectCall& call, const ImageShape& source);
