@@ -62,32 +62,38 @@ ChannelSet ChannelsOf(const ImageClassData* record, bool withAlpha) {
     return set;
 }
 
-// --- gathering and scattering ---------------------------------------------------------------------------------------
+// --- columns --------------------------------------------------------------------------------------------------------
 
-namespace {
-
-std::ptrdiff_t FloorDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
+static std::ptrdiff_t FloorDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
     return a / b - (a % b < 0);
 }
-std::ptrdiff_t CeilDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
+static std::ptrdiff_t CeilDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
     return a / b + (a % b > 0);
 }
 
-struct Pixels {
-    std::ptrdiff_t first;  // index into the run of pixels
-    std::ptrdiff_t last;   // one past
-};
-
-// The pixels of the run whose every channel byte may be touched.
-Pixels PixelsInside(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                    std::ptrdiff_t width) {
-    const std::ptrdiff_t lowest = channels.lowest(), highest = channels.highest();
-    if (pixelSize <= 0) return {0, row.Covers(lowest, highest + 1) ? width : 0};  // all pixels are the same bytes
-    const std::ptrdiff_t first = CeilDiv(row.begin - lowest, pixelSize) - x;
-    const std::ptrdiff_t last = FloorDiv(row.end - 1 - highest, pixelSize) - x + 1;
+// The pixels of which the bytes from offset `low` to offset `high` may be touched.
+static PixelRange PixelsWithin(const RowSpan& row, std::ptrdiff_t pixelSize, std::ptrdiff_t low, std::ptrdiff_t high,
+                               std::ptrdiff_t x, std::ptrdiff_t width) {
+    if (pixelSize <= 0) return {0, low >= row.begin && high < row.end ? width : 0};  // all pixels are the same bytes
+    const std::ptrdiff_t first = CeilDiv(row.begin - low, pixelSize) - x;
+    const std::ptrdiff_t last = FloorDiv(row.end - 1 - high, pixelSize) - x + 1;
     const std::ptrdiff_t from = std::clamp<std::ptrdiff_t>(first, 0, width);
     return {from, std::clamp<std::ptrdiff_t>(last, from, width)};
 }
+
+PixelRange PixelsInside(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                        std::ptrdiff_t width) {
+    return PixelsWithin(row, pixelSize, channels.lowest(), channels.highest(), x, width);
+}
+
+PixelRange PixelsReached(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                         std::ptrdiff_t width) {
+    return PixelsWithin(row, pixelSize, channels.highest(), channels.lowest(), x, width);
+}
+
+// --- gathering and scattering ---------------------------------------------------------------------------------------
+
+namespace {
 
 template <int kCount>
 void GatherInside(const std::uint8_t* src, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t count,
@@ -117,7 +123,7 @@ constexpr ScatterFn kScatter[] = {nullptr,          ScatterInside<1>, ScatterIns
                                   ScatterInside<3>, ScatterInside<4>, ScatterInside<5>};
 
 void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                  Pixels run, std::uint8_t* packed) {
+                  PixelRange run, std::uint8_t* packed) {
     for (std::ptrdiff_t i = run.first; i < run.last; ++i) {
         for (int c = 0; c < channels.count; ++c) {
             packed[i * channels.count + c] = row.Load((x + i) * pixelSize + channels.offset[c]);
@@ -126,7 +132,7 @@ void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet
 }
 
 void ScatterByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                   Pixels run, const std::uint8_t* packed) {
+                   PixelRange run, const std::uint8_t* packed) {
     for (std::ptrdiff_t i = run.first; i < run.last; ++i) {
         for (int c = 0; c < channels.count; ++c) {
             row.Store((x + i) * pixelSize + channels.offset[c], packed[i * channels.count + c]);
@@ -143,7 +149,7 @@ void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels,
         std::memset(packed, 0, static_cast<std::size_t>(width * channels.count));
         return;
     }
-    const Pixels inside = PixelsInside(row, pixelSize, channels, x, width);
+    const PixelRange inside = PixelsInside(row, pixelSize, channels, x, width);
     GatherByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
     if (inside.first < inside.last) {
         kGather[channels.count](row.data + (x + inside.first) * pixelSize, pixelSize, channels,
@@ -155,7 +161,7 @@ void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels,
 void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
                    std::ptrdiff_t width, const std::uint8_t* packed) {
     if (width <= 0 || channels.count < 1 || !row) return;
-    const Pixels inside = PixelsInside(row, pixelSize, channels, x, width);
+    const PixelRange inside = PixelsInside(row, pixelSize, channels, x, width);
     ScatterByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
     if (inside.first < inside.last) {
         kScatter[channels.count](row.data + (x + inside.first) * pixelSize, pixelSize, channels,

@@ -54,6 +54,19 @@ struct ChannelSet {
 // where the image has it and withAlpha is set. Count 0 for an image of no family.
 ChannelSet ChannelsOf(const ImageClassData* record, bool withAlpha);
 
+// A stretch of a run of pixels, as half-open range of indices into the run.
+struct PixelRange {
+    std::ptrdiff_t first;
+    std::ptrdiff_t last;
+};
+
+// Of the `width` pixels from column `x` on: those whose every channel byte may be touched, and those outside of which
+// no channel byte may. Both lie within 0 to width, also where they are empty, and the first within the second.
+PixelRange PixelsInside(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                        std::ptrdiff_t width);
+PixelRange PixelsReached(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+                         std::ptrdiff_t width);
+
 // Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A nil row
 // gives zeros.
 void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,
