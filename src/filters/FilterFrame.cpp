@@ -1,7 +1,5 @@
 #include "filters/FilterFrame.h"
 
-#include "core/Factory.h"
-
 REALobject OpenDestination(ImageClassData* source, REALobject dest, NewImage wanted) {
     if (!IsUsable(source)) return nullptr;
     YieldIfAsked(source);

@@ -1,7 +1,7 @@
 #pragma once
 // What every filter with a destination does before its first pixel.
 
-#include "core/ImageClassData.h"
+#include "core/Factory.h"
 
 // Size and format of the image that is made where the caller gives none.
 struct NewImage {
@@ -17,3 +17,14 @@ REALobject OpenDestination(ImageClassData* source, REALobject dest, NewImage wan
 
 // The same with a new image of the source's own size and format.
 REALobject OpenDestination(ImageClassData* source, REALobject dest);
+
+// The frame around a filter whose new image is like its source: work(source, destination) runs on the two records in
+// between. It may change pixels only; whether it does is its own affair, the destination is the result either way.
+template <class Work>
+REALobject FilterInto(REALobject object, REALobject dest, Work work) {
+    ImageClassData* const source = ImageDataOf(object);
+    ObjectHolder result(OpenDestination(source, dest));
+    if (!result.get()) return nullptr;
+    work(source, ImageDataOf(result.get()));
+    return result.release();
+}
