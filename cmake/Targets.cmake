@@ -8,7 +8,7 @@ function(engine_add_folder name)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(${target} PRIVATE zor_flags)
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-  target_link_libraries(engine INTERFACE ${target} $<TARGET_OBJECTS:${target}>)
+  target_sources(engine INTERFACE $<TARGET_OBJECTS:${target}>)
 endfunction()
 
 # engine_add_test(core FormatsTest.cpp ...): a GoogleTest program with the engine linked in, every case a ctest test.
