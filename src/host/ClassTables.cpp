@@ -9,6 +9,8 @@
 #include "core/Formats.h"
 #include "core/RowAccess.h"
 #include "core/Views.h"
+#include "scale/FastScale.h"
+#include "scale/FilteredScale.h"
 
 namespace {
 
@@ -101,7 +103,16 @@ REALproperty ImageProperties[] = {
 REALmethodDefinition ImageMethods[] = {
     {Function(CreatePictureLocal), nullptr,
      "CreatePictureZOR(width as integer, height as integer, ImageFormat as integer) as PictureZOR", kREALConsoleSafe},
-    // SCALE
+    {Function(ScalePictureFast), nullptr,
+     "ScaleFast(source as PictureZOR, width as integer, height as integer) as boolean", kREALConsoleSafe},
+    {Function(PictureScaleZOR), nullptr,
+     "Scale(source as PictureZOR, temp as PictureZOR, mode as integer, width as integer, height as integer) as boolean",
+     kREALConsoleSafe},
+    {Function(PictureScaleZORMT), nullptr,
+     "ScaleMT(threads as integer, source as PictureZOR, temp as PictureZOR, mode as integer, width as integer, height "
+     "as "
+     "integer) as boolean",
+     kREALConsoleSafe},
     {Function(ImageConstructorFile), nullptr,
      "Constructor(width as integer, height as integer, ImageFormat as integer, BlockSize as integer, FilePath as "
      "folderitem)",
