@@ -2,6 +2,7 @@
 // The channels that a filter reads in one image and stores in another, and how it gets at a pixel that may lie partly
 // outside the storage.
 
+#include "core/PixelLoops.h"
 #include "core/RowSpan.h"
 
 // The same channels of both images, in the order in which they are stored: the channels of the source's family, each
@@ -45,23 +46,4 @@ template <int kCount>
 void StorePixel(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
                 const std::uint8_t* samples) {
     for (int c = 0; c < kCount; ++c) row.Store(x * pixelSize + channels.offset[c], samples[c]);
-}
-
-// Calls work.operator()<count>() for a count of 1 to 5, and nothing for any other.
-template <class Work>
-void WithChannelCount(int count, Work&& work) {
-    switch (count) {
-        case 1:
-            return work.template operator()<1>();
-        case 2:
-            return work.template operator()<2>();
-        case 3:
-            return work.template operator()<3>();
-        case 4:
-            return work.template operator()<4>();
-        case 5:
-            return work.template operator()<5>();
-        default:
-            return;
-    }
 }
