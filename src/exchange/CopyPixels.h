@@ -1,0 +1,14 @@
+#pragma once
+// CopyPixels: a rectangle of one image into another, at the same size, with its own table of conversions between
+// families. False where nothing was copied; there are no exceptions.
+//
+// Between images of one layout every row is one run of bytes, which goes on for DestX pixels behind the rectangle;
+// everywhere else exactly the rectangle is written. Where both images share their pixels, what is read may already
+// have been written.
+
+#include "core/ImageClassData.h"
+
+REALboolean rbCopyPixels2(REALobject object, REALobject source);
+REALboolean rbCopyPixels6(REALobject object, REALobject source, int destX, int destY, int destWidth, int destHeight);
+REALboolean rbCopyPixels8(REALobject object, REALobject source, int destX, int destY, int destWidth, int destHeight,
+                          int sourceX, int sourceY);

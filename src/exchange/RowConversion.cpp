@@ -1,0 +1,296 @@
+#include "exchange/RowConversion.h"
+
+#include <cstdlib>
+#include <limits>
+
+#include "core/Factory.h"
+#include "core/Formats.h"
+#include "exchange/PixelRules.h"
+
+namespace {
+
+// --- exceptions ------------------------------------------------------------------------------------------------------
+
+// The members differ in class and wording, and applications compare with both.
+
+bool IsRow(const ImageClassData* record, int index) {
+    return index >= 0 && index < record->Height;
+}
+
+void RaiseRowOutOfBounds(const ImageClassData* record, int index, const char* method) {
+    RaiseOutOfBoundsException(index, 0, record->Height, "index", method);
+}
+
+void RaiseUnsupportedIndex() {
+    RaiseException("UnsupportedOperationException", "Index is out of bounds.");
+}
+
+void RaiseNil(const char* message) {
+    RaiseException("NilObjectException", message);
+}
+
+// --- the data side --------------------------------------------------------------------------------------------------
+
+// The layout of converted data: `rows` rows of the image's width in the format of that number. Without storage.
+bool LayOut(ImageClassData* data, const ImageClassData* image, int rows, int format) {
+    return InitImageClassData(data, image->Width, rows, format);
+}
+
+std::int64_t RowBytesOf(const ImageClassData* data) {
+    return static_cast<std::int64_t>(data->Width) * data->PixelSize;
+}
+
+// Bytes of all rows; 0 where the host could not count them.
+int SizeOfData(const ImageClassData* data) {
+    const std::int64_t rowBytes = RowBytesOf(data);
+    if (rowBytes > std::numeric_limits<int>::max() / data->Height) return 0;
+    return static_cast<int>(rowBytes * data->Height);
+}
+
+// --- conversion -----------------------------------------------------------------------------------------------------
+
+// By source, then target.
+constexpr PixelRule kRules[3][3] = {
+    // to gray           to RGB              to CMYK
+    {PixelRule::copy, PixelRule::spread, PixelRule::spread},  // from gray
+    {PixelRule::luma, PixelRule::copy, PixelRule::refused},   // from RGB
+    {PixelRule::copy, PixelRule::refused, PixelRule::copy},   // from CMYK
+};
+
+// The plan for a pair of layouts. Nil conversion where there is none; for pairs of colour and CMYK the exception is
+// raised then.
+PixelPlan PlanOrRaise(const ImageClassData* source, const ImageClassData* dest, bool invertAlpha) {
+    const PixelFamily from = FamilyOf(source), to = FamilyOf(dest);
+    if (from == PixelFamily::none || to == PixelFamily::none) return {};
+    const PixelRule rule = kRules[static_cast<int>(from)][static_cast<int>(to)];
+    if (rule == PixelRule::refused) {
+        RaiseException("UnsupportedOperationException", from == PixelFamily::rgb
+                                                            ? "Conversion from RGB to CMYK is not supported."
+                                                            : "Conversion from CMYK to RGB is not supported.");
+        return {};
+    }
+    ChannelSet sourceChannels = ChannelsOf(source, false);
+    if (from == PixelFamily::cmyk && to == PixelFamily::gray) sourceChannels = {1, {source->BlackOffset}};
+    return MakePlan(rule, source, sourceChannels, dest, ChannelsOf(dest, false), source->HasAlpha && dest->HasAlpha,
+                    invertAlpha ? 255 : 0);
+}
+
+// A row of the image into row `dataRow` of the data, and the other way.
+void ReadRow(const PixelPlan& plan, const RowSpan& row, const RowSpan& data, std::int64_t dataRow, int width) {
+    ConvertPixels(plan, data, static_cast<std::ptrdiff_t>(dataRow * width), row, 0, width);
+}
+void WriteRow(const PixelPlan& plan, const RowSpan& row, const RowSpan& data, std::int64_t dataRow, int width) {
+    ConvertPixels(plan, row, 0, data, static_cast<std::ptrdiff_t>(dataRow * width), width);
+}
+
+// One row into zero-filled data. False if nothing came of it; an exception may have been raised.
+bool ReadOneRow(ImageClassData* image, int index, const ImageClassData* layout, bool invertAlpha, const RowSpan& data) {
+    const RowSpan row = GetRowSpan(image, index);
+    if (!row) return false;
+    const PixelPlan plan = PlanOrRaise(image, layout, invertAlpha);
+    ReadRow(plan, row, data, 0, layout->Width);
+    return plan.convert != nullptr;
+}
+
+void WriteOneRow(ImageClassData* image, int index, const ImageClassData* layout, bool invertAlpha,
+                 const RowSpan& data) {
+    const RowSpan row = GetRowSpan(image, index);
+    if (row) WriteRow(PlanOrRaise(layout, image, invertAlpha), row, data, 0, layout->Width);
+}
+
+// All rows into zero-filled data. False if nothing came of it; an exception may have been raised.
+bool ReadAllRows(ImageClassData* image, const ImageClassData* layout, const RowSpan& data) {
+    const PixelPlan plan = PlanOrRaise(image, layout, false);
+    if (!plan.convert) return false;
+    for (int y = 0; y < layout->Height; ++y) {
+        const RowSpan row = GetRowSpan(image, y);
+        if (!row) return false;
+        ReadRow(plan, row, data, y, layout->Width);
+    }
+    return true;
+}
+
+void WriteAllRows(ImageClassData* image, const ImageClassData* layout, const RowSpan& data) {
+    const PixelPlan plan = PlanOrRaise(layout, image, false);
+    if (!plan.convert) return;
+    for (int y = 0; y < layout->Height; ++y) {
+        const RowSpan row = GetRowSpan(image, y);
+        if (!row) return;
+        WriteRow(plan, row, data, y, layout->Width);
+    }
+}
+
+// --- memory blocks --------------------------------------------------------------------------------------------------
+
+// A block's size is not known: as much of it counts as the data takes.
+RowSpan SpanOf(void* block, std::int64_t size) {
+    return {static_cast<std::uint8_t*>(block), 0, static_cast<std::ptrdiff_t>(size)};
+}
+
+REALobject ReadRowAsBlock(ImageClassData* image, int index, int format, bool invertAlpha) {
+    ImageClassData layout{};
+    if (!LayOut(&layout, image, 1, format)) return nullptr;
+    const int size = SizeOfData(&layout);
+    ObjectHolder block(size > 0 ? REALNewMemoryBlock(size) : nullptr);
+    if (!block.get()) return nullptr;
+    void* const bytes = REALMemoryBlockGetPtr(block.get());
+    if (!bytes || !ReadOneRow(image, index, &layout, invertAlpha, SpanOf(bytes, size))) return nullptr;
+    return block.release();
+}
+
+void WriteRowFromBlock(ImageClassData* image, int index, int format, bool invertAlpha, REALobject block,
+                       const char* nilMessage) {
+    ImageClassData layout{};
+    if (!LayOut(&layout, image, 1, format)) return;
+    void* const bytes = REALMemoryBlockGetPtr(block);
+    if (!bytes) return RaiseNil(nilMessage);
+    WriteOneRow(image, index, &layout, invertAlpha, SpanOf(bytes, RowBytesOf(&layout)));
+}
+
+// --- strings --------------------------------------------------------------------------------------------------------
+
+// A string of zeros in the given layout, filled by read(span), or nil if read says false.
+template <class Read>
+REALstring BuildString(const ImageClassData* layout, Read read) {
+    const int size = SizeOfData(layout);
+    if (size <= 0) return nullptr;
+    std::uint8_t* const buffer = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size), 1));
+    if (!buffer) return nullptr;
+    REALstring result = nullptr;
+    if (read(SpanOf(buffer, size))) result = REALBuildUnicodeString(buffer, size, kREALEncodingBytes);
+    std::free(buffer);
+    return result;
+}
+
+// The text of a string, read from its record. It is never written.
+RowSpan TextOf(REALstring string) {
+    const REALstringRecord* const record = reinterpret_cast<const REALstringRecord*>(string);
+    if (!record->buffer || reinterpret_cast<std::uintptr_t>(record->buffer) + 1 == 0) return {};
+    return {const_cast<std::uint8_t*>(record->buffer + 1), 0, static_cast<std::ptrdiff_t>(record->length)};
+}
+
+}  // namespace
+
+// --- rows in the image's own format
+// -----------------------------------------------------------------------------------
+
+REALobject rbGetRow(REALobject object, int index) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!image->Valid) return nullptr;
+    if (!IsRow(image, index)) {
+        RaiseRowOutOfBounds(image, index, "RawRow");
+        return nullptr;
+    }
+    // A row that begins outside the storage has no address that an application may be given.
+    const RowSpan row = GetRowSpan(image, index);
+    return row && row.Contains(0) ? REALPtrToMemoryBlock(row.data) : nullptr;
+}
+
+REALobject rbGetRowCopy(REALobject object, int index) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!image->Valid) return nullptr;
+    if (!IsRow(image, index)) {
+        RaiseRowOutOfBounds(image, index, "Row");
+        return nullptr;
+    }
+    const RowSpan row = GetRowSpan(image, index);
+    if (!row || image->RowSize < 1) return nullptr;
+    ObjectHolder block(REALNewMemoryBlock(image->RowSize));
+    void* const bytes = block.get() ? REALMemoryBlockGetPtr(block.get()) : nullptr;
+    if (!bytes) return nullptr;
+    CopyRun(SpanOf(bytes, image->RowSize), 0, row, 0, image->RowSize);
+    return block.release();
+}
+
+void rbSetRow(REALobject object, int index, REALobject block) {
+    constexpr const char* kNil = "Memoryblock is nil";
+    ImageClassData* const image = ImageDataOf(object);
+    if (!IsRow(image, index)) return RaiseRowOutOfBounds(image, index, "Row");
+    if (!block) return RaiseNil(kNil);
+    void* const bytes = REALMemoryBlockGetPtr(block);
+    if (!bytes) return RaiseNil(kNil);
+    CopyRun(GetRowSpan(image, index), 0, SpanOf(bytes, image->RowSize), 0, image->RowSize);
+}
+
+// --- rows in any format ---------------------------------------------------------------------------------------------
+
+REALobject rbGetRowF(REALobject object, int index, int format) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!image->Valid) return nullptr;
+    if (!IsRow(image, index)) {
+        RaiseRowOutOfBounds(image, index, "RowInFormat");
+        return nullptr;
+    }
+    return ReadRowAsBlock(image, index, format, false);
+}
+
+void rbSetRowF(REALobject object, int index, int format, REALobject block) {
+    constexpr const char* kNil = "Memoryblock is nil.";
+    ImageClassData* const image = ImageDataOf(object);
+    if (!block) return RaiseNil(kNil);
+    if (!image->Valid) return;
+    if (!IsRow(image, index)) return RaiseRowOutOfBounds(image, index, "RowInFormat");
+    WriteRowFromBlock(image, index, format, false, block, kNil);
+}
+
+REALobject rbGetRowFI(REALobject object, int index, int format, REALboolean invertAlpha) {
+    if (!invertAlpha) return rbGetRowF(object, index, format);
+    ImageClassData* const image = ImageDataOf(object);
+    if (!image->Valid) return nullptr;
+    if (!IsRow(image, index)) {
+        RaiseUnsupportedIndex();
+        return nullptr;
+    }
+    return ReadRowAsBlock(image, index, format, true);
+}
+
+void rbSetRowFI(REALobject object, int index, int format, REALboolean invertAlpha, REALobject block) {
+    constexpr const char* kNil = "memoryblock is nil";
+    if (!block) return RaiseNil(kNil);
+    if (!invertAlpha) return rbSetRowF(object, index, format, block);
+    ImageClassData* const image = ImageDataOf(object);
+    if (!image->Valid) return;
+    if (!IsRow(image, index)) return RaiseUnsupportedIndex();
+    WriteRowFromBlock(image, index, format, true, block, kNil);
+}
+
+REALstring rbGetRowFS(REALobject object, int index, int format) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!image->Valid) return nullptr;
+    if (!IsRow(image, index)) {
+        RaiseUnsupportedIndex();
+        return nullptr;
+    }
+    ImageClassData layout{};
+    if (!LayOut(&layout, image, 1, format)) return nullptr;
+    return BuildString(&layout, [&](const RowSpan& data) { return ReadOneRow(image, index, &layout, false, data); });
+}
+
+void rbSetRowFS(REALobject object, int index, int format, REALstring string) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!string) return RaiseNil("Memoryblock is nil");
+    if (!image->Valid) return;
+    if (!IsRow(image, index)) return RaiseUnsupportedIndex();
+    ImageClassData layout{};
+    if (!LayOut(&layout, image, 1, format)) return;
+    const RowSpan text = TextOf(string);
+    if (text) WriteOneRow(image, index, &layout, false, text);
+}
+
+// --- all rows -------------------------------------------------------------------------------------------------------
+
+REALstring rbGetAllFS(REALobject object, int format) {
+    ImageClassData* const image = ImageDataOf(object);
+    ImageClassData layout{};
+    if (!image->Valid || !LayOut(&layout, image, image->Height, format)) return nullptr;
+    return BuildString(&layout, [&](const RowSpan& data) { return ReadAllRows(image, &layout, data); });
+}
+
+void rbSetAllFS(REALobject object, int format, REALstring string) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!string) return RaiseNil("Memoryblock is nil");
+    ImageClassData layout{};
+    if (!image->Valid || !LayOut(&layout, image, image->Height, format)) return;
+    const RowSpan text = TextOf(string);
+    if (text) WriteAllRows(image, &layout, text);
+}
