@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <cctype>
 
 #include "Errors.h"
 #include "Suggest.h"
@@ -44,9 +45,10 @@ std::vector<std::string> OptionNames(const CLI::App& app) {
     return names;
 }
 
-bool IsNumber(const std::string& word) {
-    double value = 0;
-    return CLI::detail::lexical_cast(word, value);
+// A minus before a digit is a negative number.
+bool LooksLikeOption(const std::string& word) {
+    return word.size() > 1 && word[0] == '-' &&
+           (word[1] == '-' || std::isalpha(static_cast<unsigned char>(word[1])) != 0);
 }
 
 // What is no option: files, effects and their arguments. Options may stand anywhere before a "--"; behind it every word
@@ -59,7 +61,7 @@ std::vector<std::string> PlainWords(const CLI::App& app) {
             optionsOver = true;
             continue;
         }
-        if (!optionsOver && word.size() > 1 && word[0] == '-' && !IsNumber(word)) {
+        if (!optionsOver && LooksLikeOption(word)) {
             const std::string name = word.substr(0, word.find('='));
             throw UsageError("unknown option '" + name + "'" + Suggestion(name, OptionNames(app)) +
                              "; 'zor --help' lists the options");

@@ -9,26 +9,26 @@ std::string Mark(bool available) {
 }
 
 template <typename Row, typename Print>
-void AddTable(std::string& text, const char* title, const std::vector<Row>& rows, const Print& print) {
+void AddTable(std::string& text, const char* one, const char* many, const std::vector<Row>& rows, const Print& print) {
     if (rows.empty()) return;
-    text += "  " + std::to_string(rows.size()) + " " + title + "\n";
+    text += "  " + std::to_string(rows.size()) + " " + (rows.size() == 1 ? one : many) + "\n";
     for (const Row& row : rows) text += "    " + print(row);
 }
 
 std::string DescribeClass(const zorhost::ClassDescription& description) {
     std::string text = "class " + description.name + "\n";
-    AddTable(text, "properties", description.properties, [](const zorhost::PropertyDescription& row) {
+    AddTable(text, "property", "properties", description.properties, [](const zorhost::PropertyDescription& row) {
         const char* access = row.readable && row.writable ? "read, write" : row.readable ? "read" : "write";
         return row.declaration + " (" + access + ")" + Mark(row.available);
     });
     const auto method = [](const zorhost::MethodDescription& row) {
         return row.declaration + (row.assignable ? " (also assignable)" : "") + Mark(row.available);
     };
-    AddTable(text, "methods", description.methods, method);
-    AddTable(text, "shared methods", description.sharedMethods, method);
-    AddTable(text, "constants", description.constants,
+    AddTable(text, "method", "methods", description.methods, method);
+    AddTable(text, "shared method", "shared methods", description.sharedMethods, method);
+    AddTable(text, "constant", "constants", description.constants,
              [](const zorhost::ConstantDescription& row) { return row.declaration + "\n"; });
-    AddTable(text, "events", description.events,
+    AddTable(text, "event", "events", description.events,
              [](const zorhost::EventDescription& row) { return row.declaration + "\n"; });
     return text;
 }

@@ -40,17 +40,13 @@ std::vector<ImageShape> PlanEffects(const std::vector<EffectCall>& calls, ImageS
 }
 
 // Throws unless the format holds such an image, and tells what it will leave out.
-void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& shape, const PictureHeader& tags,
-                 Notes& notes) {
+void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& shape, Notes& notes) {
     if (const char* reason = codec.refuses(shape.kind)) FailFile(path, reason);
     if (shape.width > codec.longestSide || shape.height > codec.longestSide)
         FailFile(path, std::string(codec.name) + " holds at most " + std::to_string(codec.longestSide) +
                            " pixels a side, not " + std::to_string(shape.width) + " x " + std::to_string(shape.height));
     if (Describe(shape.kind).hasAlpha && !codec.holdsAlpha)
         notes.Say(path, std::string(codec.name) + " holds no transparency; the alpha channel is left out");
-    if (tags.orientation != 1)
-        notes.Say(path, "the camera's orientation of the picture (" + std::to_string(tags.orientation) +
-                            ") is neither applied nor kept");
 }
 
 }  // namespace
@@ -66,7 +62,10 @@ void Process(const CommandLine& line, Notes& notes) {
     const PictureHeader& header = reader->Header();
     const ImageShape shape = InputShape(input, header);
     const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
-    CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), header, notes);
+    CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), notes);
+    if (header.orientation != 1)
+        notes.Say(input.Path(),
+                  "the camera's orientation (" + std::to_string(header.orientation) + ") is neither applied nor kept");
     OutputFile output(line.words[1]);
 
     Progress progress(line.quiet);

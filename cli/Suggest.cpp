@@ -25,8 +25,9 @@ std::size_t Distance(const std::string& a, const std::string& b) {
 
 std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
     if (word.size() > 40) return {};
+    // Two letters that changed places count twice; in a word of three letters one is enough of a difference.
     const std::string* nearest = nullptr;
-    std::size_t least = 1 + std::max<std::size_t>(word.size() / 3, 1);
+    std::size_t least = word.size() <= 3 ? 2 : word.size() <= 8 ? 3 : 4;
     for (const std::string& candidate : known) {
         const std::size_t distance = Distance(word, candidate);
         if (distance >= least) continue;

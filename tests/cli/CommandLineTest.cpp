@@ -1,0 +1,146 @@
+// Words on the command line: what is wrong with them is told in one line, and help tells what is right.
+
+#include <algorithm>
+
+#include "ZorTest.h"
+
+namespace {
+
+using Usage = ZorTest;
+
+struct WrongWords {
+    std::vector<std::string> words;
+    std::vector<std::string> told;
+};
+
+TEST_F(Usage, NamesTheWordAtFaultAndWhatWasExpected) {
+    std::filesystem::copy(Photo("coffee.png"), At("in.png"));
+    const std::vector<WrongWords> cases = {
+        {{}, {"INPUT is missing"}},
+        {{"in.png"}, {"OUTPUT is missing", "in.png"}},
+        {{"in.png", "out.png", "sclae", "50%"}, {"'sclae'", "did you mean 'scale'?", "zor help"}},
+        {{"in.png", "out.png", "zzzzzzzz"}, {"unknown effect 'zzzzzzzz'", "zor help"}},
+        {{"in.png", "out.png", "scale"}, {"scale", "size is missing", "800x600"}},
+        {{"in.png", "out.png", "scale", "big"}, {"'big'", "a size such as 800x600"}},
+        {{"in.png", "out.png", "scale", "0x10"}, {"'0x10'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "-5x10"}, {"'-5x10'"}},
+        {{"in.png", "out.png", "scale", "x"}, {"'x'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "10"}, {"'10'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "10x10x10"}, {"'10x10x10'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "0%"}, {"'0%'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "-50%"}, {"'-50%'"}},
+        {{"in.png", "out.png", "scale", "nan%"}, {"'nan%'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "inf%"}, {"'inf%'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "99999999999x5"}, {"'99999999999x5'", "a size such as"}},
+        {{"in.png", "out.png", "scale", "50%", "filter=lanczos"}, {"'filter=lanczos'", "one of lanczos3, lanczos8"}},
+        {{"in.png", "out.png", "scale", "50%", "filter=mitchel"}, {"did you mean 'mitchell'?"}},
+        {{"in.png", "out.png", "scale", "50%", "filtre=box"}, {"'filtre'", "did you mean 'filter'?", "threads"}},
+        {{"in.png", "out.png", "scale", "50%", "threads=33"}, {"'threads=33'", "from 0 to 32"}},
+        {{"in.png", "out.png", "scale", "50%", "threads=-1"}, {"'threads=-1'", "from 0 to 32"}},
+        {{"in.png", "out.png", "scale", "50%", "threads=two"}, {"'threads=two'", "a whole number"}},
+        {{"in.png", "out.png", "scale", "50%", "threads=2", "threads=3"}, {"'threads=3'", "second time"}},
+        {{"in.png", "out.png", "scale", "50%", "60%"}, {"'60%'", "zor help scale"}},
+        {{"in.png", "out.png", "scale", "50%", "scalefsat"}, {"'scalefsat'", "did you mean 'scalefast'?"}},
+        {{"in.png", "out.png", "scalefast", "50%", "filter=box"}, {"scalefast", "'filter'", "it takes size"}},
+        {{"in.png", "out.png", "scale", "scale", "50%"}, {"scale", "size is missing"}},
+        {{"in.png", "out.gif"}, {"out.gif", ".png, .jpg, .jpeg"}},
+        {{"in.png", "out"}, {"out", ".png, .jpg, .jpeg"}},
+        {{"in.png", "png"}, {"png", ".png, .jpg, .jpeg"}},
+        {{"--quality", "0", "in.png", "out.jpg"}, {"--quality", "'0'", "from 1 to 100"}},
+        {{"--quality", "101", "in.png", "out.jpg"}, {"--quality", "'101'", "from 1 to 100"}},
+        {{"--quality", "high", "in.png", "out.jpg"}, {"--quality", "'high'", "from 1 to 100"}},
+        {{"--compression", "10", "in.png", "out.png"}, {"--compression", "'10'", "from 0 to 9"}},
+        {{"in.png", "out.png", "--quality"}, {"--quality"}},
+        {{"--qualty", "5", "in.png", "out.png"}, {"'--qualty'", "did you mean '--quality'?"}},
+        {{"-z", "in.png", "out.png"}, {"'-z'", "zor --help"}},
+        {{"info"}, {"info", "FILE"}},
+        {{"info", "a", "b"}, {"info", "'b'", "one FILE"}},
+        {{"describe", "all"}, {"describe", "'all'"}},
+        {{"help", "sclae"}, {"'sclae'", "did you mean 'scale'?"}},
+        {{"help", "scale", "me"}, {"help", "'me'"}},
+    };
+    for (const WrongWords& c : cases) {
+        std::string shown;
+        for (const std::string& word : c.words) shown += " " + word;
+        SCOPED_TRACE("zor" + shown);
+        ExpectFailure(Run(c.words), 2, c.told);
+    }
+    EXPECT_EQ(Files(), (std::vector<std::string>{"in.png"}));
+}
+
+TEST_F(Usage, PutsNothingButOneLineOnTheTerminalForAnyWord) {
+    const Outcome outcome = Run({"in.png", "out.png", "two\nlines\x1B[31m"});
+    ExpectFailure(outcome, 2, {"two?lines?[31m"});
+}
+
+TEST_F(Usage, TellsItsVersion) {
+    EXPECT_EQ(RunWell({"--version"}).out, "zor " ZOR_VERSION "\n");
+}
+
+TEST_F(Usage, ListsEveryEffectAndOptionInItsHelp) {
+    const std::string help = RunWell({"--help"}).out;
+    for (const char* word : {"zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...", "zor info FILE", "zor describe",
+                             "zor help [EFFECT]", "--quality N", "--compression N", "--quiet", "--version", "--help",
+                             "scale ", "scalefast ", "PNG", "JPEG", ".jpeg", "Exit code"})
+        EXPECT_NE(help.find(word), std::string::npos) << word << " is not in:\n" << help;
+    EXPECT_EQ(RunWell({"help"}).out, help);
+    EXPECT_EQ(RunWell({"-h"}).out, help);
+    for (std::size_t start = 0; start < help.size(); start = help.find('\n', start) + 1)
+        EXPECT_LE(help.find('\n', start) - start, 100U) << help.substr(start, help.find('\n', start) - start);
+}
+
+TEST_F(Usage, TellsAllAboutAnEffect) {
+    const std::string scale = RunWell({"help", "scale"}).out;
+    for (const char* word : {"WxH|Wx|xH|N%", "filter=lanczos3|lanczos8|mitchell|cubic|poly3|triangle|box",
+                             "lanczos3 unless given", "from 0 to 32", "0 unless given", "Example:\n  zor "})
+        EXPECT_NE(scale.find(word), std::string::npos) << word << " is not in:\n" << scale;
+    EXPECT_NE(RunWell({"help", "scalefast"}).out.find("scalefast WxH|Wx|xH|N%"), std::string::npos);
+}
+
+TEST_F(Usage, HasExamplesThatWork) {
+    std::filesystem::copy(Photo("rocket.jpg"), At("photo.jpg"));
+    for (const char* effect : {"scale", "scalefast"}) {
+        const std::string help = RunWell({"help", effect}).out;
+        std::string example = help.substr(help.find("Example:\n  zor ") + 15);
+        example.erase(example.find('\n'));
+        std::vector<std::string> words;
+        for (std::size_t start = 0; start <= example.size();) {
+            const std::size_t end = std::min(example.find(' ', start), example.size());
+            words.push_back(example.substr(start, end - start));
+            start = end + 1;
+        }
+        RunWell(words);
+    }
+}
+
+TEST_F(Usage, DescribesTheClassesOfTheEngine) {
+    const std::string text = RunWell({"describe"}).out;
+    for (const char* line :
+         {"class PictureZOR\n  41 properties\n", "\n  79 constants\n", "\n  3 shared methods\n",
+          "\nclass PictureFactoryZOR\n", "\n  1 shared method\n", "\n  1 event\n", "    Width as Integer (read)\n",
+          "    YieldTicks as Integer (read, write)\n", "    ImageFormatRGB = 1\n", "    ScaleLanczos3 = 3\n",
+          "    CanAllocateImage(width as integer, height as integer, theImageFormat as integer) as boolean\n",
+          "    SetFactory(factory as PictureFactoryZOR)\n",
+          "    NewPictureZOR(Width as integer, Height as integer, ImageFormat as integer) as PictureZOR\n"})
+        EXPECT_NE(text.find(line), std::string::npos) << line << " is not in:\n" << text;
+    // As many rows as each heading says.
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = text.find('\n', start);
+        const std::string line = text.substr(start, end - start);
+        start = end + 1;
+        if (!line.starts_with("  ") || line.starts_with("    ")) continue;
+        long rows = 0;
+        for (std::size_t at = start; text.compare(at, 4, "    ") == 0; at = text.find('\n', at) + 1) ++rows;
+        EXPECT_EQ(rows, std::stol(line)) << line;
+    }
+}
+
+TEST_F(Usage, FailsWhenItsTextCannotBeWritten) {
+    for (const char* word : {"describe", "help", "--version"}) {
+        RunOptions options;
+        options.outputTo = "/dev/full";
+        ExpectFailure(Run({word}, options), 1, {"standard output", "No space left on device"});
+    }
+}
+
+}  // namespace

@@ -1,0 +1,122 @@
+#include "ZorTest.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Beside the test's own directory, so that what the program leaves behind there is all that is found there.
+fs::path MakeDirectory(const char* pattern) {
+    std::string path = (fs::temp_directory_path() / pattern).string();
+    if (mkdtemp(path.data()) == nullptr) throw std::runtime_error("no temporary directory");
+    return path;
+}
+
+void Redirect(const std::string& path, int descriptor) {
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (file < 0 || dup2(file, descriptor) < 0) _exit(120);
+    close(file);
+}
+
+[[noreturn]] void Become(const std::vector<std::string>& words, const std::string& directory, const std::string& out,
+                         const std::string& err, const RunOptions& options) {
+    Redirect(out, STDOUT_FILENO);
+    Redirect(err, STDERR_FILENO);
+    if (chdir(directory.c_str()) != 0) _exit(121);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) std::signal(number, SIG_DFL);
+    for (const int number : options.ignoredSignals) std::signal(number, SIG_IGN);
+    if (options.fileSizeLimit) {
+        const rlimit limit{*options.fileSizeLimit, *options.fileSizeLimit};
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(122);
+    }
+    // A finding of a sanitizer must not pass for a failure that the test expects.
+    setenv("ASAN_OPTIONS", "exitcode=99", 1);
+    setenv("UBSAN_OPTIONS", "exitcode=99:print_stacktrace=1", 1);
+    std::vector<char*> argv;
+    std::string program = ZOR_PROGRAM;
+    argv.push_back(program.data());
+    std::vector<std::string> copies = words;
+    for (std::string& word : copies) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    execv(argv[0], argv.data());
+    _exit(123);
+}
+
+}  // namespace
+
+ZorTest::ZorTest() : directory_(MakeDirectory("zor-test-XXXXXX")), catches_(MakeDirectory("zor-catch-XXXXXX")) {}
+
+ZorTest::~ZorTest() {
+    fs::remove_all(directory_);
+    fs::remove_all(catches_);
+}
+
+std::string ZorTest::Photo(const std::string& name) {
+    return std::string(ZOR_PHOTOS) + "/" + name;
+}
+
+pid_t ZorTest::Start(const std::vector<std::string>& words, const RunOptions& options) {
+    const std::string out = options.outputTo.empty() ? (catches_ / "out").string() : options.outputTo;
+    const std::string err = (catches_ / "err").string();
+    const pid_t process = fork();
+    if (process == 0) Become(words, directory_.string(), out, err, options);
+    return process;
+}
+
+Outcome ZorTest::Wait(pid_t process) {
+    Outcome outcome;
+    int status = 0;
+    waitpid(process, &status, 0);
+    if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
+    outcome.out = ReadFile((catches_ / "out").string());
+    outcome.err = ReadFile((catches_ / "err").string());
+    fs::remove(catches_ / "out");
+    EXPECT_EQ(outcome.err.find("Sanitizer"), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.err.find("runtime error"), std::string::npos) << outcome.err;
+    return outcome;
+}
+
+Outcome ZorTest::RunWell(const std::vector<std::string>& words) {
+    Outcome outcome = Run(words);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    return outcome;
+}
+
+void ZorTest::ExpectFailure(const Outcome& outcome, int exitCode, const std::vector<std::string>& parts) {
+    EXPECT_EQ(outcome.exitCode, exitCode) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err.substr(0, 5), "zor: ") << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    EXPECT_TRUE(outcome.err.ends_with('\n')) << outcome.err;
+    for (const std::string& part : parts)
+        EXPECT_NE(outcome.err.find(part), std::string::npos) << "'" << part << "' is not in: " << outcome.err;
+}
+
+std::vector<std::string> ZorTest::Files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory_)) names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void WriteFile(const std::string& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}

@@ -1,0 +1,57 @@
+#pragma once
+// Runs the program as a person does, in a directory that is made for each test and goes with it.
+
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct Outcome {
+    int exitCode = -1;  // -1: ended by a signal
+    int signal = 0;
+    std::string out;
+    std::string err;
+};
+
+struct RunOptions {
+    std::optional<std::uint64_t> fileSizeLimit;  // bytes that any file may grow to
+    std::string outputTo;                        // where stdout goes; empty: it is caught in Outcome::out
+    std::vector<int> ignoredSignals;             // when the program starts
+};
+
+class ZorTest : public testing::Test {
+protected:
+    ZorTest();
+    ~ZorTest() override;
+
+    [[nodiscard]] std::string At(const std::string& name) const { return (directory_ / name).string(); }
+    [[nodiscard]] static std::string Photo(const std::string& name);
+
+    // Starts the program; Wait gives how it ended. The program runs in the directory of the test.
+    pid_t Start(const std::vector<std::string>& words, const RunOptions& options = {});
+    Outcome Wait(pid_t process);
+    Outcome Run(const std::vector<std::string>& words, const RunOptions& options = {}) {
+        return Wait(Start(words, options));
+    }
+
+    // The same, where nothing but success is expected.
+    Outcome RunWell(const std::vector<std::string>& words);
+
+    // Expects the exit code, one line on stderr that starts with "zor: " and holds all of `parts`, and nothing on
+    // stdout.
+    void ExpectFailure(const Outcome& outcome, int exitCode, const std::vector<std::string>& parts);
+
+    // Names of all files in the directory of the test, sorted.
+    [[nodiscard]] std::vector<std::string> Files() const;
+
+private:
+    std::filesystem::path directory_;
+    std::filesystem::path catches_;  // where the streams of the program go
+};
+
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& bytes);
