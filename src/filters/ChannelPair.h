@@ -16,14 +16,6 @@ struct ChannelPair {
 
 ChannelPair PairChannels(const ImageClassData* source, const ImageClassData* dest, bool withAlpha);
 
-// True if both images hold these channels in the same places of a pixel that has no other bytes, so that a run of
-// pixels is one run of bytes on either side.
-bool IsOneRunOfBytes(const ImageClassData* source, const ImageClassData* dest, const ChannelPair& channels);
-
-// True if no pixel order can show in a filter whose pixels depend on themselves only: the images share no byte, or
-// each pixel is stored just where it was read.
-bool PointOrderIsHidden(const ImageClassData* source, const ImageClassData* dest, const ChannelPair& channels);
-
 // One past the last byte that `width` pixels reach, counted from the address of the row; the first is lowest().
 inline std::ptrdiff_t EndOfPixels(const ChannelSet& channels, std::ptrdiff_t pixelSize, std::ptrdiff_t first,
                                   std::ptrdiff_t width) {
@@ -31,8 +23,8 @@ inline std::ptrdiff_t EndOfPixels(const ChannelSet& channels, std::ptrdiff_t pix
 }
 
 // True if every channel byte of those pixels may be touched.
-inline bool CoversPixels(const RowSpan& row, const ChannelSet& channels, std::ptrdiff_t pixelSize,
-                         std::ptrdiff_t first, std::ptrdiff_t width) {
+inline bool CoversPixels(const RowSpan& row, const ChannelSet& channels, std::ptrdiff_t pixelSize, std::ptrdiff_t first,
+                         std::ptrdiff_t width) {
     return row && row.Covers(first * pixelSize + channels.lowest(), EndOfPixels(channels, pixelSize, first, width));
 }
 

@@ -3,34 +3,38 @@
 
 #include <algorithm>
 
-#include "filters/ChannelPair.h"
+#include "core/Rectangles.h"
+#include "filters/PixelSide.h"
 
-// A rectangle that lies inside the source, in pixels.
-struct PixelArea {
-    int x;
-    int y;
-    int width;
-    int height;
-};
-
-inline PixelArea WholeImage(const ImageClassData* record) {
+inline PixelRect WholeImage(const ImageClassData* record) {
     return {0, 0, record->Width, record->Height};
 }
+
+// The sides of a filter that leaves alpha alone.
+PixelSides ColourSidesOf(ImageClassData* source, ImageClassData* dest);
+
+// True if no pixel order can show: the images share no byte, or each pixel is stored just where it was read.
+bool PointOrderIsHidden(const PixelSides& sides);
+
+// True if both images hold these channels in the same places of a pixel that has no other bytes, so that a run of
+// pixels is one run of bytes on either side.
+bool IsOneRunOfBytes(const PixelSides& sides);
 
 // The walk that defines the result: rows from the top, the destination's fetched before the source's, pixels from
 // the left, a pixel read whole before it is stored. map(x, y, samples) changes the samples in place.
 template <int kCount, class MapPixel>
-void WalkPixels_Plain(ImageClassData* source, ImageClassData* dest, const PixelArea& area, const ChannelPair& channels,
-                      MapPixel map) {
-    for (int y = area.y; y < area.y + area.height; ++y) {
-        const RowSpan dst = GetRowSpan(dest, y);
-        const RowSpan src = GetRowSpan(source, y);
+void WalkPixels_Plain(const PixelSides& sides, const PixelRect& area, MapPixel map) {
+    const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(area.x), width = static_cast<std::ptrdiff_t>(area.width);
+    const int bottom = static_cast<int>(area.y + area.height);
+    for (int y = static_cast<int>(area.y); y < bottom; ++y) {
+        const RowSpan dst = GetRowSpan(sides.dest.record, y);
+        const RowSpan src = GetRowSpan(sides.source.record, y);
         if (!dst || !src) continue;
-        for (std::ptrdiff_t x = area.x; x < static_cast<std::ptrdiff_t>(area.x) + area.width; ++x) {
+        for (std::ptrdiff_t x = left; x < left + width; ++x) {
             std::uint8_t samples[kCount];
-            LoadPixel<kCount>(src, source->PixelSize, channels.from, x, samples);
+            Load<kCount>(src, sides.source, x, samples);
             map(x, y, samples);
-            StorePixel<kCount>(dst, dest->PixelSize, channels.to, x, samples);
+            Store<kCount>(dst, sides.dest, x, samples);
         }
     }
 }
@@ -51,29 +55,27 @@ struct PixelRun {
 // The same pixels in the same order, handed on as runs: map(run). Only where the order of pixels is hidden. Rows of
 // which some bytes lie outside the storage go through a packed copy.
 template <int kCount, class MapRun>
-void WalkRuns(ImageClassData* source, ImageClassData* dest, const PixelArea& area, const ChannelPair& channels,
-              MapRun map) {
+void WalkRuns(const PixelSides& sides, const PixelRect& area, MapRun map) {
     constexpr std::ptrdiff_t kChunk = 512;
     constexpr ChannelSet kPacked{kCount, {0, 1, 2, 3, 4}};
     std::uint8_t packed[kChunk * kCount];
-    const std::ptrdiff_t end = static_cast<std::ptrdiff_t>(area.x) + area.width;
-    for (int y = area.y; y < area.y + area.height; ++y) {
-        const RowSpan dst = GetRowSpan(dest, y);
-        const RowSpan src = GetRowSpan(source, y);
+    const auto& [from, to] = sides;
+    const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(area.x), width = static_cast<std::ptrdiff_t>(area.width);
+    const int bottom = static_cast<int>(area.y + area.height);
+    for (int y = static_cast<int>(area.y); y < bottom; ++y) {
+        const RowSpan dst = GetRowSpan(to.record, y);
+        const RowSpan src = GetRowSpan(from.record, y);
         if (!dst || !src) continue;
-        if (CoversPixels(src, channels.from, source->PixelSize, area.x, area.width) &&
-            CoversPixels(dst, channels.to, dest->PixelSize, area.x, area.width)) {
-            map(PixelRun{area.x, y, area.width, src.data + static_cast<std::ptrdiff_t>(area.x) * source->PixelSize,
-                         source->PixelSize, &channels.from,
-                         dst.data + static_cast<std::ptrdiff_t>(area.x) * dest->PixelSize, dest->PixelSize,
-                         &channels.to});
+        if (Covers(src, from, left, width) && Covers(dst, to, left, width)) {
+            map(PixelRun{left, y, width, src.data + left * from.pixelSize, from.pixelSize, &from.channels,
+                         dst.data + left * to.pixelSize, to.pixelSize, &to.channels});
             continue;
         }
-        for (std::ptrdiff_t x = area.x; x < end; x += kChunk) {
-            const std::ptrdiff_t width = std::min(kChunk, end - x);
-            GatherPixels(src, source->PixelSize, channels.from, x, width, packed);
-            map(PixelRun{x, y, width, packed, kCount, &kPacked, packed, kCount, &kPacked});
-            ScatterPixels(dst, dest->PixelSize, channels.to, x, width, packed);
+        for (std::ptrdiff_t x = left; x < left + width; x += kChunk) {
+            const std::ptrdiff_t part = std::min(kChunk, left + width - x);
+            GatherPixels(src, static_cast<int>(from.pixelSize), from.channels, x, part, packed);
+            map(PixelRun{x, y, part, packed, kCount, &kPacked, packed, kCount, &kPacked});
+            ScatterPixels(dst, static_cast<int>(to.pixelSize), to.channels, x, part, packed);
         }
     }
 }

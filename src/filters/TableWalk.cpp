@@ -2,10 +2,9 @@
 
 #include <cstring>
 
-void MapThroughTables_Plain(ImageClassData* source, ImageClassData* dest, const PixelArea& area,
-                            const ChannelPair& channels, const ByteTable* tables) {
-    WithChannelCount(channels.count(), [&]<int kCount>() {
-        WalkPixels_Plain<kCount>(source, dest, area, channels, [tables](std::ptrdiff_t, int, std::uint8_t* samples) {
+void MapThroughTables_Plain(const PixelSides& sides, const PixelRect& area, const ByteTable* tables) {
+    WithChannelCount(sides.count(), [&](auto kCount) {
+        WalkPixels_Plain<kCount>(sides, area, [&](std::ptrdiff_t, int, std::uint8_t* samples) {
             for (int c = 0; c < kCount; ++c) samples[c] = tables[c].entry[samples[c]];
         });
     });
@@ -47,16 +46,15 @@ static bool AreEqual(const ByteTable* tables, int count) {
     return true;
 }
 
-void MapThroughTables(ImageClassData* source, ImageClassData* dest, const PixelArea& area, const ChannelPair& channels,
-                      const ByteTable* tables) {
-    if (!PointOrderIsHidden(source, dest, channels)) {
-        MapThroughTables_Plain(source, dest, area, channels, tables);
+void MapThroughTables(const PixelSides& sides, const PixelRect& area, const ByteTable* tables) {
+    if (!PointOrderIsHidden(sides)) {
+        MapThroughTables_Plain(sides, area, tables);
         return;
     }
-    const bool equal = AreEqual(tables, channels.count());
-    const bool oneRun = IsOneRunOfBytes(source, dest, channels);
-    WithChannelCount(channels.count(), [&]<int kCount>() {
-        WalkRuns<kCount>(source, dest, area, channels, [&](const PixelRun& run) {
+    const bool equal = AreEqual(tables, sides.count());
+    const bool oneRun = IsOneRunOfBytes(sides);
+    WithChannelCount(sides.count(), [&](auto kCount) {
+        WalkRuns<kCount>(sides, area, [&](const PixelRun& run) {
             const bool packed = run.src == run.dst && run.srcStep == kCount;
             if (equal && (oneRun || packed)) {
                 const std::ptrdiff_t first = run.from->lowest();

@@ -9,9 +9,7 @@ struct ByteTable {
 
 // Every channel of every pixel of the area becomes the entry of its own table at the source's byte. One table per
 // channel of the pair, in its order.
-void MapThroughTables(ImageClassData* source, ImageClassData* dest, const PixelArea& area, const ChannelPair& channels,
-                      const ByteTable* tables);
+void MapThroughTables(const PixelSides& sides, const PixelRect& area, const ByteTable* tables);
 
 // The same, pixel by pixel: it defines the result, and serves where the order of pixels can show.
-void MapThroughTables_Plain(ImageClassData* source, ImageClassData* dest, const PixelArea& area,
-                            const ChannelPair& channels, const ByteTable* tables);
+void MapThroughTables_Plain(const PixelSides& sides, const PixelRect& area, const ByteTable* tables);

@@ -1,0 +1,44 @@
+#include "filters/GainFilter.h"
+
+#include <cmath>
+
+#include "filters/FilterFrame.h"
+#include "filters/Truncate.h"
+
+static double GainCurve(double t, double exponent) {
+    if (t < 0.5) return 0.5 * std::pow(2 * t, exponent);
+    return 1.0 - 0.5 * std::pow(2 * (1.0 - t), exponent);
+}
+
+ByteTable GainTable(double gain, double bias) {
+    const double exponent = std::log(1.0 - gain) / std::log(0.5);
+    const double bend = 1.0 / bias - 2.0;
+    ByteTable table;
+    for (int i = 0; i < 256; ++i) {
+        const double t = i / 255.0;
+        double x, rest;  // rest: what x leaves of 1
+        if (t < 0.001) {
+            x = 0.0;
+            rest = 1.0;
+        } else if (t > 0.999) {
+            x = 1.0;
+            rest = 0.0;
+        } else {
+            x = GainCurve(t, exponent);
+            rest = 1.0 - x;
+        }
+        const double value = x / (rest * bend + 1.0) * 255.0;
+        table.entry[i] = static_cast<std::uint8_t>(std::clamp(TruncateToInt(value), 0, 255));
+    }
+    return table;
+}
+
+REALobject GainFilter(REALobject object, REALobject dest, double gain, double bias) {
+    return FilterInto(object, dest, [gain, bias](ImageClassData* source, ImageClassData* target) {
+        if (!source->IsGray && !source->IsRGB) return;
+        const PixelSides sides = SidesOf(source, target);
+        ByteTable tables[ChannelSet::kMax];
+        std::fill_n(tables, sides.count(), GainTable(gain, bias));
+        MapThroughTables(sides, WholeImage(source), tables);
+    });
+}

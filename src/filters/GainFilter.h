@@ -1,0 +1,10 @@
+#pragma once
+// Contrast and brightness by a gain curve followed by a bias curve.
+
+#include "filters/TableWalk.h"
+
+// Class member. One curve for every channel of a gray or RGB image, alpha included; a gain and a bias of 0.5 change
+// nothing. Images of other families: the destination comes back with no pixel changed.
+REALobject GainFilter(REALobject object, REALobject dest, double gain, double bias);
+
+ByteTable GainTable(double gain, double bias);

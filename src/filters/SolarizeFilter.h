@@ -1,0 +1,9 @@
+#pragma once
+// The darkroom effect that turns the darker half of every channel over.
+
+#include "filters/TableWalk.h"
+
+// Class member. Every channel of an image of any family passes the same curve, alpha included.
+REALobject SolarizeFilter(REALobject object, REALobject dest);
+
+extern const ByteTable SolarizeTable;
