@@ -1,0 +1,50 @@
+#include "filters/StampFilter.h"
+
+#include "filters/BoxBlur.h"
+#include "filters/FilterFrame.h"
+#include "filters/Truncate.h"
+
+// 0 below low, 1 from high on, and a smooth step in between.
+static double SmoothStep(double low, double high, int i) {
+    if (low > i) return 0.0;
+    if (i >= high) return 1.0;
+    const double t = (i - low) / (high - low);
+    return (3.0 - 2.0 * t) * t * t;
+}
+
+ByteTable StampTable(double threshold, double softness, int black, int white) {
+    const double low = (threshold - 0.5 * softness) * 255.0;
+    const double high = (threshold + 0.5 * softness) * 255.0;
+    ByteTable table;
+    for (int i = 0; i < 256; ++i) {
+        const double value = SmoothStep(low, high, i) * (white - black) + black;
+        table.entry[i] = static_cast<std::uint8_t>(TruncateToInt(value));
+    }
+    return table;
+}
+
+REALobject StampFilter2(REALobject object, REALobject dest, double, double threshold, double softness, int black,
+                        int white) {
+    return FilterInto(object, dest, [=](ImageClassData* source, ImageClassData* target) {
+        const auto table = [=](int shift) {
+            return StampTable(threshold, softness, black >> shift & 255, white >> shift & 255);
+        };
+        constexpr int kRed = 16, kGreen = 8, kBlue = 0;
+        const PixelSides sides = ColourSidesOf(source, target);
+        if (source->IsGray) {
+            const ByteTable tables[] = {table(kGreen)};
+            MapThroughTables(sides, WholeImage(source), tables);
+        } else if (source->IsRGB) {
+            const ByteTable tables[] = {table(kRed), table(kGreen), table(kBlue)};
+            MapThroughTables(sides, WholeImage(source), tables);
+        }
+    });
+}
+
+REALobject StampFilter(REALobject object, REALobject dest, double radius, double threshold, double softness,
+                       REALcolor black, REALcolor white) {
+    constexpr int kSteps = 3;
+    const ObjectHolder blurred(BoxBlurFilter2(object, dest, radius / 3.0, kSteps, true, true));
+    if (!blurred.get()) return nullptr;
+    return StampFilter2(blurred.get(), nullptr, radius, threshold, softness, black, white);
+}
