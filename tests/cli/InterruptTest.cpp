@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
 #include <thread>
 
 #include "TestPictures.h"
@@ -17,13 +20,15 @@ namespace {
 class Interrupt : public ZorTest {
 protected:
     // Starts a run that has opened its output and waits for the rest of its input, which comes through a pipe.
-    void StartHalfway(const RunOptions& options = {}) {
+    void StartHalfway(const RunOptions& options = {}, const std::vector<std::string>& more = {}) {
         SavePng(At("whole"), PlainPng(MakePixels(300, 200, 3, 3)));
         bytes_ = ReadFile(At("whole"));
         std::filesystem::remove(At("whole"));
         WriteFile(At("out.png"), "old");
         ASSERT_EQ(mkfifo(At("pipe").c_str(), 0600), 0);
-        process_ = Start({"pipe", "out.png", "scale", "50%"}, options);
+        std::vector<std::string> words = {"pipe", "out.png", "scale", "50%"};
+        words.insert(words.end(), more.begin(), more.end());
+        process_ = Start(words, options);
         pipe_ = open(At("pipe").c_str(), O_WRONLY);
         ASSERT_GE(pipe_, 0);
         const auto half = static_cast<ssize_t>(bytes_.size() / 2);
@@ -92,6 +97,60 @@ TEST_F(Interrupt, RemovesItsFileWhenTheInputEndsEarly) {
     ExpectFailure(End(), 1, {"pipe: damaged PNG: the file ends too early"});
     EXPECT_EQ(ReadFile(At("out.png")), "old");
     EXPECT_EQ(Files(), (std::vector<std::string>{"out.png", "pipe"}));
+}
+
+// A terminal of the test's own.
+class Terminal {
+public:
+    Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
+        if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) throw std::runtime_error("no terminal");
+    }
+    ~Terminal() { close(master_); }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    [[nodiscard]] std::string Name() const { return ptsname(master_); }
+
+    // What has been written there by a program that has ended.
+    [[nodiscard]] std::string Text() const {
+        std::string text;
+        char part[4096];
+        for (ssize_t got = 0; (got = read(master_, part, sizeof part)) > 0;)
+            text.append(part, static_cast<std::size_t>(got));
+        return text;
+    }
+
+private:
+    int master_;
+};
+
+TEST_F(Interrupt, ShowsProgressOnATerminalWhenTheWorkTakesLong) {
+    for (const bool quiet : {false, true}) {
+        const Terminal terminal;
+        RunOptions options;
+        options.errorsTo = terminal.Name();
+        StartHalfway(options, quiet ? std::vector<std::string>{"--quiet"} : std::vector<std::string>{});
+        std::this_thread::sleep_for(std::chrono::milliseconds(1300));
+        EXPECT_EQ(SendTheRest().exitCode, 0);
+        const std::string text = terminal.Text();
+        if (quiet) {
+            EXPECT_EQ(text, "");
+        } else {
+            EXPECT_NE(text.find("reading "), std::string::npos) << text;
+            EXPECT_NE(text.find('%'), std::string::npos) << text;
+            EXPECT_TRUE(text.ends_with("\r\033[K")) << "the line has not been taken away: " << text;
+        }
+        std::filesystem::remove(At("pipe"));
+    }
+}
+
+TEST_F(Interrupt, ShowsNoProgressOfQuickWork) {
+    const Terminal terminal;
+    RunOptions options;
+    options.errorsTo = terminal.Name();
+    // Under a sanitizer and on a busy machine even this takes a while, but not a second.
+    EXPECT_EQ(Run({"info", Photo("coffee.png")}, options).exitCode, 0);
+    EXPECT_EQ(terminal.Text(), "");
 }
 
 // While the engine works, with its threads.

@@ -23,7 +23,7 @@ fs::path MakeDirectory(const char* pattern) {
 }
 
 void Redirect(const std::string& path, int descriptor) {
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOCTTY, 0600);
     if (file < 0 || dup2(file, descriptor) < 0) _exit(120);
     close(file);
 }
@@ -67,7 +67,7 @@ std::string ZorTest::Photo(const std::string& name) {
 
 pid_t ZorTest::Start(const std::vector<std::string>& words, const RunOptions& options) {
     const std::string out = options.outputTo.empty() ? (catches_ / "out").string() : options.outputTo;
-    const std::string err = (catches_ / "err").string();
+    const std::string err = options.errorsTo.empty() ? (catches_ / "err").string() : options.errorsTo;
     const pid_t process = fork();
     if (process == 0) Become(words, directory_.string(), out, err, options);
     return process;
@@ -82,6 +82,7 @@ Outcome ZorTest::Wait(pid_t process) {
     outcome.out = ReadFile((catches_ / "out").string());
     outcome.err = ReadFile((catches_ / "err").string());
     fs::remove(catches_ / "out");
+    fs::remove(catches_ / "err");
     EXPECT_EQ(outcome.err.find("Sanitizer"), std::string::npos) << outcome.err;
     EXPECT_EQ(outcome.err.find("runtime error"), std::string::npos) << outcome.err;
     return outcome;
