@@ -1,0 +1,171 @@
+#include "scale/kernels/Passes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "FailingAlloc.h"
+#include "ScaleModel.h"
+#include "core/Formats.h"
+
+namespace {
+
+class Passes : public EngineTest {
+protected:
+    TempDir directory;
+    Random random{7};
+};
+
+struct Formats {
+    int source, target;
+};
+// One for each pair, in the order of the table.
+constexpr Formats kFormats[kScalePairs] = {
+    {ImageFormatG, ImageFormatG},        {ImageFormatG, ImageFormatBGR},       {ImageFormatAG, ImageFormatCMYK},
+    {ImageFormatBGR, ImageFormatG},      {ImageFormatRGBX, ImageFormatRGB},    {ImageFormatKYMC, ImageFormatG},
+    {ImageFormatXCMYK, ImageFormatCMYK}, {ImageFormatAG, ImageFormatGA},       {ImageFormatGA, ImageFormatARGB},
+    {ImageFormatGA, ImageFormatAKYMC},   {ImageFormatABGR, ImageFormatGA},     {ImageFormatRGBA, ImageFormatBGRA},
+    {ImageFormatCMYKA, ImageFormatAG},   {ImageFormatACMYK, ImageFormatKYMCA},
+};
+
+// Both passes over all rows, either way; the bytes of temp and dest in the end.
+std::vector<std::uint8_t> RunBoth(ScaleJob job, const ContributionTable& across, const ContributionTable& down,
+                                  const TestImage& temp, const TestImage& dest, bool pixelByPixel) {
+    PassScratch scratch;
+    job.pixelByPixel = pixelByPixel;
+    job.lists = across.lists();
+    PassOneRows(job, 0, job.source->Height - 1, &scratch);
+    job.lists = down.lists();
+    PassTwoRows(job, 0, job.height - 1, &scratch);
+    std::vector<std::uint8_t> bytes = SnapshotOf(temp).bytes;
+    const std::vector<std::uint8_t> more = SnapshotOf(dest).bytes;
+    bytes.insert(bytes.end(), more.begin(), more.end());
+    return bytes;
+}
+
+TEST_F(Passes, GiveTheSameBytesByRowsAsByPixels) {
+    for (int round = 0; round < 40; ++round) {
+        for (int i = 0; i < kScalePairs; ++i) {
+            const ScalePair& pair = kScalePairTable[i];
+            SCOPED_TRACE(testing::Message() << pair.name << " round " << round);
+            const TestImage source =
+                RandomImage(random, directory, random.Between(1, 40), random.Between(1, 20), kFormats[i].source);
+            const TestImage dest =
+                RandomImage(random, directory, random.Between(1, 40), random.Between(1, 20), kFormats[i].target);
+            ASSERT_STREQ(PairOf(source.record(), dest.record())->name, pair.name);
+            const TestImage temp =
+                RandomImage(random, directory, random.Between(1, 60), random.Between(1, 25), random.Format());
+            // Files: only what lies inside, as what is around a row depends on where the window stood.
+            const bool inside = dest->IsMapping;
+            const int width = random.Between(1, inside ? std::max(dest->Width, 1) : 45);
+            const int height = random.Between(1, inside ? std::max(dest->Height, 1) : 25);
+
+            const ScaleKernel& kernel = *KernelOfMode(random.Between(1, 7));
+            ContributionTable across, down;
+            ASSERT_TRUE(across.Allocate(width));
+            ASSERT_TRUE(down.Allocate(height));
+            across.Build(kernel, ScaleAxis::kHorizontal, double(width) / source->Width, source->Width, width, nullptr);
+            down.Build(kernel, ScaleAxis::kVertical, double(height) / source->Height, temp->Height, height, nullptr);
+            TapTable taps;
+            ASSERT_TRUE(taps.Build(across.lists(), width));
+            ScaleJob job{};
+            job.source = source.record();
+            job.dest = dest.record();
+            job.height = height;
+            job.width = width;
+            job.temp = temp.record();
+            job.pair = &pair;
+            job.sourceWidth = source->Width;
+            job.taps = &taps;
+            job.ops = &PickedScaleRowOps();
+
+            const Storage tempBefore = SnapshotOf(temp), destBefore = SnapshotOf(dest);
+            const std::vector<std::uint8_t> expected = RunBoth(job, across, down, temp, dest, true);
+            for (const bool singleRows : {false, true}) {
+                SetStorage(temp, tempBefore);
+                SetStorage(dest, destBefore);
+                job.singleRows = singleRows;
+                ASSERT_TRUE(SameBytes(expected, RunBoth(job, across, down, temp, dest, false)));
+            }
+        }
+    }
+}
+
+TEST_F(Passes, WorkByPixelsWithoutMemoryForRows) {
+    const TestImage source = MakePlain(20, 12, ImageFormatRGB), dest = MakePlain(9, 7, ImageFormatRGB);
+    const TestImage temp = MakePlain(9, 12, ImageFormatScaling4);
+    FillWithNoise(source, random);
+    ContributionTable across, down;
+    ASSERT_TRUE(across.Allocate(9));
+    ASSERT_TRUE(down.Allocate(7));
+    across.Build(*KernelOfMode(3), ScaleAxis::kHorizontal, 9.0 / 20.0, 20, 9, nullptr);
+    down.Build(*KernelOfMode(3), ScaleAxis::kVertical, 7.0 / 12.0, 12, 7, nullptr);
+    TapTable taps;
+    ASSERT_TRUE(taps.Build(across.lists(), 9));
+    ScaleJob job{};
+    job.source = source.record();
+    job.dest = dest.record();
+    job.height = 7;
+    job.width = 9;
+    job.temp = temp.record();
+    job.pair = PairOf(source.record(), dest.record());
+    job.sourceWidth = 20;
+    job.taps = &taps;
+    job.ops = &PickedScaleRowOps();
+    const std::vector<std::uint8_t> expected = RunBoth(job, across, down, temp, dest, false);
+    for (int passed = 0; passed < 2; ++passed) {
+        const FailingAlloc fail(passed);
+        EXPECT_EQ(RunBoth(job, across, down, temp, dest, false), expected);
+        EXPECT_TRUE(fail.happened());
+    }
+    job.taps = nullptr;
+    EXPECT_EQ(RunBoth(job, across, down, temp, dest, false), expected);
+}
+
+TEST(ScaledByte, TruncatesAndCutsToAByte) {
+    EXPECT_EQ(ScaledByte(254.9, 1.0), 254);
+    EXPECT_EQ(ScaledByte(255.0, 1.0), 255);
+    EXPECT_EQ(ScaledByte(300.0, 1.0), 255);
+    EXPECT_EQ(ScaledByte(1e300, 1.0), 255);
+    EXPECT_EQ(ScaledByte(-0.9, 1.0), 0);
+    EXPECT_EQ(ScaledByte(-5.0, 1.0), 0);
+    EXPECT_EQ(ScaledByte(0.0, 0.0), 0);  // an empty list
+    EXPECT_EQ(ScaledByte(1.0, 0.0), 255);
+    EXPECT_EQ(ScaledByte(-1.0, 0.0), 0);
+    EXPECT_EQ(ScaledByte(-100.0, -0.5), 200);
+}
+
+// Every row function against loops that can be checked by eye, over all widths and remainders.
+TEST(RowOps, AddRowsInOrder) {
+    Random random(3);
+    const ScaleRowOps& ops = PickedScaleRowOps();
+    for (int count = 1; count <= 70; ++count) {
+        for (int rowCount = 1; rowCount <= ScaleRowOps::kRowsAtOnce; ++rowCount) {
+            const auto size = static_cast<std::size_t>(count);
+            std::vector<std::vector<std::uint8_t>> rows(ScaleRowOps::kRowsAtOnce, std::vector<std::uint8_t>(size));
+            std::vector<double> expected(size), sums(size);
+            const std::uint8_t* pointers[ScaleRowOps::kRowsAtOnce];
+            double weights[ScaleRowOps::kRowsAtOnce];
+            for (std::size_t k = 0; k < rows.size(); ++k) {
+                for (std::uint8_t& byte : rows[k]) byte = random.Byte();
+                pointers[k] = rows[k].data();
+                weights[k] = static_cast<double>(static_cast<float>(random.Between(-1000, 1000)) / 777.0F);
+            }
+            for (std::size_t i = 0; i < size; ++i) {
+                expected[i] = sums[i] = random.Between(-100, 100) / 3.0;
+                for (std::size_t k = 0; k < static_cast<std::size_t>(rowCount); ++k) {
+                    expected[i] += static_cast<double>(rows[k][i]) * weights[k];
+                }
+            }
+            ops.accumulateRows(sums.data(), pointers, weights, rowCount, count);
+            ASSERT_EQ(sums, expected) << count << " bytes of " << rowCount << " rows";
+
+            std::vector<std::uint8_t> bytes(size + 1, 99);
+            ops.finishRow(sums.data(), 1.7, bytes.data(), count);
+            for (std::size_t i = 0; i < size; ++i) ASSERT_EQ(bytes[i], ScaledByte(expected[i], 1.7));
+            ASSERT_EQ(bytes[size], 99);
+        }
+    }
+}
+
+}  // namespace
