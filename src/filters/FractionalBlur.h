@@ -1,0 +1,19 @@
+#pragma once
+// Blur over three pixels each way, for the steps between whole radii: the neighbours weigh f, the fractional part of
+// the radius, and the pixel itself 1. The whole part of the radius plays no role, and f = 0 copies.
+//
+// The edges differ on purpose. The first row and the last column take the pixel alone; the last row and the first
+// column fold the pixel itself in for the neighbour that they lack. A CMYK image has only the byte filtered that lies
+// where its record keeps red, green and blue, which is the first of each pixel.
+//
+// The result is dest or, where that is nil, a new image like the source, locked for the caller; nil for an image of
+// no family and where an image cannot be used or made. Rows are copied before they are overwritten, so dest may be
+// the source.
+
+#include "core/ImageClassData.h"
+
+REALobject BoxBlurFractionalFilter(REALobject object, REALobject dest, double radius);
+
+// The filter for images that are not gray, without and with alpha.
+void BoxBlurFractionalFilterRGB(ImageClassData* source, ImageClassData* dest, double radius);
+void BoxBlurFractionalFilterRGBA(ImageClassData* source, ImageClassData* dest, double radius);

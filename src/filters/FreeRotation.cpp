@@ -1,0 +1,161 @@
+#include "filters/FreeRotation.h"
+
+#include <climits>
+#include <cmath>
+
+#include "core/Factory.h"
+#include "filters/RightAngle.h"
+#include "filters/Shear.h"
+
+namespace {
+
+struct Background {
+    int red, green, blue, alpha, gray, cyan, magenta, yellow, black;
+};
+
+// The channels of a family in the order in which a pixel of it is stored, which is not the same in all of them, with
+// the background of each.
+class ShearFamily {
+public:
+    ShearFamily(const ImageClassData* family, const Background& background) {
+        if (family->IsGray) {
+            if (family->HasAlpha) Add(&ImageClassData::AlphaOffset, background.alpha);
+            Add(&ImageClassData::GrayOffset, background.gray);
+        } else if (family->IsRGB) {
+            Add(&ImageClassData::RedOffset, background.red);
+            Add(&ImageClassData::GreenOffset, background.green);
+            Add(&ImageClassData::BlueOffset, background.blue);
+            if (family->HasAlpha) Add(&ImageClassData::AlphaOffset, background.alpha);
+        } else if (family->IsCMYK) {
+            if (family->HasAlpha) Add(&ImageClassData::AlphaOffset, background.alpha);
+            Add(&ImageClassData::CyanOffset, background.cyan);
+            Add(&ImageClassData::MagentaOffset, background.magenta);
+            Add(&ImageClassData::YellowOffset, background.yellow);
+            Add(&ImageClassData::BlackOffset, background.black);
+        }
+    }
+    int count() const { return count_; }
+    const ShearColour& background() const { return background_; }
+    PixelSides Sides(ImageClassData* source, ImageClassData* dest) const { return {Side(source), Side(dest)}; }
+
+private:
+    using Offset = int ImageClassData::*;
+    void Add(Offset offset, int value) {
+        offset_[count_] = offset;
+        background_.channel[count_++] = static_cast<std::uint8_t>(value);
+    }
+    PixelSide Side(ImageClassData* record) const {
+        PixelSide side{record, record->PixelSize, {}};
+        for (int c = 0; c < count_; ++c) side.channels.offset[c] = record->*offset_[c];
+        side.channels.count = count_;
+        return side;
+    }
+
+    int count_ = 0;
+    Offset offset_[ChannelSet::kMax] = {};
+    ShearColour background_{};
+};
+
+// Both images of a shear are looked at, and each yields once.
+bool ReadyForShear(ImageClassData* source, ImageClassData* dest) {
+    if (!IsUsable(source)) return false;
+    YieldIfAsked(source);
+    if (!IsUsable(dest)) return false;
+    YieldIfAsked(dest);
+    return true;
+}
+
+REALobject NewShearImage(ImageClassData* source, std::int64_t width, std::int64_t height) {
+    if (width > INT_MAX || height > INT_MAX) return nullptr;
+    return CreatePicture(source, static_cast<int>(width), static_cast<int>(height), source->ImageFormat);
+}
+
+std::int64_t Whole(double value) {
+    return static_cast<std::int64_t>(value);
+}
+
+// By at most 45 degrees to either side; angles near 360 stand for negative ones.
+REALobject RotateByShears(ImageClassData* source, double angle, const ShearFamily& family) {
+    const double radians = angle * 3.141592653589793 / 180.0;
+    const double tangent = std::tan(0.5 * radians), sine = std::sin(radians), cosine = std::cos(radians);
+    if (!IsUsable(source)) return nullptr;
+    YieldIfAsked(source);
+    const int width = source->Width, height = source->Height;
+
+    ObjectHolder first(NewShearImage(source, width + Whole(height * std::fabs(tangent)), height));
+    if (!first.get()) return nullptr;
+    ImageClassData* const firstImage = ImageDataOf(first.get());
+    if (!ReadyForShear(source, firstImage)) return nullptr;
+    for (int row = 0; row < height; ++row) {
+        const double shear = tangent >= 0 ? (row + 0.5) * tangent : (row - height + 0.5) * tangent;
+        HorizSkew(family.Sides(source, firstImage), row, StepOf(shear), family.background());
+    }
+
+    const std::int64_t newHeight = Whole(height * cosine + width * std::fabs(sine)) + 1;
+    const int firstWidth = firstImage->Width;
+    ObjectHolder second(NewShearImage(source, firstWidth, newHeight));
+    if (!second.get()) return nullptr;
+    ImageClassData* const secondImage = ImageDataOf(second.get());
+    if (!ReadyForShear(firstImage, secondImage)) return nullptr;
+    const int rows = static_cast<int>(newHeight);
+    const double start = sine > 0 ? (width - 1) * sine : -sine * (width - firstWidth);
+    SkewColumns(family.Sides(firstImage, secondImage), {height, rows, firstWidth, start, sine}, family.background());
+    { const ObjectHolder done(first.release()); }  // one shear after the one that filled it
+
+    ObjectHolder third(NewShearImage(source, Whole(width * cosine + height * std::fabs(sine)) + 1, newHeight));
+    if (!third.get()) return nullptr;
+    ImageClassData* const thirdImage = ImageDataOf(third.get());
+    if (!ReadyForShear(secondImage, thirdImage)) return nullptr;
+    double shear = sine >= 0 ? -tangent * ((width - 1) * sine) : (-(rows - 1) - (width - 1) * sine) * tangent;
+    for (int row = 0; row < rows; ++row) {
+        HorizSkew(family.Sides(secondImage, thirdImage), row, StepOf(shear), family.background());
+        shear = shear + tangent;
+    }
+    return third.release();
+}
+
+// The angle in [0, 360); 360 itself for negative ones too close to 0.
+double ReducedAngle(double angle) {
+    constexpr double kFull = 360.0;
+    double reduced = angle;
+    if (reduced >= kFull || reduced < 0.0) reduced = std::fmod(reduced, kFull);
+    if (reduced < 0.0) reduced = reduced + kFull;
+    return reduced;
+}
+
+REALobject Locked(REALobject object) {
+    REALLockObject(object);
+    return object;
+}
+
+}  // namespace
+
+REALobject rbRotate(REALobject object, double angle, int red, int green, int blue, int alpha, int gray, int cyan,
+                    int magenta, int yellow, int black) {
+    if (!object || !std::isfinite(angle)) return nullptr;
+    double reduced = ReducedAngle(angle);
+    if (reduced == 0.0) return Locked(object);
+    if (reduced == 90.0) return Rotate90(object, nullptr);
+    if (reduced == 180.0) return Rotate180(object, nullptr);
+    if (reduced == 270.0) return Rotate270(object, nullptr);
+
+    REALobject turned = nullptr;
+    if (reduced > 45.0 && reduced <= 135.0) {
+        reduced -= 90.0;
+        turned = Rotate90(object, nullptr);
+    } else if (reduced > 135.0 && reduced <= 225.0) {
+        reduced -= 180.0;
+        turned = Rotate180(object, nullptr);
+    } else if (reduced > 225.0 && reduced <= 315.0) {
+        reduced -= 270.0;
+        turned = Rotate270(object, nullptr);
+    } else {
+        turned = Locked(object);
+    }
+    const ObjectHolder base(turned);
+    if (!base.get()) return nullptr;
+    ImageClassData* const record = ImageDataOf(base.get());
+    const ShearFamily family(record, {red, green, blue, alpha, gray, cyan, magenta, yellow, black});
+    if (family.count() == 0) return nullptr;
+    return RotateByShears(record, reduced, family);
+}
