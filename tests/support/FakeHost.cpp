@@ -181,6 +181,7 @@ struct FakeHost::Functions {
         if (!found || std::strcmp(name, "Message") != 0) return false;
         found->exception.hasMessage = true;
         found->exception.message = value ? host().Bytes(value) : "";
+        found->exception.encoding = value ? host().Encoding(value) : 0;
         return true;
     }
 
@@ -380,8 +381,10 @@ void* FakeHost::Resolve(const char* name) {
 
 // --- the host -------------------------------------------------------------------------------------------------------
 
-FakeHost::FakeHost()
-    : classes{"OutOfMemoryException", "NilObjectException", "OutOfBoundsException", "UnsupportedOperationException"} {
+FakeHost::FakeHost(std::set<std::string> missing, double toldVersion)
+    : version(toldVersion),
+      classes{"OutOfMemoryException", "NilObjectException", "OutOfBoundsException", "UnsupportedOperationException"},
+      removed_(std::move(missing)) {
     EXPECT_EQ(current, nullptr) << "one host at a time";
     current = this;
     IsConsole = false;
@@ -391,7 +394,7 @@ FakeHost::FakeHost()
         REALPluginMain(&FakeHost::Resolve);
     }
     gResolver = &FakeHost::Resolve;
-    rbversion_rbversion = version;
+    if (!removed_.contains("REALGetRBVersion")) rbversion_rbversion = version;
 }
 
 FakeHost::~FakeHost() {

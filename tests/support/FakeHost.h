@@ -16,8 +16,8 @@
 // support/Images.h makes images of every storage kind that give their lock back by themselves.
 //
 // The plug-in is started once per process, on the first host. Its wrappers keep what they once found, so a host
-// function that is to be missing must be removed before anything asked for it: see InFreshProcess. What a function
-// that stays answers can be changed at any time through the members below.
+// function that is to be missing must be so before anything asked for it: see InFreshProcess. What a function that
+// stays answers can be changed at any time through the members below.
 
 #include <gtest/gtest.h>
 
@@ -39,7 +39,11 @@ struct FakeException {
     std::string className;
     std::string message;
     bool hasMessage = false;  // the property was set, be it to a nil string
-    bool operator==(const FakeException&) const = default;
+    unsigned encoding = 0;    // of the message
+
+    bool operator==(const FakeException& other) const {
+        return className == other.className && message == other.message && hasMessage == other.hasMessage;
+    }
 };
 
 struct HostCall {
@@ -50,7 +54,8 @@ struct HostCall {
 
 class FakeHost {
 public:
-    FakeHost();   // becomes the host of this process; there is one at a time
+    // Becomes the host of this process; there is one at a time. What is missing stays so from the plug-in's start on.
+    explicit FakeHost(std::set<std::string> missing = {}, double version = kVersion);
     ~FakeHost();  // frees what is left without running destructors
     FakeHost(const FakeHost&) = delete;
     FakeHost& operator=(const FakeHost&) = delete;
@@ -100,7 +105,8 @@ public:
     void Remove(const std::string& function) { removed_.insert(function); }
     void Restore(const std::string& function) { removed_.erase(function); }
 
-    double version = 2013.0;                     // told at the start
+    static constexpr double kVersion = 2013.0;
+    double version;                              // told at the start
     std::set<std::string> classes;               // that PluginNewInstance knows, beside the registered ones
     std::set<std::string> applicationClasses;    // that pluginObjectType knows
     int failNewInstance = 0;                     // 1: the next one fails, 2: the one after it, ...; 0: none
@@ -172,6 +178,6 @@ protected:
 };
 
 // Runs the rest of a test in a process of its own in which the wrappers have found nothing yet, and fails with what
-// it reported. Use it as the only statement of the test: InFreshProcess([&] { host.Remove(...); EXPECT_...; });
-// FakeHost must be made inside, so the fixture has to be plain ::testing::Test.
+// it reported. Use it as the only statement of a plain TEST and make the host inside:
+//     InFreshProcess([] { FakeHost host({"REALBuildString"}); EXPECT_...; });
 void InFreshProcess(const std::function<void()>& body);
