@@ -1,0 +1,84 @@
+#include "Plugins.h"
+
+#include <dlfcn.h>
+
+#include "Classes.h"
+#include "Services.h"
+
+namespace zorhost::runtime {
+
+namespace {
+
+// A plug-in keeps what it was told at its start, rewrites its tables there, and has no end. So it is started once, and
+// hosts that come later take up the classes that it registered.
+struct StartedPlugin {
+    PluginMain entry = nullptr;
+    World world = World::None;
+    double version = 0;
+    std::set<std::string> missing;
+    int pluginVersion = 0;
+    std::string error;  // why it cannot be used; empty once it has started well
+    std::vector<REALclassDefinition*> definitions;
+};
+
+std::deque<StartedPlugin> gStarted;
+StartedPlugin* gStarting = nullptr;
+
+PluginMain OpenLibrary(const std::filesystem::path& path) {
+    if (path.empty()) throw Error("no plug-in was named");
+    const std::filesystem::path absolute = std::filesystem::absolute(path);
+    // Never closed: the engine keeps functions and tables for the life of the process.
+    void* const library = dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library) throw Error("cannot open the plug-in " + absolute.string() + ": " + dlerror());
+    void* const entry = dlsym(library, "REALPluginMain");
+    if (!entry) throw Error("the library " + absolute.string() + " is no plug-in: it has no REALPluginMain");
+    return reinterpret_cast<PluginMain>(entry);
+}
+
+void TakeUp(Runtime& host, const StartedPlugin& plugin) {
+    if (plugin.world != host.options.world || plugin.version != host.options.version ||
+        plugin.missing != host.options.missing) {
+        throw Error("this process started the plug-in for a host of another world, version or set of services");
+    }
+    if (!plugin.error.empty()) throw Error("the plug-in cannot be used: " + plugin.error);
+    host.pluginVersion = plugin.pluginVersion;
+    for (REALclassDefinition* const definition : plugin.definitions) RegisterClass(host, definition);
+}
+
+}  // namespace
+
+void RegisterFromPlugin(Runtime& host, REALclassDefinition* definition) {
+    try {
+        RegisterClass(host, definition);
+        if (gStarting) gStarting->definitions.push_back(definition);
+    } catch (const Error& error) {
+        if (host.startError.empty()) host.startError = error.what();
+    }
+}
+
+void StartPlugin(Runtime& host) {
+    const PluginMain entry = host.options.entry ? host.options.entry : OpenLibrary(host.options.plugin);
+    for (const StartedPlugin& plugin : gStarted) {
+        if (plugin.entry == entry) return TakeUp(host, plugin);
+    }
+    StartedPlugin& plugin = gStarted.emplace_back();
+    plugin.entry = entry;
+    plugin.world = host.options.world;
+    plugin.version = host.options.version;
+    plugin.missing = host.options.missing;
+    plugin.error = "its start did not end";
+    gStarting = &plugin;
+    try {
+        FrameScope frame(host, "the start of the plug-in");
+        entry(ResolveService);
+    } catch (...) {
+        gStarting = nullptr;
+        throw;
+    }
+    gStarting = nullptr;
+    plugin.pluginVersion = host.pluginVersion;
+    plugin.error = host.startError;
+    if (!plugin.error.empty()) throw Error("the plug-in cannot be used: " + plugin.error);
+}
+
+}  // namespace zorhost::runtime
