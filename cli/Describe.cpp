@@ -18,7 +18,10 @@ void AddTable(std::string& text, const char* one, const char* many, const std::v
 std::string DescribeClass(const zorhost::ClassDescription& description) {
     std::string text = "class " + description.name + "\n";
     AddTable(text, "property", "properties", description.properties, [](const zorhost::PropertyDescription& row) {
-        const char* access = row.readable && row.writable ? "read, write" : row.readable ? "read" : "write";
+        const char* access = row.readable && row.writable ? "read, write"
+                             : row.readable               ? "read"
+                             : row.writable               ? "write"
+                                                          : "not readable";
         return row.declaration + " (" + access + ")" + Mark(row.available);
     });
     const auto method = [](const zorhost::MethodDescription& row) {
