@@ -11,6 +11,20 @@ function(engine_add_folder name)
   target_sources(engine INTERFACE $<TARGET_OBJECTS:${target}>)
 endfunction()
 
+# engine_add_avx2(core Loops.cpp ...): sources of a folder with twins of hot loops for processors with AVX2. Where there
+# may be such processors, ZOR_HAS_AVX2_TWINS is defined; whether there is one is found out at run time.
+function(engine_add_avx2 name)
+  if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
+    return()
+  endif()
+  list(TRANSFORM ARGN PREPEND "${name}/")
+  string(REPLACE "/" "_" target "engine_${name}")
+  target_sources(${target} PRIVATE ${ARGN})
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS -mavx2)
+  target_compile_definitions(${target} PRIVATE ZOR_HAS_AVX2_TWINS)
+  target_compile_definitions(engine INTERFACE ZOR_HAS_AVX2_TWINS)
+endfunction()
+
 # engine_add_test(core FormatsTest.cpp ...): a GoogleTest program with the engine linked in, every case a ctest test.
 # Call it once per folder of tests; LABEL and further libraries can be set on the target test_<folder>.
 function(engine_add_test folder)

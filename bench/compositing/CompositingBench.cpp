@@ -13,8 +13,8 @@ namespace {
 constexpr int kWidth = 1237, kHeight = 811;
 
 void CountPixels(benchmark::State& state) {
-    state.counters["Mpx/s"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6, benchmark::Counter::kIsRate);
+    state.counters["Mpx/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * kWidth * kHeight / 1e6,
+                                                 benchmark::Counter::kIsRate);
 }
 
 void MaskedBlend(benchmark::State& state, int target, int source, int mask, bool preMultiplied) {

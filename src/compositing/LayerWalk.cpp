@@ -49,7 +49,7 @@ private:
 };
 
 PixelRun RunOf(const Layer& layer, std::uint8_t* row, std::ptrdiff_t column) {
-    PixelRun run{row + column * layer.pixelSize, layer.pixelSize, {}};
+    PixelRun run{row + column * layer.pixelSize, layer.pixelSize, layer.channels.count, {}};
     std::copy(layer.channels.offset, layer.channels.offset + layer.channels.count, run.channels);
     return run;
 }
@@ -63,7 +63,7 @@ void WorkEdgePixel(const Layer* layers, const RowSpan* rows, int layerCount, std
         const Layer& layer = layers[i];
         GatherPixels(rows[i], layer.pixelSize, layer.channels, static_cast<std::ptrdiff_t>(layer.x) + index, 1,
                      packed[i]);
-        runs[i] = {packed[i], 0, {0, 1, 2, 3}};
+        runs[i] = {packed[i], 0, layer.channels.count, {0, 1, 2, 3}};
     }
     kernel(runs, 1, colour);
     ScatterPixels(rows[0], layers[0].pixelSize, layers[0].channels, static_cast<std::ptrdiff_t>(layers[0].x) + index, 1,

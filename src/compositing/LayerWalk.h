@@ -24,6 +24,7 @@ Layer LayerOf(ImageClassData* image, std::int64_t x, std::int64_t y, bool withAl
 struct PixelRun {
     std::uint8_t* pixels;
     std::ptrdiff_t step;
+    int channelCount;
     std::ptrdiff_t channels[kMostChannels];
 };
 

@@ -478,14 +478,16 @@ TEST_F(Blend, ACmykTargetSourceOrMaskLeavesTheTargetAndGivesTrue) {
 
 TestImage MaybeOneOfItsViews(TestImage image, Random& random) {
     const int kind = random.Between(0, 5);
-    if (kind == 0 && image->ChannelCount > 0)
-        return ChannelOf(std::move(image), random.Between(0, image->ChannelCount - 1));
+    if (kind == 0 && image->ChannelCount > 0) {
+        const int index = random.Between(0, image->ChannelCount - 1);
+        return ChannelOf(std::move(image), index);
+    }
     if (kind == 1 && (image->IsRGB || image->IsCMYK)) return ColoursOf(std::move(image));
     return image;
 }
 
 TEST_F(Blend, AgreesWithTheModelOnImagesOfEveryKind) {
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 1500; ++round) {
         const auto image = [&](int width, int height) {
             return MaybeOneOfItsViews(RandomImage(random, directory, width, height, random.Format()), random);
         };

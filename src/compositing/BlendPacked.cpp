@@ -1,0 +1,104 @@
+#include "compositing/BlendPacked.h"
+
+#include <algorithm>
+
+#include "compositing/BlendRowOps.h"
+
+namespace {
+
+// Pixels that are worked at once: three buffers of them stay in the nearest cache.
+constexpr std::ptrdiff_t kStretch = 512;
+
+// What a stretch of another image says about the bytes of the target's pixels; at[c] is the byte of channel c.
+template <int kTarget, int kOther>
+void Spread(const PixelRun& other, std::ptrdiff_t first, std::ptrdiff_t count, const std::ptrdiff_t* at,
+            std::uint8_t* out) {
+    const PixelRun from = other;
+    std::ptrdiff_t to[kTarget];
+    std::copy(at, at + kTarget, to);
+    const std::uint8_t* pixel = from.pixels + first * from.step;
+    for (std::ptrdiff_t i = 0; i < count; ++i, pixel += from.step, out += kTarget) {
+        std::uint8_t samples[kTarget];
+        ReadSamples<kTarget, kOther>(pixel, from.channels, samples);
+        for (int c = 0; c < kTarget; ++c) out[to[c]] = samples[c];
+    }
+}
+
+using SpreadFn = void (*)(const PixelRun&, std::ptrdiff_t, std::ptrdiff_t, const std::ptrdiff_t*, std::uint8_t*);
+
+template <int kTarget>
+constexpr SpreadFn kSpread[kMostChannels] = {Spread<kTarget, kG>, Spread<kTarget, kGA>, Spread<kTarget, kRGB>,
+                                             Spread<kTarget, kRGBA>};
+
+// Byte of each channel inside a packed pixel.
+struct ByteOrder {
+    std::ptrdiff_t lowest;
+    std::ptrdiff_t at[kMostChannels];
+};
+
+ByteOrder OrderOf(const PixelRun& run) {
+    ByteOrder order{*std::min_element(run.channels, run.channels + run.channelCount), {}};
+    for (int c = 0; c < run.channelCount; ++c) order.at[c] = run.channels[c] - order.lowest;
+    return order;
+}
+
+// The same as a run of bytes: where the other image has them so already there, and otherwise in the buffer.
+template <int kTarget>
+const std::uint8_t* BytesFor(const ByteOrder& order, const PixelRun& other, std::ptrdiff_t first, std::ptrdiff_t count,
+                             const BlendRowOps& ops, std::uint8_t* buffer) {
+    if (other.channelCount == kTarget && other.step == kTarget) {
+        const ByteOrder its = OrderOf(other);
+        if (std::equal(its.at, its.at + kTarget, order.at)) return other.pixels + its.lowest + first * kTarget;
+    }
+    if constexpr (ColourCount(kTarget) == 3) {
+        if (other.channelCount == kG && other.step == 1) {
+            const std::uint8_t* const gray = other.pixels + other.channels[0] + first;
+            if constexpr (kTarget == kRGB) {
+                ops.repeat3(buffer, gray, count);
+            } else {
+                ops.repeat4Opaque(buffer, gray, static_cast<int>(order.at[3]), count);
+            }
+            return buffer;
+        }
+    }
+    kSpread<kTarget>[other.channelCount - 1](other, first, count, order.at, buffer);
+    return buffer;
+}
+
+template <bool kPremultiplied, int kTarget>
+void BlendPacked(const PixelRun* runs, std::ptrdiff_t count, const ColourSamples&) {
+    const BlendRowOps& ops = PickedBlendRowOps();
+    const ByteOrder order = OrderOf(runs[0]);
+    std::uint8_t sourceBuffer[kStretch * kTarget], maskBuffer[kStretch * kTarget], alphaBuffer[kStretch * kTarget];
+    for (std::ptrdiff_t first = 0; first < count; first += kStretch) {
+        const std::ptrdiff_t pixels = std::min(kStretch, count - first), bytes = pixels * kTarget;
+        std::uint8_t* const d = runs[0].pixels + order.lowest + first * kTarget;
+        const std::uint8_t* const s = BytesFor<kTarget>(order, runs[1], first, pixels, ops, sourceBuffer);
+        const std::uint8_t* const m = BytesFor<kTarget>(order, runs[2], first, pixels, ops, maskBuffer);
+        if constexpr (!kPremultiplied) {
+            ops.mix(d, s, m, bytes);
+        } else if constexpr (kTarget == kRGBA) {
+            ops.repeatAlpha(alphaBuffer, d, static_cast<int>(order.at[3]), pixels);
+            ops.addOverOther(d, s, m, alphaBuffer, bytes);
+        } else if constexpr (kTarget == kRGB) {
+            ops.add(d, s, m, bytes);  // the missing alpha is 255, and what is left of that is the mask itself
+        } else {
+            ops.addOver(d, s, m, bytes);
+        }
+    }
+}
+
+template <bool kPremultiplied>
+constexpr PixelKernel kPackedBlends[kMostChannels] = {BlendPacked<kPremultiplied, kG>, BlendPacked<kPremultiplied, kGA>,
+                                                      BlendPacked<kPremultiplied, kRGB>,
+                                                      BlendPacked<kPremultiplied, kRGBA>};
+
+}  // namespace
+
+PixelKernel PackedBlend(const Layer& target, bool preMultiplied) {
+    const ChannelSet& channels = target.channels;
+    const bool packed =
+        target.pixelSize == channels.count && channels.highest() - channels.lowest() + 1 == channels.count;
+    if (!packed) return nullptr;
+    return preMultiplied ? kPackedBlends<true>[channels.count - 1] : kPackedBlends<false>[channels.count - 1];
+}
