@@ -12,7 +12,8 @@ namespace {
 class ScaleFast : public EngineTest {
 protected:
     TempDir directory;
-    Random random{1};
+    // Other images with --gtest_random_seed.
+    Random random{1U + static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed())};
 };
 
 bool Scale(const TestImage& target, const TestImage& source, int width, int height) {

@@ -13,7 +13,8 @@ namespace {
 class Passes : public EngineTest {
 protected:
     TempDir directory;
-    Random random{7};
+    // Other images with --gtest_random_seed.
+    Random random{7U + static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed())};
 };
 
 struct Formats {

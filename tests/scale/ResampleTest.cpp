@@ -39,7 +39,8 @@ const std::vector<int> kThreads = {kSingle, -1, 0, 1, 2, 3, 7, 33};
 class Resample : public EngineTest {
 protected:
     TempDir directory;
-    Random random{21};
+    // Other images with --gtest_random_seed.
+    Random random{21U + static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed())};
 
     TestImage AnyImage(int format) {
         return RandomImage(random, directory, random.Between(1, 40), random.Between(1, 40), format);
@@ -138,9 +139,9 @@ TEST_F(Resample, ShowsTheOrderOfPixelsWhereImagesShareBytes) {
 TEST_F(Resample, KeepsTheOrderOfRowsThatMeet) {
     for (int round = 0; round < 200; ++round) {
         // Rows shorter than what is written to them, of the temporary image and of the target.
-        const TestImage source = MakeOnBlock(9, 12, ImageFormatRGB, random.Between(0, 27));
-        const TestImage target = MakeOnBlock(9, 12, ImageFormatRGB, random.Between(0, 27));
-        const TestImage temp = MakeOnBlock(9, 12, ImageFormatScaling4, random.Between(0, 36));
+        const TestImage source = MakeOnBlock(9, 12, ImageFormatRGB, random.Between(1, 27));
+        const TestImage target = MakeOnBlock(9, 12, ImageFormatRGB, random.Between(1, 27));
+        const TestImage temp = MakeOnBlock(9, 12, ImageFormatScaling4, random.Between(1, 36));
         FillWithNoise(source, random);
         FillWithNoise(target, random);
         FillWithNoise(temp, random);
