@@ -59,8 +59,9 @@ TEST_F(Scale, KeepsAFlatPictureFlat) {
     for (const char* filter : {"lanczos3", "lanczos8", "mitchell", "cubic", "poly3", "triangle", "box"}) {
         Pixels flat{30, 20, 3, std::vector<std::uint8_t>(30 * 20 * 3, 100)};
         SaveInput(flat);
+        // Each of the two passes rounds down.
         for (const std::uint8_t byte : Result({"scale", "47x13", std::string("filter=") + filter}).bytes)
-            ASSERT_NEAR(byte, 100, 1) << filter;
+            ASSERT_TRUE(byte >= 98 && byte <= 100) << filter << " gives " << int{byte};
     }
 }
 

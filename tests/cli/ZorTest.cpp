@@ -1,6 +1,8 @@
 #include "ZorTest.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,6 +41,9 @@ void Redirect(const std::string& path, int descriptor) {
         const rlimit limit{*options.fileSizeLimit, *options.fileSizeLimit};
         if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(122);
     }
+    if (options.obeysPermissions && geteuid() == 0)
+        for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH})
+            if (prctl(PR_CAPBSET_DROP, right) != 0) _exit(124);
     // A finding of a sanitizer must not pass for a failure that the test expects.
     setenv("ASAN_OPTIONS", "exitcode=99", 1);
     setenv("UBSAN_OPTIONS", "exitcode=99:print_stacktrace=1", 1);

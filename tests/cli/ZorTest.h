@@ -21,6 +21,7 @@ struct RunOptions {
     std::optional<std::uint64_t> fileSizeLimit;  // bytes that any file may grow to
     std::string outputTo;                        // where stdout goes; empty: it is caught in Outcome::out
     std::string errorsTo;                        // the same for stderr, such as a terminal
+    bool obeysPermissions = false;               // even where the tests run as root
     std::vector<int> ignoredSignals;             // when the program starts
 };
 
