@@ -38,11 +38,13 @@ static void Teardown(ImageClassData* record) {
     // Only an image that owns its storage takes it from its views.
     const bool ownsFile = record->OwnsFile && record->IsMapping;
     if (record->OwnsBuffer || ownsFile) MarkStorageGone(record);
+    // The descriptor may by now be that of another image's file, which is then the one that is cut off.
+    if (ownsFile) MarkFileGone(record->FileHandle);
     if (record->OwnsBuffer && record->Pixels) {
         std::free(record->Pixels);
         record->Pixels = nullptr;
     }
-    ReleaseWindow(record);
+    UnmapWindow(record);
     if (ownsFile) RemoveFile(record);
     record->Pixels = nullptr;
     record->OwnsBuffer = false;
@@ -74,8 +76,12 @@ static void ReleaseEarlierStorage(ImageClassData* record) {
     record->OwnsFile = false;
     record->IsMapping = false;
     record->RowPointers = nullptr;
+    record->TableRows = 0;
     record->RowOffset = 0;
     record->FileHandle = 0;
+    record->MappingBlockSize = 0;
+    record->MappedFirstRow = 0;
+    record->MappedLastRow = 0;
 }
 
 // --- constructors ---------------------------------------------------------------------------------------------------
@@ -84,9 +90,11 @@ void ImageConstructor(REALobject object, int width, int height, int format) {
     ImageClassData* const record = ImageDataOf(object);
     if (!InitImageClassData(record, width, height, format)) return;
     const PlainSize size = PlainSizeOf(record);
-    // Too large for memory: a quiet way out. Applications ask CanAllocateImage or look at Valid.
-    if (size.trueTotal >= kPlainImageLimit) return;
-    std::uint8_t* const pixels = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size.total), 1));
+    // Too large for memory: a quiet way out. Applications ask CanAllocateImage or look at Valid. Only a row size that
+    // reads as negative counts as an allocation that failed.
+    if (size.total >= 0 && size.trueTotal >= kPlainImageLimit) return;
+    std::uint8_t* pixels = nullptr;
+    if (size.total >= 0) pixels = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size.total), 1));
     if (!pixels) {
         RaiseException("OutOfMemoryException", "Failed to allocate buffer for new image.");
         return;
@@ -160,14 +168,17 @@ void ImageConstructorFile(REALobject object, int width, int height, int format, 
     const std::int64_t total = static_cast<std::int64_t>(rowSize) * record->Height;
     char* const path = UnixFilePath(folderItem);
     if (!path) return;
-    // The same file again: the earlier image must not remove it under the new one.
-    if (record->FilePath && std::strcmp(record->FilePath, path) == 0) ReleaseEarlierStorage(record);
+    // The same file again, or one that will be of the same name: the earlier image must not remove it under the new
+    // one.
+    const bool sameName = record->FilePath && std::strcmp(record->FilePath, path) == 0;
+    if (sameName || (record->OwnsFile && LivesInFile(record, path))) ReleaseEarlierStorage(record);
     const int descriptor = open(path, O_RDWR | O_CREAT | O_TRUNC, kFilePermission);
     if (descriptor < 0) {
         std::free(path);
         return;
     }
-    ImageClassData mark{};  // the new storage's mark, before the record takes it over
+    MarkFileGone(descriptor);  // opening it has cut it off from other images
+    ImageClassData mark{};     // the new storage's mark, before the record takes it over
     if (!GrowFile(descriptor, total) || !MarkAsFileStorage(&mark, descriptor)) {
         const int truncated = ftruncate(descriptor, 0);
         static_cast<void>(truncated);  // it is removed at once

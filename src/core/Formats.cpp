@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdlib>
 #include <iterator>
 #include <string>
@@ -215,14 +216,15 @@ bool PictureBlockCompatible(const ImageClassData* a, const ImageClassData* b) {
 }
 
 int GetMinOffset(const ImageClassData* record) {
-    int lowest = -1;
+    constexpr int kNone = INT_MAX;
+    int lowest = kNone;
     const auto take = [&lowest](bool has, int offset) {
-        if (has && (lowest < 0 || offset < lowest)) lowest = offset;
+        if (has) lowest = std::min(lowest, offset);
     };
     take(record->HasGray, record->GrayOffset);
     take(record->HasRed, record->RedOffset);
     take(record->HasGreen, record->GreenOffset);
     take(record->HasBlue, record->BlueOffset);
     take(record->HasAlpha, record->AlphaOffset);
-    return lowest;
+    return lowest == kNone ? -1 : lowest;
 }

@@ -80,6 +80,7 @@ struct ImageClassData : YieldData {
     // Private from here on: what the storage guard knows beyond the fields above.
     std::int64_t StorageBytes;  // linear storage: bytes from Pixels that may be touched; host picture: bytes of a row
     std::int64_t WindowBytes;   // bytes of the current window that lie inside the file
+    int TableRows;              // host picture in console form: entries of RowPointers
     StorageMark* Mark;          // shared by an image and its views; nil where no view was ever made
 };
 static_assert(std::is_standard_layout_v<YieldData>);

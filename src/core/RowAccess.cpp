@@ -38,6 +38,8 @@ std::uint8_t* GetRowLinearMirrored(ImageClassData* record, int y) {
 
 static std::uint8_t* PictureRow(const ImageClassData* record, std::int64_t row) {
     if (!record->RowPointers || row < 0 || row >= record->Height) return nullptr;
+    // A constructor that gave up may have stored another height over a picture.
+    if (row >= record->TableRows) return nullptr;
     return record->RowPointers[row];
 }
 
@@ -51,12 +53,17 @@ std::uint8_t* GetRowGDImageMirrored(ImageClassData* record, int y) {
 
 // --- the moving window of a file ------------------------------------------------------------------------------------
 
-void ReleaseWindow(ImageClassData* record) {
-    if (!record->IsMapped) return;
+bool UnmapWindow(ImageClassData* record) {
+    if (!record->IsMapped) return false;
     record->IsMapped = false;
-    if (!record->Pixels) return;
+    if (!record->Pixels) return false;
     munmap(record->Pixels, static_cast<std::size_t>(record->MappingBlockSize));
     record->Pixels = nullptr;
+    return true;
+}
+
+void ReleaseWindow(ImageClassData* record) {
+    if (!UnmapWindow(record)) return;
     record->MappedFirstRow = -1;
     record->MappedLastRow = -1;
 }

@@ -13,8 +13,9 @@ std::uint8_t* GetRowMappingMirrored(ImageClassData* record, int y);
 // The accessor that reads the same rows upside down.
 GetRowFunction MirroredTwin(GetRowFunction accessor);
 
-// Unmaps the current window, if there is one.
+// Unmaps the current window, if there is one. UnmapWindow leaves its rows told in the record.
 void ReleaseWindow(ImageClassData* record);
+bool UnmapWindow(ImageClassData* record);  // false: there was none
 
 // Sets MappingBlockSize and MappedRowCount from a wish in bytes. RowSize must not be 0.
 void ApplyBlockSizeRule(ImageClassData* record, int wish);

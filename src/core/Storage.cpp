@@ -27,6 +27,13 @@ StorageMark* NewMark() {
     return mark;
 }
 
+// Device and inode tell a file, whatever its name.
+void TakeIdentity(StorageMark* mark, const struct stat& status) {
+    mark->isFile = true;
+    mark->device = static_cast<std::uint64_t>(status.st_dev);
+    mark->inode = static_cast<std::uint64_t>(status.st_ino);
+}
+
 bool SameFile(const StorageMark* a, const StorageMark* b) {
     return a->isFile && b->isFile && a->device == b->device && a->inode == b->inode;
 }
@@ -53,7 +60,7 @@ StorageRange RangeFrom(const std::uint8_t* base, std::int64_t size) {
 StorageRange WholeRange(const ImageClassData* record) {
     if (!IsPictureAccess(record)) return StorageOfRow(record, nullptr);
     StorageRange whole{0, 0};
-    for (int y = 0; record->RowPointers && y < record->Height; ++y) {
+    for (int y = 0; record->RowPointers && y < record->TableRows; ++y) {
         const StorageRange row = RangeFrom(record->RowPointers[y], record->StorageBytes);
         if (row.begin == row.end) continue;
         if (whole.begin == whole.end) whole = row;
@@ -78,25 +85,33 @@ bool MarkAsFileStorage(ImageClassData* record, int descriptor) {
     if (fstat(descriptor, &status) != 0) return false;
     StorageMark* const mark = NewMark();
     if (!mark) return false;
-    mark->isFile = true;
-    mark->device = static_cast<std::uint64_t>(status.st_dev);
-    mark->inode = static_cast<std::uint64_t>(status.st_ino);
-    for (StorageMark* other = liveFiles; other; other = other->nextFile) {
-        if (SameFile(other, mark)) other->gone = true;
-    }
+    TakeIdentity(mark, status);
     mark->nextFile = liveFiles;
     liveFiles = mark;
     record->Mark = mark;
     return true;
 }
 
-void MarkStorageGone(ImageClassData* record) {
-    StorageMark* const mark = record->Mark;
-    if (!mark) return;
-    mark->gone = true;
+void MarkFileGone(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) return;
+    StorageMark file{};
+    TakeIdentity(&file, status);
     for (StorageMark* other = liveFiles; other; other = other->nextFile) {
-        if (SameFile(other, mark)) other->gone = true;
+        if (SameFile(other, &file)) other->gone = true;
     }
+}
+
+bool LivesInFile(const ImageClassData* record, const char* path) {
+    struct stat status {};
+    if (!record->Mark || stat(path, &status) != 0) return false;
+    StorageMark file{};
+    TakeIdentity(&file, status);
+    return SameFile(record->Mark, &file);
+}
+
+void MarkStorageGone(ImageClassData* record) {
+    if (record->Mark) record->Mark->gone = true;
 }
 
 void ReleaseStorageMark(ImageClassData* record) {

@@ -17,9 +17,14 @@ struct StorageMark {
 // Lets a view share the mark of its source, which gets one if it has none yet. False when out of memory.
 bool ShareStorageMark(ImageClassData* view, ImageClassData* source);
 
-// Gives a record that now lives in the open file its mark. Other images that lived in the same file have lost it.
-// False when out of memory.
+// Gives a record that now lives in the open file its mark. False when out of memory.
 bool MarkAsFileStorage(ImageClassData* record, int descriptor);
+
+// The open file is cut off: every image that lives in it loses its storage, whichever descriptor it has of it.
+void MarkFileGone(int descriptor);
+
+// True if the record lives in the file of that path, by whatever name it was opened.
+bool LivesInFile(const ImageClassData* record, const char* path);
 
 // The storage of this record goes away now, for all that share it.
 void MarkStorageGone(ImageClassData* record);

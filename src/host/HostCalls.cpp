@@ -19,7 +19,7 @@ struct HostFunction {
     const char* name;
     Result (*function)(Args...) = nullptr;
 
-    explicit HostFunction(const char* hostName) : name(hostName) {}
+    constexpr explicit HostFunction(const char* hostName) : name(hostName) {}
 
     bool Found() {
         if (!function && gResolver) function = reinterpret_cast<Result (*)(Args...)>(gResolver(name));

@@ -1,6 +1,7 @@
 #include "host/HostText.h"
 
 #include <cstdio>
+#include <string>
 
 #include "host/HostCalls.h"
 #include "host/Platform.h"
@@ -83,8 +84,9 @@ const char* rbText::GetUTF8() {
 
 void DebugLog(REALstring string) {
     rbText text(string);
-    const char* const line = text.GetUTF8();
-    SystemLog(line);
-    std::fprintf(stderr, "%s\n", line);
+    const char* const bytes = text.GetUTF8();
+    const std::string line(bytes, static_cast<std::size_t>(text.length[rbText::kUTF8]));  // hosts may not end the text
+    SystemLog(line.c_str());
+    std::fprintf(stderr, "%s\n", line.c_str());
     std::fflush(stderr);
 }
