@@ -111,19 +111,19 @@ void CopyThroughBuffer(const RowCopy& copy, ImageClassData* destination, int des
     }
 }
 
-// One image has one window. A row is only good if the fetch of the other has not moved it; rows next to each other come
-// into one window at the second try, and rows further apart share no bytes. Images in memory come here too, as a yield
-// may have made another image of this one.
+// One image has one window, which the fetch of the second row may take away from the first. Where it cannot show both,
+// the pixels go through the buffer. Images in memory come here too, as a yield may have made another image of this one.
 void CopyRowWithin(const RowCopy& copy, ImageClassData* image, int destY, int sourceY) {
     GetRowSpan(image, destY);
-    for (int tries = 0; tries < 2; ++tries) {
-        const RowSpan src = GetRowSpan(image, sourceY);
-        const std::uint8_t* const window = image->Pixels;
-        const int firstRow = image->MappedFirstRow;
-        const RowSpan dst = GetRowSpan(image, destY);
-        if (image->Pixels == window && image->MappedFirstRow == firstRow) return CopyRow(copy, dst, src);
+    const RowSpan src = GetRowSpan(image, sourceY);
+    const std::uint8_t* const window = image->Pixels;
+    const int firstRow = image->MappedFirstRow;
+    const RowSpan dst = GetRowSpan(image, destY);
+    if (image->Pixels == window && image->MappedFirstRow == firstRow) {
+        CopyRow(copy, dst, src);
+    } else {
+        CopyThroughBuffer(copy, image, destY, image, sourceY, copy.count, false);
     }
-    CopyThroughBuffer(copy, image, destY, image, sourceY, copy.count, false);
 }
 
 // Two images with a window each on the same file: a byte may have two addresses, so that neither memmove nor the
