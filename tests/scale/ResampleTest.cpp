@@ -228,7 +228,6 @@ TEST_F(Resample, LeavesAlphaOfAGrayTargetAlone) {
 }
 
 TEST_F(Resample, PaintsAnImageOfNoColumnsBlack) {
-    TestImage nothing(REALobject{}, "");
     const TestImage source = MakePlain(4, 4, ImageFormatG), target = MakePlain(3, 3, ImageFormatG);
     FillWithNoise(target, random);
     source->Width = 0;  // as a clip wholly to the right of its image has it

@@ -29,6 +29,7 @@ RowTableImage::RowTableImage(int width, int height, int format) : image_(FakeHos
     InitImageClassData(record, width, height, format);
     record->RowSize = width * 4;
     record->RowPointers = pointers_.data();
+    record->TableRows = height;
     record->StorageBytes = width * 4;
     record->GetRow = GetRowGDImage;
     record->Valid = true;
