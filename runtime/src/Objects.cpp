@@ -1,7 +1,9 @@
 #include "Objects.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 
 #include "DescriptorZero.h"
@@ -81,9 +83,8 @@ static void ReleaseManagedFields(Runtime& host, const Class& type, REALobject ob
     }
 }
 
-static void TearDown(Runtime& host, REALobject object, ObjectRecord& record) {
-    record.dying = true;
-    const Class& type = *record.type;
+// The plug-in's part of the end of an object, whose memory stays.
+static void RunTeardown(Runtime& host, REALobject object, const Class& type) {
     try {
         FrameScope frame(host, "the teardown of " + type.name);
         RunDestructors(type, object);
@@ -92,9 +93,18 @@ static void TearDown(Runtime& host, REALobject object, ObjectRecord& record) {
     } catch (...) {
         AddFault(host, "the teardown of " + type.name + " threw");
     }
-    ReleaseManagedFields(host, type, object);
+}
+
+static void Free(Runtime& host, REALobject object) {
     host.objects.erase(object);
     std::free(object);
+}
+
+static void TearDown(Runtime& host, REALobject object, ObjectRecord& record) {
+    record.dying = true;
+    RunTeardown(host, object, *record.type);
+    ReleaseManagedFields(host, *record.type, object);
+    Free(host, object);
 }
 
 void UnlockObject(Runtime& host, REALobject object) {
@@ -124,16 +134,15 @@ void* FieldOf(REALobject object, const Class& owner, const Property& property) {
 }
 
 void TearDownAll(Runtime& host) {
-    while (!host.objects.empty()) {
-        // The newest first: views go before what they look at.
-        auto newest = host.objects.begin();
-        for (auto each = newest; each != host.objects.end(); ++each) {
-            if (each->second.serial > newest->second.serial) newest = each;
-        }
-        const REALobject object = newest->first;
-        newest->second.locks = 1;
-        UnlockObject(host, object);
+    // Any of them may hold any other, so nothing is freed before the last teardown has run.
+    std::vector<std::pair<std::uint64_t, REALobject>> newestFirst;
+    for (auto& [object, record] : host.objects) {
+        record.dying = true;
+        newestFirst.emplace_back(record.serial, object);
     }
+    std::ranges::sort(newestFirst, std::greater());
+    for (const auto& [serial, object] : newestFirst) RunTeardown(host, object, *FindObject(host, object)->type);
+    while (!host.objects.empty()) Free(host, host.objects.begin()->first);
 }
 
 }  // namespace zorhost::runtime
