@@ -244,7 +244,8 @@ TestImage AnyImage(Random& random, const TempDir& directory, int format) {
     }
     TestImage image = RandomImage(random, directory, width, height, format);
     if (image->ChannelCount > 0 && random.Chance(15)) {
-        return ChannelOf(std::move(image), random.Between(0, image->ChannelCount - 1));
+        const int channel = random.Between(0, image->ChannelCount - 1);
+        return ChannelOf(std::move(image), channel);
     }
     if ((image->IsRGB || image->IsCMYK) && random.Chance(15)) return ColoursOf(std::move(image));
     return image;
