@@ -168,7 +168,7 @@ REALobject PictureMatrix5(REALobject object, REALobject dest, int dimension, REA
     if (!result) return nullptr;
     ImageClassData* const target = ImageDataOf(result);
     Convolution job{SidesOf(source, target), source->Width, source->Height, {delta, scaleFactor}};
-    if (job.sides.count() < 1 || job.width < 1) return result;
+    if (job.sides.count() < 1 || job.width < 1 || !HasRows(source)) return result;
     if (!ImagesOverlap(source, target)) {
         OrderByBytes(&job.sides);
         if (ConvolveRows(job, cells)) return result;

@@ -210,7 +210,7 @@ void BlurShared(const BoxBlur& blur, bool vertical, bool horizontal) {
 void BlurImage(ImageClassData* source, ImageClassData* dest, int radius, bool vertical, bool horizontal) {
     BoxBlur blur{SidesOf(source, dest), source->Width, source->Height, radius, 0};
     blur.divisor = radius >= 1 ? 2 * static_cast<std::int64_t>(radius) + 1 : 3;
-    if (blur.count() < 1 || blur.width < 1 || radius < 0 || !SizesAreAllowed(blur)) return;
+    if (blur.count() < 1 || blur.width < 1 || radius < 0 || !SizesAreAllowed(blur) || !HasRows(source)) return;
     if (ImagesOverlap(source, dest)) {
         BlurShared(blur, vertical, horizontal);
         return;

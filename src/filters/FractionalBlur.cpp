@@ -121,7 +121,7 @@ void BlurSides(PixelSides sides, double radius) {
     OrderByBytes(&sides);
     const std::int64_t rowBytes = static_cast<std::int64_t>(sides.dest.record->RowSize) + kSpareBytes;
     const FractionalBlur blur{sides, sides.source.record->Width, sides.source.record->Height};
-    if (rowBytes < 0 || rowBytes > INT_MAX || blur.width < 1) return;
+    if (rowBytes < 0 || rowBytes > INT_MAX || blur.width < 1 || !HasRows(sides.source.record)) return;
     const SlidingRows rows(blur.samples());
     if (!rows) return;
     const ThreeTaps taps(radius);

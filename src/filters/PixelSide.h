@@ -21,6 +21,12 @@ struct PixelSides {
 };
 PixelSides SidesOf(ImageClassData* source, ImageClassData* dest);
 
+// False for an image that has lost its pixels, closed during a yield or with the image that it is a view of. Nothing
+// is written from such a source.
+inline bool HasRows(ImageClassData* record) {
+    return static_cast<bool>(GetRowSpan(record, 0));
+}
+
 // True if no two pixels of a row have a channel byte in common.
 bool PixelsAreApart(const PixelSide& side);
 
