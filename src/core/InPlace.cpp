@@ -97,6 +97,33 @@ void FillRuns(ImageClassData* record, const PixelRect& rect, int lead, int value
     });
 }
 
+// Stores one value a channel. Where pixels side by side are one run of channel bytes, the run is laid out in pieces of
+// one pattern that holds many pixels.
+void FillChannels(ImageClassData* record, const PixelRect& rect, const ChannelSet& channels,
+                  const StoreValues& values) {
+    const int pixelSize = record->PixelSize;
+    if (channels.count < 1 || !ChannelsFillPixel(channels, pixelSize)) {
+        return TouchRect(record, rect, pixelSize, channels, values);
+    }
+    constexpr int kPixels = 800;
+    std::uint8_t pattern[(kPixels + 1) * ChannelSet::kMax];  // one pixel more, for runs that begin within a pixel
+    const int lowest = static_cast<int>(channels.lowest());
+    for (int i = 0; i <= kPixels; ++i) {
+        for (int c = 0; c < channels.count; ++c) {
+            pattern[i * pixelSize + channels.offset[c] - lowest] = values.value[c];
+        }
+    }
+    WalkRows(record, rect, [&](const RowSpan& row) {
+        const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(rect.x) * pixelSize + lowest;
+        const ByteRun run = RunOf(row, rect.x, rect.width, pixelSize, lowest);
+        const std::ptrdiff_t begun = std::max<std::ptrdiff_t>(row.begin - first, 0) % pixelSize;
+        const std::size_t piece = static_cast<std::size_t>(kPixels * pixelSize);
+        for (std::size_t done = 0; done < run.size; done += piece) {
+            std::memcpy(run.data + done, pattern + begun, std::min(piece, run.size - done));
+        }
+    });
+}
+
 // The channels of FillRectRandom, in the order in which they draw.
 ChannelSet RandomChannels(const ImageClassData* record) {
     const int alpha = record->AlphaOffset;
@@ -151,7 +178,7 @@ void FillRect5(REALobject object, int x, int y, int width, int height, int value
     } else {
         StoreValues values;
         std::fill_n(values.value, ChannelSet::kMax, Low8(value));
-        TouchRect(record, rect, record->PixelSize, ChannelsOf(record, true), values);
+        FillChannels(record, rect, ChannelsOf(record, true), values);
     }
 }
 
@@ -190,7 +217,7 @@ static void FillColour(REALobject object, const PixelRect& wanted, Colour colour
     ChannelSet channels = SetOf({record->RedOffset, record->GreenOffset, record->BlueOffset});
     if (withAlpha && record->HasAlpha) channels.offset[channels.count++] = record->AlphaOffset;
     const StoreValues values = {{Low8(colour.red), Low8(colour.green), Low8(colour.blue), Low8(alpha), 0}};
-    TouchRect(record, rect, record->PixelSize, channels, values);
+    FillChannels(record, rect, channels, values);
 }
 
 void FillRectRGB5(REALobject object, int x, int y, int width, int height, int red, int green, int blue) {
