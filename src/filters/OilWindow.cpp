@@ -1,89 +1,71 @@
 #include <algorithm>
+#include <cstring>
 
 #include "core/Storage.h"
 #include "filters/OilFilter.h"
 
 namespace {
 
-// --- bins: how many samples of a class the window holds, and their sum
-// ------------------------------------------------
+// Index of the first of a number of counts that is equal to the given one. One is.
+template <class Count>
+int FirstOf(const Count* count, int, Count wanted) {
+    int k = 0;
+    while (count[k] != wanted) ++k;
+    return k;
+}
+int FirstOf(const std::uint8_t* count, int number, std::uint8_t wanted) {
+    const void* const found = std::memchr(count, wanted, static_cast<std::size_t>(number));
+    return static_cast<int>(static_cast<const std::uint8_t*>(found) - count);
+}
 
-// Both in one word: the count above bit 20, the sum below. 2047 samples sum up to less than 2^20.
-struct NarrowBins {
-    using Bin = std::int32_t;
-    static constexpr std::int64_t kMostSamples = 2047;
-    static constexpr int kSumBits = 20;
-    static void Add(Bin* bin, int sample) { *bin += (1 << kSumBits) + sample; }
-    static void Remove(Bin* bin, int sample) { *bin -= (1 << kSumBits) + sample; }
-    static int Count(Bin bin) { return bin >> kSumBits; }
-    static int Sum(Bin bin) { return bin & ((1 << kSumBits) - 1); }
-};
+// --- the classes of one channel -------------------------------------------------------------------------------------
 
-// For every window. The sum wraps at 32 bits, and so comes back when samples leave.
-struct WideBins {
-    struct Bin {
-        std::uint32_t count;
-        std::uint32_t sum;
-    };
-    static void Add(Bin* bin, int sample) {
-        ++bin->count;
-        bin->sum += static_cast<std::uint32_t>(sample);
-    }
-    static void Remove(Bin* bin, int sample) {
-        --bin->count;
-        bin->sum -= static_cast<std::uint32_t>(sample);
-    }
-    static int Count(Bin bin) { return static_cast<int>(bin.count); }
-    static int Sum(Bin bin) { return static_cast<int>(bin.sum); }
-};
+// What the window holds, by class. The smaller the types, the more counts are searched at once; a window of as many
+// samples as Count can tell has sums that Sum can hold, up to the widest, whose sums wrap and come back.
+template <class Count, class Sum>
+struct Classes {
+    static constexpr int kMost = 256;
+    static constexpr int kBlock = 16;  // as many as a vector of the smallest counts has
 
-// --- the most frequent class of one channel
-// ---------------------------------------------------------------------------
-
-// The best class is kept up to date while samples come, and looked for again only when it lost some and may have
-// fallen behind.
-template <class Bins>
-struct Mode {
-    typename Bins::Bin bins[256];
+    Count count[kMost];
+    Sum sum[kMost];
     int best;
-    int bestCount;
-    bool lost;
 
-    void Clear(int classes) {
-        std::fill_n(bins, classes, typename Bins::Bin{});
+    void Clear() {
+        std::fill_n(count, kMost, Count{0});
+        std::fill_n(sum, kMost, Sum{0});
         best = 0;
-        bestCount = 0;
-        lost = false;
     }
     void Add(int k, int sample) {
-        Bins::Add(&bins[k], sample);
-        const int count = Bins::Count(bins[k]);
-        if (count > bestCount || (count == bestCount && k < best)) {
-            best = k;
-            bestCount = count;
-        }
+        count[k] = static_cast<Count>(count[k] + 1);
+        sum[k] = static_cast<Sum>(sum[k] + static_cast<Sum>(sample));
     }
     void Remove(int k, int sample) {
-        Bins::Remove(&bins[k], sample);
-        lost = lost || k == best;
+        count[k] = static_cast<Count>(count[k] - 1);
+        sum[k] = static_cast<Sum>(sum[k] - static_cast<Sum>(sample));
     }
-    // The lowest of the most frequent classes, once all samples came and went; samples: how many the window holds.
-    void Settle(int classes, std::int64_t samples) {
-        if (!lost) return;
-        lost = false;
-        bestCount = Bins::Count(bins[best]);
-        if (2 * static_cast<std::int64_t>(bestCount) > samples) return;  // more than all others together
-        int most = 0;
-        for (int k = 0; k < classes; ++k) most = std::max(most, Bins::Count(bins[k]));
-        best = 0;
-        while (Bins::Count(bins[best]) != most) ++best;
-        bestCount = most;
+    // Mean of the lowest of the most frequent classes; samples: how many the window holds, at least 1.
+    std::uint8_t MeanOfMode(int classes, std::int64_t samples) {
+        const bool isMajority = 2 * static_cast<std::int64_t>(count[best]) > samples;
+        if (!isMajority) best = FindMode(classes);
+        return static_cast<std::uint8_t>(static_cast<std::int32_t>(sum[best]) / static_cast<std::int32_t>(count[best]));
     }
-    std::uint8_t Mean() const { return static_cast<std::uint8_t>(Bins::Sum(bins[best]) / bestCount); }
+
+private:
+    int FindMode(int classes) const {
+        const int searched = (classes + kBlock - 1) / kBlock * kBlock;  // classes that are not used count 0
+        Count most = 0;
+        for (int k = 0; k < searched; ++k) most = std::max(most, count[k]);
+        return FirstOf(count, searched, most);
+    }
 };
 
-// --- the rows of the window
-// ---------------------------------------------------------------------------------------------
+using SmallClasses = Classes<std::uint8_t, std::uint16_t>;  // 255 samples add up to 65025 at most
+using MediumClasses = Classes<std::uint16_t, std::uint32_t>;
+using LargeClasses = Classes<std::uint32_t, std::uint32_t>;
+constexpr std::int64_t kMostOfSmall = 255, kMostOfMedium = 65535;
+
+// --- the rows of the window -----------------------------------------------------------------------------------------
 
 // Packed copies of as many rows as a window can hold; row y lies in slot y mod slots.
 struct RowRing {
@@ -100,57 +82,49 @@ void BringRow(const PixelSide& source, int y, int width, const RowRing& ring) {
     if (row) CopyPackedSamples(row, source, width, ring.samples + slot * ring.rowBytes);
 }
 
-// --- the walk
-// -----------------------------------------------------------------------------------------------------------
+// --- the walk -------------------------------------------------------------------------------------------------------
 
-template <int kCount, class Bins>
+template <int kCount, class ClassesOf>
 struct OilWindow {
-    Mode<Bins> mode[kCount];
+    ClassesOf channel[kCount];
     std::uint8_t classOf[256];
     int classes;
     const std::uint8_t** rows;  // those that exist
     int rowCount;
 
-    void Open() {
-        for (Mode<Bins>& channel : mode) channel.Clear(classes);
-    }
     void AddColumn(std::int64_t x) {
         for (int r = 0; r < rowCount; ++r) {
             const std::uint8_t* const pixel = rows[r] + x * kCount;
-            for (int c = 0; c < kCount; ++c) mode[c].Add(classOf[pixel[c]], pixel[c]);
+            for (int c = 0; c < kCount; ++c) channel[c].Add(classOf[pixel[c]], pixel[c]);
         }
     }
     void RemoveColumn(std::int64_t x) {
         for (int r = 0; r < rowCount; ++r) {
             const std::uint8_t* const pixel = rows[r] + x * kCount;
-            for (int c = 0; c < kCount; ++c) mode[c].Remove(classOf[pixel[c]], pixel[c]);
-        }
-    }
-    void Paint(std::int64_t columns, std::uint8_t* out) {
-        for (int c = 0; c < kCount; ++c) {
-            mode[c].Settle(classes, columns * rowCount);
-            out[c] = mode[c].Mean();
+            for (int c = 0; c < kCount; ++c) channel[c].Remove(classOf[pixel[c]], pixel[c]);
         }
     }
     // A row of the destination, packed. At least one row exists.
     void PaintRow(std::int64_t width, std::int64_t range, std::uint8_t* out) {
-        Open();
+        for (ClassesOf& each : channel) each.Clear();
         for (std::int64_t x = 0; x < std::min(range, width); ++x) AddColumn(x);
         for (std::int64_t x = 0; x < width; ++x) {
             if (x + range < width) AddColumn(x + range);
             if (x - range > 0) RemoveColumn(x - range - 1);
             const std::int64_t columns = std::min(x + range, width - 1) - std::max<std::int64_t>(x - range, 0) + 1;
-            Paint(columns, out + x * kCount);
+            for (int c = 0; c < kCount; ++c) {
+                out[x * kCount + c] = channel[c].MeanOfMode(classes, columns * rowCount);
+            }
         }
     }
 };
 
-template <int kCount, class Bins>
+template <int kCount, class ClassesOf>
 void Paint(const PixelSides& sides, int classes, std::int64_t range, const RowRing& ring, const std::uint8_t** rows,
            std::uint8_t* outCopy) {
     ImageClassData* const source = sides.source.record;
     const int width = source->Width;
-    OilWindow<kCount, Bins> window;
+    OilWindow<kCount, ClassesOf> window;
     window.classes = classes;
     window.rows = rows;
     for (int i = 0; i < 256; ++i) window.classOf[i] = static_cast<std::uint8_t>(i * classes / 256);
@@ -170,6 +144,15 @@ void Paint(const PixelSides& sides, int classes, std::int64_t range, const RowRi
         window.PaintRow(width, range, out);
         EndPacked(dst, sides.dest, width, out);
     }
+}
+
+using PaintFn = void (*)(const PixelSides&, int, std::int64_t, const RowRing&, const std::uint8_t**, std::uint8_t*);
+
+template <int kCount>
+PaintFn Painter(std::int64_t samples) {
+    if (samples <= kMostOfSmall) return Paint<kCount, SmallClasses>;
+    if (samples <= kMostOfMedium) return Paint<kCount, MediumClasses>;
+    return Paint<kCount, LargeClasses>;
 }
 
 }  // namespace
@@ -198,10 +181,7 @@ void OilImage(const PixelSides& wanted, int classes, int range) {
     OrderByBytes(&sides);
     const RowRing ring{samples.get(), exists.get(), rowBytes, slots};
     WithChannelCount(sides.count(), [&](auto kCount) {
-        if (slots * columns <= NarrowBins::kMostSamples) {
-            Paint<kCount, NarrowBins>(sides, classes, range, ring, rows.get(), outCopy.get());
-        } else {
-            Paint<kCount, WideBins>(sides, classes, range, ring, rows.get(), outCopy.get());
-        }
+        const auto paint = Painter<kCount>(slots * columns);
+        paint(sides, classes, range, ring, rows.get(), outCopy.get());
     });
 }

@@ -53,8 +53,7 @@ FilterCase CaseOf(int number, int levels) {
             }};
 }
 
-// --- the matrices
-// -------------------------------------------------------------------------------------------------------
+// --- the matrices ---------------------------------------------------------------------------------------------------
 
 TEST_F(DitherFilterTest, MatricesHaveTheirSides) {
     const int kSides[] = {2, 4, 4, 4, 6, 6, 8, 6, 8, 16};
@@ -168,8 +167,7 @@ TEST_F(DitherFilterTest, SumsAreRight) {
     }
 }
 
-// --- the filter
-// ---------------------------------------------------------------------------------------------------------
+// --- the filter -----------------------------------------------------------------------------------------------------
 
 TEST_F(DitherFilterTest, TwoLevelsGiveTheNegative) {
     for (int number = 1; number <= 10; ++number) {

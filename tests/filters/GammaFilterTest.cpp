@@ -74,8 +74,7 @@ TEST_F(GammaFilterTest, TablesFollowTheCurve) {
     }
 }
 
-// --- one gamma out of three
-// ---------------------------------------------------------------------------------------------
+// --- one gamma out of three -----------------------------------------------------------------------------------------
 
 struct Mix {
     double red, green, blue;
@@ -147,8 +146,7 @@ TEST_F(GammaFilterTest, CMYKComesBackUnchanged) {
     }
 }
 
-// --- every method with every family
-// -------------------------------------------------------------------------------------
+// --- every method with every family ---------------------------------------------------------------------------------
 
 struct FamilyRow {
     const char* name;

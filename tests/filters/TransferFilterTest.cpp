@@ -73,8 +73,7 @@ TEST_F(TransferFilterTest, GrayTakesTheGreenCurve) {
     for (int i = 0; i < 256; ++i) EXPECT_EQ(PixelAt(result, i, 0).front(), 255 - i);
 }
 
-// --- every method with every family
-// -------------------------------------------------------------------------------------
+// --- every method with every family ---------------------------------------------------------------------------------
 
 using Lines = std::vector<std::pair<std::string, Line>>;  // a channel that is not named is left alone
 
