@@ -326,11 +326,11 @@ TEST(ConstructionWithoutMemory, Raises) {
         getrlimit(RLIMIT_AS, &limit);
         limit.rlim_cur = 400000000;
         setrlimit(RLIMIT_AS, &limit);
-        ImageConstructor(image, 30000, 30000, ImageFormatRGB);
+        ImageConstructor(image, 20000, 30000, ImageFormatRGB);
         ExpectNoStorage(ImageDataOf(image));
         EXPECT_EQ(host.TakeException(),
                   (FakeException{"OutOfMemoryException", "Failed to allocate buffer for new image.", true}));
-        EXPECT_FALSE(CanAllocateImage(30000, 30000, ImageFormatRGB));
+        EXPECT_FALSE(CanAllocateImage(20000, 30000, ImageFormatRGB));
     });
 }
 

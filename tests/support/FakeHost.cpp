@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -644,6 +645,7 @@ void InFreshProcess(const std::function<void()>& body) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto runAndExit = [&body] {
         body();
+        std::fflush(nullptr);  // what the test reported
         std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
     };
     EXPECT_EXIT(runAndExit(), ::testing::ExitedWithCode(0), "");
