@@ -82,10 +82,12 @@ void GlowByByte(const RowSpan& here, const RowSpan& below, const RowSpan& out, c
 
 // Row y of the source, or zeros where there is none. False in the second case.
 bool CopyRow(ImageClassData* source, int y, std::int64_t rowSize, const RowSpan& copy) {
-    if (rowSize > 0) std::memset(copy.data, 0, static_cast<std::size_t>(rowSize));
-    if (y >= source->Height) return false;
-    const RowSpan row = GetRowSpan(source, y);
-    CopyRun(copy, 0, row, 0, static_cast<std::ptrdiff_t>(rowSize));
+    const RowSpan row = y < source->Height ? GetRowSpan(source, y) : RowSpan{};
+    if (row) {
+        LoadRun(row, 0, static_cast<std::ptrdiff_t>(rowSize), copy.data);
+    } else if (rowSize > 0) {
+        std::memset(copy.data, 0, static_cast<std::size_t>(rowSize));
+    }
     return static_cast<bool>(row);
 }
 

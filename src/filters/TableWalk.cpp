@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "filters/TableBytes.h"
+
 void MapThroughTables_Plain(const PixelSides& sides, const PixelRect& area, const ByteTable* tables) {
     WithChannelCount(sides.count(), [&](auto kCount) {
         WalkPixels_Plain<kCount>(sides, area, [&](std::ptrdiff_t, int, std::uint8_t* samples) {
@@ -26,19 +28,6 @@ static void MapRun(const PixelRun& run, const ByteTable* tables) {
     }
 }
 
-// Eight bytes are put together in a register, so that there is one store for eight loads.
-static void MapBytes(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, const ByteTable& table) {
-    constexpr std::ptrdiff_t kBlock = 8;
-    std::ptrdiff_t i = 0;
-    for (; i + kBlock <= count; i += kBlock) {
-        std::uint8_t block[kBlock];
-        std::memcpy(block, src + i, kBlock);
-        for (std::uint8_t& byte : block) byte = table.entry[byte];
-        std::memcpy(dst + i, block, kBlock);
-    }
-    for (; i < count; ++i) dst[i] = table.entry[src[i]];
-}
-
 static bool AreEqual(const ByteTable* tables, int count) {
     for (int c = 1; c < count; ++c) {
         if (std::memcmp(&tables[c], &tables[0], sizeof(ByteTable)) != 0) return false;
@@ -53,12 +42,13 @@ void MapThroughTables(const PixelSides& sides, const PixelRect& area, const Byte
     }
     const bool equal = AreEqual(tables, sides.count());
     const bool oneRun = IsOneRunOfBytes(sides);
+    const MapBytesFn mapBytes = PickedMapBytes();
     WithChannelCount(sides.count(), [&](auto kCount) {
         WalkRuns<kCount>(sides, area, [&](const PixelRun& run) {
             const bool packed = run.src == run.dst && run.srcStep == kCount;
             if (equal && (oneRun || packed)) {
                 const std::ptrdiff_t first = run.from->lowest();
-                MapBytes(run.src + first, run.dst + first, run.width * kCount, tables[0]);
+                mapBytes(run.src + first, run.dst + first, run.width * kCount, tables[0].entry);
             } else {
                 MapRun<kCount>(run, tables);
             }

@@ -180,6 +180,20 @@ void CheckFilterOnRandomImages(std::uint32_t seed, int rounds, const std::functi
         ASSERT_TRUE(pair.source);
         CheckFilter(make(random), pair);
     }
+    // Rows that reach into each other, with pixels that lie partly outside the storage at the end.
+    for (int round = 0; round < rounds / 8 && !::testing::Test::HasFailure(); ++round) {
+        SCOPED_TRACE("short rows, round " + std::to_string(round));
+        const int width = random.Between(1, 12), height = random.Between(1, 9);
+        const auto withShortRows = [&] {
+            TestImage image = MakeOnBlock(width, height, random.Format(), random.Between(1, 2 * width));
+            FillWithNoise(image, random);
+            return image;
+        };
+        ImagePair pair;
+        pair.source = withShortRows();
+        pair.dest = random.Chance(40) ? AnotherLock(pair.source) : withShortRows();
+        CheckFilter(make(random), pair);
+    }
     for (const auto& [width, height] : {std::pair{1, 1}, {1, 5}, {5, 1}, {2, 2}, {600, 2}}) {
         for (const int format : {ImageFormatBGRA, ImageFormatRGB, ImageFormatG, ImageFormatAG, ImageFormatACMYK}) {
             for (const StorageKind kind : kStorageKinds) {
