@@ -81,7 +81,7 @@ void Blend(ImageClassData* target, ImageClassData* source, ImageClassData* mask,
     }
     const auto of = [&layers](int layer) { return static_cast<std::size_t>(layers[layer].channels.count - 1); };
     const PixelKernel inOrder = kTargetCases<kPremultiplied>[of(0)][of(1)][of(2)];
-    WalkLayers(layers, 3, width, height, {inOrder, PackedBlend(layers[0], kPremultiplied)}, {});
+    WalkLayers(layers, 3, width, height, {inOrder, PackedBlend(RunOf(layers[0], nullptr, 0), kPremultiplied)}, {});
 }
 
 }  // namespace

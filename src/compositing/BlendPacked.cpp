@@ -46,6 +46,7 @@ ByteOrder OrderOf(const PixelRun& run) {
 template <int kTarget>
 const std::uint8_t* BytesFor(const ByteOrder& order, const PixelRun& other, std::ptrdiff_t first, std::ptrdiff_t count,
                              const BlendRowOps& ops, std::uint8_t* buffer) {
+    if (other.step == 0 && first > 0) return buffer;  // still there from the first stretch
     if (other.channelCount == kTarget && other.step == kTarget) {
         const ByteOrder its = OrderOf(other);
         if (std::equal(its.at, its.at + kTarget, order.at)) return other.pixels + its.lowest + first * kTarget;
@@ -88,6 +89,21 @@ void BlendPacked(const PixelRun* runs, std::ptrdiff_t count, const ColourSamples
     }
 }
 
+// A colour target in pixels of four bytes: the fourth counts as an alpha under a mask without alpha, which keeps it.
+// The last pixel is worked alone, since the byte behind it need not belong to the image.
+void BlendPadded(const PixelRun* runs, std::ptrdiff_t count, const ColourSamples& colour) {
+    PixelRun padded[] = {runs[0], runs[1], runs[2]};
+    const ByteOrder order = OrderOf(runs[0]);
+    padded[0].channelCount = kRGBA;
+    padded[0].channels[3] = order.lowest + 3;
+    padded[2].channelCount = ColourCount(runs[2].channelCount);
+    BlendPacked<false, kRGBA>(padded, count - 1, colour);
+
+    PixelRun last[] = {runs[0], runs[1], runs[2]};
+    for (PixelRun& run : last) run.pixels += (count - 1) * run.step;
+    BlendPacked<false, kRGB>(last, 1, colour);
+}
+
 template <bool kPremultiplied>
 constexpr PixelKernel kPackedBlends[kMostChannels] = {BlendPacked<kPremultiplied, kG>, BlendPacked<kPremultiplied, kGA>,
                                                       BlendPacked<kPremultiplied, kRGB>,
@@ -95,10 +111,15 @@ constexpr PixelKernel kPackedBlends[kMostChannels] = {BlendPacked<kPremultiplied
 
 }  // namespace
 
-PixelKernel PackedBlend(const Layer& target, bool preMultiplied) {
-    const ChannelSet& channels = target.channels;
-    const bool packed =
-        target.pixelSize == channels.count && channels.highest() - channels.lowest() + 1 == channels.count;
-    if (!packed) return nullptr;
-    return preMultiplied ? kPackedBlends<true>[channels.count - 1] : kPackedBlends<false>[channels.count - 1];
+PixelKernel PackedBlend(const PixelRun& target, bool preMultiplied) {
+    const int count = target.channelCount;
+    const auto [lowest, highest] = std::minmax_element(target.channels, target.channels + count);
+    if (*highest - *lowest + 1 != count) return nullptr;
+    if (count == kRGB && target.step == 4 && !preMultiplied) return BlendPadded;
+    if (target.step != count) return nullptr;
+    return preMultiplied ? kPackedBlends<true>[count - 1] : kPackedBlends<false>[count - 1];
+}
+
+PixelRun ConstantRun(const std::uint8_t* samples, int channelCount) {
+    return {const_cast<std::uint8_t*>(samples), 0, channelCount, {0, 1, 2}};
 }

@@ -1,9 +1,12 @@
 #pragma once
-// The masked blend for targets whose pixels are one byte a channel without a gap, and runs that share no bytes: source
-// and mask are brought into the byte order of the target, and all bytes of a stretch are then blended alike.
+// The blends for targets of whole pixels without a gap between their channels, and runs that share no bytes: source and
+// mask are brought into the byte order of the target, and all bytes of a stretch are then blended alike. The results
+// are those of the kernels in order.
 
 #include "compositing/LayerWalk.h"
 
-// A kernel for runs apart that gives the same bytes as the one in order, for every class of source and mask; nil where
-// the target's pixels are not packed.
-PixelKernel PackedBlend(const Layer& target, bool preMultiplied);
+// The kernel of the masked blend for runs apart, for every class of source and mask; nil where the target is not such.
+PixelKernel PackedBlend(const PixelRun& target, bool preMultiplied);
+
+// A run of one pixel again and again. It refers to the samples.
+PixelRun ConstantRun(const std::uint8_t* samples, int channelCount);

@@ -1,5 +1,6 @@
 #include "compositing/ColourBlend.h"
 
+#include "compositing/BlendPacked.h"
 #include "compositing/LayerWalk.h"
 #include "exchange/Clipping.h"
 
@@ -60,20 +61,40 @@ void LayThroughColour(const PixelRun* runs, std::ptrdiff_t count, const ColourSa
     }
 }
 
+// Without premultiplication the colour is just the source or the mask of a masked blend.
+
+void PaintColourPacked(const PixelRun* runs, std::ptrdiff_t count, const ColourSamples& colour) {
+    const PixelRun blend[] = {runs[0], ConstantRun(colour.rgb, kRGB), runs[1]};
+    PackedBlend(runs[0], false)(blend, count, colour);
+}
+
+void LayThroughColourPacked(const PixelRun* runs, std::ptrdiff_t count, const ColourSamples& colour) {
+    const PixelRun blend[] = {runs[0], runs[1], ConstantRun(colour.rgb, runs[0].channelCount)};
+    PackedBlend(runs[0], false)(blend, count, colour);
+}
+
 // --- which row it is ------------------------------------------------------------------------------------------------
 
 // By [PreMultipliedSource][target is RGB][image is RGB].
-using ColourCases = PixelKernel[2][2][2];
+struct ColourCases {
+    PixelKernel inOrder[2][2][2];
+    PixelKernel apart[2][2][2];  // where the target is packed
+};
 
-constexpr ColourCases kPaintCases = {{{PaintColour<false, kG, kG>, PaintColour<false, kG, kRGB>},
-                                      {PaintColour<false, kRGB, kG>, PaintColour<false, kRGB, kRGB>}},
-                                     {{PaintColour<true, kG, kG>, PaintColour<true, kG, kRGB>},
-                                      {PaintColour<true, kRGB, kG>, PaintColour<true, kRGB, kRGB>}}};
+constexpr ColourCases kPaintCases = {
+    {{{PaintColour<false, kG, kG>, PaintColour<false, kG, kRGB>},
+      {PaintColour<false, kRGB, kG>, PaintColour<false, kRGB, kRGB>}},
+     {{PaintColour<true, kG, kG>, PaintColour<true, kG, kRGB>},
+      {PaintColour<true, kRGB, kG>, PaintColour<true, kRGB, kRGB>}}},
+    // A gray target is mixed three times over, and the mask of colours is their mean: neither is a masked blend.
+    {{{nullptr, nullptr}, {PaintColourPacked, nullptr}}, {}}};
 
-constexpr ColourCases kLayCases = {{{LayThroughColour<false, kG, kG>, LayThroughColour<false, kG, kRGB>},
-                                    {LayThroughColour<false, kRGB, kG>, LayThroughColour<false, kRGB, kRGB>}},
-                                   {{LayThroughColour<true, kG, kG>, LayThroughColour<true, kG, kRGB>},
-                                    {LayThroughColour<true, kRGB, kG>, LayThroughColour<true, kRGB, kRGB>}}};
+constexpr ColourCases kLayCases = {
+    {{{LayThroughColour<false, kG, kG>, LayThroughColour<false, kG, kRGB>},
+      {LayThroughColour<false, kRGB, kG>, LayThroughColour<false, kRGB, kRGB>}},
+     {{LayThroughColour<true, kG, kG>, LayThroughColour<true, kG, kRGB>},
+      {LayThroughColour<true, kRGB, kG>, LayThroughColour<true, kRGB, kRGB>}}},
+    {{{LayThroughColourPacked, LayThroughColourPacked}, {LayThroughColourPacked, LayThroughColourPacked}}, {}}};
 
 ColourSamples SamplesOf(int colour) {
     return {{static_cast<std::uint8_t>(colour >> 16), static_cast<std::uint8_t>(colour >> 8),
@@ -85,9 +106,11 @@ void Walk(const TransferRect& rect, ImageClassData* target, ImageClassData* imag
     const Layer layers[] = {LayerOf(target, rect.destX, rect.destY, false),
                             LayerOf(image, rect.sourceX, rect.sourceY, false)};
     if (layers[0].channels.count == 0 || layers[1].channels.count == 0) return;
-    const PixelKernel kernel =
-        cases[preMultipliedSource][layers[0].channels.count == kRGB][layers[1].channels.count == kRGB];
-    WalkLayers(layers, 2, rect.width, rect.height, {kernel, nullptr}, colour);
+    const bool targetIsRgb = layers[0].channels.count == kRGB, imageIsRgb = layers[1].channels.count == kRGB;
+    RowKernel kernel = {cases.inOrder[preMultipliedSource][targetIsRgb][imageIsRgb],
+                        cases.apart[preMultipliedSource][targetIsRgb][imageIsRgb]};
+    if (!PackedBlend(RunOf(layers[0], nullptr, 0), false)) kernel.apart = nullptr;
+    WalkLayers(layers, 2, rect.width, rect.height, kernel, colour);
 }
 
 }  // namespace

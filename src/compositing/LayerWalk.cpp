@@ -48,12 +48,6 @@ private:
     ImageClassData window_{};
 };
 
-PixelRun RunOf(const Layer& layer, std::uint8_t* row, std::ptrdiff_t column) {
-    PixelRun run{row + column * layer.pixelSize, layer.pixelSize, layer.channels.count, {}};
-    std::copy(layer.channels.offset, layer.channels.offset + layer.channels.count, run.channels);
-    return run;
-}
-
 // A pixel some of whose bytes cannot be touched, in some layer: by way of packed samples.
 void WorkEdgePixel(const Layer* layers, const RowSpan* rows, int layerCount, std::ptrdiff_t index, PixelKernel kernel,
                    const ColourSamples& colour) {
@@ -129,6 +123,12 @@ Layer LayerOf(ImageClassData* image, std::int64_t x, std::int64_t y, bool withAl
     Layer layer{image, x, y, {}, image->PixelSize};
     if (image->IsGray || image->IsRGB) layer.channels = ChannelsOf(image, withAlpha);
     return layer;
+}
+
+PixelRun RunOf(const Layer& layer, std::uint8_t* row, std::ptrdiff_t column) {
+    PixelRun run{row + column * layer.pixelSize, layer.pixelSize, layer.channels.count, {}};
+    std::copy(layer.channels.offset, layer.channels.offset + layer.channels.count, run.channels);
+    return run;
 }
 
 void WalkLayers(const Layer* layers, int layerCount, std::int64_t width, std::int64_t height, RowKernel kernel,

@@ -28,6 +28,9 @@ struct PixelRun {
     std::ptrdiff_t channels[kMostChannels];
 };
 
+// The run that begins at a column of the layer's row.
+PixelRun RunOf(const Layer& layer, std::uint8_t* row, std::ptrdiff_t column);
+
 // The channels of a host colour.
 struct ColourSamples {
     std::uint8_t rgb[3];

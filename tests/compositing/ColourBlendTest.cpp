@@ -220,16 +220,18 @@ TEST_F(ColourBlend, NeitherReadsNorWritesAlpha) {
 
 TEST_F(ColourBlend, AgreesWithTheModelOnImagesOfEveryKind) {
     for (int round = 0; round < 1500; ++round) {
+        // Some are wide: what works on several pixels at once must be exact at every width.
+        const int most = round % 20 == 0 ? 1300 : 40;
         const TestImage target =
-            RandomImage(random, directory, random.Between(1, 40), random.Between(1, 12), random.Format());
+            RandomImage(random, directory, random.Between(1, most), random.Between(1, 12), random.Format());
         const TestImage image =
-            RandomImage(random, directory, random.Between(1, 40), random.Between(1, 12), random.Format());
+            RandomImage(random, directory, random.Between(1, most), random.Between(1, 12), random.Format());
         CombineCall call{.target = &target, .image = &image, .preMultiplied = random.Chance(50)};
         call.destX = random.Between(-5, target->Width);
         call.destY = random.Between(-3, target->Height);
         call.sourceX = random.Between(-3, image->Width);
         call.sourceY = random.Between(-2, image->Height);
-        call.width = random.Between(1, 45);
+        call.width = random.Between(1, most + 5);
         call.height = random.Between(1, 14);
         call.useColours = random.Chance(70);
         const int colour = static_cast<int>(random.Bits() & 0x7FFFFFFF);
