@@ -16,6 +16,14 @@ struct ChannelPair {
 
 ChannelPair PairChannels(const ImageClassData* source, const ImageClassData* dest, bool withAlpha);
 
+// True if both images hold these channels in the same places of a pixel that has no other bytes, so that a run of
+// pixels is one run of bytes on either side.
+bool IsOneRunOfBytes(const ImageClassData* source, const ImageClassData* dest, const ChannelPair& channels);
+
+// True if no pixel order can show in a filter whose pixels depend on themselves only: the images share no byte, or
+// each pixel is stored just where it was read.
+bool PointOrderIsHidden(const ImageClassData* source, const ImageClassData* dest, const ChannelPair& channels);
+
 // One past the last byte that `width` pixels reach, counted from the address of the row; the first is lowest().
 inline std::ptrdiff_t EndOfPixels(const ChannelSet& channels, std::ptrdiff_t pixelSize, std::ptrdiff_t first,
                                   std::ptrdiff_t width) {

@@ -72,7 +72,8 @@ void DitherImage(ImageClassData* source, ImageClassData* dest, int matrix, int l
     // Below this the cells cost more to make than they save.
     constexpr std::int64_t kFewPixels = 4096;
     const PixelSides sides = SidesOf(source, dest);
-    if (static_cast<std::int64_t>(source->Width) * source->Height < kFewPixels || !PointOrderIsHidden(sides)) {
+    if (static_cast<std::int64_t>(source->Width) * source->Height < kFewPixels ||
+        !PointOrderIsHidden(sides.source.record, sides.dest.record, ChannelsOf(sides))) {
         DitherImage_Plain(source, dest, matrix, levels);
         return;
     }

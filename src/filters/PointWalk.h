@@ -13,12 +13,9 @@ inline PixelRect WholeImage(const ImageClassData* record) {
 // The sides of a filter that leaves alpha alone.
 PixelSides ColourSidesOf(ImageClassData* source, ImageClassData* dest);
 
-// True if no pixel order can show: the images share no byte, or each pixel is stored just where it was read.
-bool PointOrderIsHidden(const PixelSides& sides);
-
-// True if both images hold these channels in the same places of a pixel that has no other bytes, so that a run of
-// pixels is one run of bytes on either side.
-bool IsOneRunOfBytes(const PixelSides& sides);
+inline ChannelPair ChannelsOf(const PixelSides& sides) {
+    return {sides.source.channels, sides.dest.channels};
+}
 
 // The walk that defines the result: rows from the top, the destination's fetched before the source's, pixels from
 // the left, a pixel read whole before it is stored. map(x, y, samples) changes the samples in place.

@@ -36,12 +36,12 @@ static bool AreEqual(const ByteTable* tables, int count) {
 }
 
 void MapThroughTables(const PixelSides& sides, const PixelRect& area, const ByteTable* tables) {
-    if (!PointOrderIsHidden(sides)) {
+    if (!PointOrderIsHidden(sides.source.record, sides.dest.record, ChannelsOf(sides))) {
         MapThroughTables_Plain(sides, area, tables);
         return;
     }
     const bool equal = AreEqual(tables, sides.count());
-    const bool oneRun = IsOneRunOfBytes(sides);
+    const bool oneRun = IsOneRunOfBytes(sides.source.record, sides.dest.record, ChannelsOf(sides));
     const MapBytesFn mapBytes = PickedMapBytes();
     WithChannelCount(sides.count(), [&](auto kCount) {
         WalkRuns<kCount>(sides, area, [&](const PixelRun& run) {
