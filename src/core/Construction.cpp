@@ -90,11 +90,10 @@ void ImageConstructor(REALobject object, int width, int height, int format) {
     ImageClassData* const record = ImageDataOf(object);
     if (!InitImageClassData(record, width, height, format)) return;
     const PlainSize size = PlainSizeOf(record);
-    // Too large for memory: a quiet way out. Applications ask CanAllocateImage or look at Valid. Only a row size that
-    // reads as negative counts as an allocation that failed.
-    if (size.total >= 0 && size.trueTotal >= kPlainImageLimit) return;
-    std::uint8_t* pixels = nullptr;
-    if (size.total >= 0) pixels = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size.total), 1));
+    // Too large for memory, also where the size would wrap to a small or negative one: a quiet way out. Applications ask
+    // CanAllocateImage or look at Valid.
+    if (size.trueTotal >= kPlainImageLimit) return;
+    std::uint8_t* const pixels = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size.total), 1));
     if (!pixels) {
         RaiseException("OutOfMemoryException", "Failed to allocate buffer for new image.");
         return;

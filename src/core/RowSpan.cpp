@@ -22,18 +22,19 @@ ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast
 }
 
 void CopyRun(const RowSpan& dst, std::ptrdiff_t to, const RowSpan& src, std::ptrdiff_t from, std::ptrdiff_t count) {
-    if (!dst || !src || count <= 0) return;
-    // What the target can take, and of that what the source has, as distances from the start of the run.
-    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(0, dst.begin - to);
-    const std::ptrdiff_t last = std::min(count, dst.end - to);
+    if (!dst || !src) return;
+    // What both rows have, as distances from the start of the run.
+    const std::ptrdiff_t first = std::max({std::ptrdiff_t{0}, dst.begin - to, src.begin - from});
+    const std::ptrdiff_t last = std::min({count, dst.end - to, src.end - from});
     if (first >= last) return;
-    const std::ptrdiff_t there = std::clamp(src.begin - from, first, last);
-    const std::ptrdiff_t gone = std::clamp(src.end - from, there, last);
-    if (there < gone) {
-        std::memmove(dst.data + to + there, src.data + from + there, static_cast<std::size_t>(gone - there));
-    }
-    if (first < there) std::memset(dst.data + to + first, 0, static_cast<std::size_t>(there - first));
-    if (gone < last) std::memset(dst.data + to + gone, 0, static_cast<std::size_t>(last - gone));
+    std::memmove(dst.data + to + first, src.data + from + first, static_cast<std::size_t>(last - first));
+}
+
+void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std::uint8_t* buffer) {
+    if (count <= 0) return;
+    const ByteRun run = CutRun(row, from, from + count);
+    if (run.size < static_cast<std::size_t>(count)) std::memset(buffer, 0, static_cast<std::size_t>(count));
+    if (run.size > 0) std::memcpy(buffer + (run.data - (row.data + from)), run.data, run.size);
 }
 
 std::ptrdiff_t ChannelSet::lowest() const {

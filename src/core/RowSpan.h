@@ -37,9 +37,13 @@ struct ByteRun {
 };
 ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast);
 
-// Copies `count` bytes starting at `from` in one row to `to` in another, cut to what both rows may touch. The two
-// may overlap (the result is that of a copy through a buffer). Bytes that the source does not have are written as 0.
+// Copies `count` bytes starting at `from` in one row to `to` in another. The run is cut to the bytes that both rows may
+// touch. The two may overlap: the result is that of a copy through a buffer.
 void CopyRun(const RowSpan& dst, std::ptrdiff_t to, const RowSpan& src, std::ptrdiff_t from, std::ptrdiff_t count);
+
+// Reads `count` bytes starting at `from` into a buffer of that size. Bytes that the row does not have read 0; a nil row
+// has none.
+void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std::uint8_t* buffer);
 
 // The channels of a pixel that an operation works on, in the order in which it stores them.
 struct ChannelSet {

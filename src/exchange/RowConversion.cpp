@@ -198,7 +198,7 @@ REALobject rbGetRowCopy(REALobject object, int index) {
     ObjectHolder block(REALNewMemoryBlock(image->RowSize));
     void* const bytes = block.get() ? REALMemoryBlockGetPtr(block.get()) : nullptr;
     if (!bytes) return nullptr;
-    CopyRun(SpanOf(bytes, image->RowSize), 0, row, 0, image->RowSize);
+    LoadRun(row, 0, image->RowSize, static_cast<std::uint8_t*>(bytes));
     return block.release();
 }
 

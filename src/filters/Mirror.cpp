@@ -26,15 +26,12 @@ static void MirrorRow_Plain(const RowSpan& row, const PixelSide& side, std::ptrd
 }
 
 // For rows that lie inside the storage.
-template <int kCount>
-static void MirrorRow(std::uint8_t* row, const PixelSide& side, std::ptrdiff_t width) {
-    std::ptrdiff_t offset[kCount];
-    for (int c = 0; c < kCount; ++c) offset[c] = side.channels.offset[c];
+template <class PixelCopy>
+static void MirrorRow(std::uint8_t* row, std::ptrdiff_t pixelSize, std::ptrdiff_t width, const PixelCopy& pixel) {
+    const PixelCopy local = pixel;
     std::uint8_t* left = row;
-    std::uint8_t* right = row + (width - 1) * side.pixelSize;
-    for (std::ptrdiff_t i = 0; i < width / 2; ++i, left += side.pixelSize, right -= side.pixelSize) {
-        for (int c = 0; c < kCount; ++c) std::swap(left[offset[c]], right[offset[c]]);
-    }
+    std::uint8_t* right = row + (width - 1) * pixelSize;
+    for (std::ptrdiff_t i = 0; i < width / 2; ++i, left += pixelSize, right -= pixelSize) local.Swap(left, right);
 }
 
 void HMirrorSelf(REALobject object) {
@@ -45,28 +42,21 @@ void HMirrorSelf(REALobject object) {
     const std::ptrdiff_t width = record->Width;
     const int height = record->Height;
     WithChannelCount(side.channels.count, [&](auto kCount) {
-        for (int y = 0; y < height; ++y) {
-            const RowSpan row = GetRowSpan(record, y);
-            if (row && Covers(row, side, 0, width)) {
-                MirrorRow<kCount>(row.data, side, width);
-            } else if (row) {
-                MirrorRow_Plain<kCount>(row, side, width);
+        WithPixelCopy<kCount>({side, side}, [&](const auto& pixel) {
+            for (int y = 0; y < height; ++y) {
+                const RowSpan row = GetRowSpan(record, y);
+                if (row && Covers(row, side, 0, width)) {
+                    MirrorRow(row.data, side.pixelSize, width, pixel);
+                } else if (row) {
+                    MirrorRow_Plain<kCount>(row, side, width);
+                }
+                YieldIfAsked(record);
             }
-            YieldIfAsked(record);
-        }
+        });
     });
 }
 
 // --- top and bottom -------------------------------------------------------------------------------------------------
-
-// The bytes of a whole row as they are now; what the storage does not have is 0.
-static void CopyRowBytes(const RowSpan& row, std::uint8_t* buffer, std::ptrdiff_t size) {
-    if (!row) {
-        std::memset(buffer, 0, static_cast<std::size_t>(size));
-        return;
-    }
-    CopyRun({buffer, 0, size}, 0, row, 0, size);
-}
 
 template <int kCount, bool kTurned>
 static void StoreFromBuffer_Plain(const RowSpan& row, const RowSpan& buffer, const PixelSide& side,
@@ -79,30 +69,27 @@ static void StoreFromBuffer_Plain(const RowSpan& row, const RowSpan& buffer, con
 }
 
 // For rows and buffers that hold all of the pixels.
-template <int kCount, bool kTurned>
-static void StoreFromBuffer(std::uint8_t* row, const std::uint8_t* buffer, const PixelSide& side,
-                            std::ptrdiff_t width) {
-    if (!kTurned && side.pixelSize == kCount && side.channels.highest() - side.channels.lowest() == kCount - 1) {
-        std::memcpy(row + side.channels.lowest(), buffer + side.channels.lowest(),
-                    static_cast<std::size_t>(width * kCount));
-        return;
-    }
-    std::ptrdiff_t offset[kCount];
-    for (int c = 0; c < kCount; ++c) offset[c] = side.channels.offset[c];
-    const std::uint8_t* from = kTurned ? buffer + (width - 1) * side.pixelSize : buffer;
-    const std::ptrdiff_t step = kTurned ? -side.pixelSize : side.pixelSize;
-    for (std::ptrdiff_t i = 0; i < width; ++i, row += side.pixelSize, from += step) {
-        for (int c = 0; c < kCount; ++c) row[offset[c]] = from[offset[c]];
-    }
+template <bool kTurned, class PixelCopy>
+static void StoreFromBuffer(std::uint8_t* row, const std::uint8_t* buffer, std::ptrdiff_t pixelSize,
+                            std::ptrdiff_t width, const PixelCopy& pixel) {
+    const PixelCopy local = pixel;
+    const std::uint8_t* from = kTurned ? buffer + (width - 1) * pixelSize : buffer;
+    const std::ptrdiff_t step = kTurned ? -pixelSize : pixelSize;
+    for (std::ptrdiff_t i = 0; i < width; ++i, row += pixelSize, from += step) local.Copy(from, row);
 }
 
 template <int kCount, bool kTurned>
 static void StoreRow(const RowSpan& row, const RowSpan& buffer, const PixelSide& side, std::ptrdiff_t width) {
     if (!row || width < 1) return;
-    if (Covers(row, side, 0, width) && Covers(buffer, side, 0, width)) {
-        StoreFromBuffer<kCount, kTurned>(row.data, buffer.data, side, width);
-    } else {
+    if (!Covers(row, side, 0, width) || !Covers(buffer, side, 0, width)) {
         StoreFromBuffer_Plain<kCount, kTurned>(row, buffer, side, width);
+    } else if (!kTurned && side.pixelSize == kCount) {  // nothing between the channels
+        const std::ptrdiff_t first = side.channels.lowest();
+        std::memcpy(row.data + first, buffer.data + first, static_cast<std::size_t>(width * kCount));
+    } else {
+        WithPixelCopy<kCount>({side, side}, [&](const auto& pixel) {
+            StoreFromBuffer<kTurned>(row.data, buffer.data, side.pixelSize, width, pixel);
+        });
     }
 }
 
@@ -111,9 +98,9 @@ static void StoreRow(const RowSpan& row, const RowSpan& buffer, const PixelSide&
 template <int kCount, bool kTurned>
 static void ExchangeRows(const PixelSide& side, std::ptrdiff_t width, int y, int z, const RowSpan& first,
                          const RowSpan& second, bool apart) {
-    CopyRowBytes(GetRowSpan(side.record, y), first.data, first.end);
+    LoadRun(GetRowSpan(side.record, y), 0, first.end, first.data);
     const RowSpan partner = GetRowSpan(side.record, z);
-    CopyRowBytes(partner, second.data, second.end);
+    LoadRun(partner, 0, second.end, second.data);
     if (apart) StoreRow<kCount, kTurned>(partner, first, side, width);
     StoreRow<kCount, kTurned>(GetRowSpan(side.record, y), second, side, width);
     if (!apart) StoreRow<kCount, kTurned>(GetRowSpan(side.record, z), first, side, width);

@@ -89,11 +89,27 @@ TEST_F(Spans, CutRunsToTheStorage) {
     EXPECT_EQ(CutRun(RowSpan{}, 0, 10).size, 0u);
 }
 
-// Copies as through a buffer of its own: bytes that the source lacks read 0, bytes that the target lacks are dropped.
+// Copies as through a buffer of its own: the run is cut to the bytes that both sides have.
 void CopyModel(Window& dst, std::ptrdiff_t to, const Window& src, std::ptrdiff_t from, std::ptrdiff_t count) {
     std::vector<std::uint8_t> buffer;
     for (std::ptrdiff_t i = 0; i < count; ++i) buffer.push_back(src.Load(from + i));
-    for (std::ptrdiff_t i = 0; i < count; ++i) dst.Store(to + i, buffer[static_cast<std::size_t>(i)]);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        if (src.MayTouch(static_cast<int>(from + i))) dst.Store(to + i, buffer[static_cast<std::size_t>(i)]);
+    }
+}
+
+TEST_F(Spans, LoadRunsWithZerosForWhatARowDoesNotHave) {
+    for (int round = 0; round < 3000; ++round) {
+        Window window(random, 40);
+        const int from = random.Between(-60, 60), count = random.Between(0, 80);
+        std::vector<std::uint8_t> buffer(static_cast<std::size_t>(count) + 1, 170), expected = buffer;
+        LoadRun(window.Row(), from, count, buffer.data());
+        for (int i = 0; i < count; ++i) expected[static_cast<std::size_t>(i)] = window.Load(from + i);
+        ASSERT_EQ(buffer, expected) << count << " bytes from " << from;
+    }
+    std::vector<std::uint8_t> buffer(10, 170);
+    LoadRun(RowSpan{}, 0, 10, buffer.data());
+    EXPECT_EQ(buffer, std::vector<std::uint8_t>(10, 0));
 }
 
 TEST_F(Spans, CopyRunsLikeABuffer) {

@@ -141,7 +141,10 @@ bool ModelCopy(const TestImage& target, const TestImage& source, CopyArguments a
             std::vector<std::uint8_t> run(static_cast<std::size_t>((a.width + a.destX) * t->PixelSize));
             for (std::size_t i = 0; i < run.size(); ++i)
                 run[i] = sourceStorage->At(from + static_cast<std::int64_t>(i));
-            for (std::size_t i = 0; i < run.size(); ++i) targetStorage->Put(to + static_cast<std::int64_t>(i), run[i]);
+            for (std::size_t i = 0; i < run.size(); ++i) {  // cut where the source ends
+                const std::int64_t at = static_cast<std::int64_t>(i);
+                if (sourceStorage->Has(from + at)) targetStorage->Put(to + at, run[i]);
+            }
             continue;
         }
         for (int x = 0; x < a.width; ++x) {

@@ -215,7 +215,7 @@ const std::uint8_t* UsedBytes(const ScaleJob& job, const PassTwoParts& parts, in
     const bool inside = temp.Covers(0, size);
     if (inside && pair.usedStep == 1 && !job.temp->IsMapping) return groups;
     if (!inside) {
-        CopyRun({parts.groups, 0, size}, 0, temp, 0, size);
+        LoadRun(temp, 0, size, parts.groups);
         groups = parts.groups;
     }
     const std::uint8_t* from = groups + pair.firstUsed;
