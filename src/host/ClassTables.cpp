@@ -4,11 +4,33 @@
 
 #include <iterator>
 
+#include "compositing/Combine.h"
 #include "core/Construction.h"
 #include "core/Factory.h"
 #include "core/Formats.h"
+#include "core/InPlace.h"
 #include "core/RowAccess.h"
 #include "core/Views.h"
+#include "exchange/CopyPixels.h"
+#include "exchange/RowConversion.h"
+#include "filters/ApplyMatrix.h"
+#include "filters/AutoLevel.h"
+#include "filters/BoxBlur.h"
+#include "filters/DiffuseFilter.h"
+#include "filters/DitherFilter.h"
+#include "filters/EngraveFilter.h"
+#include "filters/FractionalBlur.h"
+#include "filters/FreeRotation.h"
+#include "filters/GainFilter.h"
+#include "filters/GammaFilter.h"
+#include "filters/Mirror.h"
+#include "filters/NeonFilter.h"
+#include "filters/OilFilter.h"
+#include "filters/RightAngle.h"
+#include "filters/SolarizeFilter.h"
+#include "filters/StampFilter.h"
+#include "filters/TransferFilter.h"
+#include "filters/Unsharp.h"
 #include "scale/FastScale.h"
 #include "scale/FilteredScale.h"
 
@@ -101,6 +123,55 @@ REALproperty ImageProperties[] = {
 // --- methods --------------------------------------------------------------------------------------------------------
 
 REALmethodDefinition ImageMethods[] = {
+    // compositing
+    {Function(PictureCombine1), nullptr,
+     "Combine(Image As PictureZOR, Mask As PictureZOR, DestX As Integer, DestY As Integer, SourceX As Integer, SourceY "
+     "As Integer, Width As Integer, Height As Integer, UseColours As Boolean, ForeColour As Integer, MaskColour As "
+     "Integer) as boolean",
+     0},
+    {Function(PictureCombine1), nullptr,
+     "Combine(Image As PictureZOR, Mask As PictureZOR, DestX As Integer, DestY As Integer, SourceX As Integer, SourceY "
+     "As Integer, Width As Integer, Height As Integer, UseColours As Boolean, ForeColour As color, MaskColour As "
+     "color) as boolean",
+     0},
+    {Function(PictureCombine2), nullptr,
+     "Combine(Image As PictureZOR, Mask As PictureZOR, DestX As Integer, DestY As Integer, SourceX As Integer, SourceY "
+     "As Integer, Width As Integer, Height As Integer, UseColours As Boolean, ForeColour As Integer) as boolean",
+     0},
+    {Function(PictureCombine2), nullptr,
+     "Combine(Image As PictureZOR, Mask As PictureZOR, DestX As Integer, DestY As Integer, SourceX As Integer, SourceY "
+     "As Integer, Width As Integer, Height As Integer, UseColours As Boolean, ForeColour As color) as boolean",
+     0},
+    {Function(PictureCombine3), nullptr,
+     "Combine(Image As PictureZOR, Mask As PictureZOR, DestX As Integer, DestY As Integer, SourceX As Integer, SourceY "
+     "As Integer, Width As Integer, Height As Integer, UseColours As Boolean) as boolean",
+     0},
+    {Function(PictureCombine1pm), nullptr,
+     "Combine(Image As PictureZOR, PreMultipliedSource as boolean, Mask As PictureZOR, DestX As Integer, DestY As "
+     "Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+     "ForeColour As Integer, MaskColour As Integer) as boolean",
+     0},
+    {Function(PictureCombine1pm), nullptr,
+     "Combine(Image As PictureZOR, PreMultipliedSource as boolean, Mask As PictureZOR, DestX As Integer, DestY As "
+     "Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+     "ForeColour As color, MaskColour As color) as boolean",
+     0},
+    {Function(PictureCombine2pm), nullptr,
+     "Combine(Image As PictureZOR, PreMultipliedSource as boolean, Mask As PictureZOR, DestX As Integer, DestY As "
+     "Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+     "ForeColour As Integer) as boolean",
+     0},
+    {Function(PictureCombine2pm), nullptr,
+     "Combine(Image As PictureZOR, PreMultipliedSource as boolean, Mask As PictureZOR, DestX As Integer, DestY As "
+     "Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+     "ForeColour As color) as boolean",
+     0},
+    {Function(PictureCombine3pm), nullptr,
+     "Combine(Image As PictureZOR, PreMultipliedSource as boolean, Mask As PictureZOR, DestX As Integer, DestY As "
+     "Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean) as "
+     "boolean",
+     0},
+    // new images and scaling
     {Function(CreatePictureLocal), nullptr,
      "CreatePictureZOR(width as integer, height as integer, ImageFormat as integer) as PictureZOR", kREALConsoleSafe},
     {Function(ScalePictureFast), nullptr,
@@ -110,9 +181,9 @@ REALmethodDefinition ImageMethods[] = {
      kREALConsoleSafe},
     {Function(PictureScaleZORMT), nullptr,
      "ScaleMT(threads as integer, source as PictureZOR, temp as PictureZOR, mode as integer, width as integer, height "
-     "as "
-     "integer) as boolean",
+     "as integer) as boolean",
      kREALConsoleSafe},
+    // construction
     {Function(ImageConstructorFile), nullptr,
      "Constructor(width as integer, height as integer, ImageFormat as integer, BlockSize as integer, FilePath as "
      "folderitem)",
@@ -122,6 +193,58 @@ REALmethodDefinition ImageMethods[] = {
     {Function(ImageConstructorMemory), nullptr,
      "Constructor(Buf as MemoryBlock, width as integer, height as integer, ImageFormat as integer, RowSize as integer)",
      kREALConsoleSafe},
+    // filters
+    {Function(OilFilter), nullptr, "OilFilter(dest as PictureZOR, levels as integer, range as integer) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(DifuseFilter), nullptr, "DiffuseFilter(dest as PictureZOR, level as integer) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(EngraveFilter), nullptr, "EngraveFilter(dest as PictureZOR, level as integer) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(NeonFilter), nullptr, "NeonFilter(dest as PictureZOR) as PictureZOR", kREALConsoleSafe},
+    {Function(BoxBlurFilter), nullptr,
+     "BoxBlurFilter(dest as PictureZOR, Radius as double, Vertical as boolean = true, Horizontal as boolean = true) as "
+     "PictureZOR",
+     kREALConsoleSafe},
+    {Function(BoxBlurFilter2), nullptr,
+     "BoxBlurFilter(dest as PictureZOR, Radius as double, Iterations as integer, Vertical as boolean = true, "
+     "Horizontal as boolean = true) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(BoxBlurFractionalFilter), nullptr,
+     "BoxBlurFractionalFilter(dest as PictureZOR, Radius as double) as PictureZOR", kREALConsoleSafe},
+    {Function(SolarizeFilter), nullptr, "SolarizeFilter(dest as PictureZOR) as PictureZOR", kREALConsoleSafe},
+    {Function(GammaFilterG), nullptr, "GammaFilter(dest as PictureZOR, gamma as double) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(GammaFilterGA), nullptr,
+     "GammaFilter(dest as PictureZOR, gamma as double, alphaGamma as double) as PictureZOR", kREALConsoleSafe},
+    {Function(GammaFilterRGB), nullptr,
+     "GammaFilter(dest as PictureZOR, redGamma as double, greenGamma as double, blueGamma as double) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(GammaFilterRGBA), nullptr,
+     "GammaFilter(dest as PictureZOR, redGamma as double, greenGamma as double, blueGamma as double, alphaGamma as "
+     "double) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(DitherFilter), nullptr,
+     "DitherFilter(dest as PictureZOR, matrix as integer, levels as integer) as PictureZOR", kREALConsoleSafe},
+    {Function(GainFilter), nullptr, "GainFilter(dest as PictureZOR, gain as double, bias as double) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(StampFilter), nullptr,
+     "StampFilter(dest as PictureZOR, radius as double, threshold as double, softness as double, Black as Color, White "
+     "as Color) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(TransferFilterG), nullptr, "TransferFilter(dest as PictureZOR, gray() as integer) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(TransferFilterGA), nullptr,
+     "TransferFilter(dest as PictureZOR, gray() as integer, alpha() as integer) as PictureZOR", kREALConsoleSafe},
+    {Function(TransferFilterRGB), nullptr,
+     "TransferFilter(dest as PictureZOR, red() as integer, green() as integer, blue() as integer) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(TransferFilterRGBA), nullptr,
+     "TransferFilter(dest as PictureZOR, red() as integer, green() as integer, blue() as integer, alpha() as integer) "
+     "as PictureZOR",
+     kREALConsoleSafe},
+    {Function(unsharpFilter), nullptr,
+     "UnsharpFilter(origpixels as PictureZOR, Amount as double, Threshold as integer) as boolean", kREALConsoleSafe},
+    // views
     {Function(AlphaChannel), nullptr, "AlphaChannel as PictureZOR", kREALConsoleSafe},
     {Function(RedChannel), nullptr, "RedChannel as PictureZOR", kREALConsoleSafe},
     {Function(GreenChannel), nullptr, "GreenChannel as PictureZOR", kREALConsoleSafe},
@@ -135,11 +258,107 @@ REALmethodDefinition ImageMethods[] = {
     {Function(BlackChannel), nullptr, "BlackChannel as PictureZOR", kREALConsoleSafe},
     {Function(Channel), nullptr, "Channel(index as integer) as PictureZOR", kREALConsoleSafe},
     {Function(GetMirroredView), nullptr, "MirroredView as PictureZOR", kREALConsoleSafe},
+    // in place
     {Function(ImageDestructor), nullptr, "Close", kREALConsoleSafe},
+    {Function(HMirrorSelf), nullptr, "HMirror", kREALConsoleSafe},
+    {Function(VMirrorSelf), nullptr, "VMirror", kREALConsoleSafe},
+    {Function(Rotate180Self), nullptr, "Rotate180", kREALConsoleSafe},
+    {Function(Invert1), nullptr, "Invert", kREALConsoleSafe},
+    {Function(Invert5), nullptr, "Invert(x as integer, y as integer, w as integer, h as integer)", kREALConsoleSafe},
+    {Function(AutoLevel1), nullptr, "AutoLevel as boolean", kREALConsoleSafe},
+    {Function(AutoLevel5), nullptr, "AutoLevel(x as integer, y as integer, w as integer, h as integer) as boolean",
+     kREALConsoleSafe},
+    // rows
+    {Function(rbGetRow), nullptr, "RawRow(index as integer) as memoryblock", kREALConsoleSafe},
+    {Function(rbGetRowCopy), Function(rbSetRow), "Row(index as integer) as memoryblock", kREALConsoleSafe},
+    {Function(rbGetRowF), Function(rbSetRowF), "RowInFormat(index as integer, ImageFormat as integer) as memoryblock",
+     kREALConsoleSafe},
+    {Function(rbGetRowFI), Function(rbSetRowFI),
+     "RowInFormat(index as integer, ImageFormat as integer, InvertAlpha as boolean) as memoryblock", kREALConsoleSafe},
+    {Function(rbGetRowFS), Function(rbSetRowFS),
+     "RowStringInFormat(index as integer, ImageFormat as integer) as string", kREALConsoleSafe},
+    {Function(rbGetAllFS), Function(rbSetAllFS), "DataStringInFormat(ImageFormat as integer) as string",
+     kREALConsoleSafe},
+    // copies
     {Function(Clone), nullptr, "Clone as PictureZOR", kREALConsoleSafe},
+    // fills
+    {Function(ClearRect1), nullptr, "ClearRect", kREALConsoleSafe},
+    {Function(ClearRect5), nullptr, "ClearRect(x as integer, y as integer, width as integer, height as integer)",
+     kREALConsoleSafe},
+    {Function(CompareImages), nullptr, "CompareImages(other as PictureZOR) as Int64", kREALConsoleSafe},
+    {Function(FillRect1), nullptr, "FillRect(value as integer)", kREALConsoleSafe},
+    {Function(FillRect5), nullptr,
+     "FillRect(x as integer, y as integer, width as integer, height as integer, value as integer)", kREALConsoleSafe},
+    {Function(FillRectRandom1), nullptr, "FillRectRandom", kREALConsoleSafe},
+    {Function(FillRectRandom5), nullptr,
+     "FillRectRandom(x as integer, y as integer, width as integer, height as integer)", kREALConsoleSafe},
+    {Function(FillRectRGB1), nullptr, "FillRectRGB(red as integer, green as integer, blue as integer)",
+     kREALConsoleSafe},
+    {Function(FillRectRGBA1), nullptr,
+     "FillRectRGB(red as integer, green as integer, blue as integer, alpha as integer)", kREALConsoleSafe},
+    {Function(FillRectRGB5), nullptr,
+     "FillRectRGB(x as integer, y as integer, width as integer, height as integer, red as integer, green as integer, "
+     "blue as integer)",
+     kREALConsoleSafe},
+    {Function(FillRectRGBA5), nullptr,
+     "FillRectRGB(x as integer, y as integer, width as integer, height as integer, red as integer, green as integer, "
+     "blue as integer, alpha as integer)",
+     kREALConsoleSafe},
+    {Function(FillRectRGBc1), nullptr, "FillRectRGB(FillColor as color)", kREALConsoleSafe},
+    {Function(FillRectRGBcA1), nullptr, "FillRectRGB(FillColor as color, alpha as integer)", kREALConsoleSafe},
+    {Function(FillRectRGBc5), nullptr,
+     "FillRectRGB(x as integer, y as integer, width as integer, height as integer, FillColor as color)",
+     kREALConsoleSafe},
+    {Function(FillRectRGBcA5), nullptr,
+     "FillRectRGB(x as integer, y as integer, width as integer, height as integer, FillColor as color, alpha as "
+     "integer)",
+     kREALConsoleSafe},
+    {Function(FillRectApplyRGBA1), nullptr,
+     "FillRectApply(red as integer, green as integer, blue as integer, alpha as integer)", kREALConsoleSafe},
+    {Function(FillRectApplyRGBA5), nullptr,
+     "FillRectApply(x as integer, y as integer, width as integer, height as integer, red as integer, green as integer, "
+     "blue as integer, alpha as integer)",
+     kREALConsoleSafe},
+    {Function(FillRectApplyRGBcA1), nullptr, "FillRectApply(FillColor as color, alpha as integer)", kREALConsoleSafe},
+    {Function(FillRectApplyRGBcA5), nullptr,
+     "FillRectApply(x as integer, y as integer, width as integer, height as integer, FillColor as color, alpha as "
+     "integer)",
+     kREALConsoleSafe},
+    // copies and views of a part
+    {Function(rbCopyPixels2), nullptr, "CopyPixels(source as PictureZOR) as boolean", kREALConsoleSafe},
+    {Function(rbCopyPixels6), nullptr,
+     "CopyPixels(source as PictureZOR, DestX as integer, DestY as integer, DestWidth as integer, DestHeight as "
+     "integer) as boolean",
+     kREALConsoleSafe},
+    {Function(rbCopyPixels8), nullptr,
+     "CopyPixels(source as PictureZOR, DestX as integer, DestY as integer, DestWidth as integer, DestHeight as "
+     "integer, SourceX as integer, SourceY as integer) as boolean",
+     kREALConsoleSafe},
     {Function(ClipImage1), nullptr, "ClipImage as PictureZOR", kREALConsoleSafe},
     {Function(ClipImage5), nullptr,
      "ClipImage(x as integer, y as integer, width as integer, height as integer) as PictureZOR", kREALConsoleSafe},
+    // rotation
+    {Function(Rotate90), nullptr, "Rotate90slow(dest as PictureZOR=nil) as PictureZOR", kREALConsoleSafe},
+    {Function(Rotate180), nullptr, "Rotate180(dest as PictureZOR=nil) as PictureZOR", kREALConsoleSafe},
+    {Function(Rotate270), nullptr, "Rotate270slow(dest as PictureZOR=nil) as PictureZOR", kREALConsoleSafe},
+    {Function(rbRotate), nullptr,
+     "Rotate(angle as double, Red as integer = 0, Green as integer = 0, Blue as integer = 0, Alpha as integer = 0, "
+     "Gray as integer = 0, Cyan as integer = 0, Magenta as integer = 0, Yellow as integer = 0, Black as integer = 0) "
+     "as PictureZOR",
+     kREALConsoleSafe},
+    {Function(Rotate90fast), nullptr, "Rotate90(dest as PictureZOR=nil) as PictureZOR", kREALConsoleSafe},
+    {Function(Rotate270fast), nullptr, "Rotate270(dest as PictureZOR=nil) as PictureZOR", kREALConsoleSafe},
+    // convolution
+    {Function(PictureMatrix3), nullptr,
+     "ApplyMatrix(dest as PictureZOR, MatrixDimension as integer, matrix() as integer) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(PictureMatrix4), nullptr,
+     "ApplyMatrix(dest as PictureZOR, MatrixDimension as integer, matrix() as integer, delta as integer) as PictureZOR",
+     kREALConsoleSafe},
+    {Function(PictureMatrix5), nullptr,
+     "ApplyMatrix(dest as PictureZOR, MatrixDimension as integer, matrix() as integer, delta as integer, ScaleFactor "
+     "as double) as PictureZOR",
+     kREALConsoleSafe},
 };
 
 REALmethodDefinition ImageSharedMethods[] = {
