@@ -141,10 +141,10 @@ static const Malformed kMalformed[] = {
 };
 
 TEST(Declarations, RefuseWhatIsMalformedAndSayWhy) {
-    for (const auto& [declaration, problem] : kMalformed) {
-        const std::string message = ErrorOf([&] { ParseDeclaration(declaration); });
-        EXPECT_NE(message.find(problem), std::string::npos) << declaration << " gave: " << message;
-        EXPECT_NE(message.find("\"" + std::string(declaration) + "\""), std::string::npos) << message;
+    for (const Malformed& each : kMalformed) {
+        const std::string message = ErrorOf([&] { ParseDeclaration(each.declaration); });
+        EXPECT_NE(message.find(each.problem), std::string::npos) << each.declaration << " gave: " << message;
+        EXPECT_NE(message.find("\"" + std::string(each.declaration) + "\""), std::string::npos) << message;
     }
 }
 

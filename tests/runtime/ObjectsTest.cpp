@@ -27,7 +27,8 @@ TEST(Objects, CountTheirLocks) {
     EXPECT_EQ(moved.LockCount(), 1);
     a = moved;
     EXPECT_EQ(moved.LockCount(), 2);
-    a = a;
+    const Object& same = a;
+    a = same;
     EXPECT_EQ(moved.LockCount(), 2);
     a = test.Probe(2);
     EXPECT_EQ(moved.LockCount(), 1);
