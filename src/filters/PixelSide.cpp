@@ -8,6 +8,21 @@ PixelSides SidesOf(ImageClassData* source, ImageClassData* dest) {
     return {{source, source->PixelSize, channels.from}, {dest, dest->PixelSize, channels.to}};
 }
 
+static bool ShareAByte(const ChannelSet& channels) {
+    const std::ptrdiff_t* const offset = channels.offset;
+    for (int c = 1; c < channels.count; ++c) {
+        if (std::find(offset, offset + c, offset[c]) != offset + c) return true;
+    }
+    return false;
+}
+
+bool ShareWholePixels(const PixelSides& sides) {
+    const ChannelSet &from = sides.source.channels, &to = sides.dest.channels;
+    return sides.source.pixelSize == from.count && sides.dest.pixelSize == from.count &&
+           std::equal(from.offset, from.offset + from.count, to.offset) && !ShareAByte(from) &&
+           from.highest() - from.lowest() == from.count - 1;
+}
+
 bool PixelsAreApart(const PixelSide& side) {
     return side.channels.highest() - side.channels.lowest() < side.pixelSize;
 }
@@ -19,14 +34,6 @@ bool RowsAreApart(const PixelSide& side, std::int64_t width) {
 }
 
 // --- rows as packed samples -----------------------------------------------------------------------------------------
-
-static bool ShareAByte(const ChannelSet& channels) {
-    const std::ptrdiff_t* const offset = channels.offset;
-    for (int c = 1; c < channels.count; ++c) {
-        if (std::find(offset, offset + c, offset[c]) != offset + c) return true;
-    }
-    return false;
-}
 
 void OrderByBytes(PixelSides* sides) {
     const ChannelSet source = sides->source.channels, dest = sides->dest.channels;

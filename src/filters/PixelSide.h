@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "filters/ChannelPair.h"
 
@@ -60,6 +61,54 @@ private:
     };
     std::unique_ptr<T, Free> memory_;
 };
+
+// True if the pixels of both images are made of the channels, in the same order, and have no other byte.
+bool ShareWholePixels(const PixelSides& sides);
+
+// Where the channels of a pixel lie, for loops over pixels that are all inside the storage.
+template <int kCount>
+struct ChannelBytes {
+    explicit ChannelBytes(const PixelSides& sides) {
+        for (int c = 0; c < kCount; ++c) {
+            from[c] = sides.source.channels.offset[c];
+            to[c] = sides.dest.channels.offset[c];
+        }
+    }
+    void Copy(const std::uint8_t* source, std::uint8_t* dest) const {
+        for (int c = 0; c < kCount; ++c) dest[to[c]] = source[from[c]];
+    }
+    // Of one image with itself.
+    void Swap(std::uint8_t* a, std::uint8_t* b) const {
+        for (int c = 0; c < kCount; ++c) std::swap(a[from[c]], b[from[c]]);
+    }
+    std::ptrdiff_t from[kCount], to[kCount];
+};
+
+// The same where the pixels of both images are those bytes, in the same order, and nothing else.
+template <int kCount>
+struct WholePixel {
+    explicit WholePixel(const PixelSides& sides) : lowest(sides.source.channels.lowest()) {}
+    void Copy(const std::uint8_t* source, std::uint8_t* dest) const {
+        std::memcpy(dest + lowest, source + lowest, kCount);
+    }
+    void Swap(std::uint8_t* a, std::uint8_t* b) const {
+        std::uint8_t kept[kCount];
+        std::memcpy(kept, a + lowest, kCount);
+        std::memcpy(a + lowest, b + lowest, kCount);
+        std::memcpy(b + lowest, kept, kCount);
+    }
+    std::ptrdiff_t lowest;
+};
+
+// Calls work with whichever of the two fits.
+template <int kCount, class Work>
+void WithPixelCopy(const PixelSides& sides, Work work) {
+    if (ShareWholePixels(sides)) {
+        work(WholePixel<kCount>(sides));
+    } else {
+        work(ChannelBytes<kCount>(sides));
+    }
+}
 
 // --- rows as packed samples -----------------------------------------------------------------------------------------
 

@@ -30,8 +30,9 @@ static void HalfTurn_Plain(const PixelSides& sides, int width, int height) {
 }
 
 // One row for images that share no byte.
-template <int kCount>
-static void TurnRow(const RowSpan& src, const RowSpan& dst, const PixelSides& sides, std::ptrdiff_t width) {
+template <int kCount, class PixelCopy>
+static void TurnRow(const RowSpan& src, const RowSpan& dst, const PixelSides& sides, std::ptrdiff_t width,
+                    const PixelCopy& pixel) {
     if (!Covers(src, sides.source, 0, width) || !Covers(dst, sides.dest, 0, width)) {
         std::uint8_t samples[kCount];
         for (std::ptrdiff_t i = 0; i < width; ++i) {
@@ -40,27 +41,23 @@ static void TurnRow(const RowSpan& src, const RowSpan& dst, const PixelSides& si
         }
         return;
     }
-    std::ptrdiff_t offset[kCount], destOffset[kCount];
-    for (int c = 0; c < kCount; ++c) {
-        offset[c] = sides.source.channels.offset[c];
-        destOffset[c] = sides.dest.channels.offset[c];
-    }
+    const PixelCopy local = pixel;
     const std::ptrdiff_t step = sides.source.pixelSize, destStep = sides.dest.pixelSize;
     const std::uint8_t* from = src.data + (width - 1) * step;
     std::uint8_t* to = dst.data;
-    for (std::ptrdiff_t i = 0; i < width; ++i, from -= step, to += destStep) {
-        for (int c = 0; c < kCount; ++c) to[destOffset[c]] = from[offset[c]];
-    }
+    for (std::ptrdiff_t i = 0; i < width; ++i, from -= step, to += destStep) local.Copy(from, to);
 }
 
 template <int kCount>
 static void HalfTurn(const PixelSides& sides, int width, int height) {
     if (width < 1) return;
-    for (int y = 0; y < height; ++y) {
-        const RowSpan src = GetRowSpan(sides.source.record, y);
-        const RowSpan dst = GetRowSpan(sides.dest.record, height - 1 - y);
-        if (src && dst) TurnRow<kCount>(src, dst, sides, width);
-    }
+    WithPixelCopy<kCount>(sides, [&](const auto& pixel) {
+        for (int y = 0; y < height; ++y) {
+            const RowSpan src = GetRowSpan(sides.source.record, y);
+            const RowSpan dst = GetRowSpan(sides.dest.record, height - 1 - y);
+            if (src && dst) TurnRow<kCount>(src, dst, sides, width, pixel);
+        }
+    });
 }
 
 REALobject Rotate180(REALobject object, REALobject dest) {
@@ -96,13 +93,13 @@ struct Block {
     int left, top, right, bottom;
 };
 
-// Cuts an area into squares, from the top and in each strip from the left.
+// Cuts an area into blocks of that many columns and rows, from the top and in each strip from the left.
 template <class Work>
-static void ForBlocks(const Block& area, int size, Work work) {
-    for (std::int64_t top = area.top; top < area.bottom; top += size) {
-        const int bottom = static_cast<int>(std::min<std::int64_t>(top + size, area.bottom));
-        for (std::int64_t left = area.left; left < area.right; left += size) {
-            const int right = static_cast<int>(std::min<std::int64_t>(left + size, area.right));
+static void ForBlocks(const Block& area, int columns, int rows, Work work) {
+    for (std::int64_t top = area.top; top < area.bottom; top += rows) {
+        const int bottom = static_cast<int>(std::min<std::int64_t>(top + rows, area.bottom));
+        for (std::int64_t left = area.left; left < area.right; left += columns) {
+            const int right = static_cast<int>(std::min<std::int64_t>(left + columns, area.right));
             work(Block{static_cast<int>(left), static_cast<int>(top), right, bottom});
         }
     }
@@ -117,8 +114,9 @@ static void TurnBlock_Plain(const QuarterTurn& turn, const Block& block) {
     }
 }
 
-// The rows of a block that a processor cache holds together with their fellows in the other image.
-constexpr int kTile = 32;
+// A part of the source that a processor cache holds together with its fellow in the other image. The pixels of 128
+// rows fill whole cache lines of the destination, whatever their size.
+constexpr int kTileColumns = 64, kTileRows = 128;
 
 // Takes the rows first to first + count - 1 of an image that may be mapped, all good at the same time; false if its
 // window moved meanwhile.
@@ -138,41 +136,34 @@ static bool AllCover(const RowSpan* rows, int count, const PixelSide& side, std:
 
 // Turns a tile whose rows are at hand and hold all of its pixels. sources are the rows in the order of the
 // destination's columns, dests those of the destination from the top.
-template <int kCount>
-static void TurnTile(const RowSpan* sources, const RowSpan* dests, const QuarterTurn& turn, const Block& tile) {
-    std::ptrdiff_t offset[kCount], destOffset[kCount];
-    for (int c = 0; c < kCount; ++c) {
-        offset[c] = turn.sides.source.channels.offset[c];
-        destOffset[c] = turn.sides.dest.channels.offset[c];
-    }
+template <class PixelCopy>
+static void TurnTile(const RowSpan* sources, const RowSpan* dests, const QuarterTurn& turn, const Block& tile,
+                     const PixelCopy& pixel) {
+    const PixelCopy local = pixel;
     const std::ptrdiff_t step = turn.sides.source.pixelSize, destStep = turn.sides.dest.pixelSize;
     const int columns = tile.right - tile.left, rows = tile.bottom - tile.top;
     const std::ptrdiff_t firstColumn = std::min(turn.DestColumn(tile.top), turn.DestColumn(tile.bottom - 1));
     for (int i = 0; i < columns; ++i) {
-        const int x = turn.clockwise ? tile.left + i : tile.right - 1 - i;
-        const std::ptrdiff_t at = x * step;
+        const std::ptrdiff_t at = (turn.clockwise ? tile.left + i : tile.right - 1 - i) * step;
         std::uint8_t* to = dests[i].data + firstColumn * destStep;
-        for (int j = 0; j < rows; ++j, to += destStep) {
-            const std::uint8_t* const from = sources[j].data + at;
-            for (int c = 0; c < kCount; ++c) to[destOffset[c]] = from[offset[c]];
-        }
+        for (int j = 0; j < rows; ++j, to += destStep) local.Copy(sources[j].data + at, to);
     }
 }
 
 // One tile of images that share no byte and whose pixels and rows are apart, so that no order shows.
-template <int kCount>
-static void TurnTileOrPlain(const QuarterTurn& turn, const Block& tile) {
+template <int kCount, class PixelCopy>
+static void TurnTileOrPlain(const QuarterTurn& turn, const Block& tile, const PixelCopy& pixel) {
     const PixelSides& sides = turn.sides;
     const int columns = tile.right - tile.left, rows = tile.bottom - tile.top;
     const int firstRow = std::min(turn.DestRow(tile.left), turn.DestRow(tile.right - 1));
     const int firstColumn = std::min(turn.DestColumn(tile.top), turn.DestColumn(tile.bottom - 1));
-    RowSpan sources[kTile], dests[kTile];
+    RowSpan sources[kTileRows], dests[kTileColumns];
     if (TakeRows(sides.source.record, tile.top, rows, sources) &&
         TakeRows(sides.dest.record, firstRow, columns, dests) &&
         AllCover(sources, rows, sides.source, tile.left, columns) &&
         AllCover(dests, columns, sides.dest, firstColumn, rows)) {
         if (turn.clockwise) std::reverse(sources, sources + rows);
-        TurnTile<kCount>(sources, dests, turn, tile);
+        TurnTile(sources, dests, turn, tile, pixel);
     } else {
         TurnBlock_Plain<kCount>(turn, tile);
     }
@@ -197,11 +188,14 @@ template <int kCount>
 static void TurnInTiles(const QuarterTurn& turn, const Block& whole) {
     ImageClassData* const source = turn.sides.source.record;
     ImageClassData* const dest = turn.sides.dest.record;
-    ForBlocks(whole, std::min(RowsInReach(source), RowsInReach(dest)), [&](const Block& block) {
-        const int a = turn.DestRow(block.left), b = turn.DestRow(block.right - 1);
-        BringIntoReach(dest, std::min(a, b), std::max(a, b));
-        BringIntoReach(source, block.top, block.bottom - 1);
-        ForBlocks(block, kTile, [&](const Block& tile) { TurnTileOrPlain<kCount>(turn, tile); });
+    WithPixelCopy<kCount>(turn.sides, [&](const auto& pixel) {
+        ForBlocks(whole, RowsInReach(dest), RowsInReach(source), [&](const Block& block) {
+            const int a = turn.DestRow(block.left), b = turn.DestRow(block.right - 1);
+            BringIntoReach(dest, std::min(a, b), std::max(a, b));
+            BringIntoReach(source, block.top, block.bottom - 1);
+            ForBlocks(block, kTileColumns, kTileRows,
+                      [&](const Block& tile) { TurnTileOrPlain<kCount>(turn, tile, pixel); });
+        });
     });
 }
 
@@ -230,7 +224,7 @@ static REALobject TurnByQuarter(REALobject object, REALobject dest, bool clockwi
             TurnInTiles<kCount>(turn, whole);
         } else {
             const int block = inBlocks ? ToldBlock(source, target) : INT_MAX;
-            ForBlocks(whole, block, [&](const Block& part) { TurnBlock_Plain<kCount>(turn, part); });
+            ForBlocks(whole, block, block, [&](const Block& part) { TurnBlock_Plain<kCount>(turn, part); });
         }
     });
     return result;
