@@ -324,10 +324,17 @@ TEST_F(ImageRows, NameTheChannelsOfTheirFamilyWithAlphaLast) {
         const TestImage image = MakePlain(2, 2, format);
         for (const bool withAlpha : {false, true}) {
             std::vector<std::ptrdiff_t> expected;
-            if (image->IsGray) expected = {image->GrayOffset};
-            if (image->IsRGB) expected = {image->RedOffset, image->GreenOffset, image->BlueOffset};
+            if (image->IsGray) expected.push_back(image->GrayOffset);
+            if (image->IsRGB) {
+                for (const int offset : {image->RedOffset, image->GreenOffset, image->BlueOffset}) {
+                    expected.push_back(offset);
+                }
+            }
             if (image->IsCMYK) {
-                expected = {image->CyanOffset, image->MagentaOffset, image->YellowOffset, image->BlackOffset};
+                for (const int offset :
+                     {image->CyanOffset, image->MagentaOffset, image->YellowOffset, image->BlackOffset}) {
+                    expected.push_back(offset);
+                }
             }
             if (withAlpha && image->HasAlpha) expected.push_back(image->AlphaOffset);
             const ChannelSet set = ChannelsOf(image.record(), withAlpha);
