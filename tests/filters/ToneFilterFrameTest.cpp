@@ -4,6 +4,7 @@
 
 #include "core/Construction.h"
 #include "core/Formats.h"
+#include "core/RowAccess.h"
 #include "filters/DiffuseFilter.h"
 #include "filters/DitherFilter.h"
 #include "filters/EngraveFilter.h"
@@ -46,10 +47,18 @@ const NamedFilter kFilters[] = {
 
 class ToneFilterFrame : public EngineTest {
 protected:
-    // A yield is due at once, every time: the last one lies half a turn of the counter back.
+    // A yield is due: the last one lies far back.
     static void YieldAlways(ImageClassData* record) {
         record->YieldTicks = 1;
         record->LastYieldTick = INT32_MIN / 2;
+    }
+    // And is due again with every row that is taken, so that a yield in a walk cannot hide behind the clock.
+    static void YieldWithEveryRow(ImageClassData* record) {
+        YieldAlways(record);
+        record->GetRow = [](ImageClassData* image, int y) {
+            image->LastYieldTick = INT32_MIN / 2;
+            return GetRowLinear(image, y);
+        };
     }
     TestImage Noise(int format) {
         TestImage image = MakePlain(9, 7, format);
@@ -101,12 +110,8 @@ TEST_F(ToneFilterFrame, YieldsOnceOnEitherImageAndNotInTheWalk) {
     for (const NamedFilter& filter : kFilters) {
         SCOPED_TRACE(filter.name);
         const TestImage source = Noise(ImageFormatRGB), dest = Noise(ImageFormatRGB);
-        YieldAlways(source.record());
-        YieldAlways(dest.record());
-        host.onYield = [&] {
-            YieldAlways(source.record());
-            YieldAlways(dest.record());
-        };
+        YieldWithEveryRow(source.record());
+        YieldWithEveryRow(dest.record());
         host.ClearLog();
         REALUnlockObject(filter.run(source.object(), dest.object()));
         EXPECT_EQ(host.Count("REALYieldToRB"), 2);
@@ -115,7 +120,6 @@ TEST_F(ToneFilterFrame, YieldsOnceOnEitherImageAndNotInTheWalk) {
         host.ClearLog();
         REALUnlockObject(filter.run(source.object(), dest.object()));
         EXPECT_EQ(host.Count("REALYieldToRB"), 0);
-        host.onYield = nullptr;
     }
 }
 
