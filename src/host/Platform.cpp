@@ -4,6 +4,7 @@
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
+#include <unwind.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -98,4 +99,14 @@ char* UnixFilePath(REALobject folderItem) {
     FSSpec spec{};
     if (REALFSSpecFromFolderItem(&spec, folderItem)) return CopyOfPath(spec.path);
     return nullptr;
+}
+
+static _Unwind_Reason_Code StopUnwinding(_Unwind_Context*, void*) {
+    return _URC_END_OF_STACK;
+}
+
+// The copy fills its register tables when it first looks at a stack, and stops the process when the unwinder of the
+// program reaches one of our frames before that.
+void PrepareUnwinding() {
+    _Unwind_Backtrace(StopUnwinding, nullptr);
 }

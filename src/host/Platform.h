@@ -28,3 +28,8 @@ void SystemLog(const char* line);
 // The absolute path of a folder item, whether or not the file exists. Zero-terminated; freed by the caller with
 // free. Nil for a nil item or one that names no file.
 char* UnixFilePath(REALobject folderItem);
+
+// Makes the plug-in's own copy of the stack unwinder ready, so that an exception of the host's program passes through
+// the plug-in and releases what its functions hold. An application in C++ cancels a long method that way, by throwing
+// out of the yield.
+void PrepareUnwinding();

@@ -8,6 +8,7 @@
 #include "core/Formats.h"
 #include "host/ClassTables.h"
 #include "host/HostCalls.h"
+#include "host/Platform.h"
 
 // The host knows console pictures from this version on.
 constexpr double kFirstHostWithConsolePictures = 2010.029;
@@ -76,6 +77,7 @@ void PluginEntry() {
 
 extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolver resolver) {
     gResolver = resolver;
+    PrepareUnwinding();
     using RegisterVersion = void (*)(int);
     using GetVersion = double (*)();
     if (const auto registerVersion = reinterpret_cast<RegisterVersion>(gResolver("RegisterPluginVersion"))) {

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 #include <unistd.h>
+#include <unwind.h>
 
 #include <cstddef>
 #include <cstdio>
@@ -641,6 +642,8 @@ void FillTables() {
 
 extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolver resolver) {
     gResolver = resolver;
+    // An unwinder that is linked in must have looked at a stack once before an exception of the program may pass.
+    _Unwind_Backtrace([](_Unwind_Context*, void*) { return _URC_END_OF_STACK; }, nullptr);
     if (auto* const registerVersion = Service<void(int)>("RegisterPluginVersion")) registerVersion(9);
     if (auto* const version = Service<double()>("REALGetRBVersion")) gVersion = version();
     FillTables();

@@ -107,7 +107,8 @@ public:
     Object MakeFactory(FactoryFunction function, Place where = Place::Here());
 
     // Called whenever a long method gives the host a turn. An exception that it throws ends that method: the method
-    // releases what it holds, and the exception comes out of the call.
+    // releases what it holds, and the exception comes out of the call. The plug-in must be built for that: its
+    // functions with unwind tables, and an unwinder of its own, if it links one in, made ready at its start.
     void SetYield(std::function<void()> callback);
 
     // Every object that is alive, oldest first. The report is one line for each object and each string, empty for none.
