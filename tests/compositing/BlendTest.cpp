@@ -513,7 +513,9 @@ TEST_F(Blend, ReadsZeroAndWritesNothingOutsideOfABlock) {
             TestImage made = MakeOnBlock(width, height, random.Pick(kClasses[random.Between(0, 3)].formats),
                                          random.Between(1, 3 * width));
             FillWithNoise(made, random);
-            return random.Chance(30) ? MirroredOf(std::move(made)) : std::move(made);
+            if (random.Chance(30)) made = MirroredOf(std::move(made));
+            if (random.Chance(30)) made->RowOffset = random.Between(-2, 2);  // rows before the block as well
+            return made;
         };
         const int width = random.Between(1, 30), height = random.Between(1, 6);
         const TestImage target = image(random.Between(1, 30), random.Between(1, 6));
