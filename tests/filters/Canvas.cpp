@@ -73,7 +73,8 @@ static void LookThroughView(Random& random, ImagePair* pair) {
     if (!random.Chance(15)) return;
     TestImage& image = pair->source;
     if (random.Chance(50) && image->ChannelCount > 0) {
-        image = ChannelOf(std::move(image), random.Between(0, image->ChannelCount - 1));
+        const int channel = random.Between(0, image->ChannelCount - 1);
+        image = ChannelOf(std::move(image), channel);
     } else if ((image->IsRGB && image->ImageFormat <= ImageFormatXBGR) || image->IsCMYK) {
         image = ColoursOf(std::move(image));
     }

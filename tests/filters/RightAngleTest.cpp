@@ -82,6 +82,33 @@ TEST_F(RightAngle, Rotate270AgreesWithItsModel) {
                                   [](Random&) { return QuarterTurn("Rotate270", Rotate270fast, true, true); });
 }
 
+// Sizes that are no multiple of a tile and take several, in memory and with windows that move.
+TEST_F(RightAngle, LargeImagesAgreeWithTheModel) {
+    Random random(6);
+    const TempDir directory;
+    const std::vector<NeighbourCase> filters = {{"Rotate180", Rotate180, ModelOfHalfTurn, SameSize},
+                                                QuarterTurn("Rotate90slow", Rotate90, false, false),
+                                                QuarterTurn("Rotate270slow", Rotate270, true, false),
+                                                QuarterTurn("Rotate90", Rotate90fast, false, true),
+                                                QuarterTurn("Rotate270", Rotate270fast, true, true)};
+    for (const Size size : {Size{200, 300}, {130, 70}, {64, 257}}) {
+        for (const int format : {ImageFormatRGB, ImageFormatBGRX, ImageFormatRGBA, ImageFormatG, ImageFormatCMYKA}) {
+            for (const StorageKind kind : {StorageKind::plain, StorageKind::file}) {
+                for (const NeighbourCase& filter : filters) {
+                    const Size made = filter.resultSize(size);
+                    ImagePair pair;
+                    pair.source = kind == StorageKind::file ? MakeInFile(directory, size.width, size.height, format, 40)
+                                                            : MakePlain(size.width, size.height, format);
+                    FillWithNoise(pair.source, random);
+                    pair.dest = random.Chance(50) ? MakeInFile(directory, made.width, made.height, format, 50)
+                                                  : MakePlain(made.width, made.height, format);
+                    CheckNeighbours(filter, pair);
+                }
+            }
+        }
+    }
+}
+
 // Rows of the destination that run into each other, or that have room for one pixel only.
 TEST_F(RightAngle, KeepsTheOrderOfStoresInADestinationWithShortRows) {
     Random random(5);
