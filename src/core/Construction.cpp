@@ -41,7 +41,7 @@ static void Teardown(ImageClassData* record) {
     // The descriptor may by now be that of another image's file, which is then the one that is cut off.
     if (ownsFile) MarkFileGone(record->FileHandle);
     if (record->OwnsBuffer && record->Pixels) {
-        std::free(record->Pixels);
+        if (!LeaveToPins(record)) std::free(record->Pixels);
         record->Pixels = nullptr;
     }
     UnmapWindow(record);

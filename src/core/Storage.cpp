@@ -114,12 +114,48 @@ void MarkStorageGone(ImageClassData* record) {
     if (record->Mark) record->Mark->gone = true;
 }
 
-void ReleaseStorageMark(ImageClassData* record) {
-    StorageMark* const mark = record->Mark;
-    record->Mark = nullptr;
+static void DropMark(StorageMark* mark) {
     if (!mark || --mark->references > 0) return;
     if (mark->isFile) RemoveFromLiveFiles(mark);
     std::free(mark);
+}
+
+void ReleaseStorageMark(ImageClassData* record) {
+    DropMark(record->Mark);
+    record->Mark = nullptr;
+}
+
+bool LeaveToPins(const ImageClassData* record) {
+    if (!record->Mark || record->Mark->pins == 0) return false;
+    record->Mark->unfreed = record->Pixels;
+    return true;
+}
+
+StoragePin::StoragePin(ImageClassData* record) : copy_(*record) {
+    if (StorageIsGone(record)) copy_.GetRow = nullptr;
+    // Blocks and pictures are kept by their own locks, other memory by the mark.
+    if (record->OwnsBuffer && !record->Mark) record->Mark = NewMark();
+    if (record->OwnsBuffer && !record->Mark) return;
+    mark_ = record->Mark;
+    if (mark_) {
+        ++mark_->references;
+        ++mark_->pins;
+    }
+    copy_.Mark = nullptr;  // the workers must not look at what the calling thread may change
+    if (copy_.MemoryTarget) REALLockObject(copy_.MemoryTarget);
+    if (copy_.Target) REALLockObject(copy_.Target);
+    pinned_ = true;
+}
+
+StoragePin::~StoragePin() {
+    if (!pinned_) return;
+    if (mark_ && --mark_->pins == 0) {
+        std::free(mark_->unfreed);
+        mark_->unfreed = nullptr;
+    }
+    DropMark(mark_);
+    if (copy_.MemoryTarget) REALUnlockObject(copy_.MemoryTarget);
+    if (copy_.Target) REALUnlockObject(copy_.Target);
 }
 
 StorageRange StorageOfRow(const ImageClassData* record, const std::uint8_t* row) {

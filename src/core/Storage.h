@@ -12,6 +12,8 @@ struct StorageMark {
     std::uint64_t device;
     std::uint64_t inode;
     StorageMark* nextFile;  // list of all file-backed storage
+    int pins;               // workers that still use the storage
+    std::uint8_t* unfreed;  // buffer whose image has gone, to be freed with the last pin
 };
 
 // Lets a view share the mark of its source, which gets one if it has none yet. False when out of memory.
@@ -35,6 +37,28 @@ void ReleaseStorageMark(ImageClassData* record);
 inline bool StorageIsGone(const ImageClassData* record) {
     return record->Mark && record->Mark->gone;
 }
+
+// True if workers still use the buffer of this record, which is going away: it is freed when they have finished.
+bool LeaveToPins(const ImageClassData* record);
+
+// Keeps the bytes of an image where they are while worker threads use them: the application may close the image
+// meanwhile, as it gets its turns on the calling thread. Workers go by a copy of the record. Not for file-backed
+// images, whose row access changes the record. Made and ended on the calling thread.
+class StoragePin {
+public:
+    explicit StoragePin(ImageClassData* record);
+    ~StoragePin();
+    StoragePin(const StoragePin&) = delete;
+    StoragePin& operator=(const StoragePin&) = delete;
+
+    // The copy; nil without memory for the pin.
+    ImageClassData* record() { return pinned_ ? &copy_ : nullptr; }
+
+private:
+    ImageClassData copy_;
+    StorageMark* mark_ = nullptr;
+    bool pinned_ = false;
+};
 
 // Addresses that may be touched, as half-open range. Empty where there is no storage.
 struct StorageRange {

@@ -15,6 +15,7 @@
 #include "core/Construction.h"
 #include "core/Factory.h"
 #include "core/Formats.h"
+#include "core/Views.h"
 #include "host/HostCalls.h"
 #include "scale/threads/WorkerPool.h"
 
@@ -350,6 +351,32 @@ TEST_F(FilteredScale, SurvivesImagesThatChangeDuringAYield) {
     }
 }
 
+// The application has its turns on the calling thread while workers are at the pixels.
+TEST_F(FilteredScale, OnThreadsGoesOnWithAnImageThatIsClosedMeanwhile) {
+    const auto close = [](const TestImage& image) { ImageDestructor(image.object()); };
+    const auto rebuild = [](const TestImage& image) { ImageConstructor(image.object(), 3, 3, ImageFormatG); };
+    for (int what = 0; what < 6; ++what) {
+        const TestImage source = MakePlain(400, 300, ImageFormatRGB), target = MakePlain(200, 150, ImageFormatRGB);
+        const TestImage temp = MakePlain(200, 300, ImageFormatScaling4), expected = MakePlain(200, 150, ImageFormatRGB);
+        const TestImage view(ClipImage1(source.object()));
+        FillWithNoise(source, random);
+        ASSERT_TRUE(Scale(expected, source, nullptr, 3, 200, 150));
+        int turns = 0;
+        host.onYield = [&] {
+            if (++turns != 1) return;
+            if (what < 2) (what == 0 ? close : rebuild)(source);
+            if (what == 2 || what == 3) (what == 2 ? close : rebuild)(temp);
+            if (what == 4 || what == 5) (what == 4 ? close : rebuild)(target);
+        };
+        EXPECT_TRUE(ScaleMT(target, 2, what < 1 ? view : source, temp.object(), 3, 200, 150)) << what;
+        host.onYield = nullptr;
+        EXPECT_GE(turns, 2);
+        if (what < 2) {
+            EXPECT_TRUE(SameStorage(SnapshotOf(expected), SnapshotOf(target), target)) << what;
+        }
+    }
+}
+
 TEST_F(FilteredScale, ReleasesEverythingWhenTheHostCancels) {
     const FakeClock clock;
     const TestImage source = MakePlain(10, 7, ImageFormatRGB), target = MakePlain(5, 6, ImageFormatRGB);
@@ -450,7 +477,7 @@ TEST_F(FilteredScale, SkipsAPassWithoutMemoryForItsBands) {
     const TestImage temp = MakePlain(4, 4, ImageFormatScaling1);
     for (std::int64_t i = 0; i < source->TotalSize; ++i) source->Pixels[i] = 255;
     for (int y = 0; y < 4; ++y) temp->GetRow(temp.record(), y)[0] = static_cast<std::uint8_t>(50 + y);
-    const FailingAlloc fail(1 + 4 + 3);  // the array, four lists, the three parts of the fast table
+    const FailingAlloc fail(1 + 4 + 3 + 2);  // the array, four lists, the three parts of the fast table, two pins
     ASSERT_TRUE(ScaleMT(target, 2, source, temp.object(), 1, 4, 4));
     ASSERT_TRUE(fail.happened());
     for (int y = 0; y < 4; ++y) EXPECT_EQ(target->GetRow(target.record(), y)[0], 50 + y);  // what temp held

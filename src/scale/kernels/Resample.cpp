@@ -39,14 +39,30 @@ bool TargetRowsMeet(const ResampleRequest& request) {
     return RowsMeet(request.target, lowest, lastPixel + highest + 1);
 }
 
+// A pass on workers. The application gets turns while they are at it, and may close the images.
+void RunPinned(const ResampleRequest& request, const ScaleJob& job, int count, WorkFunction work) {
+    StoragePin temp(request.temp);
+    StoragePin other(job.source ? job.source : job.dest);
+    ScaleJob pinned = job;
+    pinned.temp = temp.record();
+    (job.source ? pinned.source : pinned.dest) = other.record();
+    const bool havePins = temp.record() && other.record();
+    RunThreads(havePins ? request.threads : -1, count, havePins ? &pinned : &job, work);
+}
+
 // One pass over `count` rows from `read` into `write`. The bands of a fan-out work in no order and at the same time,
-// which must not show: where rows depend on their order, or where row access changes the record, one band does it all.
+// which must not show: where rows depend on their order, or where row access changes the record, one band does it all,
+// and the application has no turn before it is done.
 void RunPass(const ResampleRequest& request, ScaleJob* job, int count, const ImageClassData* read,
              const ImageClassData* write, bool rowsMeet, PassFunction rows, WorkFunction work) {
     job->pixelByPixel = ImagesOverlap(read, write);
     if (request.threaded) {
         const bool oneBand = job->pixelByPixel || rowsMeet || read->IsMapping || write->IsMapping;
-        RunThreads(oneBand ? -1 : request.threads, count, job, work);
+        if (oneBand) {
+            RunThreads(-1, count, job, work);
+        } else {
+            RunPinned(request, *job, count, work);
+        }
         return;
     }
     PassScratch scratch;
