@@ -8,11 +8,8 @@ target_compile_options(zor_flags INTERFACE
   # Floating-point results are part of the behaviour: no contraction, whatever the compiler's default.
   -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # False alarms of g++ 12: at -O3 on "text" + string (its bug 105329), and about std::variant under the sanitizers.
+  # False alarm of g++ 12 at -O3 on "text" + string (its bug 105329).
   target_compile_options(zor_flags INTERFACE -Wno-restrict)
-  if(ZOR_SANITIZE)
-    target_compile_options(zor_flags INTERFACE -Wno-maybe-uninitialized)
-  endif()
 endif()
 if(ZOR_WARNINGS_ARE_ERRORS)
   target_compile_options(zor_flags INTERFACE -Werror)

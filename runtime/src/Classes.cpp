@@ -4,10 +4,10 @@
 
 namespace zorhost::runtime {
 
-// The desktop has everything; the others have what is marked for them.
+// The desktop has everything; the others have what is marked for them. A web application is a console application too.
 static bool IsAvailable(const Runtime& host, REALword flags) {
     if (host.options.world == World::Console) return (flags & kREALConsoleSafe) != 0;
-    if (host.options.world == World::Web) return (flags & kREALWebSafe) != 0;
+    if (host.options.world == World::Web) return (flags & (kREALConsoleSafe | kREALWebSafe)) != 0;
     return true;
 }
 

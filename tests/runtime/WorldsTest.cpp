@@ -39,11 +39,11 @@ TEST(Worlds, OfferTheRowsMarkedForThem) {
             }
         };
         EXPECT_EQ(works([&] { probe.Call("OnDesktop"); }), all);
-        EXPECT_EQ(works([&] { probe.Call("OnConsole"); }), all || world == World::Console);
+        EXPECT_TRUE(works([&] { probe.Call("OnConsole"); })) << "web applications are console applications too";
         EXPECT_EQ(works([&] { probe.Get("DesktopNumber"); }), all);
         EXPECT_EQ(works([&] { probe.Set("DesktopNumber", 4); }), all);
         EXPECT_EQ(works([&] { test.host.CallShared("Probe", "SharedOnDesktop"); }), all);
-        EXPECT_EQ(works([&] { test.host.New("SubProbe"); }), all || world == World::Console);
+        EXPECT_TRUE(works([&] { test.host.New("SubProbe"); }));
         EXPECT_TRUE(works([&] { probe.Call("Touch"); }));
     }
 }
