@@ -25,8 +25,8 @@ struct BoxBlur {
     int RowAt(std::int64_t y) const { return static_cast<int>(std::clamp<std::int64_t>(y, 0, height - 1)); }
 };
 
-// What the blur is told to have in memory: a table of quotients, sums of a row, the bytes of a row. Sizes beyond 31
-// bits are refused.
+// What a blur by table keeps in memory: quotients, sums of a row, the bytes of a row. Callers rely on its limit: sizes
+// beyond 31 bits are refused.
 bool SizesAreAllowed(const BoxBlur& blur) {
     constexpr std::int64_t kSpareSums = 5, kSpareBytes = 20, kSumBytes = 4;
     const std::int64_t table = (256 * blur.divisor + 256) * kSumBytes;

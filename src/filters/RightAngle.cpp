@@ -205,9 +205,9 @@ static bool OrderIsHidden(const QuarterTurn& turn) {
            RowsAreApart(sides.dest, turn.height);
 }
 
-// The side of the blocks that the walk is told to take: what both windows hold. Images in memory count with their
+// The side of the blocks of a walk that keeps to the windows: what both windows hold. Images in memory count with their
 // height. Where a window holds fewer than three rows the walk goes without blocks.
-static int ToldBlock(const ImageClassData* source, const ImageClassData* dest) {
+static int WindowBlock(const ImageClassData* source, const ImageClassData* dest) {
     const std::int64_t block = std::min<std::int64_t>(source->MappedRowCount, dest->MappedRowCount) - 2;
     return block < 1 ? INT_MAX : static_cast<int>(block);
 }
@@ -223,7 +223,7 @@ static REALobject TurnByQuarter(REALobject object, REALobject dest, bool clockwi
         if (OrderIsHidden(turn)) {
             TurnInTiles<kCount>(turn, whole);
         } else {
-            const int block = inBlocks ? ToldBlock(source, target) : INT_MAX;
+            const int block = inBlocks ? WindowBlock(source, target) : INT_MAX;
             ForBlocks(whole, block, block, [&](const Block& part) { TurnBlock_Plain<kCount>(turn, part); });
         }
     });

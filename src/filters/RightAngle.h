@@ -14,7 +14,7 @@ REALobject Rotate90(REALobject object, REALobject dest);  // counter-clockwise: 
 REALobject Rotate180(REALobject object, REALobject dest);
 REALobject Rotate270(REALobject object, REALobject dest);  // clockwise: the left edge comes to the top
 
-// The same pictures, told to walk in blocks that keep to the mapped windows of both images. The order of the visits
+// The same pictures, walked in blocks that keep to the mapped windows of both images. The order of the visits
 // shows only where source and dest share pixels.
 REALobject Rotate90fast(REALobject object, REALobject dest);
 REALobject Rotate270fast(REALobject object, REALobject dest);

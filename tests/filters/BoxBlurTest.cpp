@@ -21,7 +21,7 @@ int Cut(std::int64_t value, int last) {
     return static_cast<int>(std::min<std::int64_t>(std::max<std::int64_t>(value, 0), last));
 }
 
-// As told, with a table of quotients: filled for 256 times the divisor, 256 zeros behind, nothing beyond.
+// With a table of quotients: filled for 256 times the divisor, 256 zeros behind, nothing beyond.
 struct Quotients {
     std::int64_t divisor;
     int At(std::uint32_t sum) const { return sum < 256 * divisor ? static_cast<int>(sum / divisor) : 0; }

@@ -1,6 +1,6 @@
 #pragma once
 // Models of filters whose pixels depend on other pixels: they read and write copies of whole storages byte by byte,
-// in the order that the filter is told to take, and the storages are compared afterwards.
+// in the order that callers can see in place, and the storages are compared afterwards.
 
 #include <functional>
 #include <string>
