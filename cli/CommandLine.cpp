@@ -71,26 +71,39 @@ std::vector<std::string> PlainWords(const CLI::App& app) {
     return words;
 }
 
+// The commands that are called by a word; anything else in its place is INPUT.
+struct CommandRow {
+    const char* word;
+    Command command;
+    std::size_t least, most;  // words behind it
+    const char* missing;      // what is not there when they are too few
+    const char* takes;
+};
+
+constexpr CommandRow kCommands[] = {
+    {"info", Command::Info, 1, 1, "FILE is missing", "one FILE"},
+    {"compare", Command::Compare, 2, 2, "it takes two files, A and B", "two files"},
+    {"describe", Command::Describe, 0, 0, "", "no argument"},
+    {"help", Command::Help, 0, 1, "", "at most one EFFECT"},
+};
+
 void ChooseCommand(CommandLine& line) {
     std::vector<std::string>& words = line.words;
     if (words.empty())
         throw UsageError("INPUT is missing; usage: zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...");
     const std::string first = words[0];
-    if (first != "info" && first != "describe" && first != "help") {
-        if (words.size() < 2)
-            throw UsageError("OUTPUT is missing behind '" + first +
-                             "'; usage: zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...");
+    for (const CommandRow& row : kCommands) {
+        if (first != row.word) continue;
+        line.command = row.command;
+        words.erase(words.begin());
+        if (words.size() < row.least) throw UsageError(first + ": " + row.missing);
+        if (words.size() > row.most)
+            throw UsageError(first + ": unexpected '" + words[row.most] + "'; it takes " + row.takes);
         return;
     }
-    words.erase(words.begin());
-    line.command = first == "info" ? Command::Info : first == "describe" ? Command::Describe : Command::Help;
-    const std::size_t most = line.command == Command::Describe ? 0 : 1;
-    if (line.command == Command::Info && words.empty()) throw UsageError("info: FILE is missing");
-    if (words.size() > most)
-        throw UsageError(first + ": unexpected '" + words[most] + "'; it takes " +
-                         (line.command == Command::Info   ? "one FILE"
-                          : line.command == Command::Help ? "at most one EFFECT"
-                                                          : "no argument"));
+    if (words.size() < 2)
+        throw UsageError("OUTPUT is missing behind '" + first +
+                         "'; usage: zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...");
 }
 
 }  // namespace

@@ -6,11 +6,12 @@
 
 #include "codecs/Picture.h"
 
-enum class Command { Process, Info, Describe, Help, Version };
+enum class Command { Process, Info, Compare, Describe, Help, Version };
 
 struct CommandLine {
     Command command = Command::Process;
-    std::vector<std::string> words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE; Help: nothing or EFFECT
+    std::vector<std::string>
+        words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE; Compare: A B; Help: nothing or EFFECT
     WriteOptions write;
     bool quiet = false;
 };

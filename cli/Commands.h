@@ -11,6 +11,9 @@ void Process(const CommandLine& line, Notes& notes);
 // Prints what a file holds.
 void PrintInfo(const std::string& path, Notes& notes);
 
+// Prints how two pictures differ; whether they are equal, in size, kind and every pixel.
+bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Notes& notes);
+
 // Prints the classes that the engine registered.
 void PrintDescription();
 

@@ -25,6 +25,9 @@ zorhost::Host& Engine() {
     static zorhost::Host host([] {
         zorhost::HostOptions options;
         options.plugin = PluginPath();
+        // The program is no application of the host language, and takes the classes whole: Combine is kept from
+        // applications on the console.
+        options.world = zorhost::World::None;
         return options;
     }());
     return host;

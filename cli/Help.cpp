@@ -27,7 +27,7 @@ std::string EffectList() {
 
 std::string ArgumentLine(const ArgumentRow& row) {
     std::string line = "  " + Padded(row.name, 10) + " " + row.help + ": " + Expectation(row);
-    if (row.fallback != nullptr) line += std::string(" (") + row.fallback + " unless given)";
+    if (row.fallback != nullptr && *row.fallback != '\0') line += std::string(" (") + row.fallback + " unless given)";
     return line + "\n";
 }
 
@@ -40,6 +40,7 @@ std::string GeneralHelp() {
            "  zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...\n"
            "                       read a picture, work on it, write it; effects run in the order given\n"
            "  zor info FILE        what a picture file holds\n"
+           "  zor compare A B      how much two pictures differ\n"
            "  zor describe         the classes of the engine with all their members\n"
            "  zor help [EFFECT]    this text, or all about one effect\n"
            "\n"
@@ -57,7 +58,8 @@ std::string GeneralHelp() {
            "Effects ('zor help EFFECT' tells more):\n" +
            EffectList() +
            "\n"
-           "Exit code: 0 done, 1 failed, 2 a word on the command line that cannot be used.\n";
+           "Exit code: 0 done, 1 failed, 2 a word on the command line that cannot be used; of compare 0 equal,\n"
+           "1 different, 2 not compared.\n";
 }
 
 std::string EffectHelp(const std::string& name) {

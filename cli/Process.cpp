@@ -3,12 +3,12 @@
 #include "Commands.h"
 #include "Engine.h"
 #include "Errors.h"
+#include "Load.h"
 #include "Notes.h"
 #include "Progress.h"
 #include "Raster.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
-#include "files/InputFile.h"
 #include "files/OutputFile.h"
 
 namespace {
@@ -18,13 +18,6 @@ const Codec& OutputCodec(const std::string& path) {
     if (codec == nullptr)
         throw UsageError(path + ": the suffix names no format that can be written; known are " + KnownSuffixes());
     return *codec;
-}
-
-// The shape of the image that the file makes, checked against what memory holds.
-ImageShape InputShape(const InputFile& file, const PictureHeader& header) {
-    const PixelKindRow& kind = Describe(header.kind);
-    CheckImageFits(file.Path(), header.width, header.height, kind.constant, kind.channels);
-    return {static_cast<int>(header.width), static_cast<int>(header.height), header.kind};
 }
 
 // The shapes after each effect, all checked against what memory holds.
@@ -56,11 +49,9 @@ void Process(const CommandLine& line, Notes& notes) {
     const Codec& outputCodec = OutputCodec(line.words[1]);
 
     InputFile input(line.words[0]);
-    const Codec* inputCodec = CodecOfContent(input);
-    if (inputCodec == nullptr) FailUnknownContent(input);
-    const std::unique_ptr<PictureReader> reader = inputCodec->open(input, notes);
+    const std::unique_ptr<PictureReader> reader = OpenPicture(input, notes);
     const PictureHeader& header = reader->Header();
-    const ImageShape shape = InputShape(input, header);
+    const ImageShape shape = ShapeOf(input, header);
     const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
     CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), notes);
     if (header.orientation != 1)

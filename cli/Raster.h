@@ -7,6 +7,14 @@
 #include "Engine.h"
 #include "PixelKind.h"
 
+// The view that the engine makes of an image; it gives us turns as often as the image itself.
+template <typename... Args>
+zorhost::Object ViewOf(const zorhost::Object& image, const char* name, Args... args) {
+    zorhost::Object view = image.Call(name, args...).AsObject();
+    view.Set("YieldTicks", image.Get("YieldTicks"));
+    return view;
+}
+
 class Raster {
 public:
     // A new image, all zero. A RunError when the engine cannot make it.
@@ -16,6 +24,9 @@ public:
 
     // Row y, 0 at the top: Width pixels of the kind's channels. Good until the next call.
     [[nodiscard]] std::uint8_t* Row(int y) { return pixels_ + y * rowBytes_; }
+
+    // One channel of the image as a gray image over the same pixels, by the engine's name: "RedChannel".
+    [[nodiscard]] zorhost::Object View(const char* name) const { return ViewOf(image_, name); }
 
     // The PictureZOR object.
     [[nodiscard]] const zorhost::Object& Image() const { return image_; }

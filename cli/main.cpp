@@ -12,22 +12,36 @@
 
 namespace {
 
-enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2 };
+enum ExitCode {
+    kDone = 0,
+    kFailed = 1,
+    kUsage = 2,
+    kDifferent = 1,   // of compare
+    kNotCompared = 2  // of compare: so that a file which cannot be read does not pass for one that differs
+};
 
-void Run(const CommandLine& line) {
+ExitCode Run(const CommandLine& line) {
     Notes notes(line.quiet);
     switch (line.command) {
         case Command::Process:
-            return Process(line, notes);
+            Process(line, notes);
+            break;
         case Command::Info:
-            return PrintInfo(line.words[0], notes);
+            PrintInfo(line.words[0], notes);
+            break;
+        case Command::Compare:
+            return Compare(line.words[0], line.words[1], line.quiet, notes) ? kDone : kDifferent;
         case Command::Describe:
-            return PrintDescription();
+            PrintDescription();
+            break;
         case Command::Help:
-            return PrintText(line.words.empty() ? GeneralHelp() : EffectHelp(line.words[0]));
+            PrintText(line.words.empty() ? GeneralHelp() : EffectHelp(line.words[0]));
+            break;
         case Command::Version:
-            return PrintText("zor " ZOR_VERSION "\n");
+            PrintText("zor " ZOR_VERSION "\n");
+            break;
     }
+    return kDone;
 }
 
 }  // namespace
@@ -40,9 +54,11 @@ void PrintText(const std::string& text) {
 
 int main(int argc, char** argv) {
     InstallSignalCleanup();
+    ExitCode failed = kFailed;
     try {
-        Run(ReadCommandLine(argc, argv));
-        return kDone;
+        const CommandLine line = ReadCommandLine(argc, argv);
+        if (line.command == Command::Compare) failed = kNotCompared;
+        return Run(line);
     } catch (const UsageError& error) {
         PrintLine(error.what());
         return kUsage;
@@ -51,5 +67,5 @@ int main(int argc, char** argv) {
     } catch (const std::exception& error) {
         PrintLine(error.what());
     }
-    return kFailed;
+    return failed;
 }

@@ -35,8 +35,45 @@ bool ReadSize(std::string_view text, SizeRequest* size) {
            (size->width > 0 || size->height > 0);
 }
 
+bool ReadPoint(std::string_view text, int* x, int* y) {
+    const std::size_t comma = text.find(',');
+    return comma != std::string_view::npos && ReadNumber(text.substr(0, comma), x) &&
+           ReadNumber(text.substr(comma + 1), y);
+}
+
+bool ReadArea(std::string_view text, AreaRequest* area) {
+    const std::size_t comma = text.rfind(',');
+    const std::size_t cross = text.find('x');
+    if (comma == std::string_view::npos || cross == std::string_view::npos || cross < comma) return false;
+    return ReadPoint(text.substr(0, comma), &area->x, &area->y) &&
+           ReadNumber(text.substr(comma + 1, cross - comma - 1), &area->width) &&
+           ReadNumber(text.substr(cross + 1), &area->height) && area->width >= 1 && area->height >= 1;
+}
+
 bool InRange(const ArgumentRow& row, double number) {
     return std::isfinite(number) && number >= row.least && number <= row.most;
+}
+
+// Two hexadecimal digits.
+bool ReadPair(std::string_view text, int* value) {
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), *value, 16);
+    return error == std::errc() && stop == text.data() + text.size() && text[0] != '-';
+}
+
+// A # may be left out, since a shell takes it at the start of a word for a comment: six or eight digits are a colour,
+// up to three a gray.
+bool ReadColour(std::string_view text, bool withAlpha, RGBAColour* colour) {
+    const bool hash = text.starts_with('#');
+    const std::string_view digits = hash ? text.substr(1) : text;
+    *colour = {};
+    if (digits.size() == 6 || (withAlpha && digits.size() == 8))
+        return ReadPair(digits.substr(0, 2), &colour->red) && ReadPair(digits.substr(2, 2), &colour->green) &&
+               ReadPair(digits.substr(4, 2), &colour->blue) &&
+               (digits.size() == 6 || ReadPair(digits.substr(6, 2), &colour->alpha));
+    int gray = 0;
+    if (hash || digits.size() > 3 || !ReadNumber(digits, &gray) || gray < 0 || gray > 255) return false;
+    *colour = {gray, gray, gray, 255, true};
+    return true;
 }
 
 bool ReadValue(const ArgumentRow& row, std::string_view text, ArgumentValue* value) {
@@ -56,8 +93,34 @@ bool ReadValue(const ArgumentRow& row, std::string_view text, ArgumentValue* val
             value->number = static_cast<double>(found - row.choices.begin());
             return found != row.choices.end();
         }
+        case ArgumentType::Colour:
+        case ArgumentType::ColourAlpha:
+            return ReadColour(text, row.type == ArgumentType::ColourAlpha, &value->colour);
+        case ArgumentType::Area:
+            return ReadArea(text, &value->area);
+        case ArgumentType::Point:
+            return ReadPoint(text, &value->area.x, &value->area.y);
+        case ArgumentType::File:
+            value->text = text;
+            return !text.empty();
+        case ArgumentType::Flag:
+            return text == row.name;
     }
     return false;
+}
+
+// The row that a word is for; the number of rows: none.
+std::size_t FindNamed(const std::vector<ArgumentRow>& rows, const std::string& name) {
+    const auto found = std::find_if(rows.begin(), rows.end(), [&](const ArgumentRow& row) { return name == row.name; });
+    return static_cast<std::size_t>(found - rows.begin());
+}
+
+std::size_t FindBare(const std::vector<ArgumentRow>& rows, const std::vector<bool>& given, const std::string& word) {
+    const std::size_t named = FindNamed(rows, word);
+    if (named < rows.size() && rows[named].type == ArgumentType::Flag) return named;
+    std::size_t index = 0;
+    while (index < rows.size() && (given[index] || rows[index].fallback != nullptr)) ++index;
+    return index;
 }
 
 std::string NumberText(double number) {
@@ -104,10 +167,7 @@ Arguments::Arguments(const std::string& effect, const std::vector<ArgumentRow>& 
         const std::size_t equals = word.find('=');
         const bool named = equals != std::string::npos;
         const std::string name = named ? word.substr(0, equals) : std::string();
-        std::size_t index = 0;
-        while (index < rows.size() &&
-               (named ? name != rows[index].name : given[index] || rows[index].fallback != nullptr))
-            ++index;
+        const std::size_t index = named ? FindNamed(rows, name) : FindBare(rows, given, word);
         if (index == rows.size() && named)
             throw UsageError(effect + ": unknown argument '" + name + "'" + Suggestion(name, Names(rows)) +
                              "; it takes " + List(Names(rows)));
@@ -121,12 +181,15 @@ Arguments::Arguments(const std::string& effect, const std::vector<ArgumentRow>& 
         if (!ReadValue(row, text, &values_[index]))
             throw UsageError(effect + ": '" + word + "': " + row.name + " is " + Expectation(row) +
                              Suggestion(text, {row.choices.begin(), row.choices.end()}));
+        values_[index].given = true;
     }
     for (std::size_t i = 0; i < rows.size(); ++i) {
         if (given[i]) continue;
         if (rows[i].fallback == nullptr)
             throw UsageError(effect + ": " + rows[i].name + " is missing: " + Expectation(rows[i]));
+        if (*rows[i].fallback == '\0') continue;
         if (!ReadValue(rows[i], rows[i].fallback, &values_[i])) throw std::logic_error(rows[i].name);
+        values_[i].given = true;
     }
 }
 
@@ -151,13 +214,43 @@ std::string Expectation(const ArgumentRow& row) {
             return "a number from " + NumberText(row.least) + " to " + NumberText(row.most);
         case ArgumentType::Choice:
             return "one of " + Join(row.choices, ", ");
+        case ArgumentType::Colour:
+            return "a colour such as #FF8000, or a gray from 0 to 255";
+        case ArgumentType::ColourAlpha:
+            return "a colour such as #FF8000, #FF800080 with alpha, or a gray from 0 to 255";
+        case ArgumentType::Area:
+            return "an area X,Y,WxH such as 10,20,300x200";
+        case ArgumentType::Point:
+            return "a place X,Y such as 10,20";
+        case ArgumentType::File:
+            return "a picture file";
+        case ArgumentType::Flag:
+            return "said by the word alone";
     }
     return {};
 }
 
 std::string Placeholder(const ArgumentRow& row) {
-    std::string value = "N";
-    if (row.type == ArgumentType::Size) value = "WxH|Wx|xH|N%";
-    if (row.type == ArgumentType::Choice) value = Join(row.choices, "|");
+    if (row.type == ArgumentType::Flag) return std::string("[") + row.name + "]";
+    const std::string value = [&row]() -> std::string {
+        switch (row.type) {
+            case ArgumentType::Size:
+                return "WxH|Wx|xH|N%";
+            case ArgumentType::Choice:
+                return Join(row.choices, "|");
+            case ArgumentType::Area:
+                return "X,Y,WxH";
+            case ArgumentType::Point:
+                return "X,Y";
+            case ArgumentType::Colour:
+                return "#RRGGBB|N";
+            case ArgumentType::ColourAlpha:
+                return "#RRGGBB[AA]|N";
+            case ArgumentType::File:
+                return "FILE";
+            default:
+                return "N";
+        }
+    }();
     return row.fallback == nullptr ? value : std::string("[") + row.name + "=" + value + "]";
 }

@@ -7,16 +7,22 @@
 #include <vector>
 
 enum class ArgumentType {
-    Size,     // WxH, Wx, xH or N%
-    Integer,  // whole number
-    Number,   // decimal number
-    Choice    // one word out of a list
+    Size,         // WxH, Wx, xH or N%
+    Integer,      // whole number
+    Number,       // decimal number
+    Choice,       // one word out of a list
+    Colour,       // RRGGBB with or without a # before it, or one number from 0 to 255 for a gray
+    ColourAlpha,  // the same, or RRGGBBAA
+    Area,         // X,Y,WxH
+    Point,        // X,Y
+    File,         // path of a picture file
+    Flag          // its own name, without a value
 };
 
 struct ArgumentRow {
     const char* name;
     ArgumentType type;
-    const char* fallback;  // text of the value when none is given; null: the argument must be given
+    const char* fallback;  // text of the value when none is given; null: the argument must be given; "": there is none
     double least;          // range of Integer and Number, both ends included
     double most;
     std::vector<const char*> choices;  // of Choice
@@ -37,17 +43,38 @@ struct PixelSize {
 };
 PixelSize Resolve(const SizeRequest& request, int width, int height);
 
+// A rectangle of pixels as it was asked for; it may reach over the edges of the picture, or lie beside it.
+struct AreaRequest {
+    int x = 0;
+    int y = 0;
+    int width = 0;  // at least 1, like the height
+    int height = 0;
+};
+
+// Channels from 0 to 255.
+struct RGBAColour {
+    int red = 0;
+    int green = 0;
+    int blue = 0;
+    int alpha = 255;
+    bool isGray = false;  // given as one number
+};
+
 struct ArgumentValue {
+    bool given = false;  // or there is a fallback
     SizeRequest size;
+    AreaRequest area;   // Area; x and y of a Point
     double number = 0;  // Integer, Number; the place in the list of a Choice
+    RGBAColour colour;
+    std::string text;  // File
 };
 
 // The values of one effect's arguments, in the order of its rows.
 class Arguments {
 public:
-    // Reads words as "name=value", or as bare values for the arguments that must be given, in their order. `effect`
-    // goes into the messages, and a word that fits nowhere is compared with `otherWords`, which could have stood there.
-    // A UsageError names the word and what was expected.
+    // Reads words as "name=value", as bare values for the arguments that must be given, in their order, or as the bare
+    // name of a Flag. `effect` goes into the messages, and a word that fits nowhere is compared with `otherWords`,
+    // which could have stood there. A UsageError names the word and what was expected.
     Arguments(const std::string& effect, const std::vector<ArgumentRow>& rows, const std::vector<std::string>& words,
               const std::vector<std::string>& otherWords);
 
@@ -56,6 +83,11 @@ public:
     [[nodiscard]] int Integer(std::string_view name) const { return static_cast<int>(Value(name).number); }
     [[nodiscard]] double Number(std::string_view name) const { return Value(name).number; }
     [[nodiscard]] std::string Choice(std::string_view name) const;
+    [[nodiscard]] const RGBAColour& Colour(std::string_view name) const { return Value(name).colour; }
+    [[nodiscard]] const std::string& Text(std::string_view name) const { return Value(name).text; }
+    [[nodiscard]] const AreaRequest& Area(std::string_view name) const { return Value(name).area; }
+    // Whether there is a value. The others give zeros where there is none.
+    [[nodiscard]] bool Given(std::string_view name) const { return Value(name).given; }
 
 private:
     [[nodiscard]] std::size_t Index(std::string_view name) const;

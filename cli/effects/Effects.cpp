@@ -2,12 +2,16 @@
 
 #include "Errors.h"
 #include "Suggest.h"
+#include "effects/CombineEffects.h"
+#include "effects/ConvertEffects.h"
+#include "effects/PixelEffects.h"
 #include "effects/ScaleEffects.h"
 
 const std::vector<EffectRow>& Effects() {
     static const std::vector<EffectRow> rows = [] {
         std::vector<EffectRow> all;
-        for (const auto& group : {ScaleEffects()}) all.insert(all.end(), group.begin(), group.end());
+        for (const auto& group : {ScaleEffects(), PixelEffects(), ConvertEffects(), CombineEffects()})
+            all.insert(all.end(), group.begin(), group.end());
         return all;
     }();
     return rows;

@@ -55,12 +55,6 @@ ImageShape PlanScale(const ImageShape& source, const Arguments& arguments) {
     return result;
 }
 
-zorhost::Object View(const Raster& image, const char* view) {
-    zorhost::Object object = image.Image().Call(view).AsObject();
-    object.Set("YieldTicks", image.Image().Get("YieldTicks"));
-    return object;
-}
-
 bool ScaleView(const zorhost::Object& target, const zorhost::Object& source, int threads, int mode,
                const ImageShape& result) {
     const zorhost::Object noTemp;
@@ -76,7 +70,7 @@ void RunScale(Raster* image, const ImageShape& result, const Arguments& argument
     const std::vector<const char*> views = ScaledViews(result.kind);
     if (views.empty()) done = ScaleView(target.Image(), image->Image(), threads, mode, result);
     for (const char* view : views)
-        done = done && ScaleView(View(target, view), View(*image, view), threads, mode, result);
+        done = done && ScaleView(target.View(view), image->View(view), threads, mode, result);
     if (!done) throw RunError("scale: not enough memory");
     *image = std::move(target);
 }

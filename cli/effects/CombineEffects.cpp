@@ -1,0 +1,203 @@
+#include "effects/CombineEffects.h"
+
+#include <algorithm>
+
+#include "Errors.h"
+#include "Load.h"
+#include "Notes.h"
+#include "Raster.h"
+#include "effects/ConvertEffects.h"
+
+namespace {
+
+// Where the two pictures meet: the corner of the common rectangle on each, and its size.
+struct Meeting {
+    int x, y;
+    int fileX, fileY;
+    int width, height;
+};
+
+void MeetSide(int at, int side, int fileSide, int* start, int* fileStart, int* length) {
+    *start = std::max(at, 0);
+    const std::int64_t fileFirst = std::int64_t{*start} - at;
+    const std::int64_t count = std::min(std::int64_t{side} - *start, fileSide - fileFirst);
+    *length = static_cast<int>(std::clamp<std::int64_t>(count, 0, side));
+    *fileStart = *length == 0 ? 0 : static_cast<int>(fileFirst);
+}
+
+Meeting Meet(const ImageShape& picture, const ImageShape& file, const AreaRequest& at) {
+    Meeting meeting{};
+    MeetSide(at.x, picture.width, file.width, &meeting.x, &meeting.fileX, &meeting.width);
+    MeetSide(at.y, picture.height, file.height, &meeting.y, &meeting.fileY, &meeting.height);
+    return meeting;
+}
+
+bool GivesColour(const Arguments& arguments) {
+    return arguments.Given("colour") || arguments.Given("maskcolour");
+}
+
+void CheckWords(const Arguments& arguments) {
+    const int ways = (arguments.Given("mask") ? 1 : 0) + (arguments.Given("colour") ? 1 : 0) +
+                     (arguments.Given("maskcolour") ? 1 : 0);
+    if (ways > 1) throw UsageError("combine: mask, colour and maskcolour exclude each other");
+}
+
+void CheckFile(const ImageShape& picture, const ImageShape& file, const Arguments& arguments) {
+    const std::string path = "combine: " + arguments.Text("file");
+    const Meeting meeting = Meet(picture, file, arguments.Area("at"));
+    if (meeting.width < 1 || meeting.height < 1)
+        throw RunError(path + ": lies beside the picture of " + std::to_string(picture.width) + " x " +
+                       std::to_string(picture.height) + " pixels");
+    if (GivesColour(arguments)) {
+        for (const PixelKind kind : {picture.kind, file.kind})
+            if (kind == PixelKind::CMYK)
+                throw RunError("combine: colour and maskcolour work between gray and RGB pictures, and not on CMYK");
+        return;
+    }
+    if (!CanConvert(file.kind, picture.kind))
+        throw RunError(path + ": is " + Describe(file.kind).name + " and cannot be laid over " +
+                       Describe(picture.kind).name);
+    if (arguments.Given("premultiplied") && (file.kind == PixelKind::CMYK) != (picture.kind == PixelKind::CMYK))
+        throw RunError(path + ": premultiplied does not work between gray and CMYK");
+    if (arguments.Given("premultiplied") && !arguments.Given("mask") && !Describe(file.kind).hasAlpha)
+        throw RunError(path + ": has no alpha, by which its colours could be multiplied");
+}
+
+void CheckMask(const ImageShape& file, const ImageShape& mask, const Arguments& arguments) {
+    const std::string path = "combine: " + arguments.Text("mask");
+    if (mask.width != file.width || mask.height != file.height)
+        throw RunError(path + ": is " + std::to_string(mask.width) + " x " + std::to_string(mask.height) +
+                       " pixels, but " + arguments.Text("file") + ", which it masks, " + std::to_string(file.width) +
+                       " x " + std::to_string(file.height));
+    if (mask.kind == PixelKind::CMYK) throw RunError(path + ": a mask is gray or RGB, and not CMYK");
+}
+
+// The shape that a file says it has. False: it can be read once only, as a pipe, and must be left for the work.
+bool PeekShape(const std::string& path, ImageShape* shape) {
+    InputFile file(path);
+    if (file.Size() < 0) return false;
+    Notes notes(true);
+    *shape = ShapeOf(file, OpenPicture(file, notes)->Header());
+    return true;
+}
+
+ImageShape PlanCombine(const ImageShape& source, const Arguments& arguments) {
+    CheckWords(arguments);
+    ImageShape file{};
+    ImageShape mask{};
+    const bool known = PeekShape(arguments.Text("file"), &file);
+    if (known) CheckFile(source, file, arguments);
+    if (arguments.Given("mask") && PeekShape(arguments.Text("mask"), &mask) && known) CheckMask(file, mask, arguments);
+    return source;
+}
+
+Raster Load(const std::string& path) {
+    Notes notes(true);
+    return LoadPicture(path, notes, [](std::int64_t, std::int64_t) {});
+}
+
+// Every image is met through views of the common rectangle, so that the engine always starts at a left edge: its copies
+// of whole pixels run on to the right by as much as they start from the left.
+zorhost::Object Clip(const Raster& image, int x, int y, const Meeting& meeting) {
+    return ViewOf(image.Image(), "ClipImage", x, y, meeting.width, meeting.height);
+}
+
+void Lay(const zorhost::Object& target, const zorhost::Object& source, bool premultiplied, const zorhost::Object& mask,
+         const Meeting& meeting) {
+    if (!target.Call("Combine", source, premultiplied, mask, 0, 0, 0, 0, meeting.width, meeting.height, false).AsBool())
+        throw RunError("combine: the engine refused the pictures");
+}
+
+int EngineColour(const Arguments& arguments, const char* name) {
+    if (!arguments.Given(name)) return -1;
+    const RGBAColour& colour = arguments.Colour(name);
+    return colour.red << 16 | colour.green << 8 | colour.blue;
+}
+
+// Black where the file is opaque: there it shows.
+Raster MaskOfAlpha(const Raster& file) {
+    Raster mask({file.Shape().width, file.Shape().height, PixelKind::Gray});
+    CopyAll(mask.Image(), file.View("AlphaChannel"), "combine");
+    mask.Image().Call("Invert");
+    return mask;
+}
+
+// Through a mask, channel by channel. As a whole the engine would leave the alpha of the picture as it is, and put the
+// mask in the place of the colours of a premultiplied RGB picture; of gray views all of it comes out right.
+void LayThroughMask(const zorhost::Object& target, const Raster& file, const Raster& mask, const Arguments& arguments,
+                    const ImageShape& shape, bool fileHasAlpha, const Meeting& meeting) {
+    const bool premultiplied = arguments.Given("premultiplied");
+    const zorhost::Object source = Clip(file, meeting.fileX, meeting.fileY, meeting);
+    const zorhost::Object through = Clip(mask, meeting.fileX, meeting.fileY, meeting);
+    const bool channelMask = mask.Shape().kind == PixelKind::RGB;
+    for (const char* view : ColourViews(shape.kind))
+        Lay(ViewOf(target, view), ViewOf(source, view), premultiplied,
+            ViewOf(through, channelMask ? view : "GrayChannel"), meeting);
+    if (!Describe(shape.kind).hasAlpha) return;
+    // Alpha that is its own mask adds to what is there, as alpha multiplied beforehand does.
+    const bool addsAlpha = !arguments.Given("mask") || (premultiplied && fileHasAlpha);
+    const Raster gray = Converted(mask, PixelKind::Gray, "combine");
+    Lay(ViewOf(target, "AlphaChannel"), ViewOf(source, "AlphaChannel"), addsAlpha,
+        Clip(gray, meeting.fileX, meeting.fileY, meeting), meeting);
+}
+
+void RunCombine(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const Raster loaded = Load(arguments.Text("file"));
+    CheckFile(shape, loaded.Shape(), arguments);
+    const Meeting meeting = Meet(shape, loaded.Shape(), arguments.Area("at"));
+    const zorhost::Object target = Clip(*image, meeting.x, meeting.y, meeting);
+    const zorhost::Object noMask;
+    if (GivesColour(arguments)) {
+        if (!target
+                 .Call("Combine", Clip(loaded, meeting.fileX, meeting.fileY, meeting), arguments.Given("premultiplied"),
+                       noMask, 0, 0, 0, 0, meeting.width, meeting.height, true, EngineColour(arguments, "colour"),
+                       EngineColour(arguments, "maskcolour"))
+                 .AsBool())
+            throw RunError("combine: the engine refused the pictures");
+        return;
+    }
+    const bool fileHasAlpha = Describe(loaded.Shape().kind).hasAlpha;
+    const Raster file =
+        Converted(loaded, WithAlpha(shape.kind, fileHasAlpha || Describe(shape.kind).hasAlpha), "combine");
+    if (arguments.Given("mask")) {
+        const Raster mask = Load(arguments.Text("mask"));
+        CheckMask(loaded.Shape(), mask.Shape(), arguments);
+        const bool both =
+            WithAlpha(mask.Shape().kind, false) == PixelKind::RGB && WithAlpha(shape.kind, false) == PixelKind::RGB;
+        LayThroughMask(target, file, Converted(mask, both ? PixelKind::RGB : PixelKind::Gray, "combine"), arguments,
+                       shape, fileHasAlpha, meeting);
+    } else if (fileHasAlpha) {
+        LayThroughMask(target, file, MaskOfAlpha(loaded), arguments, shape, fileHasAlpha, meeting);
+    } else {
+        Lay(target, Clip(file, meeting.fileX, meeting.fileY, meeting), false, noMask, meeting);
+    }
+}
+
+}  // namespace
+
+std::vector<EffectRow> CombineEffects() {
+    return {
+        {"combine",
+         "Compositing",
+         "Another picture laid over this one",
+         "FILE takes on the colours of the picture: gray where that is gray, and RGB where it is RGB. Where it has\n"
+         "alpha, it shows by its alpha, and adds it to that of the picture; the colours mix as if the picture were\n"
+         "opaque. A mask stands in the place of the alpha: black shows FILE, white keeps the picture, and values\n"
+         "between mix the two, alpha included. An RGB mask works on each channel of an RGB picture by itself; an\n"
+         "alpha of the mask is left aside. What of FILE lies beside the picture is left out.\n"
+         "With colour, FILE is the mask for that colour: where FILE is black the colour is put on, where it is white\n"
+         "the picture stays. With maskcolour, one value is the mask for all pixels: 0 shows FILE, 255 the picture,\n"
+         "128 half of both. Neither of them looks at alpha or changes it, and neither works on CMYK.\n"
+         "Premultiplied means that the colours are multiplied by the alpha, or by what the mask lets through,\n"
+         "already; colours that are not come out too large there, and wrap around.",
+         "combine photo.jpg at=20,10",
+         {{"file", ArgumentType::File, nullptr, 0, 0, {}, "the picture that is laid over"},
+          {"mask", ArgumentType::File, "", 0, 0, {}, "where FILE shows, of the same size as FILE"},
+          {"at", ArgumentType::Point, "0,0", 0, 0, {}, "where its upper left corner comes to lie"},
+          {"colour", ArgumentType::Colour, "", 0, 0, {}, "put on through FILE"},
+          {"maskcolour", ArgumentType::Colour, "", 0, 0, {}, "one mask for all pixels"},
+          {"premultiplied", ArgumentType::Flag, "", 0, 0, {}, "the colours of FILE count as multiplied"}},
+         PlanCombine,
+         RunCombine},
+    };
+}

@@ -1,0 +1,170 @@
+#include "effects/ConvertEffects.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "Errors.h"
+
+namespace {
+
+struct ChannelRow {
+    const char* word;
+    const char* view;  // the engine's name of the channel as an image
+};
+
+constexpr ChannelRow kChannels[] = {
+    {"red", "RedChannel"},       {"green", "GreenChannel"}, {"blue", "BlueChannel"},
+    {"gray", "GrayChannel"},     {"cyan", "CyanChannel"},   {"magenta", "MagentaChannel"},
+    {"yellow", "YellowChannel"}, {"black", "BlackChannel"}, {"alpha", "AlphaChannel"},
+};
+
+struct FormatRow {
+    const char* word;
+    PixelKind kind;
+};
+
+constexpr FormatRow kFormats[] = {{"G", PixelKind::Gray},
+                                  {"GA", PixelKind::GrayAlpha},
+                                  {"RGB", PixelKind::RGB},
+                                  {"RGBA", PixelKind::RGBA},
+                                  {"CMYK", PixelKind::CMYK}};
+
+template <typename Row, std::size_t kCount>
+std::vector<const char*> Words(const Row (&rows)[kCount]) {
+    std::vector<const char*> words;
+    for (const Row& row : rows) words.push_back(row.word);
+    return words;
+}
+
+template <typename Row, std::size_t kCount>
+const Row& Find(const Row (&rows)[kCount], const std::string& word) {
+    for (const Row& row : rows)
+        if (word == row.word) return row;
+    throw std::logic_error(word);
+}
+
+bool HasView(PixelKind kind, const std::string& view) {
+    const std::vector<const char*> views = ChannelViews(kind);
+    return std::find(views.begin(), views.end(), view) != views.end();
+}
+
+ImageShape PlanChannel(const ImageShape& source, const Arguments& arguments) {
+    const std::string word = arguments.Choice("name");
+    if (!HasView(source.kind, Find(kChannels, word).view)) {
+        std::string words;
+        for (const ChannelRow& row : kChannels)
+            if (HasView(source.kind, row.view)) words += (words.empty() ? "" : ", ") + std::string(row.word);
+        throw RunError("channel: the picture is " + std::string(Describe(source.kind).name) + " and has no channel " +
+                       word + "; it has " + words);
+    }
+    return {source.width, source.height, PixelKind::Gray};
+}
+
+void RunChannel(Raster* image, const ImageShape& result, const Arguments& arguments) {
+    Raster target(result);
+    CopyAll(target.Image(), image->View(Find(kChannels, arguments.Choice("name")).view), "channel");
+    *image = std::move(target);
+}
+
+ImageShape PlanConvert(const ImageShape& source, const Arguments& arguments) {
+    const PixelKind kind = Find(kFormats, arguments.Choice("format")).kind;
+    if (!CanConvert(source.kind, kind))
+        throw RunError(std::string("convert: ") + Describe(source.kind).name + " cannot become " + Describe(kind).name +
+                       "; between RGB and CMYK only colour profiles tell the way");
+    return {source.width, source.height, kind};
+}
+
+void RunConvert(Raster* image, const ImageShape& result, const Arguments&) {
+    *image = Converted(*image, result.kind, "convert");
+}
+
+}  // namespace
+
+std::vector<const char*> ColourViews(PixelKind kind) {
+    switch (kind) {
+        case PixelKind::Gray:
+        case PixelKind::GrayAlpha:
+            return {"GrayChannel"};
+        case PixelKind::RGB:
+        case PixelKind::RGBA:
+            return {"RedChannel", "GreenChannel", "BlueChannel"};
+        case PixelKind::CMYK:
+            return {"CyanChannel", "MagentaChannel", "YellowChannel", "BlackChannel"};
+    }
+    return {};
+}
+
+std::vector<const char*> ChannelViews(PixelKind kind) {
+    std::vector<const char*> views = ColourViews(kind);
+    if (Describe(kind).hasAlpha) views.push_back("AlphaChannel");
+    return views;
+}
+
+PixelKind WithAlpha(PixelKind kind, bool alpha) {
+    switch (kind) {
+        case PixelKind::Gray:
+        case PixelKind::GrayAlpha:
+            return alpha ? PixelKind::GrayAlpha : PixelKind::Gray;
+        case PixelKind::RGB:
+        case PixelKind::RGBA:
+            return alpha ? PixelKind::RGBA : PixelKind::RGB;
+        case PixelKind::CMYK:
+            break;
+    }
+    return kind;
+}
+
+bool CanConvert(PixelKind from, PixelKind to) {
+    const PixelKind a = WithAlpha(from, false);
+    const PixelKind b = WithAlpha(to, false);
+    return a == b || a == PixelKind::Gray || b == PixelKind::Gray;
+}
+
+void CopyAll(const zorhost::Object& target, const zorhost::Object& source, const char* effect) {
+    if (!target.Call("CopyPixels", source).AsBool())
+        throw RunError(std::string(effect) + ": the pixels could not be copied");
+}
+
+Raster Converted(const Raster& image, PixelKind kind, const char* effect) {
+    const ImageShape& source = image.Shape();
+    Raster target({source.width, source.height, kind});
+    CopyAll(target.Image(), image.Image(), effect);
+    // The engine takes gray for black ink as it stands, where 0 is the paper and not the dark.
+    if (source.kind == PixelKind::CMYK && kind != PixelKind::CMYK) {
+        target.View("GrayChannel").Call("Invert");
+    } else if (source.kind != PixelKind::CMYK && kind == PixelKind::CMYK) {
+        target.View("BlackChannel").Call("Invert");
+    }
+    // Its copies also leave the alpha out in places, and make none.
+    if (Describe(kind).hasAlpha) {
+        const zorhost::Object alpha = target.View("AlphaChannel");
+        if (Describe(source.kind).hasAlpha)
+            CopyAll(alpha, image.View("AlphaChannel"), effect);
+        else
+            alpha.Call("FillRect", 255);
+    }
+    return target;
+}
+
+std::vector<EffectRow> ConvertEffects() {
+    return {
+        {"channel",
+         "Formats",
+         "One channel as a gray picture",
+         "The bytes of the channel become the gray as they are; of an ink, 255 is full ink.",
+         "channel red",
+         {{"name", ArgumentType::Choice, nullptr, 0, 0, Words(kChannels), "which channel"}},
+         PlanChannel,
+         RunChannel},
+        {"convert",
+         "Formats",
+         "Another kind of pixels",
+         "G is gray, A stands for alpha. Alpha that is new is opaque; alpha that goes is left out, whatever lies\n"
+         "behind it. Gray becomes the black ink of CMYK, and of CMYK only the black ink becomes gray, so that what\n"
+         "cyan, magenta and yellow print is lost. RGB cannot become CMYK, nor CMYK RGB: that needs colour profiles.",
+         "convert GA",
+         {{"format", ArgumentType::Choice, nullptr, 0, 0, Words(kFormats), "the new kind"}},
+         PlanConvert,
+         RunConvert},
+    };
+}

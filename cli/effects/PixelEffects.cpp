@@ -1,0 +1,138 @@
+#include "effects/PixelEffects.h"
+
+#include <algorithm>
+
+#include "Errors.h"
+#include "Raster.h"
+#include "effects/ConvertEffects.h"
+
+namespace {
+
+// The area that an effect was asked for, or the whole image.
+PixelArea AreaOf(const char* effect, const ImageShape& source, const Arguments& arguments) {
+    if (!arguments.Given("area")) return {0, 0, source.width, source.height};
+    const PixelArea area = CutToPicture(arguments.Area("area"), source.width, source.height);
+    if (area.width < 1 || area.height < 1)
+        throw RunError(std::string(effect) + ": the area lies beside the picture of " + std::to_string(source.width) +
+                       " x " + std::to_string(source.height) + " pixels");
+    return area;
+}
+
+ImageShape PlanFill(const ImageShape& source, const Arguments& arguments) {
+    AreaOf("fill", source, arguments);
+    if (source.kind == PixelKind::CMYK && !arguments.Colour("colour").isGray)
+        throw RunError("fill: CMYK takes one number from 0 to 255, which every ink gets, and no colour");
+    return source;
+}
+
+void RunFill(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const PixelArea area = AreaOf("fill", shape, arguments);
+    const RGBAColour& colour = arguments.Colour("colour");
+    const auto fillChannel = [&](const char* view, int value) {
+        image->View(view).Call("FillRect", area.x, area.y, area.width, area.height, value);
+    };
+    const zorhost::Object& object = image->Image();
+    if (shape.kind == PixelKind::CMYK)
+        object.Call("FillRect", area.x, area.y, area.width, area.height, colour.red);
+    else if (shape.kind == PixelKind::RGB || shape.kind == PixelKind::RGBA)
+        object.Call("FillRectRGB", area.x, area.y, area.width, area.height, colour.red, colour.green, colour.blue);
+    else
+        fillChannel("GrayChannel", (77 * colour.red + 151 * colour.green + 28 * colour.blue) >> 8);
+    if (Describe(shape.kind).hasAlpha) fillChannel("AlphaChannel", arguments.Integer("alpha"));
+}
+
+ImageShape PlanClear(const ImageShape& source, const Arguments& arguments) {
+    AreaOf("clear", source, arguments);
+    return source;
+}
+
+void RunClear(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const PixelArea area = AreaOf("clear", shape, arguments);
+    image->Image().Call("ClearRect", area.x, area.y, area.width, area.height);
+}
+
+ImageShape PlanInvert(const ImageShape& source, const Arguments& arguments) {
+    AreaOf("invert", source, arguments);
+    if (arguments.Given("alpha") && !Describe(source.kind).hasAlpha)
+        throw RunError(std::string("invert: the picture is ") + Describe(source.kind).name + " and has no alpha");
+    return source;
+}
+
+void RunInvert(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const PixelArea area = AreaOf("invert", shape, arguments);
+    const auto invert = [&area](const zorhost::Object& object) {
+        object.Call("Invert", area.x, area.y, area.width, area.height);
+    };
+    if (arguments.Given("alpha") || !Describe(shape.kind).hasAlpha) return invert(image->Image());
+    invert(image->View(shape.kind == PixelKind::RGBA ? "RGBChannels" : "GrayChannel"));
+}
+
+ImageShape PlanCrop(const ImageShape& source, const Arguments& arguments) {
+    const PixelArea area = AreaOf("crop", source, arguments);
+    return {area.width, area.height, source.kind};
+}
+
+void RunCrop(Raster* image, const ImageShape& result, const Arguments& arguments) {
+    const PixelArea area = AreaOf("crop", image->Shape(), arguments);
+    Raster target(result);
+    CopyAll(target.Image(), ViewOf(image->Image(), "ClipImage", area.x, area.y, area.width, area.height), "crop");
+    *image = std::move(target);
+}
+
+const ArgumentRow kArea = {"area", ArgumentType::Area, "", 0, 0, {}, "only there; the whole picture unless given"};
+
+}  // namespace
+
+PixelArea CutToPicture(const AreaRequest& area, int width, int height) {
+    const auto cut = [](int start, int length, int limit, int* first, int* count) {
+        const std::int64_t end = std::min(std::int64_t{start} + length, std::int64_t{limit});
+        *first = std::max(start, 0);
+        *count = static_cast<int>(std::max(end - *first, std::int64_t{0}));
+    };
+    PixelArea result{};
+    cut(area.x, area.width, width, &result.x, &result.width);
+    cut(area.y, area.height, height, &result.y, &result.height);
+    return result;
+}
+
+std::vector<EffectRow> PixelEffects() {
+    return {
+        {"fill",
+         "Pixels",
+         "One colour over an area",
+         "A shell may take a # at the start of a word for a comment; the colour can be written without it. A gray\n"
+         "picture gets the gray of the colour. CMYK takes a number only, which every ink gets, 255 being full ink.\n"
+         "What of the area lies beside the picture is left out.",
+         "fill FF8000 area=10,20,300x100",
+         {{"colour", ArgumentType::Colour, nullptr, 0, 0, {}, "the colour"},
+          kArea,
+          {"alpha", ArgumentType::Integer, "255", 0, 255, {}, "for pictures with alpha, 255 is opaque"}},
+         PlanFill,
+         RunFill},
+        {"clear",
+         "Pixels",
+         "Zero in every channel of an area",
+         "The area becomes black, in pictures with alpha clear, in CMYK free of ink.",
+         "clear area=10,20,300x100",
+         {kArea},
+         PlanClear,
+         RunClear},
+        {"invert",
+         "Pixels",
+         "The negative of an area",
+         "Each channel becomes 255 less what it was. Alpha stays unless the word alpha is given.",
+         "invert area=10,20,300x100",
+         {kArea, {"alpha", ArgumentType::Flag, "", 0, 0, {}, "inverts the alpha too"}},
+         PlanInvert,
+         RunInvert},
+        {"crop",
+         "Pixels",
+         "Cut an area out",
+         "X and Y are the left and upper edge, counted from 0. What of the area lies beside the picture is left out,\n"
+         "and the result is so much smaller.",
+         "crop 10,20,300x200",
+         {{"area", ArgumentType::Area, nullptr, 0, 0, {}, "what stays of the picture"}},
+         PlanCrop,
+         RunCrop},
+    };
+}
