@@ -1,5 +1,7 @@
 #include "Raster.h"
 
+#include <utility>
+
 #include "Errors.h"
 
 namespace {
@@ -14,7 +16,16 @@ Raster::Raster(const ImageShape& shape) : shape_(shape) {
     if (!image_.Get("Valid").AsBool())
         throw RunError("no memory for an image of " + std::to_string(shape.width) + " x " +
                        std::to_string(shape.height) + " pixels");
+    FindRows();
+}
+
+Raster::Raster(zorhost::Object image, PixelKind kind)
+    : shape_{image.Get("Width").AsInt(), image.Get("Height").AsInt(), kind}, image_(std::move(image)) {
+    FindRows();
+}
+
+void Raster::FindRows() {
     image_.Set("YieldTicks", kYieldTicks);
-    pixels_ = host.MemoryBlockBytes(image_.Get("Memory").AsObject()).data;
+    pixels_ = Engine().MemoryBlockBytes(image_.Get("Memory").AsObject()).data;
     rowBytes_ = image_.Get("RowSize").AsInt();
 }

@@ -20,6 +20,9 @@ public:
     // A new image, all zero. A RunError when the engine cannot make it.
     explicit Raster(const ImageShape& shape);
 
+    // An image in memory that the engine made, in the format of the kind.
+    Raster(zorhost::Object image, PixelKind kind);
+
     [[nodiscard]] const ImageShape& Shape() const { return shape_; }
 
     // Row y, 0 at the top: Width pixels of the kind's channels. Good until the next call.
@@ -32,6 +35,8 @@ public:
     [[nodiscard]] const zorhost::Object& Image() const { return image_; }
 
 private:
+    void FindRows();
+
     ImageShape shape_;
     zorhost::Object image_;
     std::uint8_t* pixels_ = nullptr;

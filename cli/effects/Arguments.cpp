@@ -7,6 +7,7 @@
 
 #include "Errors.h"
 #include "Suggest.h"
+#include "effects/Curve.h"
 
 namespace {
 
@@ -76,6 +77,26 @@ bool ReadColour(std::string_view text, bool withAlpha, RGBAColour* colour) {
     return true;
 }
 
+bool ReadMatrix(const ArgumentRow& row, std::string_view text, std::vector<std::int32_t>* numbers) {
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find(',', start), text.size());
+        std::int32_t number = 0;
+        if (!ReadNumber(text.substr(start, end - start), &number) || !InRange(row, number)) return false;
+        numbers->push_back(number);
+        start = end + 1;
+    }
+    const int side = MatrixSide(numbers->size());
+    return side >= 3 && side <= 50 &&
+           static_cast<std::size_t>(side) * static_cast<std::size_t>(side) == numbers->size();
+}
+
+bool ReadCurve(std::string_view text, std::vector<std::int32_t>* values) {
+    if (!LooksLikeCurvePoints(text)) return !text.empty();
+    const std::optional<std::vector<std::int32_t>> curve = CurveThroughPoints(text);
+    if (curve) *values = *curve;
+    return curve.has_value();
+}
+
 bool ReadValue(const ArgumentRow& row, std::string_view text, ArgumentValue* value) {
     switch (row.type) {
         case ArgumentType::Size:
@@ -96,6 +117,11 @@ bool ReadValue(const ArgumentRow& row, std::string_view text, ArgumentValue* val
         case ArgumentType::Colour:
         case ArgumentType::ColourAlpha:
             return ReadColour(text, row.type == ArgumentType::ColourAlpha, &value->colour);
+        case ArgumentType::Matrix:
+            return ReadMatrix(row, text, &value->numbers);
+        case ArgumentType::Curve:
+            value->text = text;
+            return ReadCurve(text, &value->numbers);
         case ArgumentType::Area:
             return ReadArea(text, &value->area);
         case ArgumentType::Point:
@@ -148,6 +174,10 @@ std::string List(const std::vector<std::string>& names) {
 }
 
 }  // namespace
+
+int MatrixSide(std::size_t count) {
+    return static_cast<int>(std::lround(std::sqrt(static_cast<double>(count))));
+}
 
 PixelSize Resolve(const SizeRequest& request, int width, int height) {
     const auto side = [](double pixels) {
@@ -218,6 +248,11 @@ std::string Expectation(const ArgumentRow& row) {
             return "a colour such as #FF8000, or a gray from 0 to 255";
         case ArgumentType::ColourAlpha:
             return "a colour such as #FF8000, #FF800080 with alpha, or a gray from 0 to 255";
+        case ArgumentType::Matrix:
+            return "9, 16, 25 or more numbers of a square up to 50 x 50, whole and from " + NumberText(row.least) +
+                   " to " + NumberText(row.most) + ", with commas between them";
+        case ArgumentType::Curve:
+            return "points X:Y,X:Y,... from 0 to 255 with rising X, or a file that holds such points or 256 values";
         case ArgumentType::Area:
             return "an area X,Y,WxH such as 10,20,300x200";
         case ArgumentType::Point:
@@ -246,6 +281,10 @@ std::string Placeholder(const ArgumentRow& row) {
                 return "#RRGGBB|N";
             case ArgumentType::ColourAlpha:
                 return "#RRGGBB[AA]|N";
+            case ArgumentType::Matrix:
+                return "N,N,...";
+            case ArgumentType::Curve:
+                return "X:Y,...|FILE";
             case ArgumentType::File:
                 return "FILE";
             default:

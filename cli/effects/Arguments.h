@@ -13,6 +13,8 @@ enum class ArgumentType {
     Choice,       // one word out of a list
     Colour,       // RRGGBB with or without a # before it, or one number from 0 to 255 for a gray
     ColourAlpha,  // the same, or RRGGBBAA
+    Matrix,       // whole numbers with commas between them, as many as fill a square of 3 x 3 to 50 x 50
+    Curve,        // points X:Y,X:Y,... or the name of a file
     Area,         // X,Y,WxH
     Point,        // X,Y
     File,         // path of a picture file
@@ -23,7 +25,7 @@ struct ArgumentRow {
     const char* name;
     ArgumentType type;
     const char* fallback;  // text of the value when none is given; null: the argument must be given; "": there is none
-    double least;          // range of Integer and Number, both ends included
+    double least;          // range of Integer, Number and each number of a Matrix, both ends included
     double most;
     std::vector<const char*> choices;  // of Choice
     const char* help;
@@ -42,6 +44,9 @@ struct PixelSize {
     std::int64_t height;
 };
 PixelSize Resolve(const SizeRequest& request, int width, int height);
+
+// The side of the square that so many numbers make.
+int MatrixSide(std::size_t count);
 
 // A rectangle of pixels as it was asked for; it may reach over the edges of the picture, or lie beside it.
 struct AreaRequest {
@@ -66,7 +71,8 @@ struct ArgumentValue {
     AreaRequest area;   // Area; x and y of a Point
     double number = 0;  // Integer, Number; the place in the list of a Choice
     RGBAColour colour;
-    std::string text;  // File
+    std::vector<std::int32_t> numbers;  // Matrix, in rows; Curve: 256 values, or empty where the text names a file
+    std::string text;                   // File, Curve
 };
 
 // The values of one effect's arguments, in the order of its rows.
@@ -84,6 +90,7 @@ public:
     [[nodiscard]] double Number(std::string_view name) const { return Value(name).number; }
     [[nodiscard]] std::string Choice(std::string_view name) const;
     [[nodiscard]] const RGBAColour& Colour(std::string_view name) const { return Value(name).colour; }
+    [[nodiscard]] const std::vector<std::int32_t>& Numbers(std::string_view name) const { return Value(name).numbers; }
     [[nodiscard]] const std::string& Text(std::string_view name) const { return Value(name).text; }
     [[nodiscard]] const AreaRequest& Area(std::string_view name) const { return Value(name).area; }
     // Whether there is a value. The others give zeros where there is none.

@@ -5,7 +5,11 @@
 #include "effects/CombineEffects.h"
 #include "effects/ConvertEffects.h"
 #include "effects/PixelEffects.h"
+#include "effects/ArtisticEffects.h"
+#include "effects/FilterEffects.h"
+#include "effects/GeometryEffects.h"
 #include "effects/ScaleEffects.h"
+#include "effects/ToneEffects.h"
 
 const std::vector<EffectRow>& Effects() {
     static const std::vector<EffectRow> rows = [] {

@@ -1,0 +1,6 @@
+#pragma once
+// Effects for their look.
+
+#include "effects/Effects.h"
+
+std::vector<EffectRow> ArtisticEffects();

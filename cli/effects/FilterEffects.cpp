@@ -1,0 +1,107 @@
+#include "effects/FilterEffects.h"
+
+#include <utility>
+
+#include "Errors.h"
+#include "effects/Filters.h"
+
+namespace {
+
+using zorhost::Object;
+
+void RunMatrix(Raster* image, const ImageShape&, const Arguments& arguments) {
+    const std::vector<std::int32_t>& weights = arguments.Numbers("weights");
+    RunFilter(image, "matrix", FilterPart::Light, [&](const Object& source, const Object& target, const char*) {
+        return source
+            .Call("ApplyMatrix", target, MatrixSide(weights.size()), weights, arguments.Integer("delta"),
+                  arguments.Number("factor"))
+            .AsObject();
+    });
+}
+
+void Blur(Raster* image, const char* effect, int radius) {
+    RunFilter(image, effect, FilterPart::Whole, [&](const Object& source, const Object& target, const char*) {
+        return source.Call("BoxBlurFilter", target, static_cast<double>(radius), true, true).AsObject();
+    });
+}
+
+void RunBlur(Raster* image, const ImageShape&, const Arguments& arguments) {
+    for (int i = 0; i < arguments.Integer("iterations"); ++i) Blur(image, "blur", arguments.Integer("radius"));
+}
+
+void RunSoftBlur(Raster* image, const ImageShape&, const Arguments& arguments) {
+    RunFilter(image, "softblur", FilterPart::Channels, [&](const Object& source, const Object& target, const char*) {
+        return source.Call("BoxBlurFractionalFilter", target, arguments.Number("radius")).AsObject();
+    });
+}
+
+// The filter works in place, against a blurred copy: the target starts as one more copy of the source.
+void RunUnsharp(Raster* image, const ImageShape&, const Arguments& arguments) {
+    RunFilter(image, "unsharp", FilterPart::Colours, [&](const Object& source, const Object& target, const char*) {
+        const double radius = arguments.Integer("radius");
+        const Object blurred = source.Call("BoxBlurFilter", Object(), radius, true, true).AsObject();
+        const bool done = blurred && target.Call("CopyPixels", source).AsBool();
+        // The copy takes the format of what it shows, as the view over the source does.
+        return done && target.Call("UnsharpFilter", blurred, arguments.Number("amount"), arguments.Integer("threshold"))
+                           .AsBool()
+                   ? target
+                   : Object();
+    });
+}
+
+constexpr ArgumentType kInteger = ArgumentType::Integer;
+constexpr ArgumentType kNumber = ArgumentType::Number;
+
+}  // namespace
+
+std::vector<EffectRow> FilterEffects() {
+    return {
+        {"matrix",
+         "Sharpness",
+         "Weighted sum of each pixel's neighbours",
+         "The weights are a square of 3 x 3, 4 x 4 ... 50 x 50 numbers, row by row, that lies over each pixel in "
+         "turn.\n"
+         "Value: (sum of weight x neighbour + delta) x factor, cut to 0 to 255. Pixels of the border stand in for "
+         "those\n"
+         "outside. Works on gray, red, green and blue; alpha stays. CMYK: on each ink, taken as the light that it "
+         "leaves.",
+         "matrix 0,-1,0,-1,5,-1,0,-1,0",
+         {{"weights", ArgumentType::Matrix, nullptr, -1000, 254, {}, "how much each neighbour counts"},
+          {"delta", kInteger, "0", -65535, 65535, {}, "what is added to the sum"},
+          {"factor", kNumber, "1", -1000, 1000, {}, "what the sum is multiplied with at last"}},
+         nullptr,
+         RunMatrix},
+        {"blur",
+         "Sharpness",
+         "Mean of a square around each pixel",
+         "The square has 2 x radius + 1 pixels a side; the time does not depend on it. Three iterations look like a "
+         "soft\n"
+         "lens. Works on every channel by itself, on alpha and on inks too.",
+         "blur 4 iterations=3",
+         {{"radius", kInteger, nullptr, 1, 10000, {}, "pixels to each side"},
+          {"iterations", kInteger, "1", 1, 100, {}, "how often"}},
+         nullptr,
+         RunBlur},
+        {"softblur",
+         "Sharpness",
+         "A blur of less than one pixel",
+         "Each pixel takes in its four neighbours, with the radius as their weight: 0 changes nothing. Works on every\n"
+         "channel by itself, on alpha and on inks too. 'blur' does whole pixels.",
+         "softblur 0.5",
+         {{"radius", kNumber, nullptr, 0, 0.999, {}, "weight of the neighbours"}},
+         nullptr,
+         RunSoftBlur},
+        {"unsharp",
+         "Sharpness",
+         "Sharper, by the difference to a blurred copy",
+         "Moves each value away from that of a copy made by 'blur RADIUS': four times the difference times the "
+         "amount.\n"
+         "Works on gray, red, green, blue and on each ink of CMYK; alpha stays.",
+         "unsharp 0.3 radius=2 threshold=4",
+         {{"amount", kNumber, nullptr, 0, 100, {}, "how much"},
+          {"radius", kInteger, "1", 1, 10000, {}, "of the blurred copy, in pixels"},
+          {"threshold", kInteger, "0", 0, 256, {}, "smaller differences are left alone"}},
+         nullptr,
+         RunUnsharp},
+    };
+}
