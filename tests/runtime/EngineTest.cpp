@@ -126,6 +126,50 @@ TEST(Engine, AsksFactoriesForNewImages) {
     ExpectClean(host);
 }
 
+// Forms of one name are told apart by their arguments, and rows can be assigned to.
+TEST(Engine, FillsCopiesAndBlendsByTheFormsOfItsMethods) {
+    Host host({.plugin = ENGINE, .world = World::Desktop});  // Combine is not for console applications
+    {
+        const Object image = NewImage(host, 2, 2, "ImageFormatRGB");
+        const auto pixel = [&](int x, int y) {
+            const unsigned char* row = host.MemoryBlockBytes(image.Call("RawRow", y).AsObject()).data + 3 * x;
+            return std::vector<int>(row, row + 3);
+        };
+        image.Call("FillRectRGB", Color{0x0A141E});
+        EXPECT_EQ(pixel(1, 1), (std::vector<int>{10, 20, 30}));
+        image.Call("FillRectRGB", 1, 2, 3);
+        EXPECT_EQ(pixel(0, 1), (std::vector<int>{1, 2, 3}));
+        image.Call("FillRectRGB", 1, 0, 1, 1, Color{0x0A141E}, 255);
+        EXPECT_EQ(pixel(1, 0), (std::vector<int>{10, 20, 30}));
+        image.Call("Invert");
+        EXPECT_EQ(pixel(0, 0), (std::vector<int>{254, 253, 252}));
+
+        image.Assign("Row", 1, image.Call("Row", 0).AsObject());
+        EXPECT_EQ(pixel(1, 1), (std::vector<int>{245, 235, 225}));
+        const Object gray = host.MakeMemoryBlock(2);
+        host.MemoryBlockBytes(gray).data[0] = 7;
+        host.MemoryBlockBytes(gray).data[1] = 9;
+        image.Assign("RowInFormat", 0, host.Constant("PictureZOR", "ImageFormatG"), gray);
+        EXPECT_EQ(pixel(1, 0), (std::vector<int>{9, 9, 9}));
+        EXPECT_EQ(image.Call("DataStringInFormat", host.Constant("PictureZOR", "ImageFormatG")).AsString().bytes.size(),
+                  4u);
+
+        const Object over = NewImage(host, 2, 2, "ImageFormatRGB");
+        over.Call("FillRect", 100);
+        EXPECT_TRUE(image.Call("Combine", over, nullptr, 0, 0, 0, 0, 1, 1, false).AsBool());
+        EXPECT_EQ(pixel(0, 0), (std::vector<int>{100, 100, 100}));
+        EXPECT_TRUE(image.Call("Combine", over, nullptr, 0, 0, 0, 0, 2, 2, true, Color{0}, Color{0xFFFFFF}).AsBool());
+        EXPECT_TRUE(image.Call("Combine", over, nullptr, 0, 0, 0, 0, 2, 2, true, -1, -1).AsBool());
+        EXPECT_EQ(pixel(1, 1), (std::vector<int>{100, 100, 100}));
+        EXPECT_EQ(image.Call("CompareImages", over).AsInt64(), 4);
+        const Object turned = image.Call("Rotate90", nullptr).AsObject();
+        EXPECT_EQ(turned.Get("Width").AsInt(), 2);
+        const Object blurred = image.Call("ApplyMatrix", over, 1, std::vector<std::int32_t>{2}).AsObject();
+        EXPECT_EQ(blurred, over);
+    }
+    ExpectClean(host);
+}
+
 TEST(Engine, ReleasesEverythingWhenCancelled) {
     Host host(Engine());
     {
