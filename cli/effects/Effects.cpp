@@ -2,19 +2,20 @@
 
 #include "Errors.h"
 #include "Suggest.h"
+#include "effects/ArtisticEffects.h"
 #include "effects/CombineEffects.h"
 #include "effects/ConvertEffects.h"
-#include "effects/PixelEffects.h"
-#include "effects/ArtisticEffects.h"
 #include "effects/FilterEffects.h"
 #include "effects/GeometryEffects.h"
+#include "effects/PixelEffects.h"
 #include "effects/ScaleEffects.h"
 #include "effects/ToneEffects.h"
 
 const std::vector<EffectRow>& Effects() {
     static const std::vector<EffectRow> rows = [] {
         std::vector<EffectRow> all;
-        for (const auto& group : {ScaleEffects(), PixelEffects(), ConvertEffects(), CombineEffects()})
+        for (const auto& group : {ScaleEffects(), GeometryEffects(), FilterEffects(), ToneEffects(), ArtisticEffects(),
+                                  PixelEffects(), ConvertEffects(), CombineEffects()})
             all.insert(all.end(), group.begin(), group.end());
         return all;
     }();
