@@ -1,6 +1,8 @@
 #include "effects/CombineEffects.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "Errors.h"
 #include "Load.h"
@@ -72,10 +74,11 @@ void CheckMask(const ImageShape& file, const ImageShape& mask, const Arguments& 
     if (mask.kind == PixelKind::CMYK) throw RunError(path + ": a mask is gray or RGB, and not CMYK");
 }
 
-// The shape that a file says it has. False: it can be read once only, as a pipe, and must be left for the work.
+// The shape that a file says it has. False: it can be opened once only, as a pipe, and must be left for the work.
 bool PeekShape(const std::string& path, ImageShape* shape) {
+    std::error_code ignored;
+    if (std::filesystem::is_other(path, ignored)) return false;
     InputFile file(path);
-    if (file.Size() < 0) return false;
     Notes notes(true);
     *shape = ShapeOf(file, OpenPicture(file, notes)->Header());
     return true;

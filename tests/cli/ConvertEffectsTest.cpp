@@ -1,0 +1,137 @@
+// The effects `channel` and `convert` on files.
+
+#include <algorithm>
+
+#include "TestPictures.h"
+#include "ZorTest.h"
+
+namespace {
+
+class ConvertEffects : public ZorTest {
+protected:
+    void SaveInput(const Pixels& pixels) { SavePng(At("in.png"), PlainPng(pixels)); }
+    Pixels Result(const std::vector<std::string>& effect) {
+        std::vector<std::string> words = {"in.png", "out.png"};
+        words.insert(words.end(), effect.begin(), effect.end());
+        RunWell(words);
+        return PixelsOf(LoadPng(At("out.png")));
+    }
+    // A flat CMYK file: inks of 255 are full.
+    void SaveInks(const std::vector<int>& inks) {
+        JpegFile file;
+        file.pixels = {16, 16, 4, {}};
+        for (int i = 0; i < 16 * 16; ++i)
+            for (const int ink : inks) file.pixels.bytes.push_back(static_cast<std::uint8_t>(255 - ink));
+        file.quality = 100;
+        SaveJpeg(At("in.jpg"), file);
+    }
+};
+
+// The pixels in another number of channels: 1 gray, 2 with alpha, 3 RGB, 4 with alpha.
+Pixels InChannels(const Pixels& pixels, int channels) {
+    Pixels result{pixels.width, pixels.height, channels, {}};
+    for (int y = 0; y < pixels.height; ++y)
+        for (int x = 0; x < pixels.width; ++x) {
+            const auto at = [&](int c) { return pixels.At(x, y, c); };
+            const bool gray = pixels.channels <= 2;
+            const int alpha = pixels.channels % 2 == 0 ? at(pixels.channels - 1) : 255;
+            for (int c = 0; c < channels; ++c) {
+                int value = alpha;
+                if (channels <= 2 && c == 0) value = gray ? at(0) : (77 * at(0) + 151 * at(1) + 28 * at(2)) / 256;
+                if (channels >= 3 && c < 3) value = at(gray ? 0 : c);
+                result.bytes.push_back(static_cast<std::uint8_t>(value));
+            }
+        }
+    return result;
+}
+
+TEST_F(ConvertEffects, ConvertEveryKindIntoEveryOther) {
+    const char* formats[] = {"G", "GA", "RGB", "RGBA"};
+    for (int from = 1; from <= 4; ++from) {
+        const Pixels pixels = MakePixels(37, 23, from, 1);
+        SaveInput(pixels);
+        for (int to = 1; to <= 4; ++to)
+            EXPECT_EQ(Result({"convert", formats[to - 1]}), InChannels(pixels, to))
+                << from << " channels to " << formats[to - 1];
+    }
+}
+
+TEST_F(ConvertEffects, KeepGrayLightOnItsWayThroughInk) {
+    for (int channels = 1; channels <= 2; ++channels) {
+        const Pixels pixels = MakePixels(37, 23, channels, 2);
+        SaveInput(pixels);
+        EXPECT_EQ(Result({"convert", "CMYK", "convert", "G"}), Channel(pixels, 0));
+        Pixels inked = Result({"convert", "CMYK", "channel", "black"});
+        for (std::uint8_t& byte : inked.bytes) byte = static_cast<std::uint8_t>(255 - byte);
+        EXPECT_EQ(inked, Channel(pixels, 0));
+        for (const char* ink : {"cyan", "magenta", "yellow"})
+            EXPECT_EQ(Result({"convert", "CMYK", "channel", ink}).bytes, std::vector<std::uint8_t>(37 * 23, 0)) << ink;
+        Pixels opaque = InChannels(Channel(pixels, 0), 2);
+        EXPECT_EQ(Result({"convert", "CMYK", "convert", "GA"}), opaque);
+    }
+}
+
+TEST_F(ConvertEffects, TakeEveryChannelThatThereIs) {
+    const std::vector<std::vector<std::string>> names = {
+        {"gray"}, {"gray", "alpha"}, {"red", "green", "blue"}, {"red", "green", "blue", "alpha"}};
+    for (int channels = 1; channels <= 4; ++channels) {
+        const Pixels pixels = MakePixels(37, 23, channels, 3);
+        SaveInput(pixels);
+        const std::vector<std::string>& own = names[static_cast<std::size_t>(channels - 1)];
+        std::string list;
+        for (std::size_t c = 0; c < own.size(); ++c) {
+            EXPECT_EQ(Result({"channel", own[c]}), Channel(pixels, static_cast<int>(c))) << own[c];
+            list += (list.empty() ? "" : ", ") + own[c];
+        }
+        for (const std::string name : {"red", "green", "blue", "alpha", "gray", "cyan", "magenta", "yellow", "black"}) {
+            if (std::find(own.begin(), own.end(), name) != own.end()) continue;
+            ExpectFailure(Run({"in.png", "new.png", "channel", name}), 1,
+                          {"channel: the picture is ", "has no channel " + name + "; it has " + list});
+        }
+    }
+}
+
+TEST_F(ConvertEffects, TakeEveryInk) {
+    const std::vector<int> inks = {10, 70, 160, 220};
+    SaveInks(inks);
+    const char* names[] = {"cyan", "magenta", "yellow", "black"};
+    for (std::size_t c = 0; c < 4; ++c) {
+        RunWell({"in.jpg", "out.png", "channel", names[c]});
+        const Pixels out = PixelsOf(LoadPng(At("out.png")));
+        ASSERT_EQ(out.channels, 1);
+        ASSERT_EQ(out.bytes.size(), 256U);
+        for (const std::uint8_t byte : out.bytes) ASSERT_NEAR(byte, inks[c], 2) << names[c];
+    }
+    RunWell({"in.jpg", "out.png", "convert", "G"});
+    for (const std::uint8_t byte : PixelsOf(LoadPng(At("out.png"))).bytes) ASSERT_NEAR(byte, 255 - 220, 2);
+    ExpectFailure(Run({"in.jpg", "new.png", "channel", "red"}), 1,
+                  {"channel: the picture is CMYK and has no channel red; it has cyan, magenta, yellow, black"});
+}
+
+TEST_F(ConvertEffects, RefuseWhatNeedsProfilesBeforeTheWorkStarts) {
+    SaveInks({10, 70, 160, 220});
+    // The pixels of these files cannot be read, so a complaint about the kind shows that nothing was read before.
+    for (const int channels : {3, 4}) {
+        SaveInput(MakePixels(300, 200, channels, 4));
+        WriteFile(At("in.png"), ReadFile(At("in.png")).substr(0, 200));
+        ExpectFailure(Run({"in.png", "new.jpg", "convert", "CMYK"}), 1,
+                      {"convert: RGB", " cannot become CMYK", "colour profiles"});
+        ExpectFailure(Run({"in.png", "new.png", "channel", "cyan"}), 1, {"channel: the picture is RGB"});
+    }
+    WriteFile(At("in.jpg"), ReadFile(At("in.jpg")).substr(0, ReadFile(At("in.jpg")).size() - 20));
+    for (const char* format : {"RGB", "RGBA"})
+        ExpectFailure(Run({"in.jpg", "new.png", "convert", format}), 1, {"convert: CMYK cannot become RGB"});
+    ExpectFailure(Run({"in.png", "new.png", "convert", "G", "convert", "CMYK"}), 1, {"new.png: PNG cannot hold CMYK"});
+    EXPECT_EQ(Files(), (std::vector<std::string>{"in.jpg", "in.png"}));
+}
+
+TEST_F(ConvertEffects, SayWhatIsWrongWithTheirWords) {
+    SaveInput(MakePixels(5, 5, 3, 6));
+    ExpectFailure(Run({"in.png", "new.png", "convert"}), 2, {"convert: format is missing", "G, GA, RGB, RGBA, CMYK"});
+    ExpectFailure(Run({"in.png", "new.png", "convert", "BGR"}), 2, {"'BGR'", "one of G, GA, RGB, RGBA, CMYK"});
+    ExpectFailure(Run({"in.png", "new.png", "channel"}), 2, {"channel: name is missing", "red, green, blue"});
+    ExpectFailure(Run({"in.png", "new.png", "channel", "balck"}), 2, {"'balck'", "did you mean 'black'?"});
+    EXPECT_EQ(Files(), (std::vector<std::string>{"in.png"}));
+}
+
+}  // namespace
