@@ -79,9 +79,10 @@ TEST_F(Usage, TellsItsVersion) {
 
 TEST_F(Usage, ListsEveryEffectAndOptionInItsHelp) {
     const std::string help = RunWell({"--help"}).out;
-    for (const char* word : {"zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...", "zor info FILE", "zor describe",
-                             "zor help [EFFECT]", "--quality N", "--compression N", "--quiet", "--version", "--help",
-                             "scale ", "scalefast ", "PNG", "JPEG", ".jpeg", "Exit code"})
+    for (const char* word :
+         {"zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...", "zor info FILE", "zor compare A B", "zor describe",
+          "zor help [EFFECT]", "--quality N", "--compression N", "--quiet", "--version", "--help", "scale ",
+          "scalefast ", "PNG", "JPEG", ".jpeg", "Exit code"})
         EXPECT_NE(help.find(word), std::string::npos) << word << " is not in:\n" << help;
     EXPECT_EQ(RunWell({"help"}).out, help);
     EXPECT_EQ(RunWell({"-h"}).out, help);

@@ -201,7 +201,7 @@ TEST_F(PixelEffects, SayWhatIsWrongWithTheirWords) {
     EXPECT_EQ(Files(), (std::vector<std::string>{"in.png"}));
 }
 
-// Of every effect that there is: what its help says must work.
+// What the help of these effects shows must work, and fit a terminal.
 TEST_F(PixelEffects, HaveExamplesThatWork) {
     std::filesystem::copy(Photo("rocket.jpg"), At("photo.jpg"));
     for (const char* effect : {"fill", "clear", "invert", "crop", "channel", "convert", "combine"}) {
