@@ -1,0 +1,140 @@
+// The effects `gamma`, `curve`, `gain`, `solarize`, `autolevel` and `dither` on files.
+
+#include <cmath>
+
+#include "EffectTest.h"
+
+namespace {
+
+using ToneEffects = EffectTest;
+
+TEST_F(ToneEffects, BendMiddleTonesByGamma) {
+    for (const char* gamma : {"1", "1.8", "0.5"})
+        ExpectToneOfEveryKind({"gamma", gamma}, [&](int v) {
+            return static_cast<int>(std::pow(v / 255.0, 1.0 / std::stod(gamma)) * 255.0 + 0.5);
+        });
+}
+
+TEST_F(ToneEffects, FollowACurve) {
+    ExpectToneOfEveryKind({"curve", "0:255,255:0"}, [](int v) { return 255 - v; });
+    ExpectToneOfEveryKind({"curve", "10:20,110:220"}, [](int v) { return 2 * std::clamp(v, 10, 110); });
+    ExpectToneOfEveryKind({"curve", "7:99"}, [](int) { return 99; });
+    std::string values;
+    for (int i = 0; i < 256; ++i) values += std::to_string(i * 7 % 256) + (i % 16 == 15 ? "\n" : " ");
+    WriteFile(At("all.txt"), values);
+    ExpectToneOfEveryKind({"curve", "all.txt"}, [](int v) { return v * 7 % 256; });
+    WriteFile(At("points.txt"), "0:255\n255:0\n");
+    ExpectToneOfEveryKind({"curve", "points.txt"}, [](int v) { return 255 - v; });
+}
+
+TEST_F(ToneEffects, TellWhatIsWrongWithAFileThatHoldsNoCurve) {
+    SavePng(At("in.png"), PlainPng(MakePixels(8, 8, 3, 1)));
+    ExpectFailure(Run({"in.png", "out.png", "curve", "none.txt"}), 1, {"none.txt", "No such file"});
+    for (const char* text : {"", "1 2 3", "0:0 5:300", "5:5 5:6", "hello"}) {
+        WriteFile(At("bad.txt"), text);
+        ExpectFailure(Run({"in.png", "out.png", "curve", "bad.txt"}), 1, {"bad.txt", "holds no curve"});
+    }
+    EXPECT_FALSE(std::filesystem::exists(At("out.png")));
+}
+
+TEST_F(ToneEffects, ChangeNothingByAMiddlingGainAndBias) {
+    ExpectToneOfEveryKind({"gain", "0.5", "0.5"}, [](int v) { return v; });
+    const Pixels ramp{3, 1, 1, {64, 128, 192}};
+    const Pixels brighter = Result(ramp, {"gain", "0.5", "0.7"});
+    const Pixels harder = Result(ramp, {"gain", "0.7", "0.5"});
+    for (int x = 0; x < 3; ++x) EXPECT_GT(brighter.At(x, 0, 0), ramp.At(x, 0, 0));
+    EXPECT_LT(harder.At(0, 0, 0), 64);
+    EXPECT_GT(harder.At(2, 0, 0), 192);
+}
+
+TEST_F(ToneEffects, MakeTheMiddleBlackBySolarizing) {
+    for (int channels = 1; channels <= 4; ++channels) {
+        Pixels in{4, 1, channels, {}};
+        for (const int v : {0, 127, 128, 255})
+            in.bytes.insert(in.bytes.end(), static_cast<std::size_t>(channels), static_cast<std::uint8_t>(v));
+        const Pixels out = Result(in, {"solarize"});
+        static constexpr int kExpected[] = {255, 0, 0, 255};
+        for (int x = 0; x < 4; ++x)
+            for (int c = 0; c < channels; ++c)
+                EXPECT_EQ(out.At(x, 0, c), channels % 2 == 0 && c == channels - 1 ? in.At(x, 0, c) : kExpected[x]);
+    }
+}
+
+TEST_F(ToneEffects, StretchContrastAlikeInGrayAndRgb) {
+    for (int channels = 1; channels <= 4; ++channels) {
+        Pixels in{101, 10, channels, {}};
+        for (int i = 0; i < 101 * 10; ++i)
+            for (int c = 0; c < channels; ++c) in.bytes.push_back(static_cast<std::uint8_t>(50 + i % 101));
+        const Pixels out = Result(in, {"autolevel"});
+        for (int c = 0; c < channels; ++c) {
+            if (channels % 2 == 0 && c == channels - 1) {
+                EXPECT_EQ(Channel(out, c), Channel(in, c));
+                continue;
+            }
+            EXPECT_LE(out.At(0, 0, c), 2);
+            EXPECT_GE(out.At(100, 0, c), 253);
+            EXPECT_NEAR(out.At(50, 5, c), 128, 3);
+        }
+    }
+    InkResult({1, 2, 3, 4}, {"flip", "h"});
+    ExpectFailure(Run({"in.jpg", "out2.jpg", "autolevel"}), 1, {"autolevel", "not on CMYK"});
+}
+
+TEST_F(ToneEffects, DitherToLevelsThatAPatternChooses) {
+    for (const char* matrix : {"magic2x2", "magic4x4", "ordered4x4", "lines4x4", "halftone", "ordered6x6", "ordered8x8",
+                               "cluster3", "cluster4", "cluster8"})
+        for (int channels = 1; channels <= 4; ++channels) {
+            SCOPED_TRACE(std::string(matrix) + ", " + std::to_string(channels));
+            const Pixels in = MakePixels(40, 30, channels, 6);
+            const Pixels out = Result(in, {"dither", matrix, "2"});
+            for (int y = 0; y < 30; ++y)
+                for (int x = 0; x < 40; ++x)
+                    for (int c = 0; c < channels; ++c) {
+                        const bool alpha = channels % 2 == 0 && c == channels - 1;
+                        if (alpha) {
+                            ASSERT_EQ(out.At(x, y, c), in.At(x, y, c));
+                        } else {
+                            ASSERT_TRUE(out.At(x, y, c) == 0 || out.At(x, y, c) == 255);
+                        }
+                    }
+            // Black becomes white everywhere.
+            Pixels black{9, 9, channels, {}};
+            black.bytes.assign(static_cast<std::size_t>(81 * channels), 0);
+            for (int c = 0; c < channels; ++c)
+                EXPECT_EQ(Result(black, {"dither", matrix, "2"}).At(4, 4, c),
+                          channels % 2 == 0 && c == channels - 1 ? 0 : 255);
+        }
+}
+
+TEST_F(ToneEffects, TakeInksAsTheLightThatTheyLeave) {
+    // In these files 255 is no ink, so that a value is the light.
+    ExpectInks(InkResult({240, 180, 90, 30}, {"curve", "0:255,255:0"}), {15, 75, 165, 225});
+    ExpectInks(InkResult({240, 180, 90, 30}, {"gain", "0.5", "0.5"}), {240, 180, 90, 30});
+    ExpectInks(InkResult({64, 64, 64, 64}, {"gamma", "2"}), {128, 128, 128, 128});
+    ExpectInks(InkResult({0, 255, 127, 255}, {"solarize"}), {255, 255, 0, 255});
+    ExpectInks(InkResult({0, 0, 0, 0}, {"dither", "magic2x2", "2"}), {255, 255, 255, 255});
+}
+
+TEST_F(ToneEffects, RefuseWhatIsOutOfRange) {
+    ExpectRefusals({{{"gamma"}, {"gamma is missing"}},
+                    {{"gamma", "0"}, {"'0'", "from 0.01 to 100"}},
+                    {{"curve", "0:0,0:5"}, {"'0:0,0:5'", "rising X"}},
+                    {{"curve", "0:0,5:256"}, {"from 0 to 255"}},
+                    {{"curve", "12"}, {"points X:Y"}},
+                    {{"gain", "0.5"}, {"bias is missing", "from 0.001 to 0.999"}},
+                    {{"gain", "1", "0.5"}, {"from 0.001 to 0.999"}},
+                    {{"gain", "0.5", "0"}, {"from 0.001 to 0.999"}},
+                    {{"solarize", "1"}, {"'1'", "zor help solarize"}},
+                    {{"autolevel", "1"}, {"'1'", "zor help autolevel"}},
+                    {{"dither", "magic", "2"}, {"'magic'", "one of magic2x2", "cluster8"}},
+                    {{"dither", "magic2x2"}, {"levels is missing"}},
+                    {{"dither", "magic2x2", "1"}, {"from 2 to 256"}},
+                    {{"dither", "magic2x2", "257"}, {"from 2 to 256"}}});
+}
+
+TEST_F(ToneEffects, HaveHelpWithAnExample) {
+    for (const char* effect : {"gamma", "curve", "gain", "solarize", "autolevel", "dither"})
+        ExpectHelpWithWorkingExample(effect);
+}
+
+}  // namespace
