@@ -28,6 +28,8 @@ class PngWriter {
 public:
     explicit PngWriter(OutputFile& file) : file_(file) {
         png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, Fail, Warn);
+        // Profiles are carried along as they are; libpng knows some widespread ones by sight and warns at each.
+        if (png_ != nullptr) png_set_option(png_, PNG_SKIP_sRGB_CHECK_PROFILE, PNG_OPTION_ON);
         if (png_ != nullptr) info_ = png_create_info_struct(png_);
         if (info_ == nullptr) {
             png_destroy_write_struct(&png_, nullptr);
