@@ -1,8 +1,5 @@
 #include "effects/FilterEffects.h"
 
-#include <utility>
-
-#include "Errors.h"
 #include "effects/Filters.h"
 
 namespace {

@@ -149,7 +149,8 @@ std::vector<EffectRow> ToneEffects() {
         {"dither",
          "Tone",
          "Few levels, with a pattern between them",
-         "Each channel gets one of a few values, and a pattern chooses between two neighbours. With 2 levels light and\n"
+         "Each channel gets one of a few values, and a pattern chooses between two neighbours. With 2 levels light "
+         "and\n"
          "dark change places: 'curve 0:255,255:0' before it makes up for that. With more levels bright values of one\n"
          "step may come out darker than dark values of the next. Works on gray, red, green and blue; alpha stays.\n"
          "CMYK: on each ink, taken as the light that it leaves.",

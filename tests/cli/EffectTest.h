@@ -2,6 +2,7 @@
 // What tests of effects share: an effect run on pixels, and what is expected of every effect.
 
 #include <algorithm>
+#include <array>
 #include <functional>
 
 #include "TestPictures.h"

@@ -1,5 +1,7 @@
 // The effects `matrix`, `blur`, `softblur` and `unsharp` on files.
 
+#include <cstdlib>
+
 #include "EffectTest.h"
 
 namespace {
