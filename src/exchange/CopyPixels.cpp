@@ -106,8 +106,13 @@ void CopyThroughBuffer(const RowCopy& copy, ImageClassData* destination, int des
         const std::ptrdiff_t at = fromTheRight ? copy.count - done - count : done;
         const RowSpan src = GetRowSpan(source, sourceY);
         if (!src) return;
-        GatherPixels(src, copy.plan.sourceSize, copy.plan.source, copy.from + at, count, buffer);
-        ConvertPixels(fromBuffer, GetRowSpan(destination, destY), copy.to + at, packed, 0, count);
+        std::ptrdiff_t skipped = 0, taken = count;
+        if (copy.asRun) {  // cut to what the source has, as all runs are
+            skipped = std::clamp<std::ptrdiff_t>(src.begin - (copy.from + at), 0, count);
+            taken = std::clamp<std::ptrdiff_t>(src.end - (copy.from + at), skipped, count) - skipped;
+        }
+        GatherPixels(src, copy.plan.sourceSize, copy.plan.source, copy.from + at + skipped, taken, buffer);
+        ConvertPixels(fromBuffer, GetRowSpan(destination, destY), copy.to + at + skipped, packed, 0, taken);
     }
 }
 

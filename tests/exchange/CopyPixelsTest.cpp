@@ -5,6 +5,7 @@
 #include "ConversionModel.h"
 #include "core/Construction.h"
 #include "core/Formats.h"
+#include "core/InPlace.h"
 #include "core/RowAccess.h"
 #include "core/Views.h"
 
@@ -398,6 +399,18 @@ TEST_F(CopyPixels, RunsGoOnIntoTheNextRowAndEndWithTheStorage) {
     EXPECT_EQ(SnapshotOf(target).bytes, (std::vector<std::uint8_t>{0, 0, 7, 7, 7, 7, 0, 0}));
     EXPECT_TRUE(Copy(target, source, {2, 1, 2, 1, 0, 0}));
     EXPECT_EQ(SnapshotOf(target).bytes, (std::vector<std::uint8_t>{0, 0, 7, 7, 7, 7, 7, 7}));
+}
+
+TEST_F(CopyPixels, RunsWithinAFileEndWhereTheSourceEndsTheyDoNotWriteZeros) {
+    // A row is one page, and the two rows do not fit into one window.
+    const TestImage image = MakeInFile(directory, 1024, 64, ImageFormatRGBA, 8);
+    ASSERT_TRUE(image->Valid);
+    FillRect1(image.object(), 200);
+    FillRect5(image.object(), 500, 63, 524, 1, 7);
+    EXPECT_TRUE(Copy(image, image, {500, 0, 524, 1, 500, 63}));
+    const std::vector<std::uint8_t> bytes = SnapshotOf(image).bytes;
+    for (int x = 0; x < 2048; ++x)
+        EXPECT_EQ(bytes[static_cast<std::size_t>(x) * 4], x >= 500 && x < 1024 ? 7 : 200) << x;
 }
 
 TEST_F(CopyPixels, PadBytesStay) {

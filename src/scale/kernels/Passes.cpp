@@ -33,8 +33,9 @@ void PassOneRow_Plain(const ScaleJob& job, int y) {
     const ScalePair& pair = *job.pair;
     const ChannelSet read = OffsetsOf(job.source, pair.read, pair.reads);
     const int pixelSize = job.source->PixelSize;
-    const RowSpan row = GetRowSpan(job.source, y);
     for (int x = 0; x < job.width; ++x) {
+        // Anew for every pixel: where both are one image, the row written to may have moved the window.
+        const RowSpan row = GetRowSpan(job.source, y);
         const ContributionList& list = job.lists[x];
         double sums[ScalePair::kMost] = {};
         for (int k = 0; k < list.count && row; ++k) {

@@ -39,6 +39,12 @@ bool TargetRowsMeet(const ResampleRequest& request) {
     return RowsMeet(request.target, lowest, lastPixel + highest + 1);
 }
 
+// A pass that one band does. The host has the turn then that it has in every pass on workers.
+void RunOneBand(const ResampleRequest& request, const ScaleJob& job, int count, WorkFunction work) {
+    RunThreads(-1, count, &job, work);
+    if (request.threads >= 0) REALYieldToRB();
+}
+
 // A pass on workers. The application gets turns while they are at it, and may close the images.
 void RunPinned(const ResampleRequest& request, const ScaleJob& job, int count, WorkFunction work) {
     StoragePin temp(request.temp);
@@ -46,8 +52,11 @@ void RunPinned(const ResampleRequest& request, const ScaleJob& job, int count, W
     ScaleJob pinned = job;
     pinned.temp = temp.record();
     (job.source ? pinned.source : pinned.dest) = other.record();
-    const bool havePins = temp.record() && other.record();
-    RunThreads(havePins ? request.threads : -1, count, havePins ? &pinned : &job, work);
+    if (temp.record() && other.record()) {
+        RunThreads(request.threads, count, &pinned, work);
+    } else {
+        RunOneBand(request, job, count, work);
+    }
 }
 
 // One pass over `count` rows from `read` into `write`. The bands of a fan-out work in no order and at the same time,
@@ -59,7 +68,7 @@ void RunPass(const ResampleRequest& request, ScaleJob* job, int count, const Ima
     if (request.threaded) {
         const bool oneBand = job->pixelByPixel || rowsMeet || read->IsMapping || write->IsMapping;
         if (oneBand) {
-            RunThreads(-1, count, job, work);
+            RunOneBand(request, *job, count, work);
         } else {
             RunPinned(request, *job, count, work);
         }
