@@ -164,7 +164,7 @@ REALobject PictureMatrix5(REALobject object, REALobject dest, int dimension, REA
     Cells cells;
     ReadCells(matrix, dimension, &cells);
     ImageClassData* const source = ImageDataOf(object);
-    const REALobject result = OpenDestination(source, dest, {source->Height, source->Width, source->ImageFormat});
+    const REALobject result = OpenDestination(source, dest, NewShape::turned);
     if (!result) return nullptr;
     ImageClassData* const target = ImageDataOf(result);
     Convolution job{SidesOf(source, target), source->Width, source->Height, {delta, scaleFactor}};

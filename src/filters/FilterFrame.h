@@ -3,20 +3,14 @@
 
 #include "core/Factory.h"
 
-// Size and format of the image that is made where the caller gives none.
-struct NewImage {
-    int width;
-    int height;
-    int format;
-};
+// The image that is made where the caller gives none: of the source's size, or with width and height exchanged. Its
+// format is the source's.
+enum class NewShape { asSource, turned };
 
 // Checks the source and yields on it; locks dest, or makes a new image on the source's behalf if it is nil; checks
 // that and yields on it. The result is the destination, locked for the caller; nil if any of this fails, with dest's
 // lock given back. Nothing is read or written, and the destination's size and format are not looked at.
-REALobject OpenDestination(ImageClassData* source, REALobject dest, NewImage wanted);
-
-// The same with a new image of the source's own size and format.
-REALobject OpenDestination(ImageClassData* source, REALobject dest);
+REALobject OpenDestination(ImageClassData* source, REALobject dest, NewShape shape = NewShape::asSource);
 
 // The frame around a filter whose new image is like its source: work(source, destination) runs on the two records in
 // between. It may change pixels only; whether it does is its own affair, the destination is the result either way.

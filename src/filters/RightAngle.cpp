@@ -214,7 +214,7 @@ static int WindowBlock(const ImageClassData* source, const ImageClassData* dest)
 
 static REALobject TurnByQuarter(REALobject object, REALobject dest, bool clockwise, bool inBlocks) {
     ImageClassData* const source = ImageDataOf(object);
-    const REALobject result = OpenDestination(source, dest, {source->Height, source->Width, source->ImageFormat});
+    const REALobject result = OpenDestination(source, dest, NewShape::turned);
     if (!result) return nullptr;
     ImageClassData* const target = ImageDataOf(result);
     const QuarterTurn turn{SidesOf(source, target), source->Width, source->Height, clockwise};

@@ -56,6 +56,7 @@ static void HorizSkewBy(const PixelSides& sides, int row, ShearStep step, const 
     const PixelSide &source = sides.source, &dest = sides.dest;
     const std::int64_t width = source.record->Width, destWidth = dest.record->Width;
     for (std::int64_t x = 0; x < destWidth; ++x) StoreAt<kCount>(dest, x, row, background.channel);
+    if (!GetRowSpan(source.record, row)) return;
     LineBlender<kCount> blender(background, step.weight);
     std::uint8_t samples[kCount];
     for (std::int64_t i = 0; i < width; ++i) {
@@ -165,7 +166,9 @@ static bool HorizSkewPacked(const PixelSides& sides, int row, ShearStep step, co
 
 void HorizSkew(const PixelSides& sides, int row, ShearStep step, const ShearColour& background) {
     bool done = false;
-    if (sides.dest.record->Width > 0 && !ImagesOverlap(sides.source.record, sides.dest.record)) {
+    // A view whose source was closed has no rows; what it leaves is background.
+    const bool hasRow = static_cast<bool>(GetRowSpan(sides.source.record, row));
+    if (hasRow && sides.dest.record->Width > 0 && !ImagesOverlap(sides.source.record, sides.dest.record)) {
         WithChannelCount(sides.count(), [&](auto kCount) {
             done = PixelsAreApart(sides.dest) && HorizSkewPacked<kCount>(sides, row, step, background);
         });

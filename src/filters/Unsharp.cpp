@@ -58,7 +58,7 @@ void SharpenRows(const PixelSide& image, const PixelSide& orig, const UnsharpTab
         for (int y = 0; y < height; ++y) {
             const RowSpan row = GetRowSpan(image.record, y);
             const RowSpan other = GetRowSpan(orig.record, y);
-            if (!row) continue;
+            if (!row || !other) continue;
             if (Covers(row, image, 0, width) && Covers(other, orig, 0, width)) {
                 Sharpen<kCount>(row.data, image, other.data, orig, width, table);
             } else {

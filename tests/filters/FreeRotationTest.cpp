@@ -417,4 +417,13 @@ TEST_F(FreeRotation, FastShearsGiveTheBytesOfThePlainOnes) {
     }
 }
 
+TEST_F(FreeRotation, OfAViewWhoseSourceWasClosedIsBackground) {
+    const TestImage parent = MakePlain(8, 8, ImageFormatG);
+    const TestImage view(ClipImage1(parent.object()));
+    ImageDestructor(parent.object());
+    const TestImage result(rbRotate(view.object(), 30.0, 0, 0, 0, 0, 200, 0, 0, 0, 0));
+    ASSERT_TRUE(result);
+    for (int x = 0; x < result->Width; ++x) EXPECT_GE(result->GetRow(result.record(), result->Height / 2)[x], 198) << x;
+}
+
 }  // namespace

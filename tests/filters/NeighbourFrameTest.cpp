@@ -172,6 +172,23 @@ TEST_F(NeighbourFrame, AViewWhoseSourceWasClosedWritesNothing) {
     }
 }
 
+TEST_F(NeighbourFrame, TheNewImageIsLikeTheSourceAfterItsYield) {
+    for (const NamedFilter& filter : kFilters) {
+        SCOPED_TRACE(filter.name);
+        const TestImage source = Noise(ImageFormatRGB);
+        YieldAlways(source.record());
+        host.onYield = [&] {
+            source->YieldTicks = 0;
+            ImageConstructor(source.object(), 5, 7, ImageFormatBGRA);
+        };
+        const TestImage result(filter.run(source.object(), nullptr));
+        host.onYield = nullptr;
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->Width * result->Height, 35);
+        EXPECT_EQ(result->ImageFormat, ImageFormatBGRA);
+    }
+}
+
 TEST_F(NeighbourFrame, AnEmptyViewChangesNothing) {
     for (const NamedFilter& filter : kFilters) {
         SCOPED_TRACE(filter.name);

@@ -9,6 +9,7 @@
 
 #include "core/Construction.h"
 #include "core/Formats.h"
+#include "core/Views.h"
 #include "filters/Canvas.h"
 
 namespace {
@@ -187,6 +188,17 @@ TEST_F(UnsharpFilterTest, SurvivesAnImageThatIsClosedDuringAYield) {
         EXPECT_TRUE(unsharpFilter(image.object(), orig.object(), 1.0, 0));
         EXPECT_EQ(closesImage ? image->GetRow : orig->GetRow, nullptr);
     }
+}
+
+TEST_F(UnsharpFilterTest, WithoutRowsToComparePixelsStay) {
+    Random random(5);
+    const TestImage image = MakePlain(4, 9, ImageFormatRGB), parent = MakePlain(4, 9, ImageFormatRGB);
+    FillWithNoise(image, random);
+    const TestImage view(ClipImage1(parent.object()));
+    ImageDestructor(parent.object());
+    const Storage before = SnapshotOf(image);
+    EXPECT_TRUE(unsharpFilter(image.object(), view.object(), 1.0, 0));
+    EXPECT_TRUE(SameStorage(before, SnapshotOf(image), image));
 }
 
 }  // namespace
