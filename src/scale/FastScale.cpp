@@ -4,11 +4,13 @@
 
 #include "core/ImageClassData.h"
 #include "core/RowSpan.h"
+#include "scale/ChannelFields.h"
 
 namespace {
 
+using namespace channel_fields;
+
 using Record = ImageClassData;
-using ChannelOffsetField = int Record::*;
 
 // What is done to a pixel. Every channel of the target takes the sample of the same place in `read`; a luma conversion
 // has one luma of reads 0 to 2 in front; with `blackOnly` cyan, magenta and yellow become 0.
@@ -71,16 +73,6 @@ void ConvertRow(const RowSpan& dst, const RowSpan& src, const RowWork& work, int
         for (int c = 0; c < kWrites; ++c) dst.Store(targetByte(x) + written[c], out[c]);
     }
 }
-
-constexpr ChannelOffsetField kGray = &Record::GrayOffset;
-constexpr ChannelOffsetField kRed = &Record::RedOffset;
-constexpr ChannelOffsetField kGreen = &Record::GreenOffset;
-constexpr ChannelOffsetField kBlue = &Record::BlueOffset;
-constexpr ChannelOffsetField kAlpha = &Record::AlphaOffset;
-constexpr ChannelOffsetField kCyan = &Record::CyanOffset;
-constexpr ChannelOffsetField kMagenta = &Record::MagentaOffset;
-constexpr ChannelOffsetField kYellow = &Record::YellowOffset;
-constexpr ChannelOffsetField kBlack = &Record::BlackOffset;
 
 constexpr Conversion CMYK_to_CMYK_Scale = {
     4, {kCyan, kMagenta, kYellow, kBlack}, 4, {kCyan, kMagenta, kYellow, kBlack}, ConvertRow<Arithmetic::kSame, 4, 4>};

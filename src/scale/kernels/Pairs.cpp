@@ -2,17 +2,9 @@
 
 namespace {
 
-using Record = ImageClassData;
+using namespace channel_fields;
 
-constexpr ChannelOffsetField kGray = &Record::GrayOffset;
-constexpr ChannelOffsetField kRed = &Record::RedOffset;
-constexpr ChannelOffsetField kGreen = &Record::GreenOffset;
-constexpr ChannelOffsetField kBlue = &Record::BlueOffset;
-constexpr ChannelOffsetField kAlpha = &Record::AlphaOffset;
-constexpr ChannelOffsetField kCyan = &Record::CyanOffset;
-constexpr ChannelOffsetField kMagenta = &Record::MagentaOffset;
-constexpr ChannelOffsetField kYellow = &Record::YellowOffset;
-constexpr ChannelOffsetField kBlack = &Record::BlackOffset;
+using Record = ImageClassData;
 
 enum PairIndex {
     G_to_G,

@@ -4,8 +4,7 @@
 
 #include "core/Formats.h"
 #include "core/ImageClassData.h"
-
-using ChannelOffsetField = int ImageClassData::*;
+#include "scale/ChannelFields.h"
 
 struct ScalePair {
     static constexpr int kMost = 5;
