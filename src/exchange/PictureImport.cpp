@@ -1,0 +1,221 @@
+#include "exchange/PictureImport.h"
+
+#include "exchange/Clipping.h"
+#include "exchange/PictureDrawing.h"
+#include "exchange/PictureEditor.h"
+#include "exchange/PictureRows.h"
+
+namespace {
+
+// Closes when a cancelled method is left, too.
+struct OpenPicture {
+    PictureEditor editor{};
+    ~OpenPicture() { ClosePictureReader(editor); }
+};
+
+enum GrayChannelSource : int { fromRed = 0, fromGreen = 1, fromBlue = 2 };
+
+// What a member does with a pixel, and whether it gives the host a turn at every row.
+struct ImportWay {
+    ImportRule rule;
+    bool toGray;
+    GrayChannelSource colour;  // that goes to gray
+    bool invertMask;
+    bool yields;
+};
+
+constexpr ImportWay kColours = {ImportRule::colours, false, fromRed, false, true};
+
+constexpr ImportWay ToGray(GrayChannelSource colour) {
+    return {ImportRule::colours, true, colour, false, false};
+}
+
+bool HasColours(const ImageClassData* image) {
+    return image->HasRed && image->HasGreen && image->HasBlue;
+}
+
+ImportPlan PlanOf(const ImportWay& way, const ImageClassData* image, const PictureEditor& picture,
+                  const PictureEditor* mask) {
+    ImportPlan plan{};
+    plan.rule = way.rule;
+    plan.invert = way.invertMask ? 255 : 0;
+    plan.imageSize = image->PixelSize;
+    plan.pictureSize = picture.BytesPerPixel;
+    plan.picture = ColoursOfPixelType(picture.PixelType);
+    if (mask) {
+        plan.maskSize = mask->BytesPerPixel;
+        plan.mask = ColoursOfPixelType(mask->PixelType);
+    }
+    const auto write = [&plan](int offset) { plan.image.offset[plan.image.count++] = offset; };
+    if (way.toGray) {
+        plan.picture = {1, {plan.picture.offset[way.colour]}};
+        write(image->GrayOffset);
+        return plan;
+    }
+    if (way.rule == ImportRule::constant || way.rule == ImportRule::maskToAlpha) {
+        plan.mask.count = mask ? 1 : 0;  // red is the sample
+        write(image->AlphaOffset);
+    }
+    write(image->RedOffset);
+    write(image->GreenOffset);
+    write(image->BlueOffset);
+    return plan;
+}
+
+// The rectangle is cut to both sides, and both editors stand on their first rows. The mask may be lower than its
+// picture: its editor begins again, or narrower: what it does not have reads 0.
+void WalkRows(ImageClassData* image, PictureEditor& picture, PictureEditor* mask, const TransferRect& rect,
+              const ImportWay& way) {
+    const auto step = [&] {
+        NextRow(picture);
+        if (mask) NextRow(*mask);
+    };
+    for (std::int64_t y = 0; y < rect.sourceY; ++y) step();
+    const ImportPlan plan = PlanOf(way, image, picture, mask);
+    for (std::int64_t y = 0; y < rect.height; ++y) {
+        const RowSpan row = GetRowSpan(image, static_cast<int>(rect.destY + y));
+        ImportRow(plan, {row, CurrentRowSpan(picture), mask ? CurrentRowSpan(*mask) : RowSpan{},
+                         static_cast<std::ptrdiff_t>(rect.destX), static_cast<std::ptrdiff_t>(rect.sourceX),
+                         static_cast<std::ptrdiff_t>(rect.width)});
+        step();
+        if (way.yields) YieldIfAsked(image);
+    }
+}
+
+// Everything behind the gate, its yield included. The mask may be nil.
+void Import(ImageClassData* image, REALobject pictureObject, REALobject maskObject, TransferRect rect,
+            const ImportWay& way) {
+    YieldIfAsked(image);
+    const auto yield = [&] {
+        if (way.yields) YieldIfAsked(image);
+    };
+    OpenPicture picture, mask;
+    if (!GetPictureReader(picture.editor, pictureObject)) return yield();
+    if (maskObject && !GetPictureReader(mask.editor, maskObject)) {
+        ClosePictureReader(picture.editor);
+        return yield();
+    }
+    if (ClipTransfer(&rect, SizeOf(image), {picture.editor.Width, picture.editor.Height})) {
+        yield();
+        WalkRows(image, picture.editor, maskObject ? &mask.editor : nullptr, rect, way);
+    }
+    ClosePictureReader(mask.editor);
+    ClosePictureReader(picture.editor);
+    yield();
+}
+
+void DrawToGray(REALobject object, REALobject picture, const TransferRect& rect, GrayChannelSource colour) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (image->HasGray && IsUsable(image)) Import(image, picture, nullptr, rect, ToGray(colour));
+}
+
+}  // namespace
+
+// --- colours --------------------------------------------------------------------------------------------------------
+
+void rbDrawPictureRGB8(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight,
+                       int sourceX, int sourceY) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!HasColours(image) || !IsUsable(image)) return;
+    Import(image, picture, nullptr, {destX, destY, destWidth, destHeight, sourceX, sourceY}, kColours);
+}
+
+void rbDrawPictureRGB6(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight) {
+    rbDrawPictureRGB8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+}
+
+void rbDrawPictureRGB4(REALobject object, REALobject picture, int destX, int destY) {
+    const int width = GetPictureWidth(picture), height = GetPictureHeight(picture);
+    rbDrawPictureRGB6(object, picture, destX, destY, width, height);
+}
+
+void rbDrawPictureRGB2(REALobject object, REALobject picture) {
+    rbDrawPictureRGB4(object, picture, 0, 0);
+}
+
+// --- one colour to gray ---------------------------------------------------------------------------------------------
+
+void rbDrawPictureRedToGrayChannel8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                    int destHeight, int sourceX, int sourceY) {
+    DrawToGray(object, picture, {destX, destY, destWidth, destHeight, sourceX, sourceY}, fromRed);
+}
+
+void rbDrawPictureRedToGrayChannel6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                    int destHeight) {
+    rbDrawPictureRedToGrayChannel8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+}
+
+void rbDrawPictureGreenToGrayChannel8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                      int destHeight, int sourceX, int sourceY) {
+    DrawToGray(object, picture, {destX, destY, destWidth, destHeight, sourceX, sourceY}, fromGreen);
+}
+
+void rbDrawPictureGreenToGrayChannel6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                      int destHeight) {
+    rbDrawPictureGreenToGrayChannel8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+}
+
+void rbDrawPictureBlueToGrayChannel8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                     int destHeight, int sourceX, int sourceY) {
+    DrawToGray(object, picture, {destX, destY, destWidth, destHeight, sourceX, sourceY}, fromBlue);
+}
+
+void rbDrawPictureBlueToGrayChannel6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                     int destHeight) {
+    rbDrawPictureBlueToGrayChannel8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+}
+
+// --- colours and mask -----------------------------------------------------------------------------------------------
+
+// The mask that the host gives here is its picture's own, and no reference to it is given back.
+void rbDrawMaskedPictureRGB8(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight,
+                             int sourceX, int sourceY, REALboolean invertMask) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!HasColours(image)) return;
+    const REALobject mask = REALGetPictureMask(picture, false);
+    if (!IsUsable(image)) return;
+    const ImportRule rule = mask ? ImportRule::maskToAlpha : ImportRule::constant;
+    Import(image, picture, mask, {destX, destY, destWidth, destHeight, sourceX, sourceY},
+           {rule, false, fromRed, invertMask != 0, true});
+}
+
+void rbDrawMaskedPictureRGB6(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight,
+                             REALboolean invertMask) {
+    rbDrawMaskedPictureRGB8(object, picture, destX, destY, destWidth, destHeight, 0, 0, invertMask);
+}
+
+void rbDrawMaskedPictureRGB4(REALobject object, REALobject picture, int destX, int destY, REALboolean invertMask) {
+    const int width = GetPictureWidth(picture), height = GetPictureHeight(picture);
+    rbDrawMaskedPictureRGB6(object, picture, destX, destY, width, height, invertMask);
+}
+
+void rbDrawMaskedPictureRGB2(REALobject object, REALobject picture, REALboolean invertMask) {
+    rbDrawMaskedPictureRGB4(object, picture, 0, 0, invertMask);
+}
+
+// --- mixed by the mask ----------------------------------------------------------------------------------------------
+
+void rbDrawPictureApplyMaskRGB8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                int destHeight, int sourceX, int sourceY, REALboolean invertMask) {
+    ImageClassData* const image = ImageDataOf(object);
+    if (!HasColours(image)) return;
+    const REALobject mask = REALGetPictureMask(picture, false);
+    if (!mask) return rbDrawPictureRGB8(object, picture, destX, destY, destWidth, destHeight, sourceX, sourceY);
+    if (!IsUsable(image)) return;
+    Import(image, picture, mask, {destX, destY, destWidth, destHeight, sourceX, sourceY},
+           {ImportRule::blend, false, fromRed, invertMask != 0, true});
+}
+
+void rbDrawPictureApplyMaskRGB6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
+                                int destHeight, REALboolean invertMask) {
+    rbDrawPictureApplyMaskRGB8(object, picture, destX, destY, destWidth, destHeight, 0, 0, invertMask);
+}
+
+void rbDrawPictureApplyMaskRGB4(REALobject object, REALobject picture, int destX, int destY, REALboolean invertMask) {
+    const int width = GetPictureWidth(picture), height = GetPictureHeight(picture);
+    rbDrawPictureApplyMaskRGB6(object, picture, destX, destY, width, height, invertMask);
+}
+
+void rbDrawPictureApplyMaskRGB2(REALobject object, REALobject picture, REALboolean invertMask) {
+    rbDrawPictureApplyMaskRGB4(object, picture, 0, 0, invertMask);
+}
