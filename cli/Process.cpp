@@ -38,7 +38,7 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
     if (shape.width > codec.longestSide || shape.height > codec.longestSide)
         FailFile(path, std::string(codec.name) + " holds at most " + std::to_string(codec.longestSide) +
                            " pixels a side, not " + std::to_string(shape.width) + " x " + std::to_string(shape.height));
-    if (Describe(shape.kind).hasAlpha && !codec.holdsAlpha)
+    if (Describe(shape.kind).hasAlpha && !Describe(codec.stored(shape.kind)).hasAlpha)
         notes.Say(path, std::string(codec.name) + " holds no transparency; the alpha channel is left out");
 }
 

@@ -7,6 +7,7 @@
 #include "codecs/Jpeg.h"
 #include "codecs/Picture.h"
 #include "codecs/Png.h"
+#include "codecs/Pnm.h"
 #include "files/InputFile.h"
 
 namespace {
@@ -19,12 +20,70 @@ bool IsJpeg(const std::uint8_t* head, std::size_t size) {
     return size >= 3 && head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF;
 }
 
+bool IsPnm(char digit, const std::uint8_t* head, std::size_t size) {
+    return size >= 3 && head[0] == 'P' && head[1] == static_cast<std::uint8_t>(digit) &&
+           (std::isspace(head[2]) != 0 || head[2] == '#');
+}
+
+// Each of the three has a form in plain text and one in bytes.
+bool IsPbm(const std::uint8_t* head, std::size_t size) {
+    return IsPnm('1', head, size) || IsPnm('4', head, size);
+}
+
+bool IsPgm(const std::uint8_t* head, std::size_t size) {
+    return IsPnm('2', head, size) || IsPnm('5', head, size);
+}
+
+bool IsPpm(const std::uint8_t* head, std::size_t size) {
+    return IsPnm('3', head, size) || IsPnm('6', head, size);
+}
+
+bool IsPam(const std::uint8_t* head, std::size_t size) {
+    return IsPnm('7', head, size);
+}
+
+bool IsNothing(const std::uint8_t*, std::size_t) {
+    return false;
+}
+
 const char* PngRefuses(PixelKind kind) {
     return kind == PixelKind::CMYK ? "PNG cannot hold CMYK" : nullptr;
 }
 
-const char* JpegRefuses(PixelKind) {
+const char* PgmRefuses(PixelKind kind) {
+    return Describe(kind).channels > 2 ? "PGM holds gray pictures only; 'convert G' makes one" : nullptr;
+}
+
+const char* PpmRefuses(PixelKind kind) {
+    return kind == PixelKind::CMYK ? "PPM cannot hold CMYK" : nullptr;
+}
+
+const char* RefusesNothing(PixelKind) {
     return nullptr;
+}
+
+PixelKind AsItIs(PixelKind kind) {
+    return kind;
+}
+
+PixelKind WithoutAlpha(PixelKind kind) {
+    switch (kind) {
+        case PixelKind::GrayAlpha:
+            return PixelKind::Gray;
+        case PixelKind::RGBA:
+            return PixelKind::RGB;
+        default:
+            return kind;
+    }
+}
+
+PixelKind AlwaysRgb(PixelKind) {
+    return PixelKind::RGB;
+}
+
+std::string Lower(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
 }
 
 double UnitsPerMetre(Resolution::Unit unit) {
@@ -50,9 +109,16 @@ Resolution InUnit(const Resolution& resolution, Resolution::Unit unit) {
 }
 
 const std::vector<Codec>& Codecs() {
+    constexpr std::int64_t kMostSide = 2147483647;  // of an image
     static const std::vector<Codec> codecs = {
-        {"PNG", {".png"}, 2147483647, IsPng, OpenPng, PngRefuses, true, WritePng},
-        {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, JpegRefuses, false, WriteJpeg},
+        {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, WritePng},
+        {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, WriteJpeg},
+        {"PBM", {}, kMostSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, nullptr},
+        {"PGM", {".pgm"}, kMostSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, WritePgm},
+        {"PPM", {".ppm"}, kMostSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, WritePpm},
+        {"PAM", {".pam"}, kMostSide, IsPam, OpenPnm, RefusesNothing, AsItIs, false, WritePam},
+        // The one of the three that fits the picture; as such no file tells itself.
+        {"PNM", {".pnm"}, kMostSide, IsNothing, OpenPnm, RefusesNothing, AsItIs, false, WritePnm},
     };
     return codecs;
 }
@@ -70,22 +136,41 @@ void FailUnknownContent(InputFile& file) {
     if (file.Error() != 0) FailSystem(file.Path(), file.Error());
     if (file.Peek(&first, 1) == 0) FailFile(file.Path(), "the file is empty");
     std::string names;
-    for (const Codec& codec : Codecs()) names += (names.empty() ? "" : ", ") + std::string(codec.name);
+    for (const Codec& codec : Codecs())
+        if (codec.recognises != IsNothing) names += (names.empty() ? "" : ", ") + std::string(codec.name);
     FailFile(file.Path(), "not a picture of a known format (" + names + ")");
 }
 
 const Codec* CodecOfSuffix(const std::string& path) {
-    std::string lower = path;
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string lower = Lower(path);
     for (const Codec& codec : Codecs())
         for (const std::string& suffix : codec.suffixes)
-            if (lower.ends_with(suffix)) return &codec;
+            if (codec.write != nullptr && lower.ends_with(suffix)) return &codec;
     return nullptr;
 }
 
 std::string KnownSuffixes() {
     std::string list;
     for (const Codec& codec : Codecs())
-        for (const std::string& suffix : codec.suffixes) list += (list.empty() ? "" : ", ") + suffix;
+        for (const std::string& suffix : codec.suffixes)
+            if (codec.write != nullptr) list += (list.empty() ? "" : ", ") + suffix;
     return list;
+}
+
+const Codec* CodecOfName(const std::string& name) {
+    const std::string lower = Lower(name);
+    for (const Codec& codec : Codecs()) {
+        if (codec.write == nullptr) continue;
+        if (Lower(codec.name) == lower) return &codec;
+        for (const std::string& suffix : codec.suffixes)
+            if (suffix == "." + lower) return &codec;
+    }
+    return nullptr;
+}
+
+std::vector<std::string> WritableNames() {
+    std::vector<std::string> names;
+    for (const Codec& codec : Codecs())
+        if (codec.write != nullptr) names.push_back(Lower(codec.name));
+    return names;
 }

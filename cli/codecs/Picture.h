@@ -62,8 +62,9 @@ protected:
 };
 
 struct WriteOptions {
-    int quality = 90;     // JPEG: 1 to 100; from 90 colour is kept at full resolution
-    int compression = 6;  // PNG: 0 to 9
+    int quality = 90;       // JPEG: 1 to 100; from 90 colour is kept at full resolution. WebP: the same scale
+    int compression = 6;    // PNG and WebP without loss: 0 to 9
+    bool lossless = false;  // WebP: every pixel as it is
 };
 
 struct Codec {
@@ -74,8 +75,9 @@ struct Codec {
     std::unique_ptr<PictureReader> (*open)(InputFile& file, Notes& notes);  // reads the header; RunError
     // Whether the format holds such pixels, with alpha left aside; null text: yes, else why not.
     const char* (*refuses)(PixelKind kind);
-    bool holdsAlpha;
-    // Writes the image with the tags that fit the format and the image's kind. RunError.
+    PixelKind (*stored)(PixelKind kind);  // what the file holds for an image of a kind that it does not refuse
+    bool holdsProfile;
+    // Writes the image with the tags that fit the format and the stored kind. RunError. Null: the format is read only.
     void (*write)(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
                   const RowTick& tick);
 };
@@ -88,6 +90,10 @@ const Codec* CodecOfContent(InputFile& file);
 // The RunError for such a file.
 [[noreturn]] void FailUnknownContent(InputFile& file);
 
-// By the end of a file name, in any case; null: none. `KnownSuffixes` gives them all, ", " between.
+// Those that write, by the end of a file name, in any case; null: none. `KnownSuffixes` gives them all, ", " between.
 const Codec* CodecOfSuffix(const std::string& path);
 std::string KnownSuffixes();
+
+// Those that write, by a suffix without its dot or by their name, in any case; null: none. The names in lower case.
+const Codec* CodecOfName(const std::string& name);
+std::vector<std::string> WritableNames();

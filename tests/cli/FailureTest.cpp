@@ -33,7 +33,7 @@ TEST_F(Failure, RefusesInputsThatAreNoPictures) {
     const std::vector<std::string> before = Files();
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"empty.png", "the file is empty"},
-        {"text.png", "not a picture of a known format (PNG, JPEG)"},
+        {"text.png", "not a picture of a known format (PNG, JPEG, "},
         {"short.png", "not a picture of a known format"},
         {"other.png", "not a picture of a known format"},
         {"directory.png", "Is a directory"},
