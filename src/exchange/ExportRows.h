@@ -1,0 +1,33 @@
+#pragma once
+// What becomes of a row of an image in a host picture.
+
+#include "core/RowSpan.h"
+
+// The colours that are read from an image. Gray also stands for any one channel that is shown as gray.
+enum class ExportColours : unsigned char {
+    gray,  // 1 channel: red, green and blue alike
+    rgb,   // 3 channels
+    cmyk,  // 4 channels: subtractive, with a fixed black and without colour management
+};
+
+// Writes `count` pixels side by side, from pixels of `pixelSize` bytes with a channel's byte at each of the offsets.
+using ExportRowFunction = void (*)(const std::uint8_t* src, std::ptrdiff_t pixelSize, const std::ptrdiff_t* offset,
+                                   std::ptrdiff_t count, std::uint8_t* dst);
+
+// A row's part in an export, the same for all rows of a rectangle.
+struct ExportPlan {
+    ExportRowFunction plain;  // defines what is stored
+    ExportRowFunction quick;  // stores the same
+    std::ptrdiff_t first;     // bytes of a pixel that the quick one reads, half-open, from the pixel's start
+    std::ptrdiff_t last;
+    std::ptrdiff_t sourceSize;   // bytes from one pixel of the image to the next
+    std::ptrdiff_t pictureSize;  // the same of the picture
+    ChannelSet source;           // as many channels as the colours take
+};
+
+// pixelType is one of the three of exchange/PictureEditor.h.
+ExportPlan MakeExportPlan(ExportColours colours, const ChannelSet& source, int sourceSize, int pixelType);
+
+// Writes `width` pixels from column `x` of the row on. Samples that the row does not have read 0; a row that does not
+// exist writes nothing.
+void ExportRow(const ExportPlan& plan, const RowSpan& row, std::ptrdiff_t x, std::ptrdiff_t width, std::uint8_t* dst);

@@ -1,0 +1,96 @@
+#include "exchange/PictureExport.h"
+
+#include <algorithm>
+
+#include "core/Rectangles.h"
+#include "exchange/ExportRows.h"
+#include "exchange/PictureDrawing.h"
+#include "exchange/PictureEditor.h"
+
+// Makes a picture of a rectangle that lies on the image. Nil: the host gives none.
+static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect, ExportColours colours,
+                                  const ChannelSet& channels) {
+    PictureEditor editor;
+    if (!NewPictureWriter(editor, static_cast<int>(rect.width), static_cast<int>(rect.height))) return nullptr;
+    const ExportPlan plan = MakeExportPlan(colours, channels, record->PixelSize, editor.PixelType);
+    const std::ptrdiff_t x = static_cast<std::ptrdiff_t>(rect.x);
+    // A picture is as wide as it was asked to be. On a host that gives a narrower one, the rest has no place in it.
+    const std::ptrdiff_t width = static_cast<std::ptrdiff_t>(std::min<std::int64_t>(rect.width, editor.Width));
+    YieldIfAsked(record);
+    for (std::int64_t y = rect.y; y < rect.y + rect.height; ++y) {
+        ExportRow(plan, GetRowSpan(record, static_cast<int>(y)), x, width, editor.CurrentRow);
+        NextRow(editor);
+        YieldIfAsked(record);
+    }
+    return RenderPictureWriter(editor);
+}
+
+// --- colours --------------------------------------------------------------------------------------------------------
+
+// The try at a picture for the images of one family: with the host in between, each looks at the image anew. A picture
+// that is there already stays.
+static void TryColours(REALobject* picture, ImageClassData* record, const PixelRect& rect, bool isOfFamily,
+                       ExportColours colours) {
+    if (!isOfFamily || !IsUsable(record)) return;
+    YieldIfAsked(record);
+    if (*picture) return;
+    ChannelSet channels = {1, {record->GrayOffset}};
+    if (colours == ExportColours::rgb) {
+        channels = {3, {record->RedOffset, record->GreenOffset, record->BlueOffset}};
+    } else if (colours == ExportColours::cmyk) {
+        channels = {4, {record->CyanOffset, record->MagentaOffset, record->YellowOffset, record->BlackOffset}};
+    }
+    *picture = ExportRectangle(record, rect, colours, channels);
+}
+
+REALobject rbCopyPicture(REALobject object, int x, int y, int w, int h) {
+    ImageClassData* const record = ImageDataOf(object);
+    const PixelRect rect = ReduceToImage(record, {x, y, w, h});
+    if (rect.IsEmpty()) return nullptr;
+    REALobject picture = nullptr;
+    TryColours(&picture, record, rect, record->IsGray, ExportColours::gray);
+    TryColours(&picture, record, rect, record->IsRGB, ExportColours::rgb);
+    TryColours(&picture, record, rect, record->IsCMYK, ExportColours::cmyk);
+    return picture;
+}
+
+REALobject rbCopyPictureAll(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return rbCopyPicture(object, 0, 0, record->Width, record->Height);
+}
+
+// --- alpha ----------------------------------------------------------------------------------------------------------
+
+REALobject rbCopyMask(REALobject object, int x, int y, int w, int h) {
+    ImageClassData* const record = ImageDataOf(object);
+    const PixelRect rect = ReduceToImage(record, {x, y, w, h});
+    if (!record->HasAlpha || rect.IsEmpty() || !IsUsable(record)) return nullptr;
+    YieldIfAsked(record);
+    return ExportRectangle(record, rect, ExportColours::gray, {1, {record->AlphaOffset}});
+}
+
+REALobject rbCopyMaskAll(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return rbCopyMask(object, 0, 0, record->Width, record->Height);
+}
+
+// --- both -----------------------------------------------------------------------------------------------------------
+
+REALobject rbCopyPictureWithMask(REALobject object, int x, int y, int w, int h) {
+    const REALobject picture = rbCopyPicture(object, x, y, w, h);
+    const REALobject mask = rbCopyMask(object, x, y, w, h);
+    AddPictureMask(picture, mask, w, h);  // without a mask the picture is still good
+    if (mask) REALUnlockObject(mask);
+    return picture;
+}
+
+REALobject rbCopyPictureWithMaskAll(REALobject object) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return rbCopyPictureWithMask(object, 0, 0, record->Width, record->Height);
+}
+
+REALobject GetDebugPicture(REALobject object, REALword) {
+    constexpr int kPreviewSide = 512;
+    if (!ImageDataOf(object)->DebugPictureEnabled) return nullptr;
+    return rbCopyPictureWithMask(object, 0, 0, kPreviewSide, kPreviewSide);
+}
