@@ -5,11 +5,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <vector>
 
 #include "Errors.h"
 #include "files/Cleanup.h"
+#include "files/Scratch.h"
 
 namespace {
 
@@ -31,6 +34,11 @@ void GivePermissions(int descriptor, bool exists, const struct stat& target) {
 }  // namespace
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)), target_(path_) {
+    if (path_ == "-") {
+        path_ = "standard output";
+        OpenDirectly(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+        return;
+    }
     // A link keeps being a link: what it leads to is replaced.
     if (char* real = realpath(path_.c_str(), nullptr)) {
         target_ = real;
@@ -43,11 +51,28 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)), target_(path_
     if (exists && access(target_.c_str(), W_OK) != 0) FailSystem(path_, errno);
 
     if (exists && !S_ISREG(status.st_mode)) {
-        file_ = std::fopen(target_.c_str(), "wbe");
-        if (file_ == nullptr) FailSystem(path_, errno);
-    } else {
-        OpenTemporary();
-        GivePermissions(fileno(file_), exists, status);
+        OpenDirectly(open(target_.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+        return;
+    }
+    OpenTemporary();
+    GivePermissions(fileno(file_), exists, status);
+    std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
+}
+
+// Takes the descriptor of a device or a pipe; below 0: it could not be opened.
+void OutputFile::OpenDirectly(int descriptor) {
+    if (descriptor < 0) FailSystem(path_, errno);
+    if (isatty(descriptor) == 1) {
+        close(descriptor);
+        FailFile(path_, "is a terminal; a picture goes to a file or a pipe");
+    }
+    // A reader that leaves early is an error to tell of, as a full disk is.
+    std::signal(SIGPIPE, SIG_IGN);
+    file_ = fdopen(descriptor, "wb");
+    if (file_ == nullptr) {
+        const int error = errno;
+        close(descriptor);
+        FailSystem(path_, error);
     }
     std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
 }
@@ -69,6 +94,7 @@ void OutputFile::OpenTemporary() {
 
 OutputFile::~OutputFile() {
     if (file_ != nullptr) std::fclose(file_);
+    if (direct_ != nullptr) std::fclose(direct_);
     if (temporary_.empty()) return;
     unlink(temporary_.c_str());
     ForgetTemporary(temporary_);
@@ -81,13 +107,56 @@ bool OutputFile::Write(const void* bytes, std::size_t count) {
     return false;
 }
 
+void OutputFile::MakeSeekable() {
+    if (!temporary_.empty() || direct_ != nullptr) return;
+    const int scratch = OpenScratch();
+    std::FILE* file = fdopen(scratch, "w+b");
+    if (file == nullptr) {
+        const int error = errno;
+        close(scratch);
+        FailScratch(error);
+    }
+    std::setvbuf(file, nullptr, _IOFBF, kBufferBytes);
+    direct_ = file_;
+    file_ = file;
+}
+
+std::int64_t OutputFile::Seek(std::int64_t offset, int whence) {
+    errno = 0;
+    if (fseeko(file_, offset, whence) == 0) return ftello(file_);
+    error_ = errno != 0 ? errno : EIO;
+    return -1;
+}
+
+void OutputFile::Fail() const {
+    if (direct_ != nullptr) FailScratch(error_);
+    FailSystem(path_, error_);
+}
+
+// Moves what was gathered to where it belongs.
+void OutputFile::CopyScratch() {
+    if (error_ == 0) static_cast<void>(Seek(0, SEEK_SET));
+    if (error_ != 0) Fail();
+    std::FILE* scratch = file_;
+    file_ = direct_;
+    direct_ = nullptr;
+    std::vector<char> buffer(kBufferBytes);
+    bool good = true;
+    while (const std::size_t count = good ? std::fread(buffer.data(), 1, buffer.size(), scratch) : 0)
+        good = Write(buffer.data(), count);
+    const int readError = std::ferror(scratch) != 0 ? EIO : 0;
+    std::fclose(scratch);
+    if (readError != 0) FailScratch(readError);
+}
+
 void OutputFile::Commit() {
+    if (direct_ != nullptr) CopyScratch();
     std::FILE* file = file_;
     file_ = nullptr;
     errno = 0;
     const bool closed = std::fclose(file) == 0;  // writes the last buffer; some file systems report errors only here
     if (error_ == 0 && !closed) error_ = errno != 0 ? errno : EIO;
-    if (error_ != 0) FailSystem(path_, error_);
+    if (error_ != 0) Fail();
     if (temporary_.empty()) return;
     const SignalPause pause;
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0) FailSystem(path_, errno);

@@ -34,6 +34,7 @@ void Redirect(const std::string& path, int descriptor) {
                          const std::string& err, const RunOptions& options) {
     Redirect(out, STDOUT_FILENO);
     Redirect(err, STDERR_FILENO);
+    if (options.inputDescriptor >= 0 && dup2(options.inputDescriptor, STDIN_FILENO) < 0) _exit(120);
     if (chdir(directory.c_str()) != 0) _exit(121);
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) std::signal(number, SIG_DFL);
     for (const int number : options.ignoredSignals) std::signal(number, SIG_IGN);

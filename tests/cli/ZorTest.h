@@ -20,6 +20,7 @@ struct Outcome {
 struct RunOptions {
     std::optional<std::uint64_t> fileSizeLimit;  // bytes that any file may grow to
     std::string outputTo;                        // where stdout goes; empty: it is caught in Outcome::out
+    int inputDescriptor = -1;                    // what stdin is; below 0: that of the tests
     std::string errorsTo;                        // the same for stderr, such as a terminal
     bool obeysPermissions = false;               // even where the tests run as root
     std::vector<int> ignoredSignals;             // when the program starts
