@@ -9,6 +9,7 @@
 #include "Members.h"
 #include "Objects.h"
 #include "Plugins.h"
+#include "QuickDraw.h"
 
 namespace zorhost {
 
@@ -24,6 +25,7 @@ Host::Host(HostOptions options) {
     host->thread = std::this_thread::get_id();
     gRuntime = host.get();
     try {
+        OfferQuickDraw();
         AddHostClasses(*host);
         StartPlugin(*host);
     } catch (...) {
@@ -185,6 +187,11 @@ std::string Host::LeakReport() const {
     for (const StringEntry* entry : strings) {
         const std::string what = "String of " + std::to_string(entry->record->length) + " bytes";
         report += LeakLine(what, entry->record->first, entry->origin);
+    }
+    for (const GWorld* gworld : OwnerlessGWorlds(Running())) {
+        const std::string what = "GWorld of " + std::to_string(gworld->width) + " x " + std::to_string(gworld->height) +
+                                 " pixels and " + std::to_string(gworld->depth) + " bits";
+        report += LeakLine(what, gworld->pixelLocks, gworld->origin);
     }
     return report;
 }

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "Classes.h"
+#include "HostPictures.h"
 #include "Objects.h"
 #include "Strings.h"
 
@@ -48,7 +49,7 @@ static std::unique_ptr<NativeData> Make() {
     return std::make_unique<Data>();
 }
 
-static Class& AddHostClass(Runtime& host, const char* name, const char* superName) {
+Class& AddHostClass(Runtime& host, const char* name, const char* superName) {
     Class& added = host.classes.emplace_back();
     added.name = name;
     added.super = superName ? FindClass(host, superName) : nullptr;
@@ -59,7 +60,7 @@ static Class& AddHostClass(Runtime& host, const char* name, const char* superNam
 void AddHostClasses(Runtime& host) {
     AddHostClass(host, "MemoryBlock", nullptr).makeNative = Make<MemoryBlockData>;
     AddHostClass(host, "FolderItem", nullptr).makeNative = Make<FolderItemData>;
-    AddHostClass(host, "Picture", nullptr);
+    AddPictureClasses(host);
     AddHostClass(host, "RuntimeException", nullptr).makeNative = Make<ExceptionData>;
     for (const char* name :
          {"OutOfMemoryException", "NilObjectException", "OutOfBoundsException", "UnsupportedOperationException"}) {

@@ -29,6 +29,8 @@ struct ExceptionData : NativeData {
     bool Set(std::string_view property, const Value& value) override;
 };
 
+Class& AddHostClass(Runtime& host, const char* name, const char* superName);
+
 // Adds them to an empty host; the application class is that of its world.
 void AddHostClasses(Runtime& host);
 

@@ -33,6 +33,7 @@ REALobject NewObject(Runtime& host, const Class& type, std::string origin) {
     for (const Class* level = &type; level && !record.native; level = level->super) {
         if (level->makeNative) record.native = level->makeNative();
     }
+    if (record.native) record.native->self = object;
     RunConstructors(type, object);
     return object;
 }
@@ -96,7 +97,10 @@ static void RunTeardown(Runtime& host, REALobject object, const Class& type) {
 }
 
 static void Free(Runtime& host, REALobject object) {
-    host.objects.erase(object);
+    {
+        // What it holds goes while the object is no longer found, but its memory is still there.
+        const auto node = host.objects.extract(object);
+    }
     std::free(object);
 }
 

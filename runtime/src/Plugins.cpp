@@ -14,6 +14,7 @@ namespace {
 struct StartedPlugin {
     PluginMain entry = nullptr;
     World world = World::None;
+    PictureStorage pictures = PictureStorage::ByWorld;
     double version = 0;
     std::set<std::string> missing;
     int pluginVersion = 0;
@@ -37,7 +38,7 @@ PluginMain OpenLibrary(const std::filesystem::path& path) {
 
 void TakeUp(Runtime& host, const StartedPlugin& plugin) {
     if (plugin.world != host.options.world || plugin.version != host.options.version ||
-        plugin.missing != host.options.missing) {
+        plugin.pictures != host.options.pictures || plugin.missing != host.options.missing) {
         throw Error("this process started the plug-in for a host of another world, version or set of services");
     }
     if (!plugin.error.empty()) throw Error("the plug-in cannot be used: " + plugin.error);
@@ -64,6 +65,7 @@ void StartPlugin(Runtime& host) {
     StartedPlugin& plugin = gStarted.emplace_back();
     plugin.entry = entry;
     plugin.world = host.options.world;
+    plugin.pictures = host.options.pictures;
     plugin.version = host.options.version;
     plugin.missing = host.options.missing;
     plugin.error = "its start did not end";

@@ -5,6 +5,7 @@
 #include "Events.h"
 #include "HostClasses.h"
 #include "Objects.h"
+#include "QuickDraw.h"
 
 namespace zorhost::runtime {
 
@@ -28,11 +29,22 @@ Runtime& Running() {
     return *gRuntime;
 }
 
-Runtime* Enter(const char* service) {
+Runtime* EnterUnplanned(const char* service) {
     if (!gRuntime) return nullptr;
     if (std::this_thread::get_id() == gRuntime->thread) return gRuntime;
     AddFault(*gRuntime, std::string(service) + " was called from a thread of the plug-in's own");
     return nullptr;
+}
+
+bool IsPlannedToFail(Runtime& host, std::string_view service) {
+    if (host.plannedFaults.empty()) return false;
+    const auto planned = host.plannedFaults.find(service);
+    return planned != host.plannedFaults.end() && ++planned->second.calls == planned->second.nth;
+}
+
+Runtime* Enter(const char* service) {
+    Runtime* const host = EnterUnplanned(service);
+    return host && !IsPlannedToFail(*host, service) ? host : nullptr;
 }
 
 void AddFault(Runtime& host, std::string text) {

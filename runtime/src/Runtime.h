@@ -4,6 +4,7 @@
 #include <ffi.h>
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -20,6 +21,8 @@ namespace zorhost::runtime {
 
 // What an object of one of the host's own classes holds: the bytes of a memory block, the path of a folder item.
 struct NativeData {
+    REALobject self = nullptr;  // the object that holds this; set before anything else sees it
+
     virtual ~NativeData() = default;
     virtual std::optional<Value> Get(std::string_view property) const;  // nothing: no such property
     virtual bool Set(std::string_view property, const Value& value);    // false: none that can be set so
@@ -93,7 +96,14 @@ struct ArrayRecord {
     const std::vector<std::int32_t>* elements = nullptr;
 };
 
+// The nth call of a service is to fail; 0: none.
+struct PlannedFault {
+    int nth = 0;
+    int calls = 0;  // since the plan was made
+};
+
 struct EventClosure;
+struct GWorld;
 
 struct Runtime {
     HostOptions options;
@@ -107,6 +117,8 @@ struct Runtime {
     std::unordered_map<REALarray, ArrayRecord> arrays;           // arguments of the calls under way
     std::vector<CallFrame*> frames;                              // calls under way, innermost last
     std::vector<std::unique_ptr<EventClosure>> retiredClosures;  // may still be running; freed between calls
+    std::unordered_map<const void*, std::unique_ptr<GWorld>> gworlds;  // every GWorld that is alive, by its address
+    std::map<std::string, PlannedFault, std::less<>> plannedFaults;    // by service
     mutable std::mutex faultMutex;                               // the one thing that other threads may reach
     std::vector<std::string> faults;
 
@@ -120,8 +132,12 @@ extern Runtime* gRuntime;  // nil while there is no Host
 
 // The running host, for calls of the program. Throws Error if there is none or the thread is another one.
 Runtime& Running();
-// The same for calls of the plug-in: nil, and a fault, where the program would get an Error.
+// The same for calls of the plug-in: nil, and a fault, where the program would get an Error. Nil, too, where the program
+// has planned that this call of the service fails: a service that does nothing on nil and answers so is all it takes.
 Runtime* Enter(const char* service);
+// For services that must do something even where they fail: only nil on the wrong thread, and the plan.
+Runtime* EnterUnplanned(const char* service);
+bool IsPlannedToFail(Runtime& host, std::string_view service);
 void AddFault(Runtime& host, std::string text);
 
 std::uint64_t NextSerial();

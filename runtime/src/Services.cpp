@@ -204,9 +204,8 @@ std::span<const Service> BlockServices() {
 
 void* ResolveService(const char* name) {
     if (!name || !gRuntime || gRuntime->options.missing.contains(name)) return nullptr;
-    // Pictures would join here as one more group.
-    for (const auto services :
-         {ApplicationServices(), ObjectServices(), StringServices(), BlockServices(), FileServices()}) {
+    for (const auto services : {ApplicationServices(), ObjectServices(), StringServices(), BlockServices(),
+                                FileServices(), PictureServices()}) {
         for (const Service& service : services) {
             if (std::string_view(service.name) == name) return service.function;
         }

@@ -15,6 +15,10 @@ std::span<const Service> ObjectServices();       // classes, objects, events, pr
 std::span<const Service> StringServices();
 std::span<const Service> BlockServices();  // memory blocks, arrays
 std::span<const Service> FileServices();   // folder items
+std::span<const Service> PictureServices();
+
+// The names, besides those of the services, that FailCall takes: what plug-ins find otherwise.
+std::span<const char* const> QuickDrawNames();
 
 // The function given to a plug-in's entry. Nil for names that the host does not know or is to miss.
 void* ResolveService(const char* name);

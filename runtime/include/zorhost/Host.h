@@ -29,6 +29,10 @@ namespace zorhost {
 // of them, elsewhere those that are marked for it; without an application, all.
 enum class World { Console, Web, Desktop, None };
 
+// What the host's pictures are made of. By world: GWorlds of QuickDraw on the desktop, images of the GD library
+// elsewhere.
+enum class PictureStorage { ByWorld, GD, GWorld };
+
 // The entry of a plug-in; it is given the function that finds host services by name.
 using PluginMain = void (*)(void* (*resolver)(const char* name));
 
@@ -36,9 +40,12 @@ struct HostOptions {
     std::filesystem::path plugin = {};  // the library to open
     PluginMain entry = nullptr;         // or the entry of a plug-in that is linked into the program
     World world = World::Console;
-    double version = 2020.01;            // of the host, as the plug-in is told it
-    std::set<std::string> missing = {};  // names of services that this host does not have
-    std::function<void()> onYield = {};  // see SetYield
+    double version = 2020.01;                           // of the host, as the plug-in is told it
+    std::set<std::string> missing = {};                 // names of services that this host does not have
+    std::function<void()> onYield = {};                 // see SetYield
+    PictureStorage pictures = PictureStorage::ByWorld;  // QuickDraw answers where they are GWorlds
+    bool hasGWorldClass = false;  // the application has the class GWorldZOR, which owns a GWorld for a plug-in
+    bool wideGWorlds = false;     // QuickDraw lays GWorlds of 24 bits out with 32, and says so
 };
 
 // An object that is still alive, and where it came from.
@@ -111,9 +118,19 @@ public:
     // functions with unwind tables, and an unwinder of its own, if it links one in, made ready at its start.
     void SetYield(std::function<void()> callback);
 
-    // Every object that is alive, oldest first. The report is one line for each object and each string, empty for none.
+    // Every object that is alive, oldest first. The report is one line for each object, each string, and each GWorld
+    // that nothing owns, empty for none. A picture's mask is an object by itself.
     std::vector<LiveObject> LiveObjects() const;
     std::string LeakReport() const;
+
+    // Makes the nth call of a service from now on fail, 1 being the next; 0 takes that back. A failing service gives
+    // the answer that it has for failure and does nothing; of the two that lock a description, the one without an
+    // answer locks and describes nothing, and the one with an answer refuses as hosts of its version do. Besides the
+    // names that a plug-in resolves, the ten of QuickDraw and "DrawPicture" are services. Throws Error for an unknown
+    // service, and for one that has no answer for failure: those that release, lock objects, raise or register.
+    void FailCall(std::string_view service, int nth);
+    // How often the service was called since FailCall named it; the fault has struck once that is nth.
+    int CallsOf(std::string_view service) const;
 
     // What the plug-in did wrong so far, such as releasing an object once too often or asking for services on a thread
     // of its own. Each such call was ignored.
