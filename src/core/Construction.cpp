@@ -68,8 +68,7 @@ void ImageDestructor(REALobject object) {
     Teardown(ImageDataOf(object));
 }
 
-// Before a constructor installs its storage: what an earlier construction of the same object left is given back.
-static void ReleaseEarlierStorage(ImageClassData* record) {
+void ReleaseEarlierStorage(ImageClassData* record) {
     const bool closed = !record->GetRow;
     if (closed) record->OwnsFile = false;  // its file is gone already
     Teardown(record);

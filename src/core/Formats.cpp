@@ -107,16 +107,6 @@ void SetChannel(int* offset, bool* has, signed char value) {
     *has = true;
 }
 
-void ClearLayout(ImageClassData* record) {
-    record->RedOffset = record->GreenOffset = record->BlueOffset = record->GrayOffset = record->AlphaOffset = 0;
-    record->CyanOffset = record->MagentaOffset = record->YellowOffset = record->BlackOffset = 0;
-    record->HasRed = record->HasGreen = record->HasBlue = record->HasGray = record->HasAlpha = false;
-    record->HasCyan = record->HasMagenta = record->HasYellow = record->HasBlack = false;
-    record->IsGray = record->IsRGB = record->IsCMYK = false;
-    record->PixelSize = record->RowSize = record->ChannelCount = 0;
-    for (int& offset : record->ChannelOffsets) offset = 0;
-}
-
 void FillLayout(ImageClassData* record, const FormatRow& row) {
     record->PixelSize = row.pixelSize;
     record->ChannelCount = row.channelCount;
@@ -142,6 +132,16 @@ void FillLayout(ImageClassData* record, const FormatRow& row) {
 }
 
 }  // namespace
+
+void ClearLayout(ImageClassData* record) {
+    record->RedOffset = record->GreenOffset = record->BlueOffset = record->GrayOffset = record->AlphaOffset = 0;
+    record->CyanOffset = record->MagentaOffset = record->YellowOffset = record->BlackOffset = 0;
+    record->HasRed = record->HasGreen = record->HasBlue = record->HasGray = record->HasAlpha = false;
+    record->HasCyan = record->HasMagenta = record->HasYellow = record->HasBlack = false;
+    record->IsGray = record->IsRGB = record->IsCMYK = false;
+    record->PixelSize = record->RowSize = record->ChannelCount = 0;
+    for (int& offset : record->ChannelOffsets) offset = 0;
+}
 
 bool InitImageClassData(ImageClassData* record, int width, int height, int format) {
     if (!record || width <= 0 || height <= 0) return false;

@@ -58,6 +58,9 @@ int GetAllocationGranularity();
 // that is no format (size and number are stored, the layout is cleared). Touches nothing else.
 bool InitImageClassData(ImageClassData* record, int width, int height, int format);
 
+// No channels, no family, pixels and rows of no bytes.
+void ClearLayout(ImageClassData* record);
+
 // What a plain image with this layout takes. The row size is Width * PixelSize in 32 bits, wrapping, raised to a
 // multiple of 64; the total is that, read as signed, times Height.
 struct PlainSize {

@@ -9,6 +9,7 @@
 #include "core/Factory.h"
 #include "core/Formats.h"
 #include "core/InPlace.h"
+#include "core/PictureImages.h"
 #include "core/RowAccess.h"
 #include "core/Views.h"
 #include "exchange/CopyPixels.h"
@@ -190,6 +191,8 @@ REALmethodDefinition ImageMethods[] = {
      kREALConsoleSafe},
     {Function(ImageConstructor), nullptr, "Constructor(width as integer, height as integer, ImageFormat as integer)",
      kREALConsoleSafe},
+    {Function(ImageConstructorPicture), nullptr, "Constructor(pic as picture, UseAlpha as boolean=false)",
+     kREALConsoleIfNew},
     {Function(ImageConstructorMemory), nullptr,
      "Constructor(Buf as MemoryBlock, width as integer, height as integer, ImageFormat as integer, RowSize as integer)",
      kREALConsoleSafe},

@@ -59,6 +59,10 @@ bool DispatchAsync(void (*function)(void*), void* argument) {
     return true;
 }
 
+void* FindInProcess(const char* name) {
+    return dlsym(RTLD_DEFAULT, name);
+}
+
 void SystemLog(const char* line) {
     syslog(LOG_NOTICE, "%s", line);
 }

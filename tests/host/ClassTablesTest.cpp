@@ -11,6 +11,7 @@
 #include "core/Construction.h"
 #include "core/Factory.h"
 #include "core/Formats.h"
+#include "core/PictureImages.h"
 #include "core/RowAccess.h"
 #include "core/Views.h"
 #include "support/FakeHost.h"
@@ -516,6 +517,7 @@ TEST_F(ClassTables, BindTheFunctionsOfTheCore) {
         {"Constructor(Buf as MemoryBlock, width as integer, height as integer, ImageFormat as integer, RowSize as "
          "integer)",
          Plain(ImageConstructorMemory)},
+        {"Constructor(pic as picture, UseAlpha as boolean=false)", Plain(ImageConstructorPicture)},
         {"AlphaChannel as PictureZOR", Plain(AlphaChannel)},
         {"RedChannel as PictureZOR", Plain(RedChannel)},
         {"GreenChannel as PictureZOR", Plain(GreenChannel)},

@@ -28,6 +28,7 @@ std::size_t RaisedTo16(std::size_t size) {
 }  // namespace
 
 struct alignas(16) FakeHost::Object {
+    std::uint8_t front[64] = {};  // see Front
     std::string className;
     long number = 0;
     int locks = 1;
@@ -77,6 +78,7 @@ struct FakeHost::Functions {
 
     static void* pluginObjectType(const char* name) {
         host().Note("pluginObjectType", nullptr);
+        host().Explain(name);
         static char classReference;
         return host().applicationClasses.contains(name) ? &classReference : nullptr;
     }
@@ -170,6 +172,8 @@ struct FakeHost::Functions {
 
     static REALboolean REALGetPropValueInt(REALobject object, const char* name, int* value) {
         host().Note("REALGetPropValueInt", object);
+        host().Explain(name);
+        if (host().pictures.property && host().pictures.property(object, name, value)) return true;
         const auto found = host().intProperties.find(name);
         if (found == host().intProperties.end()) return false;
         *value = found->second;
@@ -306,6 +310,9 @@ struct FakeHost::Functions {
     }
     static void* REALLoadObjectMethod(REALobject object, const char* declaration) {
         host().Note("REALLoadObjectMethod", object);
+        if (host().pictures.method) {
+            if (void* const method = host().pictures.method(object, declaration)) return method;
+        }
         const auto found = host().objectMethods.find(declaration);
         return found == host().objectMethods.end() ? nullptr : found->second;
     }
@@ -478,6 +485,7 @@ void FakeHost::Destroy(Object* object) {
         }
     }
     CheckGuards(object);
+    if (pictures.destroyed) pictures.destroyed(reinterpret_cast<REALobject>(object));
     objects_.erase(object);
     const REALstring name = object->name;
     object->~Object();
@@ -486,6 +494,15 @@ void FakeHost::Destroy(Object* object) {
         delete FindString(name);
         strings_.erase(name);
     }
+}
+
+void FakeHost::Retain(REALobject object) {
+    ++Find(object)->locks;
+}
+
+void FakeHost::Release(REALobject object) {
+    Object* const found = Find(object);
+    if (--found->locks == 0) Destroy(found);
 }
 
 REALobject FakeHost::NewImage() {
@@ -606,8 +623,13 @@ std::string FakeHost::WhatIsLeft() const {
 }
 
 void FakeHost::Note(const char* function, const void* subject) {
-    log_.push_back({function, subject});
+    log_.push_back({function, subject, pictures.name ? pictures.name(subject) : "", ""});
     ++counts_[function];
+}
+
+void FakeHost::Explain(const std::string& details) {
+    std::string& text = log_.back().details;
+    text += (text.empty() ? "" : ", ") + details;
 }
 
 int FakeHost::Count(const std::string& function) const {

@@ -48,8 +48,11 @@ struct FakeException {
 
 struct HostCall {
     std::string name;
-    const void* subject;  // object or string that the call is about, or nil
-    bool operator==(const HostCall&) const = default;
+    const void* subject;       // object or string that the call is about, or nil
+    std::string called = "";   // what the subject was called at that time, where pictures have names
+    std::string details = "";  // further arguments, where a hook told them
+
+    bool operator==(const HostCall& other) const { return name == other.name && subject == other.subject; }
 };
 
 class FakeHost {
@@ -87,6 +90,11 @@ public:
     unsigned Encoding(REALstring string) const;
     void* Payload(REALobject object) const;             // what a test hung on an object
     void SetPayload(REALobject object, void* payload);  // not owned
+    // The first 64 bytes of any object are zero and belong to whoever knows its class.
+    std::uint8_t* Front(REALobject object) const { return reinterpret_cast<std::uint8_t*>(object); }
+    // Locks taken and given back by the host itself: neither logged nor counted as calls.
+    void Retain(REALobject object);
+    void Release(REALobject object);
 
     std::size_t LiveObjects() const;
     std::size_t LiveStrings() const;
@@ -96,6 +104,8 @@ public:
     int Count(const std::string& function) const;  // calls since the last ClearLog
     const std::vector<HostCall>& Log() const { return log_; }
     void ClearLog();
+    void Note(const char* function, const void* subject);
+    void Explain(const std::string& details);  // adds to the latest call of the log
 
     // The oldest exception that was raised and not yet taken.
     std::optional<FakeException> TakeException();
@@ -120,7 +130,7 @@ public:
     std::map<std::string, int> intProperties;    // that REALGetPropValueInt finds on any object
     std::map<std::string, void*> objectMethods;  // that REALLoadObjectMethod finds on any object
 
-    // Pictures are the affair of the tests that need them; without a hook the answer is nil, false or nothing.
+    // Pictures are the affair of support/FakePictures.h; without a hook the answer is nil, false or nothing.
     struct Pictures {
         std::function<REALobject(int, int, int)> newPicture;
         std::function<REALobject(int, int, int, void*, int)> buildFromBuffer;
@@ -130,6 +140,10 @@ public:
         std::function<void(REALobject)> clearCache;
         std::function<REALobject(REALobject)> graphics;
         std::function<REALobject(REALobject, int)> mask;
+        std::function<void*(REALobject, const char*)> method;         // asked before objectMethods
+        std::function<bool(REALobject, const char*, int*)> property;  // asked before intProperties
+        std::function<void(REALobject)> destroyed;                    // any object, just before it goes
+        std::function<std::string(const void*)> name;                 // of a subject, for the log
     };
     Pictures pictures;
 
@@ -154,7 +168,6 @@ private:
     Object* Make(const std::string& className, std::size_t dataSize);
     Object* Find(const void* object) const;
     String* FindString(const void* string) const;
-    void Note(const char* function, const void* subject);
     void Destroy(Object* object);
     void CheckGuards(const Object* object) const;
 

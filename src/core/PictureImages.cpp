@@ -1,0 +1,99 @@
+#include "core/PictureImages.h"
+
+#include <algorithm>
+
+#include "core/Construction.h"
+#include "core/Formats.h"
+#include "core/RowAccess.h"
+#include "host/GDImage.h"
+#include "host/QuickDraw.h"
+
+namespace {
+
+struct PixelLayout {
+    int format;
+    int pixelSize;
+    int red, green, blue, alpha;
+    bool hasAlpha;
+};
+
+constexpr PixelLayout kDesktopARGB = {ImageFormatARGB, 4, 1, 2, 3, 0, true};
+constexpr PixelLayout kDesktopXRGB = {ImageFormatXRGB, 4, 1, 2, 3, 0, false};
+constexpr PixelLayout kDesktopRGB = {ImageFormatRGB, 3, 0, 1, 2, 0, false};
+// Words of the processor's order, lowest byte first. The numbers are those of the desktop's pictures.
+constexpr PixelLayout kConsoleAlpha = {ImageFormatARGB, 4, 2, 1, 0, 3, true};
+constexpr PixelLayout kConsole = {ImageFormatXRGB, 4, 2, 1, 0, 3, false};
+
+// What both kinds set. The picture is locked before what the object held is given back: it may be the same one.
+void TakePicture(ImageClassData* record, REALobject picture, const REALpictureDescription& description, int rowSize,
+                 const PixelLayout& layout) {
+    REALLockObject(picture);
+    ReleaseEarlierStorage(record);
+    ClearLayout(record);
+    record->Target = picture;
+    record->Width = description.width;
+    record->Height = description.height;
+    record->ImageFormat = layout.format;
+    record->PixelSize = layout.pixelSize;
+    record->RedOffset = layout.red;
+    record->GreenOffset = layout.green;
+    record->BlueOffset = layout.blue;
+    record->AlphaOffset = layout.alpha;
+    record->IsRGB = record->HasRed = record->HasGreen = record->HasBlue = true;
+    record->HasAlpha = layout.hasAlpha;
+    record->RowSize = rowSize;
+    // In 32 bits, as hosts count the bytes of their pictures.
+    record->TotalSize =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(rowSize) * static_cast<std::uint32_t>(description.height));
+    record->MappedFirstRow = -1;
+    record->MappedLastRow = -1;
+    record->MappedRowCount = 0;
+    record->Valid = true;
+}
+
+}  // namespace
+
+void ImageConstructorPicture(REALobject object, REALobject picture, REALboolean useAlpha) {
+    if (!IsConsole && !IsDesktop) CheckApplication();
+    if (!IsConsole) ImageConstructorPictureGUI(object, picture, useAlpha);
+    if (!IsDesktop) ImageConstructorPictureConsole(object, picture, useAlpha);
+}
+
+void ImageConstructorPictureGUI(REALobject object, REALobject picture, REALboolean useAlpha) {
+    constexpr int kKindGWorld = 4;
+    REALpictureDescription description{};
+    REALLockPictureDescription(picture, &description);
+    REALUnlockPictureDescription(picture);
+    if (description.kind != kKindGWorld || !description.data) return;
+    PixMap** const pixMap = GetPortPixMap(static_cast<OpaqueGrafPtr*>(description.data));
+    if (!pixMap) return;
+    std::uint8_t* const base = GetPixBaseAddr(pixMap);
+    if (!base) return;
+    const int depth = GetPixDepth(pixMap);
+    if (depth != 32 && depth != 24) return;
+    const PixelLayout& layout = depth == 24 ? kDesktopRGB : useAlpha ? kDesktopARGB : kDesktopXRGB;
+    ImageClassData* const record = ImageDataOf(object);
+    TakePicture(record, picture, description, GetPixRowBytes(pixMap), layout);
+    record->Pixels = base;
+    record->MappedRowCount = record->Height;
+    record->GetRow = GetRowLinear;
+    record->StorageBytes = record->RowSize > 0 && record->Height > 0 ? record->TotalSize : 0;
+}
+
+void ImageConstructorPictureConsole(REALobject object, REALobject picture, REALboolean useAlpha) {
+    constexpr int kKindGDImage = 10;
+    REALpictureDescription description{};
+    if (!REALLockPictureDescriptionX(picture, &description, kKindGDImage)) return;
+    REALUnlockPictureDescription(picture);
+    IsConsole = true;  // no other world has such pictures
+    const GDImage* const image = static_cast<const GDImage*>(description.data);
+    if (description.kind != kKindGDImage || !image || !image->tpixels || !image->trueColor) return;
+    const int rowSize = static_cast<std::int32_t>(static_cast<std::uint32_t>(description.width) * 4u);
+    ImageClassData* const record = ImageDataOf(object);
+    TakePicture(record, picture, description, rowSize, useAlpha ? kConsoleAlpha : kConsole);
+    record->RowPointers = reinterpret_cast<std::uint8_t**>(image->tpixels);
+    record->GetRow = GetRowGDImage;
+    // What the image itself has, should the description tell more.
+    record->TableRows = std::min(description.height, image->height);
+    record->StorageBytes = static_cast<std::int64_t>(std::min(description.width, image->width)) * 4;
+}

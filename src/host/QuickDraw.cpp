@@ -1,0 +1,79 @@
+#include "host/QuickDraw.h"
+
+#include "host/Platform.h"
+
+namespace {
+
+// One QuickDraw call. It is looked up at first use and kept; a failed look-up is tried again.
+template <class Result, class... Args>
+struct Binding {
+    const char* name;
+    Result (*function)(Args...) = nullptr;
+
+    constexpr explicit Binding(const char* exportedName) : name(exportedName) {}
+
+    bool Found() {
+        if (!function) function = reinterpret_cast<Result (*)(Args...)>(FindInProcess(name));
+        return function != nullptr;
+    }
+    Result operator()(Args... args) {
+        if (Found()) return function(args...);
+        return Result();
+    }
+};
+
+}  // namespace
+
+std::int32_t GetPixRowBytes(PixMap** pixMap) {
+    static Binding<std::int32_t, PixMap**> call("GetPixRowBytes");
+    return call(pixMap);
+}
+
+std::uint8_t* GetPixBaseAddr(PixMap** pixMap) {
+    static Binding<std::uint8_t*, PixMap**> call("GetPixBaseAddr");
+    return call(pixMap);
+}
+
+PixMap** GetGWorldPixMap(OpaqueGrafPtr* gworld) {
+    static Binding<PixMap**, OpaqueGrafPtr*> call("GetGWorldPixMap");
+    return call(gworld);
+}
+
+REALboolean LockPixels(PixMap** pixMap) {
+    static Binding<REALboolean, PixMap**> call("LockPixels");
+    return call(pixMap);
+}
+
+void UnlockPixels(PixMap** pixMap) {
+    static Binding<void, PixMap**> call("UnlockPixels");
+    call(pixMap);
+}
+
+std::int16_t GetPixDepth(PixMap** pixMap) {
+    static Binding<std::int16_t, PixMap**> call("GetPixDepth");
+    return call(pixMap);
+}
+
+PixMap** GetPortPixMap(OpaqueGrafPtr* gworld) {
+    static Binding<PixMap**, OpaqueGrafPtr*> call("GetPortPixMap");
+    return call(gworld);
+}
+
+void DisposeGWorld(OpaqueGrafPtr* gworld) {
+    static Binding<void, OpaqueGrafPtr*> call("DisposeGWorld");
+    call(gworld);
+}
+
+std::int16_t NewGWorld(OpaqueGrafPtr** gworld, std::int16_t depth, const QuickDrawRect* bounds, ColorTable** colors,
+                       GDevice** device, unsigned long flags) {
+    constexpr std::int16_t kNoQuickDraw = -1;
+    static Binding<std::int16_t, OpaqueGrafPtr**, std::int16_t, const QuickDrawRect*, ColorTable**, GDevice**,
+                   unsigned long>
+        call("NewGWorld");
+    return call.Found() ? call(gworld, depth, bounds, colors, device, flags) : kNoQuickDraw;
+}
+
+ColorTable** GetCTable(std::int16_t id) {
+    static Binding<ColorTable**, std::int16_t> call("GetCTable");
+    return call(id);
+}

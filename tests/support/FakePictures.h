@@ -1,0 +1,172 @@
+#pragma once
+// Host pictures for FakeHost: console pictures, desktop pictures, pictures that have to be rasterised, their masks and
+// graphics objects, and QuickDraw.
+//
+//     class MyTest : public EngineTest { protected: FakePictures pictures{host, World::console}; };
+//     TEST_F(MyTest, DoesSomething) {
+//         const REALobject picture = pictures.NewDesktop(4, 3, 24, "source");  // one lock, the test's
+//         pictures[picture].Set(1, 2, {10, 20, 30, 255});
+//         host.ClearLog();
+//         ...
+//         EXPECT_THAT(pictures.Calls(), ElementsAre("lockPictureDescription(source)", ...));
+//         REALUnlockObject(picture);
+//     }
+//
+// Locks of descriptions and pixels are counted: what is left when a picture or the test ends fails the test, and so
+// does an unlock without a lock. Pixels lie between guard bytes, each row of a console picture by itself. Hosts below
+// 2012.0 leave the lock on when they refuse a description, as those hosts do.
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/GDImage.h"
+#include "support/FakeHost.h"
+
+// A pixel's channels. Alpha is the byte as it is stored: of console pictures bits 24 to 31 of the word, 0 for opaque;
+// 255 where a pixel has no such byte.
+struct FakePixel {
+    std::uint8_t red = 0;
+    std::uint8_t green = 0;
+    std::uint8_t blue = 0;
+    std::uint8_t alpha = 0;
+    bool operator==(const FakePixel&) const = default;
+};
+std::ostream& operator<<(std::ostream& out, const FakePixel& pixel);
+
+// Pixels between guard bytes.
+class GuardedBytes {
+public:
+    GuardedBytes() = default;
+    GuardedBytes(std::size_t size, std::uint8_t value);
+    std::uint8_t* data() { return bytes_.data() + kGuard; }
+    const std::uint8_t* data() const { return bytes_.data() + kGuard; }
+    std::size_t size() const { return bytes_.size() - 2 * kGuard; }
+    void Check(const std::string& owner) const;  // fails the test if a guard was written
+
+private:
+    static constexpr std::size_t kGuard = 64;
+    std::vector<std::uint8_t> bytes_;
+};
+
+// A QuickDraw world of 32, 24, 16, 8 or 1 bits a pixel; also what NewGWorld makes.
+struct FakeGWorld {
+    std::string name;
+    int width = 0;
+    int height = 0;
+    int bits = 0;      // as GetPixDepth tells it
+    int rowBytes = 0;  // with padding
+    int pixelLocks = 0;
+    void* pixMap = nullptr;  // the handle is the address of this
+    GuardedBytes pixels;
+
+    void* handle() { return &pixMap; }
+    std::uint8_t* Row(int y) { return pixels.data() + static_cast<std::ptrdiff_t>(y) * rowBytes; }
+};
+
+struct FakePicture {
+    enum class Kind { console, palette, desktop, other };
+
+    std::string name;
+    Kind kind = Kind::console;
+    int width = 0;
+    int height = 0;
+    // What a lock of the description tells; a test may change it.
+    REALpictureDescription told{};
+    bool isKind10 = false;  // may be locked as a GD image
+    int descriptionLocks = 0;
+    int cacheClears = 0;
+    bool hasGraphics = true;
+    REALobject mask = nullptr;  // held by the picture
+
+    std::unique_ptr<GDImage> image;  // console and palette pictures
+    std::vector<GuardedBytes> rows;
+    std::vector<int*> table;
+    std::vector<unsigned char*> paletteTable;
+    std::unique_ptr<FakeGWorld> gworld;  // desktop pictures
+    std::vector<FakePixel> hidden;       // pictures of another kind
+
+    FakePixel Get(int x, int y) const;
+    void Set(int x, int y, FakePixel pixel);
+    // All pixel memory, row after row, the padding of rows included. Not for pictures of another kind.
+    std::vector<std::uint8_t> Bytes() const;
+    int BytesOfRow() const;  // in that memory
+    std::uint8_t* Row(int y);
+    void CheckGuards() const;
+};
+
+enum class World { none, console, web, desktop };
+
+class FakePictures {
+public:
+    FakePictures(FakeHost& host, World world);
+    ~FakePictures();
+    FakePictures(const FakePictures&) = delete;
+    FakePictures& operator=(const FakePictures&) = delete;
+    static FakePictures* Current();  // nil: this test has no pictures
+
+    // The application is one of that world from now on, and what the engine found out before is forgotten.
+    // The desktop brings QuickDraw, which stays for the life of the process.
+    void Enter(World world);
+    static void LoadQuickDraw();
+
+    // --- makers: one lock, the caller's. Without a name: "picture 1", "picture 2", ... -------------------------------
+    REALobject NewConsole(int width, int height, const std::string& name = "");
+    REALobject NewPalette(int width, int height, const std::string& name = "");
+    // bits: 32, 24, 16, 8 or 1. padding: bytes behind each row.
+    REALobject NewDesktop(int width, int height, int bits, const std::string& name = "", int padding = 5);
+    REALobject NewOther(int width, int height, const std::string& name = "");  // has to be rasterised
+    // A readable picture of the world: console picture, or desktop picture of 32 bits.
+    REALobject New(int width, int height, const std::string& name = "");
+    // Of any kind, filled with noise: alpha bytes and padding included.
+    REALobject NewNoise(FakePicture::Kind kind, int bits, int width, int height, std::uint32_t seed,
+                        const std::string& name = "");
+
+    FakePicture& operator[](REALobject picture);  // fails the test for what is no living picture
+    bool IsPicture(REALobject object) const { return pictures_.contains(object); }
+    FakeGWorld* GWorldAt(const void* gworld);                    // nil: no such GWorld
+    std::size_t FreeGWorlds() const { return gworlds_.size(); }  // made by NewGWorld and not disposed of
+    void DisposeOf(const void* gworld);                          // by the test
+
+    // --- what the host answers ---------------------------------------------------------------------------------------
+    FakePicture::Kind newKind = FakePicture::Kind::console;  // of pictures that newPicture makes
+    int newBits = 32;
+    int newPadding = 7;
+    bool drawMethod = true;       // graphics objects have the method DrawPicture
+    bool locksAreCounted = true;  // false: an unlock without a lock is no failure
+
+    // The n-th call from now on of that host or QuickDraw function, or of "DrawPicture", fails; 1 is the next.
+    void FailCall(const std::string& function, int n = 1) { failing_[function] = n; }
+    void FailNothing() { failing_.clear(); }
+
+    // --- what happened -----------------------------------------------------------------------------------------------
+    // The calls since host.ClearLog, in order, as "function(subject, further arguments)". Graphics objects are called
+    // "graphics of x", masks "mask of x", GWorlds "gworld of x", their pixel maps "pixmap of x", new pictures "new 1".
+    std::vector<std::string> Calls() const;
+    void ClearCalls() { host_.ClearLog(); }
+    // Expects that many locks of a picture's description to be left, and takes them off.
+    void TakeDescriptionLocks(REALobject picture, int expected);
+    int LockedDescriptions() const;  // of all pictures
+    int LockedPixels() const;        // of all GWorlds
+
+private:
+    friend struct FakePictureCalls;
+
+    REALobject Make(FakePicture::Kind kind, int bits, int padding, int width, int height, const std::string& name);
+    bool Refuses(const std::string& function);
+    void Forget(REALobject object);
+    void CheckBalance(const FakePicture& picture) const;
+    std::string NameOf(const void* subject) const;
+    FakeGWorld* GWorldOfPixMap(const void* pixMap);
+
+    FakeHost& host_;
+    std::map<REALobject, std::unique_ptr<FakePicture>> pictures_;
+    std::map<REALobject, REALobject> graphics_;  // graphics object and its picture
+    std::map<const void*, std::unique_ptr<FakeGWorld>> gworlds_;
+    std::map<std::string, int> failing_;
+    int numbered_ = 0;
+    int made_ = 0;
+    int madeGWorlds_ = 0;
+};
