@@ -13,6 +13,12 @@ struct Flags {
     bool version = false;
 };
 
+std::string Listed(const std::vector<std::string>& words) {
+    std::string list;
+    for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+    return list;
+}
+
 // One place for every option: reading, checking and help come from here.
 void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
     const auto range = [](int least, int most) {
@@ -26,13 +32,25 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
             "");
     };
     app.set_help_flag();
-    app.add_option("--quality", line.write.quality, "Quality of JPEG files, 1 to 100; 90 unless given")
+    app.add_option_function<std::string>(
+           "--format", [&line](const std::string& name) { line.format = CodecOfName(name); },
+           "Format of OUTPUT whatever its suffix: " + Listed(WritableNames()))
+        ->type_name("NAME")
+        ->check(CLI::Validator(
+            [](const std::string& name) {
+                if (CodecOfName(name) != nullptr) return std::string();
+                return "'" + name + "' is no format that can be written" + Suggestion(name, WritableNames()) +
+                       "; known are " + Listed(WritableNames());
+            },
+            ""));
+    app.add_option("--quality", line.write.quality, "Quality of JPEG and WebP files, 1 to 100; 90 unless given")
         ->type_name("N")
         ->check(range(1, 100));
     app.add_option("--compression", line.write.compression,
-                   "Effort for PNG files, 0 (fast) to 9 (small); 6 unless given")
+                   "Effort for PNG and lossless WebP files, 0 (fast) to 9 (small); 6 unless given")
         ->type_name("N")
         ->check(range(0, 9));
+    app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
     app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
     app.add_flag("-h,--help", flags.help, "This text");
     app.add_flag("--version", flags.version, "The version");

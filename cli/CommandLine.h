@@ -13,6 +13,7 @@ struct CommandLine {
     std::vector<std::string>
         words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE; Compare: A B; Help: nothing or EFFECT
     WriteOptions write;
+    const Codec* format = nullptr;  // of OUTPUT; null: what its suffix names
     bool quiet = false;
 };
 

@@ -7,16 +7,20 @@
 #include "Notes.h"
 #include "Progress.h"
 #include "Raster.h"
+#include "codecs/IccProfile.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
 #include "files/OutputFile.h"
 
 namespace {
 
-const Codec& OutputCodec(const std::string& path) {
-    const Codec* codec = CodecOfSuffix(path);
+const Codec& OutputCodec(const CommandLine& line) {
+    const std::string& path = line.words[1];
+    const Codec* codec = line.format != nullptr ? line.format : path == "-" ? CodecOfName("pnm") : CodecOfSuffix(path);
     if (codec == nullptr)
         throw UsageError(path + ": the suffix names no format that can be written; known are " + KnownSuffixes());
+    if (line.write.lossless && !codec->lossless)
+        throw UsageError(path + ": --lossless: " + codec->name + " cannot be written without loss");
     return *codec;
 }
 
@@ -33,27 +37,35 @@ std::vector<ImageShape> PlanEffects(const std::vector<EffectCall>& calls, ImageS
 }
 
 // Throws unless the format holds such an image, and tells what it will leave out.
-void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& shape, Notes& notes) {
+void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& shape, const PictureHeader& tags,
+                 Notes& notes) {
     if (const char* reason = codec.refuses(shape.kind)) FailFile(path, reason);
     if (shape.width > codec.longestSide || shape.height > codec.longestSide)
         FailFile(path, std::string(codec.name) + " holds at most " + std::to_string(codec.longestSide) +
                            " pixels a side, not " + std::to_string(shape.width) + " x " + std::to_string(shape.height));
     if (Describe(shape.kind).hasAlpha && !Describe(codec.stored(shape.kind)).hasAlpha)
         notes.Say(path, std::string(codec.name) + " holds no transparency; the alpha channel is left out");
+    if (tags.colour.profile.empty()) return;
+    if (!codec.holdsProfile) {
+        notes.Say(path, std::string(codec.name) + " holds no colour profile; it is left out");
+    } else if (!ProfileFits(tags.colour.profile, codec.stored(shape.kind))) {
+        notes.Say(path, "the colour profile is for " + ProfileSpace(tags.colour.profile) + " and does not fit " +
+                            Describe(codec.stored(shape.kind)).name + " pixels; it is left out");
+    }
 }
 
 }  // namespace
 
 void Process(const CommandLine& line, Notes& notes) {
     const std::vector<EffectCall> calls = ReadEffects({line.words.begin() + 2, line.words.end()});
-    const Codec& outputCodec = OutputCodec(line.words[1]);
+    const Codec& outputCodec = OutputCodec(line);
 
     InputFile input(line.words[0]);
     const std::unique_ptr<PictureReader> reader = OpenPicture(input, notes);
     const PictureHeader& header = reader->Header();
     const ImageShape shape = ShapeOf(input, header);
     const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
-    CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), notes);
+    CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), header, notes);
     if (header.orientation != 1)
         notes.Say(input.Path(),
                   "the camera's orientation (" + std::to_string(header.orientation) + ") is neither applied nor kept");

@@ -111,14 +111,14 @@ Resolution InUnit(const Resolution& resolution, Resolution::Unit unit) {
 const std::vector<Codec>& Codecs() {
     constexpr std::int64_t kMostSide = 2147483647;  // of an image
     static const std::vector<Codec> codecs = {
-        {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, WritePng},
-        {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, WriteJpeg},
-        {"PBM", {}, kMostSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, nullptr},
-        {"PGM", {".pgm"}, kMostSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, WritePgm},
-        {"PPM", {".ppm"}, kMostSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, WritePpm},
-        {"PAM", {".pam"}, kMostSide, IsPam, OpenPnm, RefusesNothing, AsItIs, false, WritePam},
+        {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng},
+        {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, false, WriteJpeg},
+        {"PBM", {}, kMostSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, true, nullptr},
+        {"PGM", {".pgm"}, kMostSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, true, WritePgm},
+        {"PPM", {".ppm"}, kMostSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, true, WritePpm},
+        {"PAM", {".pam"}, kMostSide, IsPam, OpenPnm, RefusesNothing, AsItIs, false, true, WritePam},
         // The one of the three that fits the picture; as such no file tells itself.
-        {"PNM", {".pnm"}, kMostSide, IsNothing, OpenPnm, RefusesNothing, AsItIs, false, WritePnm},
+        {"PNM", {".pnm"}, kMostSide, IsNothing, OpenPnm, RefusesNothing, AsItIs, false, true, WritePnm},
     };
     return codecs;
 }

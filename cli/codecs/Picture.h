@@ -77,6 +77,7 @@ struct Codec {
     const char* (*refuses)(PixelKind kind);
     PixelKind (*stored)(PixelKind kind);  // what the file holds for an image of a kind that it does not refuse
     bool holdsProfile;
+    bool lossless;  // can keep every pixel as it is
     // Writes the image with the tags that fit the format and the stored kind. RunError. Null: the format is read only.
     void (*write)(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
                   const RowTick& tick);
