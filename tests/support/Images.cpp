@@ -10,8 +10,10 @@
 
 #include "core/Construction.h"
 #include "core/Formats.h"
+#include "core/PictureImages.h"
 #include "core/RowAccess.h"
 #include "core/Views.h"
+#include "support/FakePictures.h"
 
 // --- random numbers and formats -------------------------------------------------------------------------------------
 
@@ -142,8 +144,39 @@ TestImage MakeInFile(const TempDir& directory, int width, int height, int format
     return Checked(object, how);
 }
 
+int FormatOn(StorageKind kind, int format) {
+    const bool onPicture = kind == StorageKind::console || kind == StorageKind::desktop;
+    if (!onPicture || format == ImageFormatARGB) return format;
+    return kind == StorageKind::desktop && format == ImageFormatRGB ? ImageFormatRGB : ImageFormatXRGB;
+}
+
+TestImage MakeOnPicture(StorageKind kind, int width, int height, int format) {
+    FakePictures* const pictures = FakePictures::Current();
+    if (!pictures || format != FormatOn(kind, format)) {
+        ADD_FAILURE() << (pictures ? "no such format" : "no pictures");
+        return {};
+    }
+    const REALobject object = FakeHost::Current().NewImage();
+    REALobject picture = nullptr;
+    if (kind == StorageKind::console) {
+        const bool known = IsConsole;  // a test may be about the desktop
+        picture = pictures->NewConsole(width, height);
+        ImageConstructorPictureConsole(object, picture, format == ImageFormatARGB);
+        IsConsole = known;
+    } else {
+        FakePictures::LoadQuickDraw();
+        picture = pictures->NewDesktop(width, height, format == ImageFormatRGB ? 24 : 32);
+        ImageConstructorPictureGUI(object, picture, format == ImageFormatARGB);
+    }
+    REALUnlockObject(picture);
+    return Checked(object, Named(kind == StorageKind::console ? "console" : "desktop", width, height, format));
+}
+
 TestImage MakeStorage(Random& random, const TempDir& directory, StorageKind kind, int width, int height, int format) {
     if (kind == StorageKind::plain) return MakePlain(width, height, format);
+    if (kind == StorageKind::console || kind == StorageKind::desktop) {
+        return MakeOnPicture(kind, width, height, FormatOn(kind, format));
+    }
     if (kind == StorageKind::file) {
         return MakeInFile(directory, width, height, format, random.Between(std::min(height, 3), std::min(height, 7)));
     }
@@ -203,7 +236,7 @@ TestImage RandomImage(Random& random, const TempDir& directory, StorageKind kind
         int x, y, width, height;
     };
     std::vector<Step> steps;
-    while (random.Chance(45) && steps.size() < 3) {
+    while (kind != StorageKind::console && random.Chance(45) && steps.size() < 3) {
         if (random.Chance(40)) {
             steps.push_back({true, 0, 0, 0, 0});
             continue;
@@ -237,6 +270,10 @@ Storage SnapshotOf(const TestImage& image) {
     } else if (root->MemoryTarget) {
         const std::uint8_t* const data = FakeHost::Current().BlockData(root->MemoryTarget);
         storage.bytes.assign(data, data + FakeHost::Current().BlockSize(root->MemoryTarget));
+    } else if (root->RowPointers) {
+        for (int y = 0; y < root->TableRows; ++y) {
+            storage.bytes.insert(storage.bytes.end(), root->RowPointers[y], root->RowPointers[y] + root->StorageBytes);
+        }
     } else if (root->Pixels) {
         storage.bytes.assign(root->Pixels, root->Pixels + root->TotalSize);
     }
@@ -250,6 +287,12 @@ void SetStorage(const TestImage& image, const Storage& storage) {
         EXPECT_EQ(written, static_cast<ssize_t>(storage.bytes.size()));
     } else if (root->MemoryTarget) {
         std::memcpy(FakeHost::Current().BlockData(root->MemoryTarget), storage.bytes.data(), storage.bytes.size());
+    } else if (root->RowPointers) {
+        const std::size_t bytesOfRow = static_cast<std::size_t>(root->StorageBytes);
+        for (int y = 0; y < root->TableRows; ++y) {
+            std::memcpy(root->RowPointers[y], storage.bytes.data() + static_cast<std::size_t>(y) * bytesOfRow,
+                        bytesOfRow);
+        }
     } else if (root->Pixels) {
         std::memcpy(root->Pixels, storage.bytes.data(), storage.bytes.size());
     }

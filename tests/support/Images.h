@@ -51,8 +51,13 @@ const std::vector<int>& GrayFormats();  // 11 to 13 and 15 to 21
 const std::vector<int>& RGBFormats();   // 1 to 10
 const std::vector<int>& CMYKFormats();  // 23 to 32
 
-enum class StorageKind { plain, block, file };
+enum class StorageKind { plain, block, file, console, desktop };
 constexpr StorageKind kStorageKinds[] = {StorageKind::plain, StorageKind::block, StorageKind::file};
+// Images inside host pictures: only where the test has FakePictures. Their formats are ARGB, XRGB and, on the desktop,
+// RGB; console pictures have no views.
+constexpr StorageKind kPictureKinds[] = {StorageKind::console, StorageKind::desktop};
+// The format nearest to that one which images of a kind can have.
+int FormatOn(StorageKind kind, int format);
 
 // An image and all images below it that it is a view of. Gives its locks back.
 class TestImage {
@@ -86,7 +91,10 @@ TestImage MakeOnBlock(int width, int height, int format, int rowSize);
 // the engine's own windows hold at least 16 MB. A window begins two rows above the row asked for, so windowRows must
 // be at least 3, or the height where that is less; and never more than the height.
 TestImage MakeInFile(const TempDir& directory, int width, int height, int format, int windowRows = 0);
-// Any kind; row sizes of blocks are odd, windows small.
+// Inside a picture of FakePictures, of which the image holds the only lock. Of a console picture every row is storage
+// by itself: a model must not run from one row into the next.
+TestImage MakeOnPicture(StorageKind kind, int width, int height, int format);
+// Any kind; row sizes of blocks and of pictures are odd, windows small.
 TestImage MakeStorage(Random& random, const TempDir& directory, StorageKind kind, int width, int height, int format);
 
 // Makes the mapped window of a file-backed image or view that many rows high.
@@ -99,14 +107,16 @@ TestImage ChannelOf(TestImage image, int index);
 TestImage ColoursOf(TestImage image);  // RGBChannels or CMYKChannels
 
 // An image of that size and format of random storage, and, as often as not, seen through clips and mirrored views of
-// clips. Its storage is noise, padding and the surroundings of clips included.
+// clips. Its storage is noise, padding and the surroundings of clips included. Images inside pictures have the format
+// that FormatOn gives.
 TestImage RandomImage(Random& random, const TempDir& directory, int width, int height, int format);
 TestImage RandomImage(Random& random, const TempDir& directory, StorageKind kind, int width, int height, int format);
 
 // --- storages
 // -------------------------------------------------------------------------------------------------------------
 
-// All bytes of the storage that lies below an image: buffer, block or file without its last page.
+// All bytes of the storage that lies below an image: buffer, block, pixels of a picture row after row, or file without
+// its last page.
 struct Storage {
     std::vector<std::uint8_t> bytes;
 

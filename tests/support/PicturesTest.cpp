@@ -6,6 +6,7 @@
 
 #include "host/HostCalls.h"
 #include "host/QuickDraw.h"
+#include "support/Images.h"
 
 namespace {
 
@@ -79,6 +80,30 @@ TEST_F(Pictures, TellAllCallsInOrder) {
     REALUnlockObject(made);
     REALUnlockObject(picture);
     EXPECT_EQ(pictures.Calls().back(), "REALUnlockObject(source)");
+}
+
+TEST_F(Pictures, CarryImagesOfEveryFormatThatKeepTheirNoise) {
+    Random random(2);
+    const TempDir directory;
+    for (int round = 0; round < 60; ++round) {
+        const StorageKind kind = round % 2 ? StorageKind::console : StorageKind::desktop;
+        const int width = random.Between(1, 20), height = random.Between(1, 12), format = random.Format();
+        const TestImage image = RandomImage(random, directory, kind, width, height, format);
+        ASSERT_TRUE(image);
+        SCOPED_TRACE(image.text);
+        EXPECT_EQ(image->Width, width);
+        EXPECT_EQ(image->Height, height);
+        EXPECT_EQ(image->ImageFormat, FormatOn(kind, format));
+        const Storage storage = SnapshotOf(image);
+        EXPECT_EQ(storage.bytes, pictures[image.root()->Target].Bytes());
+        for (int y = 0; y < height; ++y) {
+            const std::uint8_t* const row = image->GetRow(image.record(), y);
+            ASSERT_TRUE(row) << "row " << y;
+            for (int i = 0; i < width * image->PixelSize; ++i) {
+                ASSERT_EQ(row[i], storage.At(PlaceOf(image, 0, y) + i)) << "row " << y << " byte " << i;
+            }
+        }
+    }
 }
 
 TEST_F(Pictures, FailWhenTheyAreTold) {
