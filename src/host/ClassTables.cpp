@@ -13,6 +13,7 @@
 #include "core/RowAccess.h"
 #include "core/Views.h"
 #include "exchange/CopyPixels.h"
+#include "exchange/PictureImport.h"
 #include "exchange/RowConversion.h"
 #include "filters/ApplyMatrix.h"
 #include "filters/AutoLevel.h"
@@ -327,6 +328,67 @@ REALmethodDefinition ImageMethods[] = {
      "FillRectApply(x as integer, y as integer, width as integer, height as integer, FillColor as color, alpha as "
      "integer)",
      kREALConsoleSafe},
+    // host pictures into images
+    {Function(rbDrawPictureRGB2), nullptr, "DrawPictureRGB(pic as picture)", kREALConsoleIfNew},
+    {Function(rbDrawPictureRGB4), nullptr, "DrawPictureRGB(pic as picture, DestX as integer, DestY as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureRGB6), nullptr,
+     "DrawPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, DestHeight as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureRGB8), nullptr,
+     "DrawPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, DestHeight as integer, "
+     "SourceX as integer, SourceY as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureRedToGrayChannel6), nullptr,
+     "DrawPictureRedToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, DestHeight "
+     "as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureRedToGrayChannel8), nullptr,
+     "DrawPictureRedToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, DestHeight "
+     "as integer, SourceX as integer, SourceY as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureGreenToGrayChannel6), nullptr,
+     "DrawPictureGreenToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+     "DestHeight as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureGreenToGrayChannel8), nullptr,
+     "DrawPictureGreenToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+     "DestHeight as integer, SourceX as integer, SourceY as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureBlueToGrayChannel6), nullptr,
+     "DrawPictureBlueToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+     "DestHeight as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureBlueToGrayChannel8), nullptr,
+     "DrawPictureBlueToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+     "DestHeight as integer, SourceX as integer, SourceY as integer)",
+     kREALConsoleIfNew},
+    {Function(rbDrawMaskedPictureRGB2), nullptr, "DrawMaskedPictureRGB(pic as picture, InvertMask as boolean=False)",
+     kREALConsoleIfNew},
+    {Function(rbDrawMaskedPictureRGB4), nullptr,
+     "DrawMaskedPictureRGB(pic as picture, DestX as integer, DestY as integer, InvertMask as boolean=False)",
+     kREALConsoleIfNew},
+    {Function(rbDrawMaskedPictureRGB6), nullptr,
+     "DrawMaskedPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, DestHeight as "
+     "integer, InvertMask as boolean=False)",
+     kREALConsoleIfNew},
+    {Function(rbDrawMaskedPictureRGB8), nullptr,
+     "DrawMaskedPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, DestHeight as "
+     "integer, SourceX as integer, SourceY as integer, InvertMask as boolean=False)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureApplyMaskRGB2), nullptr,
+     "DrawMaskedPictureApplyMaskRGB(pic as picture, InvertMask as boolean=False)", kREALConsoleIfNew},
+    {Function(rbDrawPictureApplyMaskRGB4), nullptr,
+     "DrawMaskedPictureApplyMaskRGB(pic as picture, DestX as integer, DestY as integer, InvertMask as boolean=False)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureApplyMaskRGB6), nullptr,
+     "DrawMaskedPictureApplyMaskRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+     "DestHeight as integer, InvertMask as boolean=False)",
+     kREALConsoleIfNew},
+    {Function(rbDrawPictureApplyMaskRGB8), nullptr,
+     "DrawMaskedPictureApplyMaskRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+     "DestHeight as integer, SourceX as integer, SourceY as integer, InvertMask as boolean=False)",
+     kREALConsoleIfNew},
     // copies and views of a part
     {Function(rbCopyPixels2), nullptr, "CopyPixels(source as PictureZOR) as boolean", kREALConsoleSafe},
     {Function(rbCopyPixels6), nullptr,
