@@ -49,20 +49,14 @@ bool HasView(PixelKind kind, const std::string& view) {
 }
 
 ImageShape PlanChannel(const ImageShape& source, const Arguments& arguments) {
-    const std::string word = arguments.Choice("name");
-    if (!HasView(source.kind, Find(kChannels, word).view)) {
-        std::string words;
-        for (const ChannelRow& row : kChannels)
-            if (HasView(source.kind, row.view)) words += (words.empty() ? "" : ", ") + std::string(row.word);
-        throw RunError("channel: the picture is " + std::string(Describe(source.kind).name) + " and has no channel " +
-                       word + "; it has " + words);
-    }
+    ChannelView("channel", source.kind, arguments.Choice("name"));
     return {source.width, source.height, PixelKind::Gray};
 }
 
 void RunChannel(Raster* image, const ImageShape& result, const Arguments& arguments) {
     Raster target(result);
-    CopyAll(target.Image(), image->View(Find(kChannels, arguments.Choice("name")).view), "channel");
+    CopyAll(target.Image(), image->View(ChannelView("channel", image->Shape().kind, arguments.Choice("name"))),
+            "channel");
     *image = std::move(target);
 }
 
@@ -79,6 +73,20 @@ void RunConvert(Raster* image, const ImageShape& result, const Arguments&) {
 }
 
 }  // namespace
+
+std::vector<const char*> ChannelWords() {
+    return Words(kChannels);
+}
+
+const char* ChannelView(const char* effect, PixelKind kind, const std::string& word) {
+    const char* view = Find(kChannels, word).view;
+    if (HasView(kind, view)) return view;
+    std::string words;
+    for (const ChannelRow& row : kChannels)
+        if (HasView(kind, row.view)) words += (words.empty() ? "" : ", ") + std::string(row.word);
+    throw RunError(std::string(effect) + ": the picture is " + Describe(kind).name + " and has no channel " + word +
+                   "; it has " + words);
+}
 
 std::vector<const char*> ColourViews(PixelKind kind) {
     switch (kind) {
@@ -153,7 +161,7 @@ std::vector<EffectRow> ConvertEffects() {
          "One channel as a gray picture",
          "The bytes of the channel become the gray as they are; of an ink, 255 is full ink.",
          "channel red",
-         {{"name", ArgumentType::Choice, nullptr, 0, 0, Words(kChannels), "which channel"}},
+         {{"name", ArgumentType::Choice, nullptr, 0, 0, ChannelWords(), "which channel"}},
          PlanChannel,
          RunChannel},
         {"convert",

@@ -6,6 +6,11 @@
 
 std::vector<EffectRow> ConvertEffects();
 
+// The words for channels on the command line, and the view that a word stands for; a RunError, which `effect` begins,
+// when pixels of the kind have no such channel.
+std::vector<const char*> ChannelWords();
+const char* ChannelView(const char* effect, PixelKind kind, const std::string& word);
+
 // Whether pixels of one kind can become those of another: all but RGB and CMYK, between which only colour profiles tell
 // the way.
 bool CanConvert(PixelKind from, PixelKind to);

@@ -1,5 +1,8 @@
 #include "effects/Effects.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "Errors.h"
 #include "Suggest.h"
 #include "effects/ArtisticEffects.h"
@@ -7,6 +10,7 @@
 #include "effects/ConvertEffects.h"
 #include "effects/FilterEffects.h"
 #include "effects/GeometryEffects.h"
+#include "effects/PasteEffects.h"
 #include "effects/PixelEffects.h"
 #include "effects/ScaleEffects.h"
 #include "effects/ToneEffects.h"
@@ -14,9 +18,15 @@
 const std::vector<EffectRow>& Effects() {
     static const std::vector<EffectRow> rows = [] {
         std::vector<EffectRow> all;
-        for (const auto& group : {ScaleEffects(), GeometryEffects(), FilterEffects(), ToneEffects(), ArtisticEffects(),
-                                  PixelEffects(), ConvertEffects(), CombineEffects()})
-            all.insert(all.end(), group.begin(), group.end());
+        for (const auto& some : {ScaleEffects(), GeometryEffects(), FilterEffects(), ToneEffects(), ArtisticEffects(),
+                                 PixelEffects(), ConvertEffects(), CombineEffects(), PasteEffects()})
+            for (const EffectRow& row : some) {
+                // Behind the last row of its group.
+                const auto last = std::find_if(all.rbegin(), all.rend(), [&](const EffectRow& other) {
+                    return std::string_view(other.group) == row.group;
+                });
+                all.insert(last == all.rend() ? all.end() : last.base(), row);
+            }
         return all;
     }();
     return rows;

@@ -16,14 +16,14 @@ void RunMatrix(Raster* image, const ImageShape&, const Arguments& arguments) {
     });
 }
 
-void Blur(Raster* image, const char* effect, int radius) {
-    RunFilter(image, effect, FilterPart::Whole, [&](const Object& source, const Object& target, const char*) {
-        return source.Call("BoxBlurFilter", target, static_cast<double>(radius), true, true).AsObject();
-    });
-}
-
+// One step after the other: done by the engine at one go they would take an image more.
 void RunBlur(Raster* image, const ImageShape&, const Arguments& arguments) {
-    for (int i = 0; i < arguments.Integer("iterations"); ++i) Blur(image, "blur", arguments.Integer("radius"));
+    const double radius = arguments.Integer("radius");
+    const std::string axis = arguments.Choice("axis");
+    for (int i = 0; i < arguments.Integer("iterations"); ++i)
+        RunFilter(image, "blur", FilterPart::Whole, [&](const Object& source, const Object& target, const char*) {
+            return source.Call("BoxBlurFilter", target, radius, axis != "h", axis != "v").AsObject();
+        });
 }
 
 void RunSoftBlur(Raster* image, const ImageShape&, const Arguments& arguments) {
@@ -76,7 +76,8 @@ std::vector<EffectRow> FilterEffects() {
          "lens. Works on every channel by itself, on alpha and on inks too.",
          "blur 4 iterations=3",
          {{"radius", kInteger, nullptr, 1, 10000, {}, "pixels to each side"},
-          {"iterations", kInteger, "1", 1, 100, {}, "how often"}},
+          {"iterations", kInteger, "1", 1, 100, {}, "how often"},
+          {"axis", ArgumentType::Choice, "both", 0, 0, {"both", "h", "v"}, "across, from top to bottom, or both"}},
          nullptr,
          RunBlur},
         {"softblur",

@@ -27,6 +27,8 @@ bool IsRightAngle(double angle) {
 // A turn by right angles comes first, then three shears by what is left, each into an image of its own.
 ImageShape PlanRotate(const ImageShape& source, const Arguments& arguments) {
     double angle = Reduced(arguments.Number("angle"));
+    if (arguments.Given("slow") && angle != 90 && angle != 270)
+        throw UsageError("rotate: slow goes with 90 and 270 degrees only");
     ImageShape turned = source;
     for (double right = 90; right <= 270; right += 90) {
         if (angle <= right - 45 || angle > right + 45) continue;
@@ -69,7 +71,8 @@ void RunRotate(Raster* image, const ImageShape& result, const Arguments& argumen
         return;
     }
     Raster target(result);
-    const char* method = angle == 90 ? "Rotate90" : angle == 180 ? "Rotate180" : "Rotate270";
+    std::string method = angle == 90 ? "Rotate90" : angle == 180 ? "Rotate180" : "Rotate270";
+    if (arguments.Given("slow")) method += "slow";
     if (!image->Image().Call(method, target.Image()).AsObject()) throw RunError("rotate: the image cannot be turned");
     *image = std::move(target);
 }
@@ -94,7 +97,8 @@ std::vector<EffectRow> GeometryEffects() {
          "background: transparent where the picture has alpha, otherwise black, unless a colour is given.",
          "rotate 7.5 background=#FFFFFF",
          {{"angle", ArgumentType::Number, nullptr, -360, 360, {}, "degrees"},
-          {"background", ArgumentType::ColourAlpha, "", 0, 0, {}, "colour of the corners"}},
+          {"background", ArgumentType::ColourAlpha, "", 0, 0, {}, "colour of the corners"},
+          {"slow", ArgumentType::Flag, "", 0, 0, {}, "90 and 270 degrees pixel by pixel, with the same result"}},
          PlanRotate,
          RunRotate},
     };

@@ -1,22 +1,13 @@
 #include "effects/PixelEffects.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "Errors.h"
 #include "Raster.h"
 #include "effects/ConvertEffects.h"
 
 namespace {
-
-// The area that an effect was asked for, or the whole image.
-PixelArea AreaOf(const char* effect, const ImageShape& source, const Arguments& arguments) {
-    if (!arguments.Given("area")) return {0, 0, source.width, source.height};
-    const PixelArea area = CutToPicture(arguments.Area("area"), source.width, source.height);
-    if (area.width < 1 || area.height < 1)
-        throw RunError(std::string(effect) + ": the area lies beside the picture of " + std::to_string(source.width) +
-                       " x " + std::to_string(source.height) + " pixels");
-    return area;
-}
 
 ImageShape PlanFill(const ImageShape& source, const Arguments& arguments) {
     AreaOf("fill", source, arguments);
@@ -51,10 +42,14 @@ void RunClear(Raster* image, const ImageShape& shape, const Arguments& arguments
     image->Image().Call("ClearRect", area.x, area.y, area.width, area.height);
 }
 
+void CheckAlphaWord(const char* effect, const ImageShape& source, const Arguments& arguments) {
+    if (arguments.Given("alpha") && !Describe(source.kind).hasAlpha)
+        throw RunError(std::string(effect) + ": the picture is " + Describe(source.kind).name + " and has no alpha");
+}
+
 ImageShape PlanInvert(const ImageShape& source, const Arguments& arguments) {
     AreaOf("invert", source, arguments);
-    if (arguments.Given("alpha") && !Describe(source.kind).hasAlpha)
-        throw RunError(std::string("invert: the picture is ") + Describe(source.kind).name + " and has no alpha");
+    CheckAlphaWord("invert", source, arguments);
     return source;
 }
 
@@ -79,9 +74,58 @@ void RunCrop(Raster* image, const ImageShape& result, const Arguments& arguments
     *image = std::move(target);
 }
 
-const ArgumentRow kArea = {"area", ArgumentType::Area, "", 0, 0, {}, "only there; the whole picture unless given"};
+// Gray channels that take a number, for CMYK, which the engine has no colours for.
+std::vector<const char*> InkViews(const ImageShape& shape) {
+    return shape.kind == PixelKind::CMYK ? ColourViews(shape.kind) : std::vector<const char*>{nullptr};
+}
+
+ImageShape PlanTint(const ImageShape& source, const Arguments& arguments) {
+    AreaOf("tint", source, arguments);
+    if (source.kind == PixelKind::CMYK && !arguments.Colour("colour").isGray)
+        throw RunError("tint: CMYK takes one number from 0 to 255, which every ink moves to, and no colour");
+    return source;
+}
+
+void RunTint(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const PixelArea area = AreaOf("tint", shape, arguments);
+    const RGBAColour& colour = arguments.Colour("colour");
+    for (const char* view : InkViews(shape))
+        (view == nullptr ? image->Image() : image->View(view))
+            .Call("FillRectApply", area.x, area.y, area.width, area.height, colour.red, colour.green, colour.blue,
+                  arguments.Integer("opacity"));
+}
+
+ImageShape PlanRandom(const ImageShape& source, const Arguments& arguments) {
+    AreaOf("random", source, arguments);
+    CheckAlphaWord("random", source, arguments);
+    return source;
+}
+
+// The engine's random fill ends by the width alone, so that it is to start at the left edge of what it is given: of a
+// view of the area.
+void RunRandom(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const PixelArea area = AreaOf("random", shape, arguments);
+    zorhost::Object part = ViewOf(image->Image(), "ClipImage", area.x, area.y, area.width, area.height);
+    if (!arguments.Given("alpha") && Describe(shape.kind).hasAlpha)
+        part = ViewOf(part, shape.kind == PixelKind::RGBA ? "RGBChannels" : "GrayChannel");
+    std::srand(static_cast<unsigned>(arguments.Integer("seed")));
+    part.Call("FillRectRandom");
+}
 
 }  // namespace
+
+PixelArea AreaOf(const char* effect, const ImageShape& source, const Arguments& arguments) {
+    if (!arguments.Given("area")) return {0, 0, source.width, source.height};
+    const PixelArea area = CutToPicture(arguments.Area("area"), source.width, source.height);
+    if (area.width < 1 || area.height < 1)
+        throw RunError(std::string(effect) + ": the area lies beside the picture of " + std::to_string(source.width) +
+                       " x " + std::to_string(source.height) + " pixels");
+    return area;
+}
+
+ArgumentRow AreaRow() {
+    return {"area", ArgumentType::Area, "", 0, 0, {}, "only there; the whole picture unless given"};
+}
 
 PixelArea CutToPicture(const AreaRequest& area, int width, int height) {
     const auto cut = [](int start, int length, int limit, int* first, int* count) {
@@ -105,7 +149,7 @@ std::vector<EffectRow> PixelEffects() {
          "What of the area lies beside the picture is left out.",
          "fill FF8000 area=10,20,300x100",
          {{"colour", ArgumentType::Colour, nullptr, 0, 0, {}, "the colour"},
-          kArea,
+          AreaRow(),
           {"alpha", ArgumentType::Integer, "255", 0, 255, {}, "for pictures with alpha, 255 is opaque"}},
          PlanFill,
          RunFill},
@@ -114,7 +158,7 @@ std::vector<EffectRow> PixelEffects() {
          "Zero in every channel of an area",
          "The area becomes black, in pictures with alpha clear, in CMYK free of ink.",
          "clear area=10,20,300x100",
-         {kArea},
+         {AreaRow()},
          PlanClear,
          RunClear},
         {"invert",
@@ -122,9 +166,33 @@ std::vector<EffectRow> PixelEffects() {
          "The negative of an area",
          "Each channel becomes 255 less what it was. Alpha stays unless the word alpha is given.",
          "invert area=10,20,300x100",
-         {kArea, {"alpha", ArgumentType::Flag, "", 0, 0, {}, "inverts the alpha too"}},
+         {AreaRow(), {"alpha", ArgumentType::Flag, "", 0, 0, {}, "inverts the alpha too"}},
          PlanInvert,
          RunInvert},
+        {"tint",
+         "Pixels",
+         "One colour laid over an area, partly transparent",
+         "Opacity 255 leaves nothing of what was there, 128 half of it. Values come out up to one too dark, at any\n"
+         "opacity. Works on gray, red, green and blue; alpha stays. A gray picture gets the gray of the colour. CMYK\n"
+         "takes a number only, for every ink, 255 being full ink.",
+         "tint FF8000 opacity=96 area=10,20,300x100",
+         {{"colour", ArgumentType::Colour, nullptr, 0, 0, {}, "the colour"},
+          {"opacity", ArgumentType::Integer, "128", 0, 255, {}, "how much of the colour shows"},
+          AreaRow()},
+         PlanTint,
+         RunTint},
+        {"random",
+         "Pixels",
+         "Random values over an area",
+         "Every channel gets values from 0 to 255 by chance, the inks of CMYK too. Alpha stays unless the word alpha "
+         "is\n"
+         "given. The same seed makes the same picture again.",
+         "random seed=7 area=10,20,300x100",
+         {AreaRow(),
+          {"seed", ArgumentType::Integer, "1", 0, 2147483647, {}, "where the random numbers start"},
+          {"alpha", ArgumentType::Flag, "", 0, 0, {}, "random alpha too"}},
+         PlanRandom,
+         RunRandom},
         {"crop",
          "Pixels",
          "Cut an area out",

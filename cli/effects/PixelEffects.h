@@ -13,3 +13,8 @@ struct PixelArea {
     int height;
 };
 PixelArea CutToPicture(const AreaRequest& area, int width, int height);
+
+// The area that an effect was asked for by its argument of AreaRow, cut to the picture, or the whole picture. A
+// RunError, which `effect` begins, when nothing of it lies on the picture.
+PixelArea AreaOf(const char* effect, const ImageShape& source, const Arguments& arguments);
+ArgumentRow AreaRow();

@@ -1,31 +1,82 @@
 #include "effects/ToneEffects.h"
 
+#include <algorithm>
+#include <functional>
+#include <iterator>
+#include <utility>
+
 #include "Errors.h"
+#include "effects/ConvertEffects.h"
 #include "effects/Curve.h"
 #include "effects/Filters.h"
+#include "effects/PixelEffects.h"
 
 namespace {
 
 using zorhost::Object;
 
+constexpr const char* kColours[] = {"red", "green", "blue"};
+
+bool GivesColours(const Arguments& arguments) {
+    return std::any_of(std::begin(kColours), std::end(kColours),
+                       [&](const char* name) { return arguments.Given(name); });
+}
+
+// Channels can be told apart where the picture has them.
+ImageShape PlanChannels(const char* effect, const ImageShape& source, const Arguments& arguments) {
+    const auto refuse = [&](const char* channel) {
+        throw RunError(std::string(effect) + ": the picture is " + Describe(source.kind).name + " and has no " +
+                       channel);
+    };
+    if (WithAlpha(source.kind, false) != PixelKind::RGB)
+        for (const char* name : kColours)
+            if (arguments.Given(name)) refuse(name);
+    if (arguments.Given("alpha") && !Describe(source.kind).hasAlpha) refuse("alpha");
+    return source;
+}
+
+// Calls one of the four forms of a filter: with one value for all colours or one for each, with one for alpha or none.
+// `value` gives what an argument asks for.
+void RunChannels(Raster* image, const char* effect, const char* method, const char* common, const Arguments& arguments,
+                 const std::function<zorhost::Value(const char* name)>& value) {
+    const auto of = [&](const char* name) { return value(arguments.Given(name) ? name : common); };
+    const bool alpha = arguments.Given("alpha");
+    RunFilter(image, effect, alpha ? FilterPart::Whole : FilterPart::Light,
+              [&](const Object& source, const Object& target, const char*) {
+                  std::vector<zorhost::Value> values = {target};
+                  if (GivesColours(arguments))
+                      for (const char* name : kColours) values.push_back(of(name));
+                  else
+                      values.push_back(of(common));
+                  if (alpha) values.push_back(of("alpha"));
+                  return source.CallWith(method, values).AsObject();
+              });
+}
+
+ImageShape PlanGamma(const ImageShape& source, const Arguments& arguments) {
+    return PlanChannels("gamma", source, arguments);
+}
+
 void RunGamma(Raster* image, const ImageShape&, const Arguments& arguments) {
-    RunFilter(image, "gamma", FilterPart::Light, [&](const Object& source, const Object& target, const char*) {
-        return source.Call("GammaFilter", target, arguments.Number("gamma")).AsObject();
-    });
+    RunChannels(image, "gamma", "GammaFilter", "gamma", arguments,
+                [&](const char* name) { return zorhost::Value(arguments.Number(name)); });
+}
+
+std::vector<std::int32_t> CurveOf(const Arguments& arguments, const char* name) {
+    const std::vector<std::int32_t>& curve = arguments.Numbers(name);
+    return curve.empty() ? LoadCurve(arguments.Text(name)) : curve;
 }
 
 void RunCurve(Raster* image, const ImageShape&, const Arguments& arguments) {
-    std::vector<std::int32_t> curve = arguments.Numbers("curve");
-    if (curve.empty()) curve = LoadCurve(arguments.Text("curve"));
-    RunFilter(image, "curve", FilterPart::Light, [&](const Object& source, const Object& target, const char*) {
-        return source.Call("TransferFilter", target, curve).AsObject();
-    });
+    RunChannels(image, "curve", "TransferFilter", "curve", arguments,
+                [&](const char* name) { return zorhost::Value(CurveOf(arguments, name)); });
 }
 
 // Tells of a file that holds no curve before the picture is read.
 ImageShape PlanCurve(const ImageShape& source, const Arguments& arguments) {
-    if (arguments.Numbers("curve").empty()) LoadCurve(arguments.Text("curve"));
-    return source;
+    for (const char* name : {"curve", "red", "green", "blue", "alpha"})
+        if (arguments.Given(name)) CurveOf(arguments, name);
+    return PlanChannels("curve", source, arguments);
 }
 
 void RunGain(Raster* image, const ImageShape&, const Arguments& arguments) {
@@ -40,26 +91,26 @@ void RunSolarize(Raster* image, const ImageShape&, const Arguments&) {
     });
 }
 
-ImageShape PlanAutoLevel(const ImageShape& source, const Arguments&) {
+ImageShape PlanAutoLevel(const ImageShape& source, const Arguments& arguments) {
+    AreaOf("autolevel", source, arguments);
     if (source.kind == PixelKind::CMYK) throw RunError("autolevel: works on RGB and gray pictures, not on CMYK");
     return source;
 }
 
 // The engine levels RGB only: a gray picture takes the way through one whose channels are all alike.
-void RunAutoLevel(Raster* image, const ImageShape& shape, const Arguments&) {
-    const bool gray = shape.kind == PixelKind::Gray || shape.kind == PixelKind::GrayAlpha;
+void RunAutoLevel(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const PixelArea area = AreaOf("autolevel", shape, arguments);
+    const bool gray = WithAlpha(shape.kind, false) == PixelKind::Gray;
     if (!gray) {
-        if (!image->Image().Call("AutoLevel").AsBool()) throw RunError("autolevel: the picture cannot be levelled");
+        if (!image->Image().Call("AutoLevel", area.x, area.y, area.width, area.height).AsBool())
+            throw RunError("autolevel: the picture cannot be levelled");
         return;
     }
-    Raster colour({shape.width, shape.height, PixelKind::RGB});
-    const int step = Describe(shape.kind).channels;
-    for (int y = 0; y < shape.height; ++y)
-        for (int x = 0; x < shape.width; ++x)
-            for (int c = 0; c < 3; ++c) colour.Row(y)[x * 3 + c] = image->Row(y)[x * step];
+    const Object part = ViewOf(image->View("GrayChannel"), "ClipImage", area.x, area.y, area.width, area.height);
+    const Raster colour({area.width, area.height, PixelKind::RGB});
+    CopyAll(colour.Image(), part, "autolevel");
     if (!colour.Image().Call("AutoLevel").AsBool()) throw RunError("autolevel: the picture cannot be levelled");
-    for (int y = 0; y < shape.height; ++y)
-        for (int x = 0; x < shape.width; ++x) image->Row(y)[x * step] = colour.Row(y)[x * 3];
+    CopyAll(part, colour.View("RedChannel"), "autolevel");
 }
 
 struct Matrix {
@@ -92,30 +143,37 @@ void RunDither(Raster* image, const ImageShape&, const Arguments& arguments) {
 
 constexpr ArgumentType kNumber = ArgumentType::Number;
 
+// An argument for all colours, and the same for single channels, which pictures with such channels take.
+std::vector<ArgumentRow> ChannelRows(const ArgumentRow& common) {
+    std::vector<ArgumentRow> rows = {common};
+    for (const auto& [name, help] : {std::pair{"red", "another for red"},
+                                     {"green", "another for green"},
+                                     {"blue", "another for blue"},
+                                     {"alpha", "one for alpha"}}) {
+        rows.push_back(common);
+        rows.back().name = name;
+        rows.back().fallback = "";
+        rows.back().help = help;
+    }
+    return rows;
+}
+
 }  // namespace
 
 std::vector<EffectRow> ToneEffects() {
     return {
-        {"gamma",
-         "Tone",
-         "Brighter or darker middle tones",
+        {"gamma", "Tone", "Brighter or darker middle tones",
          "Above 1 the middle tones get brighter, below 1 darker; black and white stay. Works on gray, red, green and\n"
-         "blue; alpha stays. CMYK: on each ink, taken as the light that it leaves.",
-         "gamma 1.8",
-         {{"gamma", kNumber, nullptr, 0.01, 100, {}, "the exponent is 1 / gamma"}},
-         nullptr,
-         RunGamma},
-        {"curve",
-         "Tone",
-         "Map values along a curve",
+         "blue; alpha stays unless it is given a gamma. CMYK: on each ink, taken as the light that it leaves.",
+         "gamma 1.8 blue=1.6", ChannelRows({"gamma", kNumber, nullptr, 0.01, 100, {}, "the exponent is 1 / gamma"}),
+         PlanGamma, RunGamma},
+        {"curve", "Tone", "Map values along a curve",
          "Straight lines join the points, each of which says which value X becomes which value Y. A file holds "
          "points,\n"
          "or all 256 values, with spaces, commas or line ends between them. Works on gray, red, green and blue; alpha\n"
-         "stays. CMYK: on each ink, taken as the light that it leaves.",
-         "curve 0:0,64:40,192:215,255:255",
-         {{"curve", ArgumentType::Curve, nullptr, 0, 0, {}, "the curve"}},
-         PlanCurve,
-         RunCurve},
+         "stays unless it is given a curve. CMYK: on each ink, taken as the light that it leaves.",
+         "curve 0:0,64:40,192:215,255:255", ChannelRows({"curve", ArgumentType::Curve, nullptr, 0, 0, {}, "the curve"}),
+         PlanCurve, RunCurve},
         {"gain",
          "Tone",
          "Contrast and brightness by two bends",
@@ -141,9 +199,11 @@ std::vector<EffectRow> ToneEffects() {
          "Tone",
          "Stretch the contrast to black and white",
          "The darkest and the lightest half percent of the picture become black and white, and what lies between is\n"
-         "stretched, in the same way for gray, red, green and blue. Alpha stays; CMYK pictures are refused.",
+         "stretched, in the same way for gray, red, green and blue. With an area, both are that of the area alone. "
+         "Alpha\n"
+         "stays; CMYK pictures are refused.",
          "autolevel",
-         {},
+         {AreaRow()},
          PlanAutoLevel,
          RunAutoLevel},
         {"dither",

@@ -62,6 +62,21 @@ TEST_F(FilterEffects, BlurEveryChannelByTheMeanOfASquare) {
     }
 }
 
+TEST_F(FilterEffects, BlurAlongOneAxisAlone) {
+    for (int channels = 1; channels <= 4; ++channels)
+        for (const bool across : {true, false}) {
+            const Pixels in = MakePixels(kWidth, kHeight, channels, 8);
+            const Pixels out = Result(in, {"blur", "3", across ? "axis=h" : "axis=v"});
+            for (int y = 0; y < kHeight; ++y)
+                for (int x = 0; x < kWidth; ++x)
+                    for (int c = 0; c < channels; ++c) {
+                        int sum = 0;
+                        for (int i = -3; i <= 3; ++i) sum += Clamped(in, across ? x + i : x, across ? y : y + i, c);
+                        ASSERT_EQ(out.At(x, y, c), sum / 7) << x << "," << y << " " << c << " of " << channels;
+                    }
+        }
+}
+
 TEST_F(FilterEffects, BlurAsOftenAsIterationsSay) {
     const Pixels in = MakePixels(kWidth, kHeight, 4, 8);
     const Pixels thrice = Result(Result(Result(in, {"blur", "3"}), {"blur", "3"}), {"blur", "3"});

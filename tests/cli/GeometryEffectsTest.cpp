@@ -33,6 +33,8 @@ TEST_F(GeometryEffects, MovePixelsWhole) {
             EXPECT_EQ(Result(in, {"rotate", "180"}), half);
             EXPECT_EQ(Result(in, {"rotate", "270"}), right);
             EXPECT_EQ(Result(in, {"rotate", "-90"}), right);
+            EXPECT_EQ(Result(in, {"rotate", "90", "slow"}), left);
+            EXPECT_EQ(Result(in, {"rotate", "270", "slow"}), right);
             EXPECT_EQ(Result(in, {"rotate", "0"}), in);
             EXPECT_EQ(Result(in, {"rotate", "360"}), in);
         }
@@ -90,6 +92,7 @@ TEST_F(GeometryEffects, RefuseWhatIsOutOfRange) {
                     {{"flip", "x"}, {"'x'", "one of h, v"}},
                     {{"rotate"}, {"angle is missing", "from -360 to 360"}},
                     {{"rotate", "361"}, {"'361'", "from -360 to 360"}},
+                    {{"rotate", "180", "slow"}, {"slow goes with 90 and 270"}},
                     {{"rotate", "nan"}, {"from -360 to 360"}},
                     {{"rotate", "10", "background=red"}, {"'background=red'", "a colour such as #FF8000"}}});
 }

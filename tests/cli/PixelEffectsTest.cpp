@@ -1,6 +1,7 @@
 // The effects `fill`, `clear`, `invert` and `crop` on files, against pixels that the test works out by itself.
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <sstream>
 
@@ -122,6 +123,66 @@ TEST_F(PixelEffects, InvertColoursAndLeaveAlphaUnlessAsked) {
     }
 }
 
+TEST_F(PixelEffects, TintAnAreaByTheOpacityAndLeaveAlpha) {
+    for (int channels = 1; channels <= 4; ++channels) {
+        const Pixels pixels = MakePixels(37, 23, channels, 7);
+        SaveInput(pixels);
+        for (const Area& area : kAreas)
+            for (const int opacity : {0, 96, 255}) {
+                const auto mixed = [=](int old, int c) {
+                    if (IsAlpha(channels, c)) return old;
+                    const int gray = (77 * 0xF0 + 151 * 0x81 + 28 * 0x07) / 256;
+                    const int value = channels <= 2 ? gray : c == 0 ? 0xF0 : c == 1 ? 0x81 : 0x07;
+                    return (old * (255 - opacity) + value * opacity) * 257 / 65536;
+                };
+                EXPECT_EQ(Result({"tint", "f08107", "opacity=" + std::to_string(opacity), "area=" + area.Word()}),
+                          Changed(pixels, area, mixed))
+                    << channels << " channels, " << area.Word() << ", " << opacity;
+            }
+    }
+}
+
+TEST_F(PixelEffects, TintEveryInkByANumber) {
+    JpegFile file;
+    file.pixels = {16, 16, 4, std::vector<std::uint8_t>(16 * 16 * 4, 200)};
+    file.quality = 100;
+    SaveJpeg(At("in.jpg"), file);
+    RunWell({"in.jpg", "out.jpg", "tint", "155", "opacity=51", "--quality", "100"});
+    // An ink of 55 a fifth of the way to one of 155.
+    for (const std::uint8_t byte : LoadJpeg(At("out.jpg")).pixels.bytes) ASSERT_NEAR(byte, 255 - 75, 3);
+    ExpectFailure(Run({"in.jpg", "new.jpg", "tint", "FF0000"}), 1, {"tint: CMYK takes one number"});
+}
+
+TEST_F(PixelEffects, FillAnAreaWithTheRandomNumbersOfASeed) {
+    for (int channels = 1; channels <= 4; ++channels)
+        for (const bool alpha : {false, true}) {
+            if (alpha && channels % 2 != 0) continue;
+            const Pixels pixels = MakePixels(37, 23, channels, 8);
+            SaveInput(pixels);
+            for (const Area& area : kAreas) {
+                std::srand(7);
+                Pixels expected = pixels;
+                for (int y = 0; y < 23; ++y)
+                    for (int x = 0; x < 37; ++x)
+                        for (int c = 0; c < channels; ++c)
+                            if (Changed(
+                                    {37, 23, 1, std::vector<std::uint8_t>(37 * 23, 0)}, area,
+                                    [](int, int) {
+                                        return 1;
+                                    }).At(x, y, 0) == 1 &&
+                                (alpha || !IsAlpha(channels, c)))
+                                expected.bytes[static_cast<std::size_t>((y * 37 + x) * channels + c)] =
+                                    static_cast<std::uint8_t>(std::rand());
+                std::vector<std::string> words = {"random", "seed=7", "area=" + area.Word()};
+                if (alpha) words.emplace_back("alpha");
+                EXPECT_EQ(Result(words), expected) << channels << " channels, " << area.Word();
+            }
+            EXPECT_NE(Result({"random", "seed=8"}), Result({"random", "seed=7"}));
+        }
+    SaveInput(MakePixels(9, 9, 3, 1));
+    ExpectFailure(Run({"in.png", "new.png", "random", "alpha"}), 1, {"random: the picture is RGB and has no alpha"});
+}
+
 TEST_F(PixelEffects, CropToWhatLiesOnThePicture) {
     for (int channels = 1; channels <= 4; ++channels) {
         const Pixels pixels = MakePixels(37, 23, channels, 5);
@@ -192,9 +253,9 @@ TEST_F(PixelEffects, SayWhatIsWrongWithTheirWords) {
         ExpectFailure(Run(words), 2, told);
     }
     for (const char* area : {"37,0,5x5", "0,23,5x5", "-5,0,5x5", "0,-5,5x5", "-2147483648,0,2147483647x5"})
-        for (const char* effect : {"fill", "clear", "invert", "crop"}) {
+        for (const char* effect : {"fill", "clear", "invert", "tint", "random", "autolevel", "crop"}) {
             std::vector<std::string> words = {"in.png", "new.png", effect, "area=" + std::string(area)};
-            if (words[2] == "fill") words.emplace_back("255");
+            if (words[2] == "fill" || words[2] == "tint") words.emplace_back("255");
             ExpectFailure(Run(words), 1,
                           {std::string(effect) + ": the area lies beside the picture of 37 x 23 pixels"});
         }
@@ -204,7 +265,8 @@ TEST_F(PixelEffects, SayWhatIsWrongWithTheirWords) {
 // What the help of these effects shows must work, and fit a terminal.
 TEST_F(PixelEffects, HaveExamplesThatWork) {
     std::filesystem::copy(Photo("rocket.jpg"), At("photo.jpg"));
-    for (const char* effect : {"fill", "clear", "invert", "crop", "channel", "convert", "combine"}) {
+    for (const char* effect :
+         {"fill", "clear", "invert", "tint", "random", "crop", "channel", "convert", "combine", "paste", "canvas"}) {
         const std::string help = RunWell({"help", effect}).out;
         std::istringstream example(help.substr(help.find("Example:\n  zor ") + 15));
         std::vector<std::string> words;

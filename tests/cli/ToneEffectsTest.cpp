@@ -27,6 +27,63 @@ TEST_F(ToneEffects, FollowACurve) {
     ExpectToneOfEveryKind({"curve", "points.txt"}, [](int v) { return 255 - v; });
 }
 
+// Red, green and blue each by a value of their own, alpha by one or as it was.
+TEST_F(ToneEffects, TakeAValueForEachChannel) {
+    const auto gamma = [](int v, double g) { return static_cast<int>(std::pow(v / 255.0, 1.0 / g) * 255.0 + 0.5); };
+    struct Case {
+        int channels;
+        std::vector<std::string> words;
+        std::array<double, 4> gammas;  // 1: nothing changes
+    };
+    for (const Case& c : std::vector<Case>{{3, {"2"}, {2, 2, 2, 1}},
+                                           {3, {"2", "red=0.5"}, {0.5, 2, 2, 1}},
+                                           {4, {"2", "green=0.5"}, {2, 0.5, 2, 1}},
+                                           {4, {"2", "alpha=0.5"}, {2, 2, 2, 0.5}},
+                                           {4, {"1", "blue=3", "alpha=0.5", "red=1.5"}, {1.5, 1, 3, 0.5}},
+                                           {2, {"2", "alpha=0.5"}, {2, 0.5, 1, 1}}}) {
+        const Pixels in = MakePixels(40, 30, c.channels, 4);
+        std::vector<std::string> effect = {"gamma"};
+        effect.insert(effect.end(), c.words.begin(), c.words.end());
+        const Pixels out = Result(in, effect);
+        for (std::size_t i = 0; i < in.bytes.size(); ++i)
+            ASSERT_EQ(out.bytes[i], gamma(in.bytes[i], c.gammas[i % static_cast<std::size_t>(c.channels)])) << i;
+    }
+    const Pixels in = MakePixels(40, 30, 4, 5);
+    WriteFile(At("half.txt"), "0:0 255:51");
+    const Pixels out = Result(in, {"curve", "0:0,255:255", "red=0:255,255:0", "blue=9:9", "alpha=half.txt"});
+    for (std::size_t i = 0; i < in.bytes.size(); i += 4) {
+        ASSERT_EQ(out.bytes[i], 255 - in.bytes[i]);
+        ASSERT_EQ(out.bytes[i + 1], in.bytes[i + 1]);
+        ASSERT_EQ(out.bytes[i + 2], 9);
+        ASSERT_EQ(out.bytes[i + 3], std::lround(in.bytes[i + 3] / 5.0));
+    }
+}
+
+TEST_F(ToneEffects, RefuseValuesForChannelsThatAreNotThere) {
+    SavePng(At("rgb.png"), PlainPng(MakePixels(8, 8, 3, 1)));
+    SavePng(At("gray.png"), PlainPng(MakePixels(8, 8, 2, 1)));
+    ExpectFailure(Run({"rgb.png", "x.png", "gamma", "1", "alpha=2"}), 1,
+                  {"gamma: the picture is RGB and has no alpha"});
+    ExpectFailure(Run({"gray.png", "x.png", "gamma", "1", "green=2"}), 1, {"gray + alpha and has no green"});
+    ExpectFailure(Run({"gray.png", "x.png", "curve", "1:1", "blue=2:2"}), 1, {"curve: ", "has no blue"});
+    ExpectFailure(Run({"rgb.png", "x.png", "curve", "1:1", "blue=none.txt"}), 1, {"none.txt"});
+}
+
+TEST_F(ToneEffects, LevelAnAreaByItself) {
+    for (int channels = 1; channels <= 4; ++channels) {
+        const Pixels in = MakePixels(40, 30, channels, 9);
+        const Pixels out = Result(in, {"autolevel", "area=10,5,20x15"});
+        const Pixels part = Result(Result(in, {"crop", "10,5,20x15"}), {"autolevel"});
+        EXPECT_NE(part, Result(in, {"crop", "10,5,20x15"}));
+        for (int y = 0; y < 30; ++y)
+            for (int x = 0; x < 40; ++x)
+                for (int c = 0; c < channels; ++c) {
+                    const bool inside = x >= 10 && x < 30 && y >= 5 && y < 20;
+                    ASSERT_EQ(out.At(x, y, c), inside ? part.At(x - 10, y - 5, c) : in.At(x, y, c));
+                }
+    }
+}
+
 TEST_F(ToneEffects, TellWhatIsWrongWithAFileThatHoldsNoCurve) {
     SavePng(At("in.png"), PlainPng(MakePixels(8, 8, 3, 1)));
     ExpectFailure(Run({"in.png", "out.png", "curve", "none.txt"}), 1, {"none.txt", "No such file"});

@@ -1,0 +1,131 @@
+#include "effects/PasteEffects.h"
+
+#include <algorithm>
+
+#include "Errors.h"
+#include "Raster.h"
+#include "effects/ConvertEffects.h"
+#include "effects/OtherPicture.h"
+#include "effects/PixelEffects.h"
+
+namespace {
+
+using zorhost::Object;
+
+// What of the file is to be pasted, and where.
+struct Pasting {
+    PixelArea part;  // of the file
+    Meeting meeting;
+};
+
+Pasting PlanPasting(const ImageShape& picture, const ImageShape& file, const Arguments& arguments) {
+    const std::string path = "paste: " + arguments.Text("file");
+    Pasting pasting{{0, 0, file.width, file.height}, {}};
+    if (arguments.Given("area")) pasting.part = CutToPicture(arguments.Area("area"), file.width, file.height);
+    if (pasting.part.width < 1 || pasting.part.height < 1)
+        throw RunError(path + ": the area lies beside its " + std::to_string(file.width) + " x " +
+                       std::to_string(file.height) + " pixels");
+    pasting.meeting = Meet(picture, {pasting.part.width, pasting.part.height, file.kind}, arguments.Area("at"));
+    if (pasting.meeting.width < 1 || pasting.meeting.height < 1)
+        throw RunError(path + ": lies beside the picture of " + std::to_string(picture.width) + " x " +
+                       std::to_string(picture.height) + " pixels");
+    const PixelKind kind = arguments.Given("channel") ? PixelKind::Gray : picture.kind;
+    if (!CanConvert(file.kind, kind))
+        throw RunError(path + ": is " + Describe(file.kind).name + " and cannot become " + Describe(kind).name);
+    return pasting;
+}
+
+ImageShape PlanPaste(const ImageShape& source, const Arguments& arguments) {
+    if (arguments.Given("channel")) ChannelView("paste", source.kind, arguments.Choice("channel"));
+    ImageShape file{};
+    if (PeekShape(arguments.Text("file"), &file)) PlanPasting(source, file, arguments);
+    return source;
+}
+
+// Both images are met through views of the common rectangle, so that the engine's copy of whole pixels, which runs on
+// to the right by as much as it starts from the left, starts at the left edge.
+void RunPaste(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const Raster loaded = LoadWhole(arguments.Text("file"));
+    const Pasting pasting = PlanPasting(shape, loaded.Shape(), arguments);
+    const Meeting& meeting = pasting.meeting;
+    const bool oneChannel = arguments.Given("channel");
+    const Raster file = Converted(loaded, oneChannel ? PixelKind::Gray : shape.kind, "paste");
+    const Object whole =
+        oneChannel ? image->View(ChannelView("paste", shape.kind, arguments.Choice("channel"))) : image->Image();
+    CopyAll(ViewOf(whole, "ClipImage", meeting.x, meeting.y, meeting.width, meeting.height),
+            ViewOf(file.Image(), "ClipImage", pasting.part.x + meeting.fileX, pasting.part.y + meeting.fileY,
+                   meeting.width, meeting.height),
+            "paste");
+}
+
+ImageShape PlanCanvas(const ImageShape& source, const Arguments& arguments) {
+    const PixelSize size = Resolve(arguments.Size("size"), source.width, source.height);
+    const ImageShape result{static_cast<int>(size.width), static_cast<int>(size.height), source.kind};
+    const Meeting meeting = Meet(result, source, arguments.Area("at"));
+    if (meeting.width < 1 || meeting.height < 1)
+        throw RunError("canvas: nothing of the picture lies on the canvas of " + std::to_string(result.width) + " x " +
+                       std::to_string(result.height) + " pixels");
+    if (source.kind == PixelKind::CMYK && arguments.Given("background") && !arguments.Colour("background").isGray)
+        throw RunError("canvas: CMYK takes one number from 0 to 255 as background, which every ink gets");
+    return result;
+}
+
+void FillCanvas(const Raster& canvas, const RGBAColour& colour) {
+    if (canvas.Shape().kind == PixelKind::CMYK) {
+        canvas.Image().Call("FillRect", colour.red);
+        return;
+    }
+    const bool rgb = WithAlpha(canvas.Shape().kind, false) == PixelKind::RGB;
+    if (rgb)
+        canvas.Image().Call("FillRectRGB", colour.red, colour.green, colour.blue);
+    else
+        canvas.View("GrayChannel").Call("FillRect", (77 * colour.red + 151 * colour.green + 28 * colour.blue) >> 8);
+    if (Describe(canvas.Shape().kind).hasAlpha) canvas.View("AlphaChannel").Call("FillRect", colour.alpha);
+}
+
+void RunCanvas(Raster* image, const ImageShape& result, const Arguments& arguments) {
+    Raster canvas(result);
+    if (arguments.Given("background")) FillCanvas(canvas, arguments.Colour("background"));
+    const Meeting meeting = Meet(result, image->Shape(), arguments.Area("at"));
+    CopyAll(ViewOf(canvas.Image(), "ClipImage", meeting.x, meeting.y, meeting.width, meeting.height),
+            ViewOf(image->Image(), "ClipImage", meeting.fileX, meeting.fileY, meeting.width, meeting.height), "canvas");
+    *image = std::move(canvas);
+}
+
+constexpr ArgumentType kPoint = ArgumentType::Point;
+
+}  // namespace
+
+std::vector<EffectRow> PasteEffects() {
+    return {
+        {"paste",
+         "Compositing",
+         "Pixels of another picture in the place of these",
+         "FILE takes on the kind of the picture, as by 'convert', and its pixels replace what is there, alpha "
+         "included:\n"
+         "'combine' is what lets something show through. With channel, the gray of FILE replaces that one channel, "
+         "such\n"
+         "as alpha. What of FILE lies beside the picture is left out.",
+         "paste photo.jpg area=0,0,60x40 at=20,10",
+         {{"file", ArgumentType::File, nullptr, 0, 0, {}, "the other picture"},
+          {"at", kPoint, "0,0", 0, 0, {}, "where its upper left corner comes to lie"},
+          {"area", ArgumentType::Area, "", 0, 0, {}, "what of FILE is taken; all of it unless given"},
+          {"channel", ArgumentType::Choice, "", 0, 0, ChannelWords(), "the one channel that is replaced"}},
+         PlanPaste,
+         RunPaste},
+        {"canvas",
+         "Size",
+         "More room around the picture, or less",
+         "The picture keeps its pixels and comes to lie on a canvas of the new size; what lies beside that is left "
+         "out.\n"
+         "The rest of the canvas is transparent where the picture has alpha, otherwise black, unless a colour is "
+         "given.\n"
+         "CMYK is white there, and takes a number only, which every ink gets, 255 being full ink.",
+         "canvas 700x500 at=30,20 background=FFFFFF",
+         {{"size", ArgumentType::Size, nullptr, 0, 0, {}, "of the canvas"},
+          {"at", kPoint, "0,0", 0, 0, {}, "where the picture's upper left corner comes to lie"},
+          {"background", ArgumentType::ColourAlpha, "", 0, 0, {}, "colour of the rest"}},
+         PlanCanvas,
+         RunCanvas},
+    };
+}
