@@ -581,7 +581,11 @@ std::string FakePictures::NameOf(const void* subject) const {
         return "graphics of " + NameOf(found->second);
     }
     if (const FakeGWorld* const world = self.GWorldAt(subject)) return world->name;
-    if (const FakeGWorld* const world = self.GWorldOfPixMap(subject)) return "pixmap of " + world->name;
+    if (const FakeGWorld* const world = self.GWorldOfPixMap(subject)) {
+        const std::string ofPicture = "gworld of ";
+        const bool hasPicture = world->name.starts_with(ofPicture);
+        return "pixmap of " + (hasPicture ? world->name.substr(ofPicture.size()) : world->name);
+    }
     const std::string className = host_.ClassOf(object);
     return className.empty() ? "?" : className;
 }

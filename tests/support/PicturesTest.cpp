@@ -71,11 +71,10 @@ TEST_F(Pictures, TellAllCallsInOrder) {
     REALUnlockPictureDescription(picture);
     const REALobject made = REALNewPicture(2, 1, 32);
     const REALobject graphics = REALGetPictureGraphics(made);
-    EXPECT_THAT(
-        pictures.Calls(),
-        ElementsAre("lockPictureDescription(source)", "GetGWorldPixMap(gworld of source)",
-                    "LockPixels(pixmap of gworld of source)", "UnlockPixels(pixmap of gworld of source)",
-                    "unlockPictureDescription(source)", "newPicture(2, 1, 32)", "pluginPictureGraphicsGetter(new 1)"));
+    EXPECT_THAT(pictures.Calls(), ElementsAre("lockPictureDescription(source)", "GetGWorldPixMap(gworld of source)",
+                                              "LockPixels(pixmap of source)", "UnlockPixels(pixmap of source)",
+                                              "unlockPictureDescription(source)", "newPicture(2, 1, 32)",
+                                              "pluginPictureGraphicsGetter(new 1)"));
     REALUnlockObject(graphics);
     REALUnlockObject(made);
     REALUnlockObject(picture);
