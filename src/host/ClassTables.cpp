@@ -13,6 +13,8 @@
 #include "core/RowAccess.h"
 #include "core/Views.h"
 #include "exchange/CopyPixels.h"
+#include "exchange/GWorldExport.h"
+#include "exchange/PictureExport.h"
 #include "exchange/PictureImport.h"
 #include "exchange/RowConversion.h"
 #include "filters/ApplyMatrix.h"
@@ -65,10 +67,6 @@ REALproperty WithSetter(const char* name, const char* type, REALword flags, REAL
 REALproperty WithGetter(const char* name, const char* type, REALword flags, REALfunction getter) {
     return {nullptr, name, type, flags, Word(getter), 0, 0, {0, 0, 0}};
 }
-// Known to the language, with nothing behind it to read yet.
-REALproperty Unread(const char* name, const char* type, REALword flags) {
-    return {nullptr, name, type, flags, 0, 0, 0, {0, 0, 0}};
-}
 
 // Single inheritance without virtual functions: every compiler that builds this lays the record out in order.
 #pragma GCC diagnostic push
@@ -91,7 +89,7 @@ REALproperty ImageProperties[] = {
     WithSetter("MappingBlockSize", "Integer", kPlain, FIELD(MappingBlockSize), Function(SetMemBlockSize)),
     ReadOnly("RowOffset", "Integer", kPlain, FIELD(RowOffset)),
     ReadWrite("DebugPictureEnabled", "Boolean", kPicture, FIELD(DebugPictureEnabled)),
-    Unread("DebugPicture", "Picture", kPicture),
+    WithGetter("DebugPicture", "Picture", kPicture, Function(GetDebugPicture)),
     ReadOnly("IsGray", "Boolean", kPlain, FIELD(IsGray)),
     ReadOnly("IsRGB", "Boolean", kPlain, FIELD(IsRGB)),
     ReadOnly("HasGreen", "Boolean", kPlain, FIELD(HasGreen)),
@@ -272,6 +270,16 @@ REALmethodDefinition ImageMethods[] = {
     {Function(AutoLevel1), nullptr, "AutoLevel as boolean", kREALConsoleSafe},
     {Function(AutoLevel5), nullptr, "AutoLevel(x as integer, y as integer, w as integer, h as integer) as boolean",
      kREALConsoleSafe},
+    // host pictures of an image
+    {Function(rbCopyPictureWithMask), nullptr,
+     "CopyPictureWithMask(x as integer, y as integer, w as integer, h as integer) as picture", kREALConsoleIfNew},
+    {Function(rbCopyPictureWithMaskAll), nullptr, "CopyPictureWithMask as picture", kREALConsoleIfNew},
+    {Function(rbCopyPicture), nullptr, "CopyPicture(x as integer, y as integer, w as integer, h as integer) as picture",
+     kREALConsoleIfNew},
+    {Function(rbCopyPictureAll), nullptr, "CopyPicture as picture", kREALConsoleIfNew},
+    {Function(rbCopyMask), nullptr, "CopyMask(x as integer, y as integer, w as integer, h as integer) as picture",
+     kREALConsoleIfNew},
+    {Function(rbCopyMaskAll), nullptr, "CopyMask as picture", kREALConsoleIfNew},
     // rows
     {Function(rbGetRow), nullptr, "RawRow(index as integer) as memoryblock", kREALConsoleSafe},
     {Function(rbGetRowCopy), Function(rbSetRow), "Row(index as integer) as memoryblock", kREALConsoleSafe},
@@ -424,6 +432,7 @@ REALmethodDefinition ImageMethods[] = {
      "ApplyMatrix(dest as PictureZOR, MatrixDimension as integer, matrix() as integer, delta as integer, ScaleFactor "
      "as double) as PictureZOR",
      kREALConsoleSafe},
+    {Function(CopyGWorld), nullptr, "CopyGWorld as variant", kREALConsoleSafe},
 };
 
 REALmethodDefinition ImageSharedMethods[] = {

@@ -14,6 +14,8 @@
 #include "core/PictureImages.h"
 #include "core/RowAccess.h"
 #include "core/Views.h"
+#include "exchange/GWorldExport.h"
+#include "exchange/PictureExport.h"
 #include "support/FakeHost.h"
 
 namespace {
@@ -41,6 +43,7 @@ TEST_F(ClassTables, DescribeTheImageClass) {
     EXPECT_EQ(ImageClass.constructor, nullptr);
     EXPECT_EQ(ImageClass.destructor, Plain(ImageDestructor));
     EXPECT_EQ(ImageClass.propertyCount, 41);
+    EXPECT_EQ(ImageClass.methodCount, 124);
     EXPECT_EQ(ImageClass.events, nullptr);
     EXPECT_EQ(ImageClass.eventCount, 0);
     EXPECT_EQ(ImageClass.eventInstances, nullptr);
@@ -165,10 +168,7 @@ TEST_F(ClassTables, ListThePropertiesInOrder) {
         EXPECT_EQ(row.flags, OnANewHost(expected.flags));
         EXPECT_EQ(row.group, nullptr);
         EXPECT_EQ(AccessOf(row.setter), expected.write);
-        // The picture shown for debugging is the affair of the exchange with host pictures.
-        if (std::string(expected.name) != "DebugPicture") {
-            EXPECT_EQ(AccessOf(row.getter), expected.read);
-        }
+        EXPECT_EQ(AccessOf(row.getter), expected.read);
         if (expected.read == Access::field) {
             EXPECT_EQ(row.field, static_cast<REALword>(expected.offset));
         }
@@ -188,6 +188,8 @@ TEST_F(ClassTables, BindTheFunctionsBehindProperties) {
             EXPECT_EQ(row.setter, reinterpret_cast<REALword>(&SetMemBlockSize));
         } else if (name == "Memory") {
             EXPECT_EQ(row.getter, reinterpret_cast<REALword>(&GetMemory));
+        } else if (name == "DebugPicture") {
+            EXPECT_EQ(row.getter, reinterpret_cast<REALword>(&GetDebugPicture));
         } else if (name == "TotalSize") {
             EXPECT_EQ(row.getter, reinterpret_cast<REALword>(&GetTotalSizeInt64));
         }
@@ -480,15 +482,17 @@ TEST_F(ClassTables, DeclareMethodsWordForWord) {
         EXPECT_EQ(row.setterFunction != nullptr, expected->hasSetter);
         EXPECT_NE(row.function, nullptr);
     }
+    EXPECT_EQ(seen.size(), std::size(kMethods));
 }
 
 TEST_F(ClassTables, ListMethodsInTheOrderOfTheirFamilies) {
-    int family = 0;
-    for (REALword i = 0; i < ImageClass.methodCount; ++i) {
-        const MethodRow* const expected = FindMethod(ImageClass.methods[i].declaration);
-        ASSERT_TRUE(expected) << ImageClass.methods[i].declaration;
-        EXPECT_GE(expected->first, family) << ImageClass.methods[i].declaration;
-        family = expected->first;
+    ASSERT_EQ(ImageClass.methodCount, 124);
+    for (int row = 1; row <= 124; ++row) {
+        const char* const declaration = ImageClass.methods[row - 1].declaration;
+        const MethodRow* const expected = FindMethod(declaration);
+        ASSERT_TRUE(expected) << declaration;
+        EXPECT_LE(expected->first, row) << declaration;
+        EXPECT_GE(expected->last, row) << declaration;
     }
 }
 
@@ -504,6 +508,28 @@ TEST_F(ClassTables, KnowEveryMethodOnce) {
     }
     EXPECT_EQ(std::size(kMethods), 124u);
     EXPECT_EQ(declarations.size(), 124u);
+}
+
+TEST_F(ClassTables, BindTheFunctionsOfTheExport) {
+    const std::string rect = "(x as integer, y as integer, w as integer, h as integer) as picture";
+    const std::pair<std::string, REALfunction> functions[] = {
+        {"CopyPictureWithMask" + rect, Plain(rbCopyPictureWithMask)},
+        {"CopyPictureWithMask as picture", Plain(rbCopyPictureWithMaskAll)},
+        {"CopyPicture" + rect, Plain(rbCopyPicture)},
+        {"CopyPicture as picture", Plain(rbCopyPictureAll)},
+        {"CopyMask" + rect, Plain(rbCopyMask)},
+        {"CopyMask as picture", Plain(rbCopyMaskAll)},
+        {"CopyGWorld as variant", Plain(CopyGWorld)},
+    };
+    for (const auto& [declaration, function] : functions) {
+        int found = 0;
+        for (REALword i = 0; i < ImageClass.methodCount; ++i) {
+            if (ImageClass.methods[i].declaration != declaration) continue;
+            ++found;
+            EXPECT_EQ(ImageClass.methods[i].function, function) << declaration;
+        }
+        EXPECT_EQ(found, 1) << declaration;
+    }
 }
 
 TEST_F(ClassTables, BindTheFunctionsOfTheCore) {
