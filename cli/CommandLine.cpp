@@ -50,6 +50,22 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
                    "Effort for PNG and lossless WebP files, 0 (fast) to 9 (small); 6 unless given")
         ->type_name("N")
         ->check(range(0, 9));
+    app.add_option_function<std::string>(
+           "--memory",
+           [&line](const std::string& text) {
+               if (!ReadMemorySize(text, &line.storage.memory))
+                   throw UsageError("--memory: '" + text + "' is no size of 1M or more, such as 500M or 4G");
+           },
+           "What all images may take in memory, such as 500M or 4G; half of what there is unless given")
+        ->type_name("SIZE");
+    app.add_option_function<std::string>(
+           "--scratch",
+           [&line](const std::string& directory) {
+               if (directory.empty()) throw UsageError("--scratch: the name of the directory is empty");
+               line.storage.scratch = directory;
+           },
+           "Where images go that are larger than a quarter of that; $TMPDIR or /var/tmp unless given")
+        ->type_name("DIR");
     app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
     app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
     app.add_flag("-h,--help", flags.help, "This text");

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Storage.h"
 #include "codecs/Picture.h"
 
 enum class Command { Process, Info, Compare, Describe, Help, Version };
@@ -14,6 +15,7 @@ struct CommandLine {
         words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE; Compare: A B; Help: nothing or EFFECT
     WriteOptions write;
     const Codec* format = nullptr;  // of OUTPUT; null: what its suffix names
+    StorageOptions storage;
     bool quiet = false;
 };
 

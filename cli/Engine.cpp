@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include "Errors.h"
+#include "Storage.h"
 
 namespace {
 
@@ -30,6 +31,9 @@ zorhost::Host& Engine() {
         options.world = zorhost::World::None;
         return options;
     }());
+    // Under a temporary lock: the engine keeps its own.
+    [[maybe_unused]] static const bool factorySet =
+        (host.CallShared("PictureFactoryZOR", "SetFactory", MakeImageFactory(host)), true);
     return host;
 }
 
@@ -39,17 +43,20 @@ int EngineConstant(const std::string& name) {
 
 void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t height, const char* formatConstant,
                     int bytesPerPixel) {
+    const ImageNeed need{width, height, bytesPerPixel};
+    if (GoesToScratch(need)) return CheckScratchHolds(what, {need});
     constexpr std::int64_t kMost = 2147483647;  // bytes of an image, and pixels of a side
     const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
     const std::int64_t rowBytes = (std::min(width, kMost) * bytesPerPixel + 63) / 64 * 64;
     if (width > kMost || height > kMost || rowBytes > kMost / height)
         throw RunError(what + ": too large: " + size + " of " + std::to_string(bytesPerPixel) +
-                       " bytes; an image in memory stays below 2 GiB");
+                       " bytes; an image stays below 2 GiB, unless it has five rows or more of up to 400 MiB each");
     const bool fits = Engine()
                           .CallShared(kImageClass, "CanAllocateImage", static_cast<int>(width),
                                       static_cast<int>(height), EngineConstant(formatConstant))
                           .AsBool();
-    if (!fits) throw RunError(what + ": not enough memory for " + size);
+    if (!fits)
+        throw RunError(what + ": not enough memory for " + size + "; with a smaller --memory it is made as a file");
 }
 
 void SetEngineTick(std::function<void()> tick) {

@@ -13,8 +13,8 @@ zorhost::Host& Engine();
 // The value of a constant of PictureZOR: "ImageFormatRGB".
 int EngineConstant(const std::string& name);
 
-// Throws a RunError unless an image of such a format can be had in memory. `what` begins the message: whom it is for.
-// No memory stays taken.
+// Throws a RunError unless an image of such a format can be had, in memory or in the scratch directory. `what` begins
+// the message: whom it is for. No memory stays taken.
 void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t height, const char* formatConstant,
                     int bytesPerPixel);
 

@@ -7,6 +7,7 @@
 #include "Notes.h"
 #include "Progress.h"
 #include "Raster.h"
+#include "Storage.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
@@ -24,13 +25,15 @@ const Codec& OutputCodec(const CommandLine& line) {
     return *codec;
 }
 
-// The shapes after each effect, all checked against what memory holds.
+// The shapes after each effect, all checked against what memory and the scratch directory hold.
 std::vector<ImageShape> PlanEffects(const std::vector<EffectCall>& calls, ImageShape shape) {
     std::vector<ImageShape> shapes;
     for (const EffectCall& call : calls) {
+        const ImageNeed source = NeedOf(shape);
         shape = PlanEffect(call, shape);
         const PixelKindRow& kind = Describe(shape.kind);
         CheckImageFits(call.row->name, shape.width, shape.height, kind.constant, kind.channels);
+        CheckScratchHolds(call.row->name, {source, NeedOf(shape)});
         shapes.push_back(shape);
     }
     return shapes;

@@ -1,19 +1,37 @@
 #include "Raster.h"
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "Errors.h"
+#include "files/Scratch.h"
 
 namespace {
 
 constexpr int kYieldTicks = 6;  // sixtieths of a second between two turns that a long operation gives us
 
+[[noreturn]] void FailWindow() {
+    throw RunError("not enough addresses for a window on an image in " + ScratchDirectory());
+}
+
+std::size_t RowBytes(const ImageShape& shape) {
+    return static_cast<std::size_t>(shape.width) * static_cast<std::size_t>(Describe(shape.kind).channels);
+}
+
 }  // namespace
 
+void CheckWindow(const zorhost::Object& image) {
+    if (image.Get("IsMapping").AsBool() && !image.Call("RawRow", 0).AsObject()) FailWindow();
+}
+
 Raster::Raster(const ImageShape& shape) : shape_(shape) {
-    zorhost::Host& host = Engine();
-    image_ = host.New("PictureZOR", shape.width, shape.height, EngineConstant(Describe(shape.kind).constant));
-    if (!image_.Get("Valid").AsBool())
+    // Through the factory, as the engine makes its own.
+    image_ = Engine()
+                 .CallShared("PictureZOR", "CreatePictureZOR", shape.width, shape.height,
+                             EngineConstant(Describe(shape.kind).constant))
+                 .AsObject();
+    if (!image_)
         throw RunError("no memory for an image of " + std::to_string(shape.width) + " x " +
                        std::to_string(shape.height) + " pixels");
     FindRows();
@@ -26,6 +44,34 @@ Raster::Raster(zorhost::Object image, PixelKind kind)
 
 void Raster::FindRows() {
     image_.Set("YieldTicks", kYieldTicks);
-    pixels_ = Engine().MemoryBlockBytes(image_.Get("Memory").AsObject()).data;
     rowBytes_ = image_.Get("RowSize").AsInt();
+    pixels_ =
+        image_.Get("IsMapping").AsBool() ? nullptr : Engine().MemoryBlockBytes(image_.Get("Memory").AsObject()).data;
+}
+
+std::uint8_t* Raster::MappedRow(int y) {
+    const zorhost::Object row = image_.Call("RawRow", y).AsObject();
+    if (!row) FailWindow();
+    return Engine().MemoryBlockBytes(row).data;
+}
+
+void Raster::WidenWindow(std::int64_t rows) {
+    constexpr std::int64_t kWidest = std::int64_t{1} << 27;
+    if (pixels_ != nullptr) return;
+    const std::int64_t wish = std::min(std::min<std::int64_t>(rows, shape_.height) * rowBytes_, kWidest);
+    if (wish <= image_.Get("MappingBlockSize").AsInt()) return;
+    image_.Set("MappingBlockSize", static_cast<int>(wish));
+    if (!image_.Call("RawRow", 0).AsObject()) FailWindow();
+}
+
+Raster Raster::Part(int x, int y, int width, int height) {
+    Raster part({width, height, shape_.kind});
+    const std::size_t left = static_cast<std::size_t>(x) * static_cast<std::size_t>(Describe(shape_.kind).channels);
+    for (int i = 0; i < height; ++i) std::memcpy(part.Row(i), Row(y + i) + left, RowBytes(part.shape_));
+    return part;
+}
+
+void Raster::Put(Raster& part, int x, int y) {
+    const std::size_t left = static_cast<std::size_t>(x) * static_cast<std::size_t>(Describe(shape_.kind).channels);
+    for (int i = 0; i < part.shape_.height; ++i) std::memcpy(Row(y + i) + left, part.Row(i), RowBytes(part.shape_));
 }

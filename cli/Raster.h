@@ -7,11 +7,16 @@
 #include "Engine.h"
 #include "PixelKind.h"
 
-// The view that the engine makes of an image; it gives us turns as often as the image itself.
+// Throws a RunError where a file-backed image has found no addresses for its window.
+void CheckWindow(const zorhost::Object& image);
+
+// The view that the engine makes of an image; it gives us turns as often as the image itself. Of file-backed images
+// only views of whole rows: those of the rows of a part do not reach all of them.
 template <typename... Args>
 zorhost::Object ViewOf(const zorhost::Object& image, const char* name, Args... args) {
     zorhost::Object view = image.Call(name, args...).AsObject();
     view.Set("YieldTicks", image.Get("YieldTicks"));
+    CheckWindow(view);
     return view;
 }
 
@@ -20,13 +25,24 @@ public:
     // A new image, all zero. A RunError when the engine cannot make it.
     explicit Raster(const ImageShape& shape);
 
-    // An image in memory that the engine made, in the format of the kind.
+    // An image that the engine made, in the format of the kind.
     Raster(zorhost::Object image, PixelKind kind);
 
     [[nodiscard]] const ImageShape& Shape() const { return shape_; }
 
-    // Row y, 0 at the top: Width pixels of the kind's channels. Good until the next call.
-    [[nodiscard]] std::uint8_t* Row(int y) { return pixels_ + y * rowBytes_; }
+    // Row y, 0 at the top: Width pixels of the kind's channels. Good until the next call. A RunError where a
+    // file-backed image finds no addresses for its window; from top to bottom the window moves seldom.
+    [[nodiscard]] std::uint8_t* Row(int y) { return pixels_ != nullptr ? pixels_ + y * rowBytes_ : MappedRow(y); }
+
+    // For what needs this many rows at the same time, or jumps among them: where the image is file-backed, its window
+    // holds as many from now on, and so do those of views made later. At most an eighth of a gibibyte.
+    void WidenWindow(std::int64_t rows);
+
+    // A new image that holds a rectangle of this one.
+    [[nodiscard]] Raster Part(int x, int y, int width, int height);
+
+    // Puts a whole image of the same kind there. It lies on this one.
+    void Put(Raster& part, int x, int y);
 
     // One channel of the image as a gray image over the same pixels, by the engine's name: "RedChannel".
     [[nodiscard]] zorhost::Object View(const char* name) const { return ViewOf(image_, name); }
@@ -36,9 +52,10 @@ public:
 
 private:
     void FindRows();
+    std::uint8_t* MappedRow(int y);
 
     ImageShape shape_;
     zorhost::Object image_;
-    std::uint8_t* pixels_ = nullptr;
-    std::int64_t rowBytes_ = 0;  // from one row to the next
+    std::uint8_t* pixels_ = nullptr;  // null: file-backed
+    std::int64_t rowBytes_ = 0;       // from one row to the next
 };

@@ -7,6 +7,7 @@
 #include "Errors.h"
 #include "Help.h"
 #include "Notes.h"
+#include "Storage.h"
 #include "files/Cleanup.h"
 #include "host/Version.h"
 
@@ -22,6 +23,7 @@ enum ExitCode {
 
 ExitCode Run(const CommandLine& line) {
     Notes notes(line.quiet);
+    SetStorage(line.storage);
     switch (line.command) {
         case Command::Process:
             Process(line, notes);

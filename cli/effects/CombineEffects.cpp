@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 #include "Errors.h"
@@ -99,15 +100,12 @@ Raster Load(const std::string& path) {
     return LoadPicture(path, notes, [](std::int64_t, std::int64_t) {});
 }
 
-// Every image is met through views of the common rectangle, so that the engine always starts at a left edge: its copies
-// of whole pixels run on to the right by as much as they start from the left.
-zorhost::Object Clip(const Raster& image, int x, int y, const Meeting& meeting) {
-    return ViewOf(image.Image(), "ClipImage", x, y, meeting.width, meeting.height);
-}
-
-void Lay(const zorhost::Object& target, const zorhost::Object& source, bool premultiplied, const zorhost::Object& mask,
-         const Meeting& meeting) {
-    if (!target.Call("Combine", source, premultiplied, mask, 0, 0, 0, 0, meeting.width, meeting.height, false).AsBool())
+// All below work on strips of the common rectangle, which are images of their own: small, and in memory wherever the
+// pictures are.
+void Lay(const zorhost::Object& target, const zorhost::Object& source, bool premultiplied,
+         const zorhost::Object& mask) {
+    const int width = target.Get("Width").AsInt(), height = target.Get("Height").AsInt();
+    if (!target.Call("Combine", source, premultiplied, mask, 0, 0, 0, 0, width, height, false).AsBool())
         throw RunError("combine: the engine refused the pictures");
 }
 
@@ -115,6 +113,16 @@ int EngineColour(const Arguments& arguments, const char* name) {
     if (!arguments.Given(name)) return -1;
     const RGBAColour& colour = arguments.Colour(name);
     return colour.red << 16 | colour.green << 8 | colour.blue;
+}
+
+void LayColour(const Raster& picture, const Raster& file, const Arguments& arguments) {
+    const ImageShape& shape = picture.Shape();
+    const zorhost::Object noMask;
+    if (!picture.Image()
+             .Call("Combine", file.Image(), arguments.Given("premultiplied"), noMask, 0, 0, 0, 0, shape.width,
+                   shape.height, true, EngineColour(arguments, "colour"), EngineColour(arguments, "maskcolour"))
+             .AsBool())
+        throw RunError("combine: the engine refused the pictures");
 }
 
 // Black where the file is opaque: there it shows.
@@ -127,52 +135,57 @@ Raster MaskOfAlpha(const Raster& file) {
 
 // Through a mask, channel by channel. As a whole the engine would leave the alpha of the picture as it is, and put the
 // mask in the place of the colours of a premultiplied RGB picture; of gray views all of it comes out right.
-void LayThroughMask(const zorhost::Object& target, const Raster& file, const Raster& mask, const Arguments& arguments,
-                    const ImageShape& shape, bool fileHasAlpha, const Meeting& meeting) {
+void LayThroughMask(const Raster& picture, const Raster& file, const Raster& mask, const Arguments& arguments,
+                    bool fileHasAlpha) {
+    const ImageShape& shape = picture.Shape();
     const bool premultiplied = arguments.Given("premultiplied");
-    const zorhost::Object source = Clip(file, meeting.fileX, meeting.fileY, meeting);
-    const zorhost::Object through = Clip(mask, meeting.fileX, meeting.fileY, meeting);
     const bool channelMask = mask.Shape().kind == PixelKind::RGB;
     for (const char* view : ColourViews(shape.kind))
-        Lay(ViewOf(target, view), ViewOf(source, view), premultiplied,
-            ViewOf(through, channelMask ? view : "GrayChannel"), meeting);
+        Lay(picture.View(view), file.View(view), premultiplied, mask.View(channelMask ? view : "GrayChannel"));
     if (!Describe(shape.kind).hasAlpha) return;
     // Alpha that is its own mask adds to what is there, as alpha multiplied beforehand does.
     const bool addsAlpha = !arguments.Given("mask") || (premultiplied && fileHasAlpha);
     const Raster gray = Converted(mask, PixelKind::Gray, "combine");
-    Lay(ViewOf(target, "AlphaChannel"), ViewOf(source, "AlphaChannel"), addsAlpha,
-        Clip(gray, meeting.fileX, meeting.fileY, meeting), meeting);
+    Lay(picture.View("AlphaChannel"), file.View("AlphaChannel"), addsAlpha, gray.Image());
+}
+
+void LayStrip(const Raster& picture, const Raster& loaded, const Raster* mask, const Arguments& arguments) {
+    if (GivesColour(arguments)) return LayColour(picture, loaded, arguments);
+    const PixelKind kind = picture.Shape().kind;
+    const bool fileHasAlpha = Describe(loaded.Shape().kind).hasAlpha;
+    const Raster file = Converted(loaded, WithAlpha(kind, fileHasAlpha || Describe(kind).hasAlpha), "combine");
+    if (mask != nullptr) {
+        const bool both =
+            WithAlpha(mask->Shape().kind, false) == PixelKind::RGB && WithAlpha(kind, false) == PixelKind::RGB;
+        LayThroughMask(picture, file, Converted(*mask, both ? PixelKind::RGB : PixelKind::Gray, "combine"), arguments,
+                       fileHasAlpha);
+    } else if (fileHasAlpha) {
+        LayThroughMask(picture, file, MaskOfAlpha(loaded), arguments, fileHasAlpha);
+    } else {
+        Lay(picture.Image(), file.Image(), false, {});
+    }
 }
 
 void RunCombine(Raster* image, const ImageShape& shape, const Arguments& arguments) {
-    const Raster loaded = Load(arguments.Text("file"));
+    Raster loaded = Load(arguments.Text("file"));
     CheckFile(shape, loaded.Shape(), arguments);
-    const Meeting meeting = Meet(shape, loaded.Shape(), arguments.Area("at"));
-    const zorhost::Object target = Clip(*image, meeting.x, meeting.y, meeting);
-    const zorhost::Object noMask;
-    if (GivesColour(arguments)) {
-        if (!target
-                 .Call("Combine", Clip(loaded, meeting.fileX, meeting.fileY, meeting), arguments.Given("premultiplied"),
-                       noMask, 0, 0, 0, 0, meeting.width, meeting.height, true, EngineColour(arguments, "colour"),
-                       EngineColour(arguments, "maskcolour"))
-                 .AsBool())
-            throw RunError("combine: the engine refused the pictures");
-        return;
-    }
-    const bool fileHasAlpha = Describe(loaded.Shape().kind).hasAlpha;
-    const Raster file =
-        Converted(loaded, WithAlpha(shape.kind, fileHasAlpha || Describe(shape.kind).hasAlpha), "combine");
+    std::optional<Raster> mask;
     if (arguments.Given("mask")) {
-        const Raster mask = Load(arguments.Text("mask"));
-        CheckMask(loaded.Shape(), mask.Shape(), arguments);
-        const bool both =
-            WithAlpha(mask.Shape().kind, false) == PixelKind::RGB && WithAlpha(shape.kind, false) == PixelKind::RGB;
-        LayThroughMask(target, file, Converted(mask, both ? PixelKind::RGB : PixelKind::Gray, "combine"), arguments,
-                       shape, fileHasAlpha, meeting);
-    } else if (fileHasAlpha) {
-        LayThroughMask(target, file, MaskOfAlpha(loaded), arguments, shape, fileHasAlpha, meeting);
-    } else {
-        Lay(target, Clip(file, meeting.fileX, meeting.fileY, meeting), false, noMask, meeting);
+        mask.emplace(Load(arguments.Text("mask")));
+        CheckMask(loaded.Shape(), mask->Shape(), arguments);
+    }
+    constexpr int kStripBytes = 1 << 17;
+    constexpr int kMostChannels = 4;
+    const Meeting meeting = Meet(shape, loaded.Shape(), arguments.Area("at"));
+    const int rows = std::max(kStripBytes / kMostChannels / meeting.width, 1);
+    for (int top = 0; top < meeting.height; top += rows) {
+        const int height = std::min(rows, meeting.height - top);
+        Raster strip = image->Part(meeting.x, meeting.y + top, meeting.width, height);
+        const Raster over = loaded.Part(meeting.fileX, meeting.fileY + top, meeting.width, height);
+        std::optional<Raster> maskStrip;
+        if (mask) maskStrip.emplace(mask->Part(meeting.fileX, meeting.fileY + top, meeting.width, height));
+        LayStrip(strip, over, maskStrip ? &*maskStrip : nullptr, arguments);
+        image->Put(strip, meeting.x, meeting.y + top);
     }
 }
 

@@ -5,6 +5,7 @@
 #include "Engine.h"
 #include "Errors.h"
 #include "Raster.h"
+#include "Storage.h"
 
 namespace {
 
@@ -46,31 +47,48 @@ ImageShape PlanFastScale(const ImageShape& source, const Arguments& arguments) {
     return {static_cast<int>(size.width), static_cast<int>(size.height), source.kind};
 }
 
+// Between its two passes the scaler holds an image as wide as the result and as high as the source.
+struct TemporaryImage {
+    ImageNeed need;
+    const char* constant;  // its format
+};
+
+TemporaryImage BetweenPasses(const ImageShape& source, const ImageShape& result) {
+    const bool narrow = source.kind == PixelKind::Gray || !ScaledViews(source.kind).empty();
+    return {{result.width, source.height, narrow ? 1 : 4}, narrow ? "ImageFormatScaling1" : "ImageFormatScaling4"};
+}
+
 ImageShape PlanScale(const ImageShape& source, const Arguments& arguments) {
     const ImageShape result = PlanFastScale(source, arguments);
-    // Between its two passes the scaler holds an image as wide as the result and as high as the source.
-    const bool narrow = source.kind == PixelKind::Gray || !ScaledViews(source.kind).empty();
-    CheckImageFits("scale: the image between the two passes", result.width, source.height,
-                   narrow ? "ImageFormatScaling1" : "ImageFormatScaling4", narrow ? 1 : 4);
+    const TemporaryImage between = BetweenPasses(source, result);
+    const char* what = "scale: the image between the two passes";
+    CheckImageFits(what, between.need.width, between.need.height, between.constant, between.need.bytesPerPixel);
+    CheckScratchHolds("scale", {NeedOf(source), between.need, NeedOf(result)});
     return result;
 }
 
-bool ScaleView(const zorhost::Object& target, const zorhost::Object& source, int threads, int mode,
-               const ImageShape& result) {
-    const zorhost::Object noTemp;
-    if (threads == 1) return target.Call("Scale", source, noTemp, mode, result.width, result.height).AsBool();
-    return target.Call("ScaleMT", threads, source, noTemp, mode, result.width, result.height).AsBool();
+// The scaler makes its temporary image by itself in memory only: one that is file-backed must be handed to it, and only
+// the form with one thread may have it.
+zorhost::Object MakeTemporary(const ImageShape& source, const ImageShape& result) {
+    const TemporaryImage between = BetweenPasses(source, result);
+    if (!GoesToScratch(between.need)) return {};
+    return Engine()
+        .CallShared("PictureZOR", "CreatePictureZOR", result.width, source.height, EngineConstant(between.constant))
+        .AsObject();
 }
 
 void RunScale(Raster* image, const ImageShape& result, const Arguments& arguments) {
     const int mode = FilterMode(arguments.Choice("filter"));
-    const int threads = arguments.Integer("threads");
+    const zorhost::Object temp = MakeTemporary(image->Shape(), result);
+    const int threads = temp ? 1 : arguments.Integer("threads");
     Raster target(result);
-    bool done = true;
+    const auto scale = [&](const zorhost::Object& to, const zorhost::Object& from) {
+        return threads == 1 ? to.Call("Scale", from, temp, mode, result.width, result.height).AsBool()
+                            : to.Call("ScaleMT", threads, from, temp, mode, result.width, result.height).AsBool();
+    };
     const std::vector<const char*> views = ScaledViews(result.kind);
-    if (views.empty()) done = ScaleView(target.Image(), image->Image(), threads, mode, result);
-    for (const char* view : views)
-        done = done && ScaleView(target.View(view), image->View(view), threads, mode, result);
+    bool done = !views.empty() || scale(target.Image(), image->Image());
+    for (const char* view : views) done = done && scale(target.View(view), image->View(view));
     if (!done) throw RunError("scale: not enough memory");
     *image = std::move(target);
 }

@@ -185,7 +185,7 @@ TEST_F(Failure, RefusesHugePicturesBeforeItReadsThem) {
     const auto start = std::chrono::steady_clock::now();
     WriteFile(At("wide.png"), PngHead(2147483647, 1, 6));
     WriteFile(At("large.png"), PngHead(2147483647, 2147483647, 2));
-    WriteFile(At("limit.png"), PngHead(65536, 32768, 0));  // one byte more than fits
+    WriteFile(At("limit.png"), PngHead(100000000, 1000000000, 0));  // more than any disk holds
     WriteFile(At("zero.png"), PngHead(0, 5, 2));
     WriteFile(At("over.png"), PngHead(4294967295U, 5, 2));
     std::string jpeg = ReadFile(Photo("rocket.jpg"));
@@ -196,10 +196,11 @@ TEST_F(Failure, RefusesHugePicturesBeforeItReadsThem) {
     const std::vector<std::string> before = Files();
     ExpectFailure(Run({"wide.png", "out.png"}), 1, {"wide.png: too large: 2147483647 x 1 pixels", "2 GiB"});
     ExpectFailure(Run({"large.png", "out.png"}), 1, {"large.png: too large: 2147483647 x 2147483647 pixels", "2 GiB"});
-    ExpectFailure(Run({"limit.png", "out.png"}), 1, {"limit.png: too large: 65536 x 32768 pixels", "2 GiB"});
+    ExpectFailure(Run({"limit.png", "out.png"}), 1,
+                  {"limit.png: too large: 100000000 x 1000000000 pixels", "scratch directory"});
     ExpectFailure(Run({"zero.png", "out.png"}), 1, {"zero.png: "});
     ExpectFailure(Run({"over.png", "out.png"}), 1, {"over.png: "});
-    ExpectFailure(Run({"large.jpg", "out.png"}), 1, {"large.jpg: too large: 65280 x 65280 pixels", "2 GiB"});
+    ExpectFailure(Run({"large.jpg", "out.png"}), 1, {"large.jpg: "});
     ExpectUntouched(before);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
@@ -211,12 +212,14 @@ TEST_F(Failure, RefusesSizesBeforeTheWorkStarts) {
     const std::vector<std::pair<std::vector<std::string>, std::vector<std::string>>> cases = {
         {{"out.jpg", "scale", "65501x1"}, {"out.jpg: JPEG holds at most 65500 pixels a side", "65501 x 1"}},
         {{"out.jpg", "scalefast", "1x70000"}, {"out.jpg: JPEG holds at most 65500 pixels a side", "1 x 70000"}},
-        {{"out.png", "scale", "50000x50000"}, {"scale: ", "too large", "2 GiB"}},
-        {{"out.png", "scalefast", "50000x50000"}, {"scalefast: too large: 50000 x 50000 pixels", "2 GiB"}},
-        {{"out.png", "scalefast", "10000000%"}, {"scalefast: too large: 30000000 x 20000000 pixels", "2 GiB"}},
+        {{"out.png", "scale", "5000000x5000000"}, {"scale: ", "too large", "scratch directory"}},
+        {{"out.png", "scalefast", "5000000x5000000"},
+         {"scalefast: too large: 5000000 x 5000000 pixels", "scratch directory"}},
+        {{"out.png", "scalefast", "10000000%"},
+         {"scalefast: too large: 30000000 x 20000000 pixels", "scratch directory"}},
         {{"out.png", "scale", "2147483647x1"}, {"scale: ", "too large", "2 GiB"}},
-        {{"out.png", "scale", "10000000x1"}, {"scale: the image between the two passes: too large", "2 GiB"}},
-        {{"out.png", "scale", "10x10", "scalefast", "x99999"}, {"scalefast: too large: 99999 x 99999 pixels"}}};
+        {{"out.png", "scale", "200000000x1"}, {"scale: the image between the two passes: too large", "2 GiB"}},
+        {{"out.png", "scale", "10x10", "scalefast", "x9999999"}, {"scalefast: too large: 9999999 x 9999999 pixels"}}};
     for (const auto& [effect, told] : cases) {
         std::vector<std::string> words = {"in.png"};
         words.insert(words.end(), effect.begin(), effect.end());
