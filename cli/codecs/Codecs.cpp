@@ -8,6 +8,7 @@
 #include "codecs/Picture.h"
 #include "codecs/Png.h"
 #include "codecs/Pnm.h"
+#include "codecs/Webp.h"
 #include "files/InputFile.h"
 
 namespace {
@@ -18,6 +19,10 @@ bool IsPng(const std::uint8_t* head, std::size_t size) {
 
 bool IsJpeg(const std::uint8_t* head, std::size_t size) {
     return size >= 3 && head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF;
+}
+
+bool IsWebp(const std::uint8_t* head, std::size_t size) {
+    return size >= 12 && std::memcmp(head, "RIFF", 4) == 0 && std::memcmp(head + 8, "WEBP", 4) == 0;
 }
 
 bool IsPnm(char digit, const std::uint8_t* head, std::size_t size) {
@@ -50,6 +55,10 @@ const char* PngRefuses(PixelKind kind) {
     return kind == PixelKind::CMYK ? "PNG cannot hold CMYK" : nullptr;
 }
 
+const char* WebpRefuses(PixelKind kind) {
+    return kind == PixelKind::CMYK ? "WebP cannot hold CMYK" : nullptr;
+}
+
 const char* PgmRefuses(PixelKind kind) {
     return Describe(kind).channels > 2 ? "PGM holds gray pictures only; 'convert G' makes one" : nullptr;
 }
@@ -75,6 +84,10 @@ PixelKind WithoutAlpha(PixelKind kind) {
         default:
             return kind;
     }
+}
+
+PixelKind WithoutGray(PixelKind kind) {
+    return Describe(kind).hasAlpha ? PixelKind::RGBA : PixelKind::RGB;
 }
 
 PixelKind AlwaysRgb(PixelKind) {
@@ -113,6 +126,7 @@ const std::vector<Codec>& Codecs() {
     static const std::vector<Codec> codecs = {
         {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng},
         {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, false, WriteJpeg},
+        {"WebP", {".webp"}, 16383, IsWebp, OpenWebp, WebpRefuses, WithoutGray, true, true, WriteWebp},
         {"PBM", {}, kMostSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, true, nullptr},
         {"PGM", {".pgm"}, kMostSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, true, WritePgm},
         {"PPM", {".ppm"}, kMostSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, true, WritePpm},

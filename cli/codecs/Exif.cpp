@@ -35,8 +35,12 @@ enum : std::uint32_t { kOrientation = 274, kXResolution = 282, kYResolution = 28
 
 ExifTags ReadExif(const std::uint8_t* bytes, std::size_t size) {
     ExifTags tags;
-    if (size < kPrefixBytes + 8 || std::memcmp(bytes, "Exif\0\0", kPrefixBytes) != 0) return tags;
-    const Tiff tiff{bytes + kPrefixBytes, size - kPrefixBytes, bytes[kPrefixBytes] == 'M'};
+    if (size >= kPrefixBytes && std::memcmp(bytes, "Exif\0\0", kPrefixBytes) == 0) {
+        bytes += kPrefixBytes;
+        size -= kPrefixBytes;
+    }
+    if (size < 8 || (std::memcmp(bytes, "II", 2) != 0 && std::memcmp(bytes, "MM", 2) != 0)) return tags;
+    const Tiff tiff{bytes, size, bytes[0] == 'M'};
     const std::size_t directory = tiff.Number(4, 4);
     if (directory >= tiff.size) return tags;
     std::uint32_t unit = 2;
@@ -64,8 +68,39 @@ ExifTags ReadExif(const std::uint8_t* bytes, std::size_t size) {
         }
     }
     if (tags.resolution.x != 0 && tags.resolution.y != 0) {
+        if (unit == 1 && tags.resolution.x != tags.resolution.y) tags.resolution.unit = Resolution::Unit::Aspect;
         if (unit == 2) tags.resolution.unit = Resolution::Unit::Inch;
         if (unit == 3) tags.resolution.unit = Resolution::Unit::Centimetre;
     }
     return tags;
+}
+
+std::vector<std::uint8_t> MakeExif(const Resolution& resolution) {
+    const Resolution::Unit unit =
+        resolution.unit == Resolution::Unit::Centimetre ? Resolution::Unit::Centimetre : Resolution::Unit::Inch;
+    const Resolution fit = InUnit(resolution, unit);
+    if (fit.unit == Resolution::Unit::Unknown || fit.x < 1 || fit.y < 1) return {};
+    std::vector<std::uint8_t> bytes = {'I', 'I', 42, 0};
+    const auto number = [&bytes](std::uint32_t value, int byteCount) {
+        for (int i = 0; i < byteCount; ++i) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+    };
+    const auto entry = [&number](std::uint32_t tag, std::uint32_t type, std::uint32_t value) {
+        number(tag, 2);
+        number(type, 2);
+        number(1, 4);
+        number(value, 4);
+    };
+    constexpr std::uint32_t kShort = 3, kFraction = 5;
+    constexpr std::uint32_t kEntries = 3, kFractions = 8 + 2 + kEntries * kEntryBytes + 4;
+    number(8, 4);
+    number(kEntries, 2);
+    entry(kXResolution, kFraction, kFractions);
+    entry(kYResolution, kFraction, kFractions + 8);
+    entry(kResolutionUnit, kShort,
+          fit.unit == Resolution::Unit::Aspect ? 1U
+          : fit.unit == Resolution::Unit::Inch ? 2U
+                                               : 3U);
+    number(0, 4);  // no further directory
+    for (const std::uint32_t count : {fit.x, 1U, fit.y, 1U}) number(count, 4);
+    return bytes;
 }

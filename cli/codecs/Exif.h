@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "codecs/Picture.h"
 
@@ -11,5 +12,8 @@ struct ExifTags {
     Resolution resolution;
 };
 
-// Reads a block that starts with "Exif\0\0". A damaged one gives what could be read of it.
+// Reads a block, with or without "Exif\0\0" before it. A damaged one gives what could be read of it.
 ExifTags ReadExif(const std::uint8_t* bytes, std::size_t size);
+
+// A block with the resolution alone, and without "Exif\0\0"; empty where there is none to tell.
+std::vector<std::uint8_t> MakeExif(const Resolution& resolution);
