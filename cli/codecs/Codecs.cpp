@@ -8,6 +8,7 @@
 #include "codecs/Picture.h"
 #include "codecs/Png.h"
 #include "codecs/Pnm.h"
+#include "codecs/Tiff.h"
 #include "codecs/Webp.h"
 #include "files/InputFile.h"
 
@@ -23,6 +24,13 @@ bool IsJpeg(const std::uint8_t* head, std::size_t size) {
 
 bool IsWebp(const std::uint8_t* head, std::size_t size) {
     return size >= 12 && std::memcmp(head, "RIFF", 4) == 0 && std::memcmp(head + 8, "WEBP", 4) == 0;
+}
+
+// Both byte orders, each with places of 32 and of 64 bits.
+bool IsTiff(const std::uint8_t* head, std::size_t size) {
+    for (const char* mark : {"II*\0", "MM\0*", "II+\0", "MM\0+"})
+        if (size >= 4 && std::memcmp(head, mark, 4) == 0) return true;
+    return false;
 }
 
 bool IsPnm(char digit, const std::uint8_t* head, std::size_t size) {
@@ -127,6 +135,7 @@ const std::vector<Codec>& Codecs() {
         {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng},
         {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, false, WriteJpeg},
         {"WebP", {".webp"}, 16383, IsWebp, OpenWebp, WebpRefuses, WithoutGray, true, true, WriteWebp},
+        {"TIFF", {".tif", ".tiff"}, kMostSide, IsTiff, OpenTiff, RefusesNothing, AsItIs, true, true, WriteTiff},
         {"PBM", {}, kMostSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, true, nullptr},
         {"PGM", {".pgm"}, kMostSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, true, WritePgm},
         {"PPM", {".ppm"}, kMostSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, true, WritePpm},

@@ -1,0 +1,8 @@
+#pragma once
+// TIFF and BigTIFF files through libtiff.
+
+#include "codecs/Picture.h"
+
+std::unique_ptr<PictureReader> OpenTiff(InputFile& file, Notes& notes);
+void WriteTiff(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+               const RowTick& tick);
