@@ -144,6 +144,7 @@ static OwnedProperty NeedAvailable(const Runtime& host, const Class& type, std::
 Value GetProperty(Runtime& host, REALobject object, std::string_view name, std::string label) {
     const ObjectRecord& record = *FindObject(host, object);
     if (record.native) {
+        const FrameScope frame(host, label);  // a property may make an object, which says where from
         if (auto value = record.native->Get(name)) return *value;
     }
     const auto [owner, property] = NeedAvailable(host, *record.type, name);

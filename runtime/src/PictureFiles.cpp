@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gd.h>
+#include <gd_errors.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,7 +25,8 @@ using Bytes = std::vector<unsigned char>;
 
 std::string gComplaint;  // the last thing that the GD library had to say
 
-void KeepComplaint(int, const char* format, va_list arguments) {
+void KeepComplaint(int priority, const char* format, va_list arguments) {
+    if (priority > GD_WARNING) return;
     char text[300];
     std::vsnprintf(text, sizeof text, format, arguments);
     gComplaint = text;
@@ -78,9 +80,10 @@ Image Decode(Bytes& bytes, const std::filesystem::path& path) {
         image.reset(gdImageCreateFromPngPtr(size, bytes.data()));
         if (!image) ThrowFile(path, "the PNG file is damaged: " + Complaints::Or("it cannot be read"));
     } else if (StartsWith(bytes, "\xFF\xD8\xFF")) {
-        // Warnings count: a file that ends early is no picture.
+        // Warnings count, as for a file that ends early: the library fills up what is missing.
         image.reset(gdImageCreateFromJpegPtrEx(size, bytes.data(), 0));
-        if (!image) ThrowFile(path, "the JPEG file is damaged: " + Complaints::Or("it cannot be read"));
+        if (!image || !gComplaint.empty())
+            ThrowFile(path, "the JPEG file is damaged: " + Complaints::Or("it cannot be read"));
     } else {
         ThrowFile(path, "this is neither a PNG nor a JPEG file");
     }
