@@ -135,7 +135,7 @@ public:
     int newBits = 32;
     int newPadding = 7;
     bool drawMethod = true;       // graphics objects have the method DrawPicture
-    bool locksAreCounted = true;  // false: an unlock without a lock is no failure
+    bool locksAreCounted = true;  // false: descriptions may stay locked or be unlocked once too often
 
     // The n-th call from now on of that host or QuickDraw function, or of "DrawPicture", fails; 1 is the next.
     void FailCall(const std::string& function, int n = 1) { failing_[function] = n; }
@@ -146,6 +146,7 @@ public:
     // "graphics of x", masks "mask of x", GWorlds "gworld of x", their pixel maps "pixmap of x", new pictures "new 1".
     std::vector<std::string> Calls() const;
     void ClearCalls() { host_.ClearLog(); }
+    void RestartNumbers() { made_ = 0; }  // the next new picture is "new 1"
     // Expects that many locks of a picture's description to be left, and takes them off.
     void TakeDescriptionLocks(REALobject picture, int expected);
     int LockedDescriptions() const;  // of all pictures
