@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cctype>
+#include <limits>
 
 #include "Errors.h"
 #include "Suggest.h"
@@ -67,6 +68,7 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
            "Where images go that are larger than a quarter of that; $TMPDIR or /var/tmp unless given")
         ->type_name("DIR");
     app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
+    app.add_flag("--json", line.json, "What info tells as JSON, for programs");
     app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
     app.add_flag("-h,--help", flags.help, "This text");
     app.add_flag("--version", flags.version, "The version");
@@ -115,7 +117,7 @@ struct CommandRow {
 };
 
 constexpr CommandRow kCommands[] = {
-    {"info", Command::Info, 1, 1, "FILE is missing", "one FILE"},
+    {"info", Command::Info, 1, std::numeric_limits<std::size_t>::max(), "FILE is missing", ""},
     {"compare", Command::Compare, 2, 2, "it takes two files, A and B", "two files"},
     {"describe", Command::Describe, 0, 0, "", "no argument"},
     {"help", Command::Help, 0, 1, "", "at most one EFFECT"},
@@ -161,6 +163,7 @@ CommandLine ReadCommandLine(int argc, char** argv) {
         line.command = Command::Version;
     } else {
         ChooseCommand(line);
+        if (line.json && line.command != Command::Info) throw UsageError("--json: only 'zor info' knows it");
     }
     return line;
 }

@@ -12,10 +12,11 @@ enum class Command { Process, Info, Compare, Describe, Help, Version };
 struct CommandLine {
     Command command = Command::Process;
     std::vector<std::string>
-        words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE; Compare: A B; Help: nothing or EFFECT
+        words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE...; Compare: A B; Help: nothing or EFFECT
     WriteOptions write;
     const Codec* format = nullptr;  // of OUTPUT; null: what its suffix names
     StorageOptions storage;
+    bool json = false;  // Info
     bool quiet = false;
 };
 

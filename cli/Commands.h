@@ -1,6 +1,9 @@
 #pragma once
 // The commands of the program. Each throws a RunError or UsageError when it cannot be done.
 
+#include <string>
+#include <vector>
+
 #include "CommandLine.h"
 
 class Notes;
@@ -8,8 +11,9 @@ class Notes;
 // Reads INPUT, runs the effects and writes OUTPUT.
 void Process(const CommandLine& line, Notes& notes);
 
-// Prints what a file holds.
-void PrintInfo(const std::string& path, Notes& notes);
+// Prints what each file holds, for people or, as JSON, for programs. A file that cannot be read is told of as an error,
+// and the rest goes on; whether all could be read.
+bool PrintInfo(const std::vector<std::string>& paths, bool json, Notes& notes);
 
 // Prints how two pictures differ; whether they are equal, in size, kind and every pixel.
 bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Notes& notes);

@@ -39,7 +39,7 @@ std::string GeneralHelp() {
     return "Usage:\n"
            "  zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...\n"
            "                       read a picture, work on it, write it; effects run in the order given\n"
-           "  zor info FILE        what a picture file holds\n"
+           "  zor info FILE...     what picture files hold\n"
            "  zor compare A B      how much two pictures differ\n"
            "  zor describe         the classes of the engine with all their members\n"
            "  zor help [EFFECT]    this text, or all about one effect\n"

@@ -1,13 +1,41 @@
-#include <cinttypes>
+#include "Info.h"
+
 #include <cstdio>
+#include <limits>
+#include <new>
 
 #include "Commands.h"
 #include "Errors.h"
+#include "Load.h"
+#include "Notes.h"
 #include "codecs/IccProfile.h"
-#include "codecs/Picture.h"
-#include "files/InputFile.h"
 
 namespace {
+
+constexpr double kMillimetresOfInch = 25.4;
+
+std::string Formatted(const char* format, double value) {
+    char text[64];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+std::string SizeText(const PictureHeader& header) {
+    std::string text = std::to_string(header.width) + " x " + std::to_string(header.height) + " pixels";
+    const double mega = static_cast<double>(header.width) * static_cast<double>(header.height) / 1e6;
+    if (mega >= 0.1) text += Formatted(mega >= 100 ? " (%.0f megapixels)" : " (%.1f megapixels)", mega);
+    return text;
+}
+
+std::string BytesText(std::int64_t bytes) {
+    static constexpr const char* kUnits[] = {" (%.1f KiB)", " (%.1f MiB)", " (%.1f GiB)", " (%.1f TiB)"};
+    std::string text = std::to_string(bytes) + " bytes";
+    if (bytes < 1024) return text;
+    double value = static_cast<double>(bytes) / 1024;
+    std::size_t unit = 0;
+    for (; value >= 1024 && unit < 3; ++unit) value /= 1024;
+    return text + Formatted(kUnits[unit], value);
+}
 
 std::string ProfileText(const ColourTags& colour) {
     if (!colour.profile.empty()) {
@@ -17,53 +45,133 @@ std::string ProfileText(const ColourTags& colour) {
     }
     if (colour.srgbIntent) return "none; marked as sRGB";
     if (!colour.gamma) return "none";
-    char text[48];
-    std::snprintf(text, sizeof text, "none; gamma 1/%.4g", 100000.0 / *colour.gamma);
-    return text;
+    return Formatted("none; gamma 1/%.4g", 100000.0 / *colour.gamma);
 }
 
 std::string ResolutionText(const Resolution& resolution) {
-    const char* unit = "";
+    const std::string numbers = std::to_string(resolution.x) + " x " + std::to_string(resolution.y) + " ";
     switch (resolution.unit) {
         case Resolution::Unit::Unknown:
-            return "not given";
+            break;
         case Resolution::Unit::Aspect:
-            unit = "(shape of a pixel)";
-            break;
+            return numbers + "(shape of a pixel)";
         case Resolution::Unit::Inch:
-            unit = "pixels per inch";
-            break;
+            return numbers + "pixels per inch";
         case Resolution::Unit::Centimetre:
-            unit = "pixels per centimetre";
-            break;
+            return numbers + "pixels per centimetre";
         case Resolution::Unit::Metre: {
             const Resolution inch = InUnit(resolution, Resolution::Unit::Inch);
-            return std::to_string(resolution.x) + " x " + std::to_string(resolution.y) + " pixels per metre (" +
-                   std::to_string(inch.x) + " x " + std::to_string(inch.y) + " per inch)";
+            return numbers + "pixels per metre (" + std::to_string(inch.x) + " x " + std::to_string(inch.y) +
+                   " per inch)";
         }
     }
-    return std::to_string(resolution.x) + " x " + std::to_string(resolution.y) + " " + unit;
+    return "not given";
+}
+
+std::string PrintedText(const PrintedSize& size) {
+    return Formatted("%.1f x ", size.width) + Formatted("%.1f mm", size.height) +
+           Formatted(" (%.2f x ", size.width / kMillimetresOfInch) +
+           Formatted("%.2f inches)", size.height / kMillimetresOfInch);
+}
+
+const char* OrientationText(int orientation) {
+    static constexpr const char* kTexts[] = {"as stored",
+                                             "mirrored left to right",
+                                             "turned by 180 degrees",
+                                             "mirrored top to bottom",
+                                             "turned right by 90 degrees and mirrored left to right",
+                                             "turned right by 90 degrees",
+                                             "turned left by 90 degrees and mirrored left to right",
+                                             "turned left by 90 degrees"};
+    return kTexts[orientation - 1];
+}
+
+std::string InfoAsText(const PictureInfo& info) {
+    const PictureHeader& header = info.header;
+    std::string text = (info.path == "-" ? "standard input" : info.path) + "\n";
+    const auto add = [&text](const char* label, const std::string& value) {
+        text += "  " + std::string(label) + std::string(13 - std::string(label).size(), ' ') + value + "\n";
+    };
+    add("format", info.format);
+    add("size", SizeText(header));
+    add("pixels", std::string(Describe(header.kind).name) + ", " + std::to_string(header.bitDepth) +
+                      (header.bitDepth == 1 ? " bit" : " bits") + " a channel" +
+                      (header.storage.empty() ? "" : " (" + header.storage + ")"));
+    if (header.quality != 0) add("quality", "about " + std::to_string(header.quality));
+    if (header.frames > 1) add("pictures", std::to_string(header.frames) + ", of which the first is read");
+    add("profile", ProfileText(header.colour));
+    add("resolution", ResolutionText(header.resolution));
+    if (const PrintedSize printed = PrintedSizeOf(header); printed.width > 0) add("printed", PrintedText(printed));
+    if (header.orientation != 1)
+        add("orientation", std::to_string(header.orientation) + ", shown " + OrientationText(header.orientation));
+    if (info.fileBytes >= 0) add("file size", BytesText(info.fileBytes));
+    add("in memory", BytesText(info.memoryBytes));
+    return text;
+}
+
+// Rows of images start at multiples of 64 bytes. Sizes beyond every number, which a file can claim, are the largest.
+std::int64_t MemoryOf(const PictureHeader& header) {
+    const std::int64_t rowBytes = (header.width * Describe(header.kind).channels + 63) / 64 * 64;
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    return header.height > kMost / rowBytes ? kMost : rowBytes * header.height;
+}
+
+PictureInfo Inspect(const std::string& path, Notes& notes) {
+    PictureInfo info;
+    info.path = path;
+    try {
+        InputFile file(path);
+        const Codec* codec = CodecOfContent(file);
+        if (codec == nullptr) FailUnknownContent(file);
+        info.header = codec->open(file, notes)->Header();
+        info.format = codec->name;
+        info.fileBytes = file.Size();
+        info.memoryBytes = MemoryOf(info.header);
+    } catch (const RunError& error) {
+        info.error = error.what();
+    } catch (const std::bad_alloc&) {
+        info.error = path + ": not enough memory";
+    }
+    return info;
 }
 
 }  // namespace
 
-void PrintInfo(const std::string& path, Notes& notes) {
-    InputFile file(path);
-    const Codec* codec = CodecOfContent(file);
-    if (codec == nullptr) FailUnknownContent(file);
-    const PictureHeader header = codec->open(file, notes)->Header();
-    const PixelKindRow& kind = Describe(header.kind);
-    std::string text = path + "\n";
-    const auto add = [&text](const char* label, const std::string& value) {
-        text += "  " + std::string(label) + std::string(12 - std::string(label).size(), ' ') + value + "\n";
-    };
-    add("format", codec->name);
-    add("size", std::to_string(header.width) + " x " + std::to_string(header.height) + " pixels");
-    add("pixels", std::string(kind.name) + ", " + std::to_string(header.bitDepth) + " bits a channel" +
-                      (header.storage.empty() ? "" : " (" + header.storage + ")"));
-    add("profile", ProfileText(header.colour));
-    add("resolution", ResolutionText(header.resolution));
-    if (header.orientation != 1) add("orientation", std::to_string(header.orientation));
-    if (file.Size() >= 0) add("file size", std::to_string(file.Size()) + " bytes");
-    PrintText(text);
+PrintedSize PrintedSizeOf(const PictureHeader& header) {
+    double unit = 0;
+    switch (header.resolution.unit) {
+        case Resolution::Unit::Inch:
+            unit = kMillimetresOfInch;
+            break;
+        case Resolution::Unit::Centimetre:
+            unit = 10;
+            break;
+        case Resolution::Unit::Metre:
+            unit = 1000;
+            break;
+        default:
+            return {};
+    }
+    if (header.resolution.x == 0 || header.resolution.y == 0) return {};
+    return {static_cast<double>(header.width) / header.resolution.x * unit,
+            static_cast<double>(header.height) / header.resolution.y * unit};
+}
+
+bool PrintInfo(const std::vector<std::string>& paths, bool json, Notes& notes) {
+    bool good = true;
+    bool printed = false;
+    std::vector<PictureInfo> infos;
+    for (const std::string& path : paths) {
+        PictureInfo info = Inspect(path, notes);
+        if (!info.error.empty()) {
+            PrintLine(info.error);
+            good = false;
+        } else if (!json) {
+            PrintText((printed ? "\n" : "") + InfoAsText(info));
+            printed = true;
+        }
+        if (json) infos.push_back(std::move(info));
+    }
+    if (json) PrintText(InfoAsJson(infos));
+    return good;
 }

@@ -29,8 +29,7 @@ ExitCode Run(const CommandLine& line) {
             Process(line, notes);
             break;
         case Command::Info:
-            PrintInfo(line.words[0], notes);
-            break;
+            return PrintInfo(line.words, line.json, notes) ? kDone : kFailed;
         case Command::Compare:
             return Compare(line.words[0], line.words[1], line.quiet, notes) ? kDone : kDifferent;
         case Command::Describe:

@@ -60,6 +60,47 @@ void WatchScans(j_common_ptr common) {
     if (watch->tick != nullptr) (*watch->tick)(0, 0);
 }
 
+// The quality at which libjpeg makes a table nearest to this one, 1 to 100; 0: there was no memory for that.
+int EstimateQuality(const JQUANT_TBL& table) {
+    JpegErrors errors{};
+    SetUpJpegErrors(&errors);
+    jpeg_compress_struct model{};
+    model.err = &errors.base;
+    int best = 0;
+    const auto search = [&] {
+        jpeg_create_compress(&model);
+        int least = -1;
+        for (int quality = 100; quality >= 1 && least != 0; --quality) {
+            jpeg_set_quality(&model, quality, TRUE);
+            int distance = 0;
+            for (int i = 0; i < DCTSIZE2; ++i)
+                distance += std::abs(int{model.quant_tbl_ptrs[0]->quantval[i]} - int{table.quantval[i]});
+            if (least >= 0 && distance >= least) continue;
+            least = distance;
+            best = quality;
+        }
+    };
+    GuardedJpeg(&errors, search, [&best] { best = 0; });
+    jpeg_destroy_compress(&model);
+    return best;
+}
+
+// How much less colour than brightness there is, as people write it: " 4:2:0"; empty for unusual factors.
+std::string Subsampling(const jpeg_decompress_struct& jpeg) {
+    struct Row {
+        int across, down;
+        const char* text;
+    };
+    static constexpr Row kRows[] = {
+        {1, 1, " 4:4:4"}, {2, 1, " 4:2:2"}, {2, 2, " 4:2:0"}, {1, 2, " 4:4:0"}, {4, 1, " 4:1:1"}};
+    const jpeg_component_info* parts = jpeg.comp_info;
+    for (const int i : {1, 2})
+        if (parts[i].h_samp_factor != 1 || parts[i].v_samp_factor != 1) return {};
+    for (const Row& row : kRows)
+        if (parts[0].h_samp_factor == row.across && parts[0].v_samp_factor == row.down) return row.text;
+    return {};
+}
+
 class JpegReader : public PictureReader {
 public:
     JpegReader(InputFile& file, Notes& notes) : file_(file), notes_(notes) {
@@ -122,6 +163,8 @@ void JpegReader::ReadHeader() {
     header_.height = jpeg_.image_height;
     header_.bitDepth = jpeg_.data_precision;
     ChooseKind();
+    if (const JQUANT_TBL* table = jpeg_.quant_tbl_ptrs[jpeg_.comp_info[0].quant_tbl_no]; table != nullptr)
+        header_.quality = EstimateQuality(*table);
     if (jpeg_.progressive_mode) header_.storage += ", progressive";
     ReadProfile();
     ReadResolution();
@@ -137,7 +180,7 @@ void JpegReader::ChooseKind() {
         case JCS_YCbCr:
         case JCS_RGB:
             header_.kind = PixelKind::RGB;
-            header_.storage = jpeg_.jpeg_color_space == JCS_RGB ? "RGB" : "YCbCr";
+            header_.storage = jpeg_.jpeg_color_space == JCS_RGB ? "RGB" : "YCbCr" + Subsampling(jpeg_);
             jpeg_.out_color_space = JCS_RGB;
             break;
         case JCS_CMYK:

@@ -43,6 +43,8 @@ struct PictureHeader {
     std::string storage;              // how the file holds its pixels, for people: "palette, interlaced"
     ColourTags colour;
     Resolution resolution;
+    int quality = 0;      // of JPEG, 1 to 100, as its tables suggest; 0: not known
+    int frames = 1;       // pictures in the file, of which the first is read
     int orientation = 1;  // 1 to 8 as cameras tell it; 1: rows run from the top, columns from the left
 };
 

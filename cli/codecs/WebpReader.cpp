@@ -122,7 +122,7 @@ void WebpReader::ReadFrame() {
     const bool covers = frame_.width == header_.width && frame_.height == header_.height;
     header_.kind = frame_.has_alpha != 0 || !covers ? PixelKind::RGBA : PixelKind::RGB;
     header_.storage = features.format == 2 ? "lossless" : "lossy";
-    if (frame_.num_frames > 1) header_.storage += ", " + std::to_string(frame_.num_frames) + " frames";
+    header_.frames = frame_.num_frames;
 }
 
 std::vector<std::uint8_t> WebpReader::Chunk(const char* name) const {
@@ -158,9 +158,9 @@ void WebpReader::CopyRows(Raster& image, const DecodedRows& rows, int first, int
 }
 
 void WebpReader::ReadRows(Raster& image, const RowTick& tick) {
-    if (frame_.num_frames > 1)
+    if (header_.frames > 1)
         notes_.Say(file_.Path(),
-                   "an animation of " + std::to_string(frame_.num_frames) + " frames, of which the first is taken");
+                   "an animation of " + std::to_string(header_.frames) + " frames, of which the first is taken");
     WebPDecoderConfig config{};
     WebPInitDecoderConfig(&config);
     const std::size_t rowBytes =
