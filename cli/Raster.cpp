@@ -15,10 +15,6 @@ constexpr int kYieldTicks = 6;  // sixtieths of a second between two turns that 
     throw RunError("not enough addresses for a window on an image in " + ScratchDirectory());
 }
 
-std::size_t RowBytes(const ImageShape& shape) {
-    return static_cast<std::size_t>(shape.width) * static_cast<std::size_t>(Describe(shape.kind).channels);
-}
-
 }  // namespace
 
 void CheckWindow(const zorhost::Object& image) {
@@ -56,7 +52,7 @@ std::uint8_t* Raster::MappedRow(int y) {
 }
 
 void Raster::WidenWindow(std::int64_t rows) {
-    constexpr std::int64_t kWidest = std::int64_t{1} << 27;
+    constexpr std::int64_t kWidest = std::int64_t{64} << 20;
     if (pixels_ != nullptr) return;
     const std::int64_t wish = std::min(std::min<std::int64_t>(rows, shape_.height) * rowBytes_, kWidest);
     if (wish <= image_.Get("MappingBlockSize").AsInt()) return;
@@ -66,12 +62,14 @@ void Raster::WidenWindow(std::int64_t rows) {
 
 Raster Raster::Part(int x, int y, int width, int height) {
     Raster part({width, height, shape_.kind});
-    const std::size_t left = static_cast<std::size_t>(x) * static_cast<std::size_t>(Describe(shape_.kind).channels);
-    for (int i = 0; i < height; ++i) std::memcpy(part.Row(i), Row(y + i) + left, RowBytes(part.shape_));
+    CopyArea(*this, x, y, width, height, &part, 0, 0);
     return part;
 }
 
-void Raster::Put(Raster& part, int x, int y) {
-    const std::size_t left = static_cast<std::size_t>(x) * static_cast<std::size_t>(Describe(shape_.kind).channels);
-    for (int i = 0; i < part.shape_.height; ++i) std::memcpy(Row(y + i) + left, part.Row(i), RowBytes(part.shape_));
+void Raster::CopyArea(Raster& from, int x, int y, int width, int height, Raster* to, int toX, int toY) {
+    const auto bytes = [channels = Describe(from.shape_.kind).channels](int pixels) {
+        return static_cast<std::size_t>(pixels) * static_cast<std::size_t>(channels);
+    };
+    for (int i = 0; i < height; ++i)
+        std::memcpy(to->Row(toY + i) + bytes(toX), from.Row(y + i) + bytes(x), bytes(width));
 }

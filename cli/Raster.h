@@ -34,21 +34,24 @@ public:
     // file-backed image finds no addresses for its window; from top to bottom the window moves seldom.
     [[nodiscard]] std::uint8_t* Row(int y) { return pixels_ != nullptr ? pixels_ + y * rowBytes_ : MappedRow(y); }
 
-    // For what needs this many rows at the same time, or jumps among them: where the image is file-backed, its window
-    // holds as many from now on, and so do those of views made later. At most an eighth of a gibibyte.
+    // For what jumps among so many rows: where the image is file-backed, its window holds them all from now on, and so
+    // do those of views made later; but no more than 64 MiB.
     void WidenWindow(std::int64_t rows);
 
     // A new image that holds a rectangle of this one.
     [[nodiscard]] Raster Part(int x, int y, int width, int height);
 
-    // Puts a whole image of the same kind there. It lies on this one.
-    void Put(Raster& part, int x, int y);
+    // Puts a whole image of the same kind there. It must lie within this one.
+    void Put(Raster& part, int x, int y) { CopyArea(part, 0, 0, part.shape_.width, part.shape_.height, this, x, y); }
 
     // One channel of the image as a gray image over the same pixels, by the engine's name: "RedChannel".
     [[nodiscard]] zorhost::Object View(const char* name) const { return ViewOf(image_, name); }
 
     // The PictureZOR object.
     [[nodiscard]] const zorhost::Object& Image() const { return image_; }
+
+    // Copies a rectangle from one image to a place on another of the same kind; it must lie within both.
+    static void CopyArea(Raster& from, int x, int y, int width, int height, Raster* to, int toX, int toY);
 
 private:
     void FindRows();

@@ -18,6 +18,7 @@ void RunOil(Raster* image, const ImageShape&, const Arguments& arguments) {
 
 // The engine draws from the C library's generator. Each ink starts it anew, so that all of them move alike.
 void RunDiffuse(Raster* image, const ImageShape&, const Arguments& arguments) {
+    image->WidenWindow(2 * std::int64_t{arguments.Integer("level")} + 8);
     RunFilter(image, "diffuse", FilterPart::Channels, [&](const Object& source, const Object& target, const char*) {
         std::srand(static_cast<unsigned>(arguments.Integer("seed")));
         return source.Call("DiffuseFilter", target, arguments.Integer("level")).AsObject();

@@ -10,8 +10,6 @@
 
 namespace {
 
-using zorhost::Object;
-
 // What of the file is to be pasted, and where.
 struct Pasting {
     PixelArea part;  // of the file
@@ -42,20 +40,17 @@ ImageShape PlanPaste(const ImageShape& source, const Arguments& arguments) {
     return source;
 }
 
-// Both images are met through views of the common rectangle, so that the engine's copy of whole pixels, which runs on
-// to the right by as much as it starts from the left, starts at the left edge.
 void RunPaste(Raster* image, const ImageShape& shape, const Arguments& arguments) {
-    const Raster loaded = LoadWhole(arguments.Text("file"));
+    Raster loaded = LoadWhole(arguments.Text("file"));
     const Pasting pasting = PlanPasting(shape, loaded.Shape(), arguments);
     const Meeting& meeting = pasting.meeting;
-    const bool oneChannel = arguments.Given("channel");
-    const Raster file = Converted(loaded, oneChannel ? PixelKind::Gray : shape.kind, "paste");
-    const Object whole =
-        oneChannel ? image->View(ChannelView("paste", shape.kind, arguments.Choice("channel"))) : image->Image();
-    CopyAll(ViewOf(whole, "ClipImage", meeting.x, meeting.y, meeting.width, meeting.height),
-            ViewOf(file.Image(), "ClipImage", pasting.part.x + meeting.fileX, pasting.part.y + meeting.fileY,
-                   meeting.width, meeting.height),
-            "paste");
+    const int fileX = pasting.part.x + meeting.fileX, fileY = pasting.part.y + meeting.fileY;
+    Raster file = Converted(loaded.Part(fileX, fileY, meeting.width, meeting.height),
+                            arguments.Given("channel") ? PixelKind::Gray : shape.kind, "paste");
+    if (!arguments.Given("channel")) return image->Put(file, meeting.x, meeting.y);
+    const char* view = ChannelView("paste", shape.kind, arguments.Choice("channel"));
+    WorkOnArea(image, {meeting.x, meeting.y, meeting.width, meeting.height},
+               [&](Raster* part) { CopyAll(part->View(view), file.Image(), "paste"); });
 }
 
 ImageShape PlanCanvas(const ImageShape& source, const Arguments& arguments) {
@@ -87,8 +82,8 @@ void RunCanvas(Raster* image, const ImageShape& result, const Arguments& argumen
     Raster canvas(result);
     if (arguments.Given("background")) FillCanvas(canvas, arguments.Colour("background"));
     const Meeting meeting = Meet(result, image->Shape(), arguments.Area("at"));
-    CopyAll(ViewOf(canvas.Image(), "ClipImage", meeting.x, meeting.y, meeting.width, meeting.height),
-            ViewOf(image->Image(), "ClipImage", meeting.fileX, meeting.fileY, meeting.width, meeting.height), "canvas");
+    Raster::CopyArea(*image, meeting.fileX, meeting.fileY, meeting.width, meeting.height, &canvas, meeting.x,
+                     meeting.y);
     *image = std::move(canvas);
 }
 

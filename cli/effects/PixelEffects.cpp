@@ -67,11 +67,9 @@ ImageShape PlanCrop(const ImageShape& source, const Arguments& arguments) {
     return {area.width, area.height, source.kind};
 }
 
-void RunCrop(Raster* image, const ImageShape& result, const Arguments& arguments) {
+void RunCrop(Raster* image, const ImageShape&, const Arguments& arguments) {
     const PixelArea area = AreaOf("crop", image->Shape(), arguments);
-    Raster target(result);
-    CopyAll(target.Image(), ViewOf(image->Image(), "ClipImage", area.x, area.y, area.width, area.height), "crop");
-    *image = std::move(target);
+    *image = image->Part(area.x, area.y, area.width, area.height);
 }
 
 // Gray channels that take a number, for CMYK, which the engine has no colours for.
@@ -101,15 +99,14 @@ ImageShape PlanRandom(const ImageShape& source, const Arguments& arguments) {
     return source;
 }
 
-// The engine's random fill ends by the width alone, so that it is to start at the left edge of what it is given: of a
-// view of the area.
+// The engine's random fill ends by the width alone, so that it is to start at the left edge of what it is given.
 void RunRandom(Raster* image, const ImageShape& shape, const Arguments& arguments) {
-    const PixelArea area = AreaOf("random", shape, arguments);
-    zorhost::Object part = ViewOf(image->Image(), "ClipImage", area.x, area.y, area.width, area.height);
-    if (!arguments.Given("alpha") && Describe(shape.kind).hasAlpha)
-        part = ViewOf(part, shape.kind == PixelKind::RGBA ? "RGBChannels" : "GrayChannel");
-    std::srand(static_cast<unsigned>(arguments.Integer("seed")));
-    part.Call("FillRectRandom");
+    WorkOnArea(image, AreaOf("random", shape, arguments), [&](Raster* part) {
+        const bool whole = arguments.Given("alpha") || !Describe(shape.kind).hasAlpha;
+        std::srand(static_cast<unsigned>(arguments.Integer("seed")));
+        (whole ? part->Image() : part->View(shape.kind == PixelKind::RGBA ? "RGBChannels" : "GrayChannel"))
+            .Call("FillRectRandom");
+    });
 }
 
 }  // namespace
@@ -121,6 +118,14 @@ PixelArea AreaOf(const char* effect, const ImageShape& source, const Arguments& 
         throw RunError(std::string(effect) + ": the area lies beside the picture of " + std::to_string(source.width) +
                        " x " + std::to_string(source.height) + " pixels");
     return area;
+}
+
+void WorkOnArea(Raster* image, const PixelArea& area, const std::function<void(Raster* part)>& work) {
+    const ImageShape& shape = image->Shape();
+    if (area.width == shape.width && area.height == shape.height) return work(image);
+    Raster part = image->Part(area.x, area.y, area.width, area.height);
+    work(&part);
+    image->Put(part, area.x, area.y);
 }
 
 ArgumentRow AreaRow() {

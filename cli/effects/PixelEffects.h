@@ -1,6 +1,8 @@
 #pragma once
 // Effects on the pixels of an area: filled, cleared, inverted, cut out.
 
+#include <functional>
+
 #include "effects/Effects.h"
 
 std::vector<EffectRow> PixelEffects();
@@ -18,3 +20,6 @@ PixelArea CutToPicture(const AreaRequest& area, int width, int height);
 // RunError, which `effect` begins, when nothing of it lies on the picture.
 PixelArea AreaOf(const char* effect, const ImageShape& source, const Arguments& arguments);
 ArgumentRow AreaRow();
+
+// Does work that knows whole images only on a part: on a copy of it, which is put back.
+void WorkOnArea(Raster* image, const PixelArea& area, const std::function<void(Raster* part)>& work);

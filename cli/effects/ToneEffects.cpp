@@ -106,11 +106,12 @@ void RunAutoLevel(Raster* image, const ImageShape& shape, const Arguments& argum
             throw RunError("autolevel: the picture cannot be levelled");
         return;
     }
-    const Object part = ViewOf(image->View("GrayChannel"), "ClipImage", area.x, area.y, area.width, area.height);
-    const Raster colour({area.width, area.height, PixelKind::RGB});
-    CopyAll(colour.Image(), part, "autolevel");
-    if (!colour.Image().Call("AutoLevel").AsBool()) throw RunError("autolevel: the picture cannot be levelled");
-    CopyAll(part, colour.View("RedChannel"), "autolevel");
+    WorkOnArea(image, area, [](Raster* part) {
+        const Raster colour({part->Shape().width, part->Shape().height, PixelKind::RGB});
+        CopyAll(colour.Image(), part->View("GrayChannel"), "autolevel");
+        if (!colour.Image().Call("AutoLevel").AsBool()) throw RunError("autolevel: the picture cannot be levelled");
+        CopyAll(part->View("GrayChannel"), colour.View("RedChannel"), "autolevel");
+    });
 }
 
 struct Matrix {
