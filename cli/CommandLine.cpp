@@ -48,7 +48,7 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
         ->type_name("N")
         ->check(range(1, 100));
     app.add_option("--compression", line.write.compression,
-                   "Effort for PNG and lossless WebP files, 0 (fast) to 9 (small); 6 unless given")
+                   "Effort for PNG, TIFF and lossless WebP files, 0 (fast) to 9 (small); 6 unless given")
         ->type_name("N")
         ->check(range(0, 9));
     app.add_option_function<std::string>(
@@ -69,6 +69,8 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
         ->type_name("DIR");
     app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
     app.add_flag("--json", line.json, "What info tells as JSON, for programs");
+    app.add_flag("--no-orientation", line.ignoreOrientation,
+                 "Take pictures as they are stored, not turned the way that the camera tells");
     app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
     app.add_flag("-h,--help", flags.help, "This text");
     app.add_flag("--version", flags.version, "The version");

@@ -67,10 +67,8 @@ bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Not
         PrintText(mismatch);
         return false;
     }
-    Raster a(shape);
-    Raster b(shape);
-    readerA->ReadRows(a, tick);
-    readerB->ReadRows(b, tick);
+    Raster a = ReadPicture(*readerA, tick);
+    Raster b = ReadPicture(*readerB, tick);
 
     progress.Begin("compare");
     const int channels = Describe(shape.kind).channels;

@@ -12,8 +12,12 @@
 // Reads the header; a RunError when the file is no picture of a known format, or is damaged.
 std::unique_ptr<PictureReader> OpenPicture(InputFile& file, Notes& notes);
 
-// The shape of the image that the file makes, checked against what memory holds; a RunError when it does not fit.
+// The shape of the image that the file makes once it is turned to its orientation, checked against what memory holds; a
+// RunError when it does not fit.
 ImageShape ShapeOf(const InputFile& file, const PictureHeader& header);
 
-// The whole file. A RunError as of the two above, and for damaged pixels.
+// The pixels behind the header, turned to their orientation. ShapeOf comes before it. A RunError for damaged pixels.
+Raster ReadPicture(PictureReader& reader, const RowTick& tick);
+
+// The whole file. A RunError as of the three above.
 Raster LoadPicture(const std::string& path, Notes& notes, const RowTick& tick);

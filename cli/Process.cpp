@@ -5,6 +5,7 @@
 #include "Errors.h"
 #include "Load.h"
 #include "Notes.h"
+#include "Orientation.h"
 #include "Progress.h"
 #include "Raster.h"
 #include "Storage.h"
@@ -65,20 +66,20 @@ void Process(const CommandLine& line, Notes& notes) {
 
     InputFile input(line.words[0]);
     const std::unique_ptr<PictureReader> reader = OpenPicture(input, notes);
-    const PictureHeader& header = reader->Header();
-    const ImageShape shape = ShapeOf(input, header);
+    const ImageShape shape = ShapeOf(input, reader->Header());
+    const int orientation = HeededOrientation(reader->Header());
+    const PictureHeader header = OrientedTags(reader->Header(), orientation);
     const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
     CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), header, notes);
-    if (header.orientation != 1)
-        notes.Say(input.Path(),
-                  "the camera's orientation (" + std::to_string(header.orientation) + ") is neither applied nor kept");
+    if (reader->Header().orientation != orientation)
+        notes.Say(input.Path(), "the orientation (" + std::to_string(reader->Header().orientation) +
+                                    ") is neither applied nor kept");
     OutputFile output(line.words[1]);
 
     Progress progress(line.quiet);
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
     progress.Begin("reading");
-    Raster image(shape);
-    reader->ReadRows(image, tick);
+    Raster image = ReadPicture(*reader, tick);
 
     SetEngineTick([&progress] { progress.Step(0, 0); });
     for (std::size_t i = 0; i < calls.size(); ++i) {

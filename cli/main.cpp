@@ -7,6 +7,7 @@
 #include "Errors.h"
 #include "Help.h"
 #include "Notes.h"
+#include "Orientation.h"
 #include "Storage.h"
 #include "files/Cleanup.h"
 #include "host/Version.h"
@@ -24,6 +25,7 @@ enum ExitCode {
 ExitCode Run(const CommandLine& line) {
     Notes notes(line.quiet);
     SetStorage(line.storage);
+    SetOrientationHeeded(!line.ignoreOrientation);
     switch (line.command) {
         case Command::Process:
             Process(line, notes);
