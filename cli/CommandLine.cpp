@@ -2,8 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <cctype>
-#include <limits>
 
+#include "CommandTable.h"
 #include "Errors.h"
 #include "Suggest.h"
 
@@ -11,6 +11,7 @@ namespace {
 
 struct Flags {
     bool help = false;
+    bool manual = false;
     bool version = false;
 };
 
@@ -33,6 +34,7 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
             "");
     };
     app.set_help_flag();
+    app.option_defaults()->group("The result");
     app.add_option_function<std::string>(
            "--format", [&line](const std::string& name) { line.format = CodecOfName(name); },
            "Format of OUTPUT whatever its suffix: " + Listed(WritableNames()))
@@ -51,6 +53,8 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
                    "Effort for PNG, TIFF and lossless WebP files, 0 (fast) to 9 (small); 6 unless given")
         ->type_name("N")
         ->check(range(0, 9));
+    app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
+    app.option_defaults()->group("Memory");
     app.add_option_function<std::string>(
            "--memory",
            [&line](const std::string& text) {
@@ -67,19 +71,27 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
            },
            "Where images go that are larger than a quarter of that; $TMPDIR or /var/tmp unless given")
         ->type_name("DIR");
-    app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
+    app.option_defaults()->group("Many files");
+    app.add_option("--each", line.each, "Work on many files; names the results, see 'zor help each'")
+        ->type_name("PATTERN")
+        ->check(CLI::Validator(
+            [](const std::string& text) { return text.empty() ? "the pattern is empty" : std::string(); }, ""));
+    app.add_option("--jobs", line.jobs, "Files at a time, each in a process; one for each processor unless given")
+        ->type_name("N")
+        ->check(range(1, 256));
+    app.option_defaults()->group("General");
     app.add_flag("--json", line.json, "What info tells as JSON, for programs");
     app.add_flag("--no-orientation", line.ignoreOrientation,
                  "Take pictures as they are stored, not turned the way that the camera tells");
     app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
     app.add_flag("-h,--help", flags.help, "This text");
     app.add_flag("--version", flags.version, "The version");
+    app.add_flag("--man", flags.manual, "The manual page")->group("");
 }
 
-std::vector<std::string> OptionNames(const CLI::App& app) {
+std::vector<std::string> OptionNames() {
     std::vector<std::string> names;
-    for (const CLI::Option* option : app.get_options())
-        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    for (const OptionRow& row : OptionRows()) names.push_back(row.longName);
     return names;
 }
 
@@ -91,8 +103,13 @@ bool LooksLikeOption(const std::string& word) {
 
 // What is no option: files, effects and their arguments. Options may stand anywhere before a "--"; behind it every word
 // is taken as it is.
-std::vector<std::string> PlainWords(const CLI::App& app) {
+struct PlainWords {
     std::vector<std::string> words;
+    std::size_t beforeDashes = 0;  // how many of them stand before the "--"
+};
+
+PlainWords TakePlainWords(const CLI::App& app) {
+    PlainWords plain;
     bool optionsOver = false;
     for (const std::string& word : app.remaining()) {
         if (!optionsOver && word == "--") {
@@ -101,47 +118,43 @@ std::vector<std::string> PlainWords(const CLI::App& app) {
         }
         if (!optionsOver && LooksLikeOption(word)) {
             const std::string name = word.substr(0, word.find('='));
-            throw UsageError("unknown option '" + name + "'" + Suggestion(name, OptionNames(app)) +
+            throw UsageError("unknown option '" + name + "'" + Suggestion(name, OptionNames()) +
                              "; 'zor --help' lists the options");
         }
-        words.push_back(word);
+        plain.words.push_back(word);
+        if (!optionsOver) ++plain.beforeDashes;
     }
-    return words;
+    return plain;
 }
 
-// The commands that are called by a word; anything else in its place is INPUT.
-struct CommandRow {
-    const char* word;
-    Command command;
-    std::size_t least, most;  // words behind it
-    const char* missing;      // what is not there when they are too few
-    const char* takes;
-};
-
-constexpr CommandRow kCommands[] = {
-    {"info", Command::Info, 1, std::numeric_limits<std::size_t>::max(), "FILE is missing", ""},
-    {"compare", Command::Compare, 2, 2, "it takes two files, A and B", "two files"},
-    {"describe", Command::Describe, 0, 0, "", "no argument"},
-    {"help", Command::Help, 0, 1, "", "at most one EFFECT"},
-};
+const char* UsageOf(Command command) {
+    for (const CommandRow& row : Commands())
+        if (row.command == command) return row.usage;
+    return "";
+}
 
 void ChooseCommand(CommandLine& line) {
     std::vector<std::string>& words = line.words;
-    if (words.empty())
-        throw UsageError("INPUT is missing; usage: zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...");
+    if (words.empty()) throw UsageError(std::string("INPUT is missing; usage: ") + UsageOf(Command::Process));
     const std::string first = words[0];
-    for (const CommandRow& row : kCommands) {
-        if (first != row.word) continue;
-        line.command = row.command;
+    if (const CommandRow* row = FindCommand(first)) {
+        line.command = row->command;
         words.erase(words.begin());
-        if (words.size() < row.least) throw UsageError(first + ": " + row.missing);
-        if (words.size() > row.most)
-            throw UsageError(first + ": unexpected '" + words[row.most] + "'; it takes " + row.takes);
+        if (words.size() < row->least) throw UsageError(first + ": " + row->missing);
+        if (words.size() > row->most)
+            throw UsageError(first + ": unexpected '" + words[row->most] + "'; it takes " + row->takes);
         return;
     }
     if (words.size() < 2)
-        throw UsageError("OUTPUT is missing behind '" + first +
-                         "'; usage: zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...");
+        throw UsageError("OUTPUT is missing behind '" + first + "'; usage: " + UsageOf(Command::Process));
+}
+
+void ChooseFiles(CommandLine& line, const PlainWords& plain) {
+    const auto middle = plain.words.begin() + static_cast<std::ptrdiff_t>(plain.beforeDashes);
+    line.command = Command::Each;
+    line.files.assign(plain.words.begin(), middle);
+    line.words.assign(middle, plain.words.end());
+    if (line.files.empty()) throw UsageError(std::string("--each: FILE is missing; usage: ") + UsageOf(Command::Each));
 }
 
 }  // namespace
@@ -157,31 +170,37 @@ CommandLine ReadCommandLine(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
-    line.words = PlainWords(app);
+    const PlainWords plain = TakePlainWords(app);
+    line.words = plain.words;
     if (flags.help) {
         line.command = Command::Help;
         line.words.clear();
+    } else if (flags.manual) {
+        line.command = Command::Manual;
     } else if (flags.version) {
         line.command = Command::Version;
+    } else if (!line.each.empty()) {
+        ChooseFiles(line, plain);
     } else {
+        if (line.jobs != 0) throw UsageError("--jobs goes with --each");
         ChooseCommand(line);
         if (line.json && line.command != Command::Info) throw UsageError("--json: only 'zor info' knows it");
     }
     return line;
 }
 
-std::string OptionsHelp() {
+std::vector<OptionRow> OptionRows() {
     CommandLine line;
     Flags flags;
     CLI::App app;
     AddOptions(app, line, flags);
-    std::string text;
+    std::vector<OptionRow> rows;
     for (const CLI::Option* option : app.get_options()) {
-        std::string name = option->get_name(false, true);
-        if (const std::size_t comma = name.find(','); comma != std::string::npos) name.insert(comma + 1, " ");
-        if (option->get_expected_max() > 0 && !option->get_type_name().empty()) name += " " + option->get_type_name();
-        name.resize(std::max<std::size_t>(name.size(), 20), ' ');
-        text += "  " + name + " " + option->get_description() + "\n";
+        if (option->get_group().empty()) continue;
+        const std::string shortName = option->get_snames().empty() ? "" : "-" + option->get_snames()[0];
+        const std::string value = option->get_expected_max() > 0 ? option->get_type_name() : "";
+        rows.push_back(
+            {shortName, "--" + option->get_lnames()[0], value, option->get_description(), option->get_group()});
     }
-    return text;
+    return rows;
 }

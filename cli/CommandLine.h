@@ -7,12 +7,15 @@
 #include "Storage.h"
 #include "codecs/Picture.h"
 
-enum class Command { Process, Info, Compare, Describe, Help, Version };
+enum class Command { Process, Each, Info, Compare, Describe, Help, Manual, Version };
 
 struct CommandLine {
     Command command = Command::Process;
-    std::vector<std::string>
-        words;  // Process: INPUT OUTPUT EFFECT...; Info: FILE...; Compare: A B; Help: nothing or EFFECT
+    // Process: INPUT OUTPUT EFFECT...; Each: EFFECT...; Info: FILE...; Compare: A B; Help: nothing or a name
+    std::vector<std::string> words;
+    std::vector<std::string> files;  // Each: the files to work on
+    std::string each;                // Each: the pattern that names the results
+    int jobs = 0;                    // Each: processes at a time; 0: one for each processor
     WriteOptions write;
     const Codec* format = nullptr;  // of OUTPUT; null: what its suffix names
     StorageOptions storage;
@@ -24,5 +27,14 @@ struct CommandLine {
 // A UsageError names the word at fault and what was expected.
 CommandLine ReadCommandLine(int argc, char** argv);
 
-// The options with their help, as lines for `zor --help`.
-std::string OptionsHelp();
+// An option, for help, the manual page and completion.
+struct OptionRow {
+    std::string shortName;  // "-q"; empty: none
+    std::string longName;   // "--quality"
+    std::string value;      // what stands behind it: "N"; empty: nothing does
+    std::string help;       // one line
+    std::string group;      // heading under which help lists it
+};
+
+// Group by group; what is for other programs than people is left out.
+std::vector<OptionRow> OptionRows();

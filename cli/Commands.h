@@ -11,6 +11,9 @@ class Notes;
 // Reads INPUT, runs the effects and writes OUTPUT.
 void Process(const CommandLine& line, Notes& notes);
 
+// Works through `files`, each in a process of its own, and tells which have failed; whether none has.
+bool ProcessEach(const CommandLine& line);
+
 // Prints what each file holds, for people or, as JSON, for programs. A file that cannot be read is told of as an error,
 // and the rest goes on; whether all could be read.
 bool PrintInfo(const std::vector<std::string>& paths, bool json, Notes& notes);

@@ -1,26 +1,50 @@
 #include "Help.h"
 
 #include <algorithm>
+#include <sstream>
+#include <vector>
 
 #include "CommandLine.h"
+#include "CommandTable.h"
 #include "Errors.h"
+#include "Suggest.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
 
 namespace {
+
+constexpr std::size_t kWidth = 100;
 
 std::string Padded(std::string text, std::size_t width) {
     text.resize(std::max(text.size(), width), ' ');
     return text;
 }
 
-std::string EffectList() {
-    std::string text;
-    const char* group = nullptr;
-    for (const EffectRow& row : Effects()) {
-        if (group == nullptr || std::string(group) != row.group) text += std::string("  ") + row.group + "\n";
+// Every row under the heading of its group, one line each.
+template <typename Row, typename Line>
+std::string Grouped(const std::vector<Row>& rows, const Line& line) {
+    std::string text, group;
+    for (const Row& row : rows) {
+        if (group != row.group) text += "  " + std::string(row.group) + "\n";
         group = row.group;
-        text += "    " + Padded(row.name, 18) + " " + row.summary + "\n";
+        text += "    " + line(row) + "\n";
+    }
+    return text;
+}
+
+std::string OptionLine(const OptionRow& row) {
+    const std::string name = (row.shortName.empty() ? "" : row.shortName + ", ") + row.longName;
+    constexpr std::size_t kColumn = 19;
+    return Padded(name + (row.value.empty() ? "" : " " + row.value), kColumn) + " " +
+           Wrapped(row.help, kWidth, kColumn + 5, kColumn + 5);
+}
+
+std::string CommandLines() {
+    std::string text;
+    for (const CommandRow& row : Commands()) {
+        const std::string usage = "  " + std::string(row.usage);
+        // A long usage has a line for itself.
+        text += (usage.size() > 22 ? usage + "\n" + Padded("", 23) : Padded(usage, 23)) + row.summary + "\n";
     }
     return text;
 }
@@ -31,49 +55,76 @@ std::string ArgumentLine(const ArgumentRow& row) {
     return line + "\n";
 }
 
+std::string EffectHelp(const EffectRow& row) {
+    std::string arguments;
+    for (const ArgumentRow& argument : row.arguments) arguments += ArgumentLine(argument);
+    std::string text =
+        std::string(row.name) + ": " + row.summary + "\n\n  zor INPUT OUTPUT " + EffectUsage(row) + "\n\n";
+    if (!arguments.empty()) text += "Arguments:\n" + arguments + "\n";
+    return text + row.details + "\n\nExample:\n  zor photo.jpg result.png " + row.example + "\n";
+}
+
+std::string CommandHelp(const std::string& name, const CommandRow& row) {
+    return name + ": " + row.summary + "\n\n  " + row.usage + "\n\n" + row.details + "\n";
+}
+
 }  // namespace
+
+std::string Wrapped(const std::string& text, std::size_t width, std::size_t start, std::size_t indent) {
+    std::istringstream words(text);
+    std::string result;
+    std::size_t column = start;
+    for (std::string word; words >> word;) {
+        if (!result.empty() && column + 1 + word.size() > width) {
+            result += "\n" + std::string(indent, ' ');
+            column = indent;
+        } else if (!result.empty()) {
+            result += ' ';
+            ++column;
+        }
+        result += word;
+        column += word.size();
+    }
+    return result;
+}
+
+std::string EffectUsage(const EffectRow& row) {
+    std::string usage = row.name;
+    for (const ArgumentRow& argument : row.arguments) usage += " " + Placeholder(argument);
+    return usage;
+}
 
 std::string GeneralHelp() {
     std::string formats;
     for (const Codec& codec : Codecs()) formats += (formats.empty() ? "" : ", ") + std::string(codec.name);
-    return "Usage:\n"
-           "  zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...\n"
-           "                       read a picture, work on it, write it; effects run in the order given\n"
-           "  zor info FILE...     what picture files hold\n"
-           "  zor compare A B      how much two pictures differ\n"
-           "  zor describe         the classes of the engine with all their members\n"
-           "  zor help [EFFECT]    this text, or all about one effect\n"
+    return "Usage:\n" + CommandLines() +
            "\n"
            "Examples:\n"
            "  zor photo.jpg small.png scale 800x600\n"
            "  zor --quality 80 scan.png thumb.jpg scale x200 filter=mitchell\n"
-           "\n"
-           "Formats: " +
-           formats + ". INPUT is told by its content, OUTPUT by its suffix (" + KnownSuffixes() +
-           ").\n"
-           "\n"
+           "  zor --each 'small/{stem}.jpg' *.png -- scale 25% unsharp 0.3\n"
+           "\n" +
+           Wrapped("Formats: " + formats + ". INPUT is told by its content, OUTPUT by its suffix (" + KnownSuffixes() +
+                       ").",
+                   kWidth, 0, 0) +
+           "\n\n"
            "Options:\n" +
-           OptionsHelp() +
+           Grouped(OptionRows(), OptionLine) +
            "\n"
            "Effects ('zor help EFFECT' tells more):\n" +
-           EffectList() +
+           Grouped(Effects(), [](const EffectRow& row) { return Padded(row.name, 18) + " " + row.summary; }) +
            "\n"
            "Exit code: 0 done, 1 failed, 2 a word on the command line that cannot be used; of compare 0 equal,\n"
            "1 different, 2 not compared.\n";
 }
 
-std::string EffectHelp(const std::string& name) {
-    const EffectRow* row = FindEffect(name);
-    if (row == nullptr)
-        throw UsageError("help: unknown effect '" + name + "'" + EffectSuggestion(name) +
-                         "; 'zor help' lists the effects");
-    std::string usage = std::string("zor INPUT OUTPUT ") + row->name;
-    std::string arguments;
-    for (const ArgumentRow& argument : row->arguments) {
-        usage += " " + Placeholder(argument);
-        arguments += ArgumentLine(argument);
-    }
-    std::string text = std::string(row->name) + ": " + row->summary + "\n\n  " + usage + "\n\n";
-    if (!arguments.empty()) text += "Arguments:\n" + arguments + "\n";
-    return text + row->details + "\n\nExample:\n  zor photo.jpg result.png " + row->example + "\n";
+std::string HelpOn(const std::string& name) {
+    if (const EffectRow* row = FindEffect(name)) return EffectHelp(*row);
+    if (const CommandRow* row = FindCommand(name)) return CommandHelp(name, *row);
+    for (const CommandRow& row : Commands())
+        if (name == "each" && row.command == Command::Each) return CommandHelp(name, row);
+    std::vector<std::string> known = EffectNames();
+    for (const CommandRow& row : Commands()) known.emplace_back(row.word != nullptr ? row.word : "each");
+    throw UsageError("help: unknown effect '" + name + "'" + Suggestion(name, known) +
+                     "; 'zor help' lists the effects");
 }

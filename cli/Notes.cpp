@@ -20,3 +20,9 @@ void PrintLine(const std::string& text) {
     line += '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
+
+void PrintLines(const std::string& lines) {
+    if (lines.empty()) return;
+    ClearProgressLine();
+    std::fwrite(lines.data(), 1, lines.size(), stderr);
+}

@@ -18,3 +18,6 @@ private:
 
 // One line "zor: text" on stderr, in a single write; control characters, which a file name may hold, become '?'.
 void PrintLine(const std::string& text);
+
+// Lines that another process of the program wrote by these functions, as they are.
+void PrintLines(const std::string& lines);

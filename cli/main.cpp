@@ -1,11 +1,14 @@
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <new>
 
 #include "Commands.h"
+#include "Completion.h"
 #include "Errors.h"
 #include "Help.h"
+#include "Manual.h"
 #include "Notes.h"
 #include "Orientation.h"
 #include "Storage.h"
@@ -30,6 +33,8 @@ ExitCode Run(const CommandLine& line) {
         case Command::Process:
             Process(line, notes);
             break;
+        case Command::Each:
+            return ProcessEach(line) ? kDone : kFailed;
         case Command::Info:
             return PrintInfo(line.words, line.json, notes) ? kDone : kFailed;
         case Command::Compare:
@@ -38,7 +43,10 @@ ExitCode Run(const CommandLine& line) {
             PrintDescription();
             break;
         case Command::Help:
-            PrintText(line.words.empty() ? GeneralHelp() : EffectHelp(line.words[0]));
+            PrintText(line.words.empty() ? GeneralHelp() : HelpOn(line.words[0]));
+            break;
+        case Command::Manual:
+            PrintText(ManualPage());
             break;
         case Command::Version:
             PrintText("zor " ZOR_VERSION "\n");
@@ -59,6 +67,10 @@ int main(int argc, char** argv) {
     InstallSignalCleanup();
     ExitCode failed = kFailed;
     try {
+        if (argc > 1 && std::strcmp(argv[1], "--complete") == 0) {
+            PrintText(Completions({argv + 2, argv + argc}));
+            return kDone;
+        }
         const CommandLine line = ReadCommandLine(argc, argv);
         if (line.command == Command::Compare) failed = kNotCompared;
         return Run(line);

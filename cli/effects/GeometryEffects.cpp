@@ -71,8 +71,10 @@ void RunRotate(Raster* image, const ImageShape& result, const Arguments& argumen
         return;
     }
     Raster target(result);
-    std::string method = angle == 90 ? "Rotate90" : angle == 180 ? "Rotate180" : "Rotate270";
-    if (arguments.Given("slow")) method += "slow";
+    const bool slow = arguments.Given("slow");
+    const char* method = angle == 180  ? "Rotate180"
+                         : angle == 90 ? (slow ? "Rotate90slow" : "Rotate90")
+                                       : (slow ? "Rotate270slow" : "Rotate270");
     if (!image->Image().Call(method, target.Image()).AsObject()) throw RunError("rotate: the image cannot be turned");
     *image = std::move(target);
 }
