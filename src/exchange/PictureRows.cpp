@@ -146,7 +146,7 @@ void StoreWord(std::uint8_t* to, std::uint32_t word) {
     std::memcpy(to, &word, sizeof word);
 }
 
-// How the bytes of a pixel of four bytes come to their places in one of three or four.
+// How the bytes of a pixel of four bytes come to their places in one of the same size.
 struct WordMove {
     std::uint32_t keep;  // bytes of the image that stay
     std::uint32_t fill;  // a constant alpha, or what the mask's sample is exclusive-or'ed with, in its place
@@ -171,20 +171,28 @@ void MoveWords(const WordMove& given, std::uint8_t* __restrict to, const std::ui
     }
 }
 
-// Four words become three. Little-endian only.
-void PackWords(const WordMove& given, std::uint8_t* __restrict to, const std::uint8_t* __restrict from,
-               const std::uint8_t*, std::ptrdiff_t count) {
-    const WordMove move = given;
+std::uint32_t Reversed(std::uint32_t word) {
+    return word << 24 | (word & 0xFF00) << 8 | (word >> 8 & 0xFF00) | word >> 24;
+}
+
+// Four words become three. Little-endian only. The colours stand in the word side by side, in the image's order or,
+// reversed, in the other.
+template <bool kReversed, int kShift>
+void PackWords(const WordMove&, std::uint8_t* __restrict to, const std::uint8_t* __restrict from, const std::uint8_t*,
+               std::ptrdiff_t count) {
+    const auto load = [from](std::ptrdiff_t pixel) {
+        const std::uint32_t word = LoadWord(from + 4 * pixel);
+        return (kReversed ? Reversed(word) : word) >> kShift & 0xFFFFFF;
+    };
     std::ptrdiff_t i = 0;
-    for (; i + 4 <= count; i += 4, from += 16, to += 12) {
-        const std::uint32_t a = move.Colours(LoadWord(from)), b = move.Colours(LoadWord(from + 4));
-        const std::uint32_t c = move.Colours(LoadWord(from + 8)), d = move.Colours(LoadWord(from + 12));
+    for (; i + 4 <= count; i += 4, to += 12) {
+        const std::uint32_t a = load(i), b = load(i + 1), c = load(i + 2), d = load(i + 3);
         StoreWord(to, a | b << 24);
         StoreWord(to + 4, b >> 8 | c << 16);
         StoreWord(to + 8, c >> 16 | d << 8);
     }
-    for (; i < count; ++i, from += 4, to += 3) {
-        const std::uint32_t word = move.Colours(LoadWord(from));
+    for (; i < count; ++i, to += 3) {
+        const std::uint32_t word = load(i);
         for (int byte = 0; byte < 3; ++byte) to[byte] = static_cast<std::uint8_t>(word >> 8 * byte);
     }
 }
@@ -197,8 +205,24 @@ void CopyPixelBytes(const WordMove&, std::uint8_t* to, const std::uint8_t* from,
 using MoveFn = void (*)(const WordMove& move, std::uint8_t* to, const std::uint8_t* from, const std::uint8_t* through,
                         std::ptrdiff_t count);
 
-// The fast form of a plan and the number for it; nil where there is none. It needs whole pixels inside the storage, and
-// an image whose bytes are none of the picture's and the mask's.
+// For an image of three bytes: those orders that pictures and images have; nil for others.
+MoveFn PickPack(const WordMove& move) {
+    const auto shiftsBy = [&move](bool reversed, int shift) {
+        for (int c = 0; c < 3; ++c) {
+            const int from = reversed ? 24 - move.from[c] : move.from[c];
+            if (from - shift != move.to[c]) return false;
+        }
+        return true;
+    };
+    if (!kLittleEndian) return nullptr;
+    if (shiftsBy(false, 0)) return PackWords<false, 0>;
+    if (shiftsBy(false, 8)) return PackWords<false, 8>;
+    if (shiftsBy(true, 0)) return PackWords<true, 0>;
+    return shiftsBy(true, 8) ? PackWords<true, 8> : nullptr;
+}
+
+// The fast form of a plan and the numbers for it; nil where there is none. It needs whole pixels inside the storage,
+// and an image whose bytes are none of the picture's and the mask's.
 MoveFn PickMove(const ImportPlan& plan, WordMove* move) {
     if (plan.rule == ImportRule::blend || plan.picture.count != 3) return nullptr;
     const bool withAlpha = plan.rule != ImportRule::colours;
@@ -216,7 +240,7 @@ MoveFn PickMove(const ImportPlan& plan, WordMove* move) {
         move->from[c] = ShiftOfByte(plan.picture.offset[c]);
         move->to[c] = ShiftOfByte(to[c]);
     }
-    if (plan.imageSize == 3) return kLittleEndian ? PackWords : nullptr;
+    if (plan.imageSize == 3) return PickPack(*move);
     const bool maskCounts = alphaStays && plan.rule == ImportRule::maskToAlpha;
     if (maskCounts && plan.maskSize != 4) return nullptr;
     std::uint32_t written = 0;

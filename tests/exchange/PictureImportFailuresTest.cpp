@@ -221,6 +221,26 @@ TEST_F(PictureImportFailures, GoesOnWithoutRowsWhenAYieldClosesTheImage) {
     }
 }
 
+TEST_F(PictureImportFailures, StaysInsideAnImageThatAYieldMakesAnew) {
+    for (const ImportMember member : {ImportMember::colours, ImportMember::masked, ImportMember::applyMask}) {
+        for (int changed = 1; changed <= 4; ++changed) {
+            Enter(World::console);
+            MakeImage(ImageFormatABGR);
+            const REALobject picture = MakeMasked();
+            int yields = 0;
+            host.onYield = [&] {
+                if (++yields == changed) ImageConstructor(image.object(), 2, 1, ImageFormatG);
+            };
+            Run(member, picture, {0, 0, 5, 4, 0, 0, false});
+            host.onYield = nullptr;
+            EXPECT_GE(yields, changed);
+            EXPECT_EQ(image->Width, 2);
+            ExpectBalance(picture, member == ImportMember::colours ? 0 : 1);
+            Release(picture);
+        }
+    }
+}
+
 TEST_F(PictureImportFailures, AYieldThatCancelsLeavesNothingOpen) {
     for (const World world : kWorlds) {
         for (const ImportMember member : kImportMembers) {
