@@ -121,6 +121,16 @@ TEST(PictureRows, FastFormsStepAsideWhereTheRowsShareBytes) {
     EXPECT_GT(differing, 19000);
 }
 
+TEST(PictureRows, APixelIsDecodedBeforeItIsWritten) {
+    // The image's pixels lie one byte behind the picture's.
+    const ImportPlan plan = {ImportRule::colours, 0, {3, {0, 1, 2}}, {3, {0, 1, 2}}, {}, 3, 3, 0};
+    for (const auto form : {ImportRow, ImportRow_Plain}) {
+        std::vector<std::uint8_t> bytes = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+        form(plan, {{bytes.data() + 1, -1, 9}, {bytes.data(), 0, 10}, {}, 0, 0, 3});
+        EXPECT_EQ(bytes, (std::vector<std::uint8_t>{1, 1, 2, 3, 3, 5, 6, 6, 8, 9}));
+    }
+}
+
 TEST(PictureRows, ANilRowMeansThatNothingHappens) {
     for (const ImportRule rule : kRules) {
         Random random(303);
