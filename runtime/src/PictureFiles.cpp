@@ -72,11 +72,35 @@ bool StartsWith(const Bytes& bytes, std::string_view start) {
     return bytes.size() >= start.size() && std::memcmp(bytes.data(), start.data(), start.size()) == 0;
 }
 
-Image Decode(Bytes& bytes, const std::filesystem::path& path) {
+constexpr std::string_view kPngStart = "\x89PNG\r\n\x1A\n";
+
+// Leaves of a PNG what the GD library makes use of. The library below it prints remarks on the other chunks, such as
+// colour profiles that it knows better.
+Bytes PictureChunks(const Bytes& png) {
+    Bytes kept(png.begin(), png.begin() + kPngStart.size());
+    std::size_t at = kPngStart.size();
+    while (png.size() - at >= 12) {
+        const std::size_t length = static_cast<std::size_t>(png[at]) << 24 |
+                                   static_cast<std::size_t>(png[at + 1]) << 16 |
+                                   static_cast<std::size_t>(png[at + 2]) << 8 | png[at + 3];
+        if (length > png.size() - at - 12) break;
+        const std::string_view type(reinterpret_cast<const char*>(png.data()) + at + 4, 4);
+        const bool isNeeded = (type[0] & 0x20) == 0 || type == "tRNS";
+        const auto chunk = png.begin() + static_cast<std::ptrdiff_t>(at);
+        if (isNeeded) kept.insert(kept.end(), chunk, chunk + static_cast<std::ptrdiff_t>(length + 12));
+        at += length + 12;
+    }
+    kept.insert(kept.end(), png.begin() + static_cast<std::ptrdiff_t>(at), png.end());  // a part of a chunk, if any
+    return kept;
+}
+
+Image Decode(Bytes bytes, const std::filesystem::path& path) {
+    const bool isPng = StartsWith(bytes, kPngStart);
+    if (isPng) bytes = PictureChunks(bytes);
     const int size = static_cast<int>(bytes.size());
     const Complaints complaints;
     Image image(nullptr, gdImageDestroy);
-    if (StartsWith(bytes, "\x89PNG\r\n\x1A\n")) {
+    if (isPng) {
         image.reset(gdImageCreateFromPngPtr(size, bytes.data()));
         if (!image) ThrowFile(path, "the PNG file is damaged: " + Complaints::Or("it cannot be read"));
     } else if (StartsWith(bytes, "\xFF\xD8\xFF")) {
@@ -183,8 +207,7 @@ void WriteWhole(const std::filesystem::path& path, const void* bytes, std::size_
 }  // namespace
 
 Object LoadPicture(Host& host, const std::filesystem::path& path, MaskSense sense, Place where) {
-    Bytes bytes = ReadFile(path);
-    const Image image = Decode(bytes, path);
+    const Image image = Decode(ReadFile(path), path);
     try {
         return MakePicture(host, RowsOf(image.get()), sense, where);
     } catch (const Error& error) {

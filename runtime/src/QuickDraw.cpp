@@ -237,10 +237,9 @@ std::span<const char* const> QuickDrawNames() {
 }
 
 void OfferQuickDraw() {
-    void* const mine = reinterpret_cast<void*>(NewGWorld);
-    if (dlsym(RTLD_DEFAULT, "NewGWorld") == mine) return;
     Dl_info where{};
-    if (dladdr(mine, &where) == 0 || !where.dli_fname) return;
+    if (dladdr(reinterpret_cast<void*>(NewGWorld), &where) == 0 || !where.dli_fname) return;
+    // No use, and no harm, where they stand in the program itself.
     dlopen(where.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL);
 }
 

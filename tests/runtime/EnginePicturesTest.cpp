@@ -346,4 +346,36 @@ TEST(EngineVersions, OfferPicturesToTheConsoleFrom2010_029On) {
     }
 }
 
+// Strings are read as the version demands: from their record on old hosts, by the service for that on newer ones.
+TEST(EngineVersions, TellExceptionsAndFindFilesOnEveryHost) {
+    const std::filesystem::path scratch = std::filesystem::temp_directory_path() / "zorhost \xC3\xA4 scratch";
+    for (const double version : {2009.0, 2010.028, 2010.029, 2011.0, 2012.0, 2013.0}) {
+        for (const bool hasStringData : {true, false}) {
+            SCOPED_TRACE(version);
+            std::set<std::string> missing;
+            if (!hasStringData) missing = {"PluginGetStringData", "PluginDisposeStringData"};
+            EngineHost engine({.version = version, .missing = missing});
+            {
+                const Object image = engine.Blank("ImageFormatRGB", 4, 4, 3);
+                try {
+                    image.Call("Channel", 3);
+                    ADD_FAILURE() << "nothing was thrown";
+                } catch (const HostException& exception) {
+                    EXPECT_EQ(exception.ClassName(), "OutOfBoundsException");
+                    EXPECT_EQ(exception.Message(),
+                              "Parameter index to method Channel is too big. Range is 0 to 2, but value is 3.");
+                }
+                EXPECT_EQ(image.Get("ImageFormatString").AsText(), "RGB");
+                const Object item = engine.host.MakeFolderItem(scratch);
+                const Object mapped = engine.host.New("PictureZOR", 10, 10, 1, 0, item);
+                EXPECT_TRUE(mapped.Get("Valid").AsBool());
+                EXPECT_TRUE(std::filesystem::exists(scratch));
+                mapped.Call("Close");
+                EXPECT_FALSE(std::filesystem::exists(scratch));
+            }
+            engine.ExpectClean();
+        }
+    }
+}
+
 }  // namespace zorhost
