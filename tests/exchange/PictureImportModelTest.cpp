@@ -82,6 +82,12 @@ protected:
         return pictures.NewNoise(kind.kind, kind.bits, width, height, random.Bits(), name);
     }
 
+    void ExpectUnchanged(REALobject picture, const Storage& before) {
+        Storage after;
+        ModelOf(pictures[picture], &after);
+        EXPECT_TRUE(SameBytes(before.bytes, after.bytes)) << pictures[picture].name;
+    }
+
     // The members leave the reference on the mask that they got with their caller.
     void GiveBack(REALobject mask, int locks) {
         EXPECT_LE(host.Locks(mask), locks + 1);
@@ -164,6 +170,8 @@ TEST_P(ImportModelTest, EveryImageTakesEveryPictureAsTheModelTells) {
         CallImport(member, image, picture, arguments);
         ASSERT_TRUE(SameStorage(expected, SnapshotOf(image), image));
         written += expected.bytes != before.bytes;
+        ExpectUnchanged(picture, read);
+        if (mask) ExpectUnchanged(mask, readMask);
 
         // A picture of another kind keeps the lock of its description.
         pictures[picture].descriptionLocks = 0;
