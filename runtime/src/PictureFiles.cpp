@@ -1,7 +1,6 @@
 // Pictures in files, by the GD library.
 
 #include <fcntl.h>
-#include <gd.h>
 #include <gd_errors.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,13 +13,16 @@
 #include <fstream>
 #include <system_error>
 
+#include "GDLibrary.h"
 #include "zorhost/Pictures.h"
 
 namespace zorhost {
 
 namespace {
 
-using Image = std::unique_ptr<gdImage, void (*)(gdImage*)>;
+using runtime::GDLibrary;
+using runtime::NeedGD;
+using Image = std::unique_ptr<gdImage, decltype(GDLibrary::ImageDestroy)>;
 using Bytes = std::vector<unsigned char>;
 
 std::string gComplaint;  // the last thing that the GD library had to say
@@ -37,9 +39,9 @@ void KeepComplaint(int priority, const char* format, va_list arguments) {
 struct Complaints {
     Complaints() {
         gComplaint.clear();
-        gdSetErrorMethod(KeepComplaint);
+        NeedGD().SetErrorMethod(KeepComplaint);
     }
-    ~Complaints() { gdClearErrorMethod(); }
+    ~Complaints() { NeedGD().ClearErrorMethod(); }
     Complaints(const Complaints&) = delete;
     Complaints& operator=(const Complaints&) = delete;
 
@@ -99,19 +101,20 @@ Image Decode(Bytes bytes, const std::filesystem::path& path) {
     if (isPng) bytes = PictureChunks(bytes);
     const int size = static_cast<int>(bytes.size());
     const Complaints complaints;
-    Image image(nullptr, gdImageDestroy);
+    Image image(nullptr, NeedGD().ImageDestroy);
     if (isPng) {
-        image.reset(gdImageCreateFromPngPtr(size, bytes.data()));
+        image.reset(NeedGD().ImageCreateFromPngPtr(size, bytes.data()));
         if (!image) ThrowFile(path, "the PNG file is damaged: " + Complaints::Or("it cannot be read"));
     } else if (StartsWith(bytes, "\xFF\xD8\xFF")) {
         // Warnings count, as for a file that ends early: the library fills up what is missing.
-        image.reset(gdImageCreateFromJpegPtrEx(size, bytes.data(), 0));
+        image.reset(NeedGD().ImageCreateFromJpegPtrEx(size, bytes.data(), 0));
         if (!image || !gComplaint.empty())
             ThrowFile(path, "the JPEG file is damaged: " + Complaints::Or("it cannot be read"));
     } else {
         ThrowFile(path, "this is neither a PNG nor a JPEG file");
     }
-    if (!gdImageTrueColor(image.get()) && !gdImagePaletteToTrueColor(image.get())) ThrowFile(path, "out of memory");
+    if (!gdImageTrueColor(image.get()) && !NeedGD().ImagePaletteToTrueColor(image.get()))
+        ThrowFile(path, "out of memory");
     return image;
 }
 
@@ -145,9 +148,10 @@ PixelRows RowsOf(gdImage* image) {
 }
 
 Image ImageOf(const PixelRows& rows) {
-    Image image(gdImageCreateTrueColor(rows.width, rows.height), gdImageDestroy);
+    const GDLibrary& gd = NeedGD();
+    Image image(gd.ImageCreateTrueColor(rows.width, rows.height), gd.ImageDestroy);
     if (!image) return image;
-    gdImageSaveAlpha(image.get(), rows.channels == 4 ? 1 : 0);
+    gd.ImageSaveAlpha(image.get(), rows.channels == 4 ? 1 : 0);
     const unsigned char* pixel = rows.bytes.data();
     for (int y = 0; y < rows.height; ++y) {
         for (int x = 0; x < rows.width; ++x, pixel += rows.channels) {
@@ -229,8 +233,9 @@ void SavePicture(Host& host, const Object& picture, const std::filesystem::path&
     const Image image = ImageOf(rows);
     if (!image) ThrowFile(path, "out of memory");
     int size = 0;
+    const GDLibrary& gd = NeedGD();
     const std::unique_ptr<void, void (*)(void*)> encoded(
-        isPng ? gdImagePngPtr(image.get(), &size) : gdImageJpegPtr(image.get(), &size, options.quality), gdFree);
+        isPng ? gd.ImagePngPtr(image.get(), &size) : gd.ImageJpegPtr(image.get(), &size, options.quality), gd.Free);
     if (!encoded || size <= 0) ThrowFile(path, "cannot be encoded: " + Complaints::Or("out of memory"));
     WriteWhole(path, encoded.get(), static_cast<std::size_t>(size));
 }

@@ -1,5 +1,6 @@
 #include "zorhost/Pictures.h"
 
+#include "GDLibrary.h"
 #include "HostPictures.h"
 #include "Objects.h"
 
@@ -32,6 +33,7 @@ static std::string SizeText(int width, int height) {
 Object MakePicture(Host&, int width, int height, int depth, Place where) {
     const REALobject picture = NewPicture(Running(), width, height, depth, OriginAt(where));
     if (picture) return Object::TakeOver(picture);
+    if (!HasQuickDraw(Running())) NeedGD();  // it tells what is wrong, if that is it
     throw Error("cannot make a picture of " + SizeText(width, height) + " pixels and " + std::to_string(depth) +
                 " bits: a side has 1 to " + std::to_string(kLongestSide) +
                 " pixels, a pixel 1, 8, 16, 24 or 32 bits, " + "and all must fit into memory");

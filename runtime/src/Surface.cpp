@@ -1,9 +1,9 @@
 #include "Surface.h"
 
-#include <gd.h>
-
 #include <algorithm>
 #include <cstring>
+
+#include "GDLibrary.h"
 
 namespace zorhost::runtime {
 
@@ -102,7 +102,7 @@ void SetPixel(const Surface& surface, int x, int y, Rgb color) {
     if (gdImageTrueColor(surface.gd)) {
         gdImageTrueColorPixel(surface.gd, x, y) = color.red << 16 | color.green << 8 | color.blue;
     } else {
-        const int index = gdImageColorResolve(surface.gd, color.red, color.green, color.blue);
+        const int index = FindGD()->ImageColorResolve(surface.gd, color.red, color.green, color.blue);
         gdImagePalettePixel(surface.gd, x, y) = static_cast<unsigned char>(index);
     }
 }
@@ -126,17 +126,19 @@ void FillWhite(const Surface& surface) {
 
 gdImagePtr NewGDImage(int width, int height, bool palette) {
     if (width < 1 || height < 1 || width > kLongestSide || height > kLongestSide) return nullptr;
-    const gdImagePtr image = palette ? gdImageCreate(width, height) : gdImageCreateTrueColor(width, height);
+    const GDLibrary* const gd = FindGD();
+    if (!gd) return nullptr;
+    const gdImagePtr image = palette ? gd->ImageCreate(width, height) : gd->ImageCreateTrueColor(width, height);
     if (!image) return nullptr;
     if (palette) {
-        for (int gray = 0; gray < 256; ++gray) gdImageColorAllocate(image, gray, gray, gray);
+        for (int gray = 0; gray < 256; ++gray) gd->ImageColorAllocate(image, gray, gray, gray);
     }
     FillWhite({.gd = image});
     return image;
 }
 
 void FreeGDImage(gdImagePtr image) {
-    if (image) gdImageDestroy(image);
+    if (image) FindGD()->ImageDestroy(image);
 }
 
 }  // namespace zorhost::runtime

@@ -110,6 +110,21 @@ TEST_F(PictureFiles, AreReadByTheirContents) {
               (PixelRows{2, 1, 3, {1, 2, 3, 4, 5, 6}}));
 }
 
+TEST_F(PictureFiles, AreReadWithoutRemarks) {
+    Darkroom room;
+    const PixelRows rows = RandomRows(5, 4, 3, 3);
+    SavePicture(room.host, MakePicture(room.host, rows), folder / "a.png");
+    std::string png = Contents(folder / "a.png");
+    // Behind the header, a profile that is none, in a chunk whose check sum is wrong too.
+    const std::size_t header = 8 + 25;
+    png.insert(header, std::string("\0\0\0\4iCCPabcd\0\0\0\0", 16));
+    std::ofstream(folder / "a.png", std::ios::binary) << png << "and something behind the end";
+    testing::internal::CaptureStderr();
+    const Object loaded = LoadPicture(room.host, folder / "a.png");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(ReadPicture(room.host, loaded), rows);
+}
+
 TEST_F(PictureFiles, AreNamedWhereTheyCannotBeRead) {
     Darkroom room;
     const auto load = [&](const std::string& name) {

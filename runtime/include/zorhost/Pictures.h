@@ -6,7 +6,8 @@
 //     zorhost::Object image = host.New("PictureZOR", photo);                  // works on the picture's own pixels
 //     zorhost::SavePicture(host, image.Call("CopyPicture").AsObject(), "copy.png");
 //
-// All functions throw Error for an object that is no picture, and name what is wrong.
+// All functions throw Error for an object that is no picture, and name what is wrong. The GD library (libgd.so.3) is
+// opened when the first picture or file needs it; where it is missing an Error says so, and plug-ins get no pictures.
 
 #include <filesystem>
 #include <vector>
