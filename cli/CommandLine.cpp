@@ -181,12 +181,22 @@ CommandLine ReadCommandLine(int argc, char** argv) {
         line.command = Command::Version;
     } else if (!line.each.empty()) {
         ChooseFiles(line, plain);
+        if (line.json) throw UsageError("--json: only 'zor info' knows it");
     } else {
         if (line.jobs != 0) throw UsageError("--jobs goes with --each");
         ChooseCommand(line);
         if (line.json && line.command != Command::Info) throw UsageError("--json: only 'zor info' knows it");
     }
     return line;
+}
+
+const Codec& OutputCodec(const CommandLine& line, const std::string& path) {
+    const Codec* codec = line.format != nullptr ? line.format : path == "-" ? CodecOfName("pnm") : CodecOfSuffix(path);
+    if (codec == nullptr)
+        throw UsageError(path + ": the suffix names no format that can be written; known are " + KnownSuffixes());
+    if (line.write.lossless && !codec->lossless)
+        throw UsageError(path + ": --lossless: " + codec->name + " cannot be written without loss");
+    return *codec;
 }
 
 std::vector<OptionRow> OptionRows() {

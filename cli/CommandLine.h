@@ -27,6 +27,10 @@ struct CommandLine {
 // A UsageError names the word at fault and what was expected.
 CommandLine ReadCommandLine(int argc, char** argv);
 
+// The format for a result of this name; PNM for "-" unless another is asked for. A UsageError where there is none, and
+// where the options ask for what it cannot do.
+const Codec& OutputCodec(const CommandLine& line, const std::string& path);
+
 // An option, for help, the manual page and completion.
 struct OptionRow {
     std::string shortName;  // "-q"; empty: none

@@ -28,9 +28,7 @@ void CheckPlan(const CommandLine& line, const std::vector<std::string>& results)
     for (std::size_t i = 0; i < results.size(); ++i) {
         if (line.files[i] == "-" || results[i] == "-")
             throw UsageError("--each: '-' is no file, but a stream that there is one of");
-        if (line.format == nullptr && CodecOfSuffix(results[i]) == nullptr)
-            throw UsageError(results[i] + ": the suffix names no format that can be written; known are " +
-                             KnownSuffixes());
+        OutputCodec(line, results[i]);
         const std::string parent = std::filesystem::path(results[i]).parent_path().string();
         directories.insert(parent.empty() ? "." : parent);
     }

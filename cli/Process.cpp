@@ -16,16 +16,6 @@
 
 namespace {
 
-const Codec& OutputCodec(const CommandLine& line) {
-    const std::string& path = line.words[1];
-    const Codec* codec = line.format != nullptr ? line.format : path == "-" ? CodecOfName("pnm") : CodecOfSuffix(path);
-    if (codec == nullptr)
-        throw UsageError(path + ": the suffix names no format that can be written; known are " + KnownSuffixes());
-    if (line.write.lossless && !codec->lossless)
-        throw UsageError(path + ": --lossless: " + codec->name + " cannot be written without loss");
-    return *codec;
-}
-
 // The shapes after each effect, all checked against what memory and the scratch directory hold.
 std::vector<ImageShape> PlanEffects(const std::vector<EffectCall>& calls, ImageShape shape) {
     std::vector<ImageShape> shapes;
@@ -62,7 +52,8 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
 
 void Process(const CommandLine& line, Notes& notes) {
     const std::vector<EffectCall> calls = ReadEffects({line.words.begin() + 2, line.words.end()});
-    const Codec& outputCodec = OutputCodec(line);
+    const std::string& outputPath = line.words[1];
+    const Codec& outputCodec = OutputCodec(line, outputPath);
 
     InputFile input(line.words[0]);
     const std::unique_ptr<PictureReader> reader = OpenPicture(input, notes);
@@ -70,11 +61,12 @@ void Process(const CommandLine& line, Notes& notes) {
     const int orientation = HeededOrientation(reader->Header());
     const PictureHeader header = OrientedTags(reader->Header(), orientation);
     const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
-    CheckOutput(outputCodec, line.words[1], shapes.empty() ? shape : shapes.back(), header, notes);
+    CheckOutput(outputCodec, outputPath == "-" ? "standard output" : outputPath, shapes.empty() ? shape : shapes.back(),
+                header, notes);
     if (reader->Header().orientation != orientation)
-        notes.Say(input.Path(), "the orientation (" + std::to_string(reader->Header().orientation) +
-                                    ") is neither applied nor kept");
-    OutputFile output(line.words[1]);
+        notes.Say(input.Path(),
+                  "the orientation (" + std::to_string(reader->Header().orientation) + ") is neither applied nor kept");
+    OutputFile output(outputPath);
 
     Progress progress(line.quiet);
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };

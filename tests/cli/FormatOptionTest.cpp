@@ -92,6 +92,7 @@ TEST_F(FormatOption, PicksTheOneThatFitsForPnmAndForStandardOutput) {
     }
     WriteFile(At("cmyk.pam"), PamFile("CMYK", Made(4)));
     EXPECT_EQ(RunWell({"cmyk.pam", "-"}).out, PamFile("CMYK", Made(4)));
+    ExpectFailure(Run({"cmyk.pam", "-", "--format", "png"}), 1, {"standard output: PNG cannot hold CMYK"});
 }
 
 TEST_F(FormatOption, RefusesCmykInPpmAndWebp) {
@@ -137,6 +138,7 @@ TEST_F(FormatOption, RefusesNamesThatAreNoFormat) {
 TEST_F(FormatOption, RefusesLosslessWhereThereIsNoSuchThing) {
     ExpectFailure(Run({"--lossless", In(3), "out.jpg"}), 2, {"out.jpg: --lossless: JPEG"});
     EXPECT_FALSE(std::filesystem::exists(At("out.jpg")));
+    ExpectFailure(Run({"--lossless", "--each", "{stem}.jpg", In(3), In(4)}), 2, {"in3.jpg: --lossless: JPEG"});
     RunWell({"--lossless", In(3), "out.png"});
     RunWell({"--lossless", In(3), "out.ppm"});
 }

@@ -187,6 +187,7 @@ TEST_F(InfoJson, EstimatesTheQualityOfJpeg) {
 TEST_F(InfoJson, BelongsToInfoAlone) {
     ExpectFailure(Run({"--json", Photo("coffee.png"), "out.png"}), 2, {"--json: only 'zor info' knows it"});
     ExpectFailure(Run({"--json", "describe"}), 2, {"--json: only 'zor info' knows it"});
+    ExpectFailure(Run({"--json", "--each", "{stem}.jpg", Photo("coffee.png")}), 2, {"--json: only 'zor info'"});
     ExpectFailure(Run({"info", "--json"}), 2, {"info: FILE is missing"});
 }
 
