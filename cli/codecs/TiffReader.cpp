@@ -28,6 +28,8 @@ private:
     // The RunError that the stream, or the file itself, stands for.
     [[noreturn]] void Fail() const;
     void TellWarning();
+    // Throws where the file has no bytes for a strip or tile, which libtiff may make up.
+    void CheckPlace(std::uint32_t strile);
     void ReadProfile();
     void ReadResolution();
     void TellOfOtherPages();
@@ -83,6 +85,11 @@ void TiffReader::Fail() const {
 void TiffReader::TellWarning() {
     if (stream_.warning[0] == '\0') return;
     notes_.Say(file_.Path(), stream_.warning);
+}
+
+void TiffReader::CheckPlace(std::uint32_t strile) {
+    if (TIFFGetStrileOffset(tiff_.get(), strile) == 0 || TIFFGetStrileByteCount(tiff_.get(), strile) == 0)
+        FailFile(file_.Path(), "damaged TIFF: pixels are missing");
 }
 
 void TiffReader::ReadProfile() {
@@ -155,6 +162,7 @@ const std::uint8_t* TiffReader::StripRow(std::uint32_t row, int plane) {
     TIFF* tiff = tiff_.get();
     const auto sample = static_cast<std::uint16_t>(plane);
     if (stripBytes_ > kWholeStripBytes) {
+        if (row % stripRows_ == 0) CheckPlace(TIFFComputeStrip(tiff, row, sample));
         if (TIFFReadScanline(tiff, buffer_.data(), row, sample) != 1 || stream_.error[0] != '\0') Fail();
         return buffer_.data();
     }
@@ -162,6 +170,7 @@ const std::uint8_t* TiffReader::StripRow(std::uint32_t row, int plane) {
     if (strip != stripAt_) {
         const std::int64_t rows = std::min(stripRows_, layout_.height - row / stripRows_ * stripRows_);
         const auto expected = static_cast<tmsize_t>(lineBytes_) * rows;
+        CheckPlace(strip);
         if (TIFFReadEncodedStrip(tiff, strip, buffer_.data(), expected) != expected || stream_.error[0] != '\0') Fail();
         stripAt_ = strip;
     }
@@ -215,6 +224,7 @@ void TiffReader::ReadTiles(Raster& image, int plane, const std::function<void()>
                 const std::uint32_t number =
                     TIFFComputeTile(tiff_.get(), static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), 0,
                                     static_cast<std::uint16_t>(plane));
+                CheckPlace(number);
                 const auto expected = static_cast<tmsize_t>(tileBytes);
                 if (TIFFReadEncodedTile(tiff_.get(), number, tile, expected) != expected || stream_.error[0] != '\0')
                     Fail();

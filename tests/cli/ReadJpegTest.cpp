@@ -174,15 +174,6 @@ TEST_F(ReadJpeg, TakesTheResolutionOutOfExifWhereJfifHasNone) {
     }
 }
 
-TEST_F(ReadJpeg, TellsOfAnOrientationThatItDoesNotApply) {
-    JpegFile file;
-    file.pixels = MakePixels(20, 10, 3, 2);
-    file.exif = MakeExif(true, 6, 72, 72, 2);
-    SaveJpeg(At("in.jpg"), file);
-    EXPECT_EQ(RunWell({"in.jpg", "out.jpg"}).err,
-              "zor: in.jpg: the camera's orientation (6) is neither applied nor kept\n");
-}
-
 TEST_F(ReadJpeg, SurvivesADamagedExifBlock) {
     JpegFile file;
     file.pixels = MakePixels(20, 10, 3, 2);
