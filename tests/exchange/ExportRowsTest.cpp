@@ -91,6 +91,23 @@ TEST(ExportRows, ReadNothingOutsideTheRow) {
     }
 }
 
+// The byte of the last pixel that is no colour may be missing: the quick loop, which reads whole words, steps aside.
+TEST(ExportRows, ReadNoWordThatIsCutOff) {
+    for (const int lead : {0, 1}) {
+        const ChannelSet channels = {3, {lead, lead + 1, lead + 2}};  // the fourth byte lies behind or in front
+        const ExportPlan plan = MakeExportPlan(ExportColours::rgb, channels, 4, PixelTypeNative32);
+        ASSERT_NE(plan.quick, plan.plain);
+        Random random(3);
+        const Bytes allowed = Noise(random, 4 * 9 - 1);
+        const auto column0 = reinterpret_cast<std::uintptr_t>(allowed.data()) - static_cast<std::uintptr_t>(lead);
+        const RowSpan row = {reinterpret_cast<std::uint8_t*>(column0), lead, lead + 4 * 9 - 1};
+        Bytes expected(4 * 9), actual(4 * 9);
+        plan.plain(row.data, 4, channels.offset, 9, expected.data());
+        ExportRow(plan, row, 0, 9, actual.data());
+        EXPECT_EQ(actual, expected) << lead;
+    }
+}
+
 TEST(ExportRows, WriteNothingForARowThatDoesNotExist) {
     const ExportPlan plan = MakeExportPlan(ExportColours::gray, {1, {0}}, 1, PixelTypeARGB32);
     Bytes bytes(16, 9);
