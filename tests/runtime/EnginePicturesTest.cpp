@@ -1,8 +1,14 @@
 // The plug-in itself with pictures of the host, opened as programs open it, in every kind of application.
 
+#include <unistd.h>
+
 #include "EngineHost.h"
 
 namespace zorhost {
+
+static std::filesystem::path ScratchPath(const std::string& name) {
+    return std::filesystem::temp_directory_path() / ("zorhost-" + std::to_string(getpid()) + " " + name);
+}
 
 static constexpr World kBothKinds[] = {World::Console, World::Desktop};
 static constexpr World kAllWorlds[] = {World::Console, World::Web, World::Desktop, World::None};
@@ -167,7 +173,7 @@ TEST(EnginePictures, AreNotHeldByAPaletteInTheConsole) {
 }
 
 TEST(EnginePictures, ComeFromImagesOfEveryStorage) {
-    const std::filesystem::path scratch = std::filesystem::temp_directory_path() / "zorhost-engine-pictures.raw";
+    const std::filesystem::path scratch = ScratchPath("pictures.raw");
     for (const World world : kBothKinds) {
         EngineHost engine({.world = world});
         {
@@ -223,6 +229,46 @@ TEST(EnginePictures, HaveAPreviewForDebuggers) {
             EXPECT_EQ(seen.height, 20);
             for (int y = 0; y < 20; ++y) {
                 for (int x = 0; x < 30; ++x) EXPECT_EQ(ColorAt(seen, x, y), ColorAt(rows, x, y));
+            }
+        }
+        engine.ExpectClean();
+    }
+}
+
+// Where no application class exists both kinds of picture are tried.
+TEST(EnginePictures, ComeAndGoWithoutAnApplication) {
+    for (const PictureStorage storage : {PictureStorage::GD, PictureStorage::GWorld}) {
+        EngineHost engine({.world = World::None, .pictures = storage});
+        {
+            const PixelRows rows = RandomRows(9, 4, 3, 9);
+            const Object picture = MakePicture(engine.host, rows);
+            const Object image = engine.host.New("PictureZOR", picture);
+            EXPECT_TRUE(image.Get("Valid").AsBool());
+            EXPECT_EQ(InfoOf(engine.host, picture).descriptionLocks, 0);
+            EXPECT_EQ(ReadPicture(engine.host, image.Call("CopyPicture").AsObject()), rows);
+            const Object back = engine.Blank("ImageFormatRGB", 9, 4, 3);
+            back.Call("DrawPictureRGB", picture);
+            EXPECT_EQ(engine.BytesOf(back), rows.bytes);
+            EXPECT_EQ(InfoOf(engine.host, picture).descriptionLocks, 0);
+        }
+        engine.ExpectClean();
+    }
+}
+
+TEST(EnginePictures, HaveNoSideAboveTheLongest) {
+    for (const World world : kBothKinds) {
+        EngineHost engine({.world = world});
+        {
+            const struct {
+                int width, height;
+                bool fits;
+            } sizes[] = {{32767, 1, true}, {1, 32767, true}, {32768, 1, false}, {1, 32768, false}};
+            for (const auto& [width, height, fits] : sizes) {
+                const Object image = engine.Blank("ImageFormatG", width, height, 1);
+                engine.host.FailCall("newPicture", 0);
+                const Object picture = image.Call("CopyPicture").AsObject();
+                EXPECT_EQ(static_cast<bool>(picture), fits) << width << " x " << height;
+                EXPECT_EQ(engine.host.CallsOf("newPicture"), fits ? 1 : 0);
             }
         }
         engine.ExpectClean();
@@ -348,7 +394,7 @@ TEST(EngineVersions, OfferPicturesToTheConsoleFrom2010_029On) {
 
 // Strings are read as the version demands: from their record on old hosts, by the service for that on newer ones.
 TEST(EngineVersions, TellExceptionsAndFindFilesOnEveryHost) {
-    const std::filesystem::path scratch = std::filesystem::temp_directory_path() / "zorhost \xC3\xA4 scratch";
+    const std::filesystem::path scratch = ScratchPath("\xC3\xA4 scratch");
     for (const double version : {2009.0, 2010.028, 2010.029, 2011.0, 2012.0, 2013.0}) {
         for (const bool hasStringData : {true, false}) {
             SCOPED_TRACE(version);

@@ -123,11 +123,12 @@ public:
     std::vector<LiveObject> LiveObjects() const;
     std::string LeakReport() const;
 
-    // Makes the nth call of a service from now on fail, 1 being the next; 0 takes that back. A failing service gives
-    // the answer that it has for failure and does nothing; of the two that lock a description, the one without an
-    // answer locks and describes nothing, and the one with an answer refuses as hosts of its version do. Besides the
-    // names that a plug-in resolves, the ten of QuickDraw and "DrawPicture" are services. Throws Error for an unknown
-    // service, and for one that has no answer for failure: those that release, lock objects, raise or register.
+    // Makes the nth call of a service from now on fail, 1 being the next; 0 takes that back and only counts. A failing
+    // service gives the answer that it has for failure and does nothing; of the two that lock a description, the one
+    // without an answer locks and describes nothing, and the one with an answer refuses as hosts of its version do.
+    // Besides the names that a plug-in resolves, the ten of QuickDraw and "DrawPicture" are services. Throws Error for
+    // an unknown service, and for one that has no answer for failure: those that release, lock objects, raise or
+    // register.
     void FailCall(std::string_view service, int nth);
     // How often the service was called since FailCall named it; the fault has struck once that is nth.
     int CallsOf(std::string_view service) const;

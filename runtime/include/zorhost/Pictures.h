@@ -77,8 +77,8 @@ struct PictureInfo {
     int kind = 0;  // of its description: 4 for a GWorld, 10 for a GD image, another for a foreign picture
     int width = 0;
     int height = 0;
-    int depth = 0;             // bits a pixel
-    bool hasMask = false;      //
+    int depth = 0;  // bits a pixel
+    bool hasMask = false;
     int descriptionLocks = 0;  // taken and not given back
     int pixelLocks = 0;        // the same of a GWorld's pixels
     int cacheClears = 0;       // how often a plug-in told that it changed the pixels
