@@ -56,6 +56,7 @@ std::string Mismatch(const ImageShape& a, const ImageShape& b) {
 bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Notes& notes) {
     Progress progress(quiet);
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
+    progress.Plan({4, 4, 1});  // comparing is quick
     progress.Begin("reading");
     InputFile fileA(pathA);
     InputFile fileB(pathB);
@@ -68,6 +69,7 @@ bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Not
         return false;
     }
     Raster a = ReadPicture(*readerA, tick);
+    progress.Begin("reading");
     Raster b = ReadPicture(*readerB, tick);
 
     progress.Begin("compare");

@@ -18,6 +18,7 @@
 #include "Storage.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
+#include "files/Cleanup.h"
 
 namespace {
 
@@ -53,6 +54,8 @@ int ProcessOne(CommandLine line, const std::string& input, const std::string& ou
         Notes notes(line.quiet);
         Process(line, notes);
         return 0;
+    } catch (const Interrupted& interrupted) {
+        EndBySignal(interrupted.signal);
     } catch (const std::bad_alloc&) {
         PrintLine(input + ": not enough memory");
     } catch (const std::exception& error) {
@@ -77,7 +80,7 @@ bool ProcessEach(const CommandLine& line) {
     const auto total = static_cast<std::int64_t>(line.files.size());
     std::int64_t done = 0;
     std::set<std::size_t> failed;  // in the order of the files
-    progress.Begin("files");
+    progress.Begin("");
     RunJobs(
         line.files.size(), jobs,
         [&](std::size_t index) { return ProcessOne(share, line.files[index], results[index]); },
@@ -87,7 +90,10 @@ bool ProcessEach(const CommandLine& line) {
             if (!end.done) failed.insert(index);
             ++done;
         },
-        [&] { progress.Step(done, total); });
+        [&] {
+            progress.Name(std::to_string(done) + " of " + std::to_string(total) + " files");
+            progress.Step(done, total);
+        });
     progress.End();
     if (failed.empty()) return true;
     std::string names;

@@ -1,6 +1,7 @@
 #include <optional>
 
 #include "Commands.h"
+#include "Effort.h"
 #include "Engine.h"
 #include "Errors.h"
 #include "Load.h"
@@ -12,6 +13,7 @@
 #include "codecs/IccProfile.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
+#include "files/Cleanup.h"
 #include "files/OutputFile.h"
 
 namespace {
@@ -48,6 +50,35 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
     }
 }
 
+// What each phase will take, about, in the order of the phases.
+std::vector<double> Efforts(const ImageShape& shape, const std::vector<EffectCall>& calls,
+                            const std::vector<ImageShape>& shapes, const Codec& outputCodec) {
+    std::vector<double> efforts = {ReadingEffort(shape)};
+    ImageShape source = shape;
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        efforts.push_back(EffectEffort(calls[i].row->name, source, shapes[i]));
+        source = shapes[i];
+    }
+    efforts.push_back(WritingEffort(outputCodec.name, source));
+    return efforts;
+}
+
+// Where the engine gives turns while it works, a signal ends the work between two rows.
+void RunEffects(const std::vector<EffectCall>& calls, const std::vector<ImageShape>& shapes, Raster* image,
+                Progress& progress) {
+    const SignalPatience patience;
+    SetEngineTick([&progress] {
+        progress.Step(0, 0);
+        SignalPatience::Look();
+    });
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        progress.Begin(calls[i].row->name);
+        calls[i].row->run(image, shapes[i], calls[i].arguments);
+        SignalPatience::Look();
+    }
+    SetEngineTick(nullptr);
+}
+
 }  // namespace
 
 void Process(const CommandLine& line, Notes& notes) {
@@ -69,16 +100,12 @@ void Process(const CommandLine& line, Notes& notes) {
     OutputFile output(outputPath);
 
     Progress progress(line.quiet);
+    progress.Plan(Efforts(shape, calls, shapes, outputCodec));
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
     progress.Begin("reading");
     Raster image = ReadPicture(*reader, tick);
 
-    SetEngineTick([&progress] { progress.Step(0, 0); });
-    for (std::size_t i = 0; i < calls.size(); ++i) {
-        progress.Begin(calls[i].row->name);
-        calls[i].row->run(&image, shapes[i], calls[i].arguments);
-    }
-    SetEngineTick(nullptr);
+    RunEffects(calls, shapes, &image, progress);
 
     progress.Begin("writing");
     outputCodec.write(output, image, header, line.write, tick);

@@ -1,5 +1,6 @@
 #include "Progress.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -10,6 +11,13 @@ constexpr std::chrono::milliseconds kQuietTime{1000};
 constexpr std::chrono::milliseconds kDrawInterval{100};
 
 bool lineShown = false;
+
+// The width may change at any time; a line that is longer would leave its beginning behind.
+std::size_t TerminalColumns() {
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col < 2) return 80;
+    return size.ws_col;
+}
 
 }  // namespace
 
@@ -27,8 +35,13 @@ Progress::~Progress() {
     End();
 }
 
+double Progress::Seconds(Clock::time_point now) const {
+    return std::chrono::duration<double>(now - start_).count();
+}
+
 void Progress::Begin(const std::string& phase) {
     phase_ = phase;
+    estimate_.Begin(Seconds(Clock::now()));
 }
 
 void Progress::Step(std::int64_t done, std::int64_t total) {
@@ -36,12 +49,10 @@ void Progress::Step(std::int64_t done, std::int64_t total) {
     const Clock::time_point now = Clock::now();
     if (now < nextDraw_) return;
     nextDraw_ = now + kDrawInterval;
-    if (total > 0) {
-        std::fprintf(stderr, "\r\033[K%s %d%%", phase_.c_str(), static_cast<int>(done * 100 / total));
-    } else {
-        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now - start_).count();
-        std::fprintf(stderr, "\r\033[K%s (%lld s)", phase_.c_str(), static_cast<long long>(seconds));
-    }
+    estimate_.Step(done, total, Seconds(now));
+    const std::string text =
+        ProgressText(phase_, estimate_.Done(), estimate_.SecondsLeft(Seconds(now)), TerminalColumns() - 1);
+    std::fprintf(stderr, "\r%s\033[K", text.c_str());
     std::fflush(stderr);
     lineShown = true;
 }

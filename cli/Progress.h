@@ -1,10 +1,13 @@
 #pragma once
-// One line on the terminal that tells how far the work is. It appears when the work has taken a second, and never when
-// stderr is no terminal.
+// One line on the terminal that tells how far the work is and how long the rest will take. It appears when the work has
+// taken a second, and never when stderr is no terminal.
 
 #include <chrono>
 #include <cstdint>
 #include <string>
+#include <vector>
+
+#include "ProgressEstimate.h"
 
 class Progress {
 public:
@@ -13,11 +16,17 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    // What the phases to come will take, relative to each other; without it there is one.
+    void Plan(std::vector<double> efforts) { estimate_ = ProgressEstimate(std::move(efforts)); }
+
     // A new phase: "reading", "scale", "writing".
     void Begin(const std::string& phase);
 
+    // Another name for the phase that is on.
+    void Name(const std::string& phase) { phase_ = phase; }
+
     // `done` of `total` steps of the phase. Cheap enough to be called once a row; draws ten times a second at most.
-    // A total of 0 stands for work whose length is not known; the seconds it has taken are shown then.
+    // A total of 0 stands for work whose length is not known.
     void Step(std::int64_t done, std::int64_t total);
 
     // Takes the line away.
@@ -25,7 +34,10 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    [[nodiscard]] double Seconds(Clock::time_point now) const;
+
     bool enabled_;
+    ProgressEstimate estimate_;
     std::string phase_;
     Clock::time_point start_;
     Clock::time_point nextDraw_;

@@ -77,6 +77,8 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         PrintLine(error.what());
         return kUsage;
+    } catch (const Interrupted& interrupted) {
+        EndBySignal(interrupted.signal);
     } catch (const std::bad_alloc&) {
         PrintLine("not enough memory");
     } catch (const std::exception& error) {

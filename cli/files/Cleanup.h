@@ -8,6 +8,28 @@
 // error instead of a signal.
 void InstallSignalCleanup();
 
+// Thrown to end the work after a signal has arrived; no std::exception, so that it is not taken for a failure.
+struct Interrupted {
+    int signal;
+};
+
+// While one lives, the first signal does not end the program at once: the work is expected to Look now and then, so
+// that it stops where it can and everything that it holds is let go of. When it does not for a second, or another
+// signal arrives, the program ends as always.
+class SignalPatience {
+public:
+    SignalPatience();
+    ~SignalPatience();
+    SignalPatience(const SignalPatience&) = delete;
+    SignalPatience& operator=(const SignalPatience&) = delete;
+
+    // Throws Interrupted when a signal has arrived.
+    static void Look();
+};
+
+// Ends the program by the signal, as if it had not been caught; files that are registered are removed.
+[[noreturn]] void EndBySignal(int number);
+
 // While one lives, the signals above wait. For the moments between making a file and registering it, and between
 // renaming it and taking it off the list. Only for the main thread while no other runs.
 class SignalPause {

@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "Terminal.h"
 #include "TestPictures.h"
 #include "ZorTest.h"
 
@@ -99,31 +100,6 @@ TEST_F(Interrupt, RemovesItsFileWhenTheInputEndsEarly) {
     EXPECT_EQ(Files(), (std::vector<std::string>{"out.png", "pipe"}));
 }
 
-// A terminal of the test's own.
-class Terminal {
-public:
-    Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
-        if (master_ < 0 || grantpt(master_) != 0 || unlockpt(master_) != 0) throw std::runtime_error("no terminal");
-    }
-    ~Terminal() { close(master_); }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    [[nodiscard]] std::string Name() const { return ptsname(master_); }
-
-    // What has been written there by a program that has ended.
-    [[nodiscard]] std::string Text() const {
-        std::string text;
-        char part[4096];
-        for (ssize_t got = 0; (got = read(master_, part, sizeof part)) > 0;)
-            text.append(part, static_cast<std::size_t>(got));
-        return text;
-    }
-
-private:
-    int master_;
-};
-
 TEST_F(Interrupt, ShowsProgressOnATerminalWhenTheWorkTakesLong) {
     for (const bool quiet : {false, true}) {
         const Terminal terminal;
@@ -139,6 +115,25 @@ TEST_F(Interrupt, ShowsProgressOnATerminalWhenTheWorkTakesLong) {
             EXPECT_NE(text.find("reading "), std::string::npos) << text;
             EXPECT_NE(text.find('%'), std::string::npos) << text;
             EXPECT_TRUE(text.ends_with("\r\033[K")) << "the line has not been taken away: " << text;
+        }
+        std::filesystem::remove(At("pipe"));
+    }
+}
+
+TEST_F(Interrupt, KeepsItsProgressWithinOneLineOfTheTerminal) {
+    for (const int columns : {12, 80}) {
+        const Terminal terminal(columns);
+        RunOptions options;
+        options.errorsTo = terminal.Name();
+        StartHalfway(options);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1300));
+        EXPECT_EQ(SendTheRest().exitCode, 0);
+        const std::vector<std::string> lines = terminal.Lines();
+        ASSERT_FALSE(lines.empty());
+        for (const std::string& line : lines) EXPECT_LT(line.size(), static_cast<std::size_t>(columns)) << line;
+        EXPECT_EQ(lines.front().substr(0, 8), "reading ");
+        if (columns == 80) {
+            EXPECT_NE(lines.front().find(" left"), std::string::npos) << lines.front();
         }
         std::filesystem::remove(At("pipe"));
     }
@@ -165,6 +160,40 @@ TEST_F(Interrupt, EndsInTheMiddleOfAnEffect) {
     EXPECT_EQ(outcome.signal, SIGINT);
     EXPECT_EQ(ReadFile(At("out.png")), "old");
     EXPECT_EQ(Files(), (std::vector<std::string>{"in.png", "out.png"}));
+}
+
+// One that gives turns between its rows, and one that gives none for as long as it works.
+TEST_F(Interrupt, EndsAnEffectWhetherOrNotItLooksForSignals) {
+    SavePng(At("in.png"), PlainPng(MakePixels(1500, 1500, 3, 3)));
+    for (const std::vector<std::string>& effect : std::vector<std::vector<std::string>>{
+             {"scale", "12000x12000", "filter=lanczos8", "threads=1"}, {"oil", "range=100", "levels=256"}})
+        for (const int number : {SIGINT, SIGTERM}) {
+            SCOPED_TRACE(effect[0]);
+            std::vector<std::string> words = {"in.png", "out.png"};
+            words.insert(words.end(), effect.begin(), effect.end());
+            const pid_t process = Start(words);
+            for (int i = 0; i < 1000 && Files().size() < 2; ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            ASSERT_EQ(Files().size(), 2U);
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            kill(process, number);
+            const Outcome outcome = Wait(process);
+            EXPECT_EQ(outcome.signal, number);
+            EXPECT_EQ(outcome.err, "");
+            EXPECT_EQ(Files(), std::vector<std::string>{"in.png"});
+        }
+}
+
+TEST_F(Interrupt, DoesNotWaitAfterASecondSignal) {
+    SavePng(At("in.png"), PlainPng(MakePixels(1500, 1500, 3, 3)));
+    const pid_t process = Start({"in.png", "out.png", "oil", "range=100", "levels=256"});
+    for (int i = 0; i < 1000 && Files().size() < 2; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    kill(process, SIGINT);
+    kill(process, SIGTERM);
+    const Outcome outcome = Wait(process);
+    EXPECT_TRUE(outcome.signal == SIGTERM || outcome.signal == SIGINT) << outcome.signal;
+    EXPECT_EQ(Files(), std::vector<std::string>{"in.png"});
 }
 
 }  // namespace

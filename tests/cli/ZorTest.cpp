@@ -1,6 +1,7 @@
 #include "ZorTest.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <linux/capability.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -45,6 +46,8 @@ void Redirect(const std::string& path, int descriptor) {
     if (options.obeysPermissions && geteuid() == 0)
         for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH})
             if (prctl(PR_CAPBSET_DROP, right) != 0) _exit(124);
+    if (options.user && (setgroups(0, nullptr) != 0 || setgid(*options.user) != 0 || setuid(*options.user) != 0))
+        _exit(125);
     // A finding of a sanitizer must not pass for a failure that the test expects.
     setenv("ASAN_OPTIONS", "exitcode=99", 1);
     setenv("UBSAN_OPTIONS", "exitcode=99:print_stacktrace=1", 1);

@@ -24,6 +24,7 @@ struct RunOptions {
     std::string errorsTo;                        // the same for stderr, such as a terminal
     bool obeysPermissions = false;               // even where the tests run as root
     std::vector<int> ignoredSignals;             // when the program starts
+    std::optional<unsigned> user;                // that the program runs as, with a group of the same number
 };
 
 class ZorTest : public testing::Test {
