@@ -177,7 +177,7 @@ void PnmReader::ReadPamHeader() {
     std::int64_t depth = 0;
     std::string type;
     most_ = 0;
-    // One entry a line; only the type may have several words, and several lines.
+    // One entry a line; the type may be spread over several.
     for (std::string word = Word(); word != "ENDHDR"; word = Word()) {
         if (word.empty()) FailShort();
         if (word == "WIDTH") {

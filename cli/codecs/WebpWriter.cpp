@@ -36,9 +36,9 @@ public:
         WebPDataInit(&assembled_);
     }
     ~WebpWriter() {
+        WebPMuxDelete(mux_);  // looks into what was encoded
         WebPPictureFree(&picture_);
         WebPMemoryWriterClear(&encoded_);
-        WebPMuxDelete(mux_);
         WebPDataClear(&assembled_);
     }
     WebpWriter(const WebpWriter&) = delete;

@@ -86,7 +86,8 @@ TEST_F(Completion, OffersFilesForEveryFile) {
     EXPECT_EQ(Offers("photo-2.png ph"), (Words{"photo one.jpg", "photo-2.png"}));
     EXPECT_EQ(Offers("info photo-"), Words{"photo-2.png"});
     EXPECT_EQ(Offers("compare photo-2.png photo-"), Words{"photo-2.png"});
-    EXPECT_EQ(Offers("info photo-2.png ph"), Words{""});
+    EXPECT_EQ(Offers("info photo-2.png ph"), (Words{"photo one.jpg", "photo-2.png"}));
+    EXPECT_EQ(Offers("compare photo-2.png photo-2.png ph"), Words{""});
     EXPECT_EQ(Offers("photo-2.png out.png combine photo-"), Words{"photo-2.png"});
     EXPECT_EQ(Offers("photo-2.png out.png combine a.png mask=photo-"), Words{"photo-2.png"});
     EXPECT_EQ(Offers("photo-2.png out.png curve cur"), Words{"curve.txt"});
@@ -135,7 +136,7 @@ TEST_F(Completion, AnswersOddQuestionsOfTheShell) {
     ExpectFailure(Run({"--complete"}), 2, {"--complete", "is no place"});
     ExpectFailure(Run({"--complete", "x"}), 2, {"'x'"});
     EXPECT_NE(RunWell({"--complete", "0"}).out, "");
-    EXPECT_EQ(RunWell({"--complete", "99", "info", "a", "b"}).out, "");
+    EXPECT_EQ(RunWell({"--complete", "99", "compare", "a", "b"}).out, "");
     EXPECT_EQ(RunWell({"--complete", "1", "--unknown", "inf"}).out, "info\n<files>\n");
 }
 
