@@ -24,11 +24,17 @@ constexpr PixelLayout kDesktopRGB = {ImageFormatRGB, 3, 0, 1, 2, 0, false};
 constexpr PixelLayout kConsoleAlpha = {ImageFormatARGB, 4, 2, 1, 0, 3, true};
 constexpr PixelLayout kConsole = {ImageFormatXRGB, 4, 2, 1, 0, 3, false};
 
+// What a constructor finds in its object.
+enum class Found {
+    earlier,  // an image of another call, or nothing: it is given back
+    written,  // what the other constructor set in this very call: written over, its lock on the picture stays
+};
+
 // What both kinds set. The picture is locked before what the object held is given back: it may be the same one.
 void TakePicture(ImageClassData* record, REALobject picture, const REALpictureDescription& description, int rowSize,
-                 const PixelLayout& layout) {
+                 const PixelLayout& layout, Found found) {
     REALLockObject(picture);
-    ReleaseEarlierStorage(record);
+    if (found == Found::earlier) ReleaseEarlierStorage(record);
     ClearLayout(record);
     record->Target = picture;
     record->Width = description.width;
@@ -53,34 +59,34 @@ void TakePicture(ImageClassData* record, REALobject picture, const REALpictureDe
 
 }  // namespace
 
-void ImageConstructorPicture(REALobject object, REALobject picture, REALboolean useAlpha) {
-    if (!IsConsole && !IsDesktop) CheckApplication();
-    if (!IsConsole) ImageConstructorPictureGUI(object, picture, useAlpha);
-    if (!IsDesktop) ImageConstructorPictureConsole(object, picture, useAlpha);
-}
-
-void ImageConstructorPictureGUI(REALobject object, REALobject picture, REALboolean useAlpha) {
+// True if the image stands.
+static bool ConstructOnGWorld(REALobject object, REALobject picture, REALboolean useAlpha) {
     constexpr int kKindGWorld = 4;
     REALpictureDescription description{};
     REALLockPictureDescription(picture, &description);
     REALUnlockPictureDescription(picture);
-    if (description.kind != kKindGWorld || !description.data) return;
+    if (description.kind != kKindGWorld || !description.data) return false;
     PixMap** const pixMap = GetPortPixMap(static_cast<OpaqueGrafPtr*>(description.data));
-    if (!pixMap) return;
+    if (!pixMap) return false;
     std::uint8_t* const base = GetPixBaseAddr(pixMap);
-    if (!base) return;
+    if (!base) return false;
     const int depth = GetPixDepth(pixMap);
-    if (depth != 32 && depth != 24) return;
+    if (depth != 32 && depth != 24) return false;
     const PixelLayout& layout = depth == 24 ? kDesktopRGB : useAlpha ? kDesktopARGB : kDesktopXRGB;
     ImageClassData* const record = ImageDataOf(object);
-    TakePicture(record, picture, description, GetPixRowBytes(pixMap), layout);
+    TakePicture(record, picture, description, GetPixRowBytes(pixMap), layout, Found::earlier);
     record->Pixels = base;
     record->MappedRowCount = record->Height;
     record->GetRow = GetRowLinear;
     record->StorageBytes = record->RowSize > 0 && record->Height > 0 ? record->TotalSize : 0;
+    return true;
 }
 
-void ImageConstructorPictureConsole(REALobject object, REALobject picture, REALboolean useAlpha) {
+void ImageConstructorPictureGUI(REALobject object, REALobject picture, REALboolean useAlpha) {
+    ConstructOnGWorld(object, picture, useAlpha);
+}
+
+static void ConstructOnGDImage(REALobject object, REALobject picture, REALboolean useAlpha, Found found) {
     constexpr int kKindGDImage = 10;
     REALpictureDescription description{};
     if (!REALLockPictureDescriptionX(picture, &description, kKindGDImage)) return;
@@ -90,10 +96,22 @@ void ImageConstructorPictureConsole(REALobject object, REALobject picture, REALb
     if (description.kind != kKindGDImage || !image || !image->tpixels || !image->trueColor) return;
     const int rowSize = static_cast<std::int32_t>(static_cast<std::uint32_t>(description.width) * 4u);
     ImageClassData* const record = ImageDataOf(object);
-    TakePicture(record, picture, description, rowSize, useAlpha ? kConsoleAlpha : kConsole);
+    TakePicture(record, picture, description, rowSize, useAlpha ? kConsoleAlpha : kConsole, found);
+    record->Pixels = nullptr;
     record->RowPointers = reinterpret_cast<std::uint8_t**>(image->tpixels);
     record->GetRow = GetRowGDImage;
     // What the image itself has, should the description tell more.
     record->TableRows = std::min(description.height, image->height);
     record->StorageBytes = static_cast<std::int64_t>(std::min(description.width, image->width)) * 4;
+}
+
+void ImageConstructorPictureConsole(REALobject object, REALobject picture, REALboolean useAlpha) {
+    ConstructOnGDImage(object, picture, useAlpha, Found::earlier);
+}
+
+void ImageConstructorPicture(REALobject object, REALobject picture, REALboolean useAlpha) {
+    if (!IsConsole && !IsDesktop) CheckApplication();
+    bool onGWorld = false;
+    if (!IsConsole) onGWorld = ConstructOnGWorld(object, picture, useAlpha);
+    if (!IsDesktop) ConstructOnGDImage(object, picture, useAlpha, onGWorld ? Found::written : Found::earlier);
 }

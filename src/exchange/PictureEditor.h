@@ -62,5 +62,14 @@ void NextRow(PictureEditor& editor);
 
 void ClosePictureReader(PictureEditor& editor);
 
+// An editor that is closed also where a method is left because the application cancelled it in a yield.
+struct EditorHolder {
+    PictureEditor editor{};
+    EditorHolder() = default;
+    ~EditorHolder() { ClosePictureReader(editor); }
+    EditorHolder(const EditorHolder&) = delete;
+    EditorHolder& operator=(const EditorHolder&) = delete;
+};
+
 // Closes a writer and gives its picture, locked once for the caller; nil where there is none.
 REALobject RenderPictureWriter(PictureEditor& editor);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/Factory.h"
 #include "core/Rectangles.h"
 #include "exchange/ExportRows.h"
 #include "exchange/PictureDrawing.h"
@@ -10,7 +11,8 @@
 // Makes a picture of a rectangle that lies on the image. Nil: the host gives none.
 static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect, ExportColours colours,
                                   const ChannelSet& channels) {
-    PictureEditor editor;
+    EditorHolder holder;
+    PictureEditor& editor = holder.editor;
     if (!NewPictureWriter(editor, static_cast<int>(rect.width), static_cast<int>(rect.height))) return nullptr;
     const ExportPlan plan = MakeExportPlan(colours, channels, record->PixelSize, editor.PixelType);
     const std::ptrdiff_t x = static_cast<std::ptrdiff_t>(rect.x);
@@ -77,11 +79,10 @@ REALobject rbCopyMaskAll(REALobject object) {
 // --- both -----------------------------------------------------------------------------------------------------------
 
 REALobject rbCopyPictureWithMask(REALobject object, int x, int y, int w, int h) {
-    const REALobject picture = rbCopyPicture(object, x, y, w, h);
-    const REALobject mask = rbCopyMask(object, x, y, w, h);
-    AddPictureMask(picture, mask, w, h);  // without a mask the picture is still good
-    if (mask) REALUnlockObject(mask);
-    return picture;
+    ObjectHolder picture(rbCopyPicture(object, x, y, w, h));
+    const ObjectHolder mask(rbCopyMask(object, x, y, w, h));
+    AddPictureMask(picture.get(), mask.get(), w, h);  // without a mask the picture is still good
+    return picture.release();
 }
 
 REALobject rbCopyPictureWithMaskAll(REALobject object) {

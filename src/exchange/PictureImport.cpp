@@ -7,12 +7,6 @@
 
 namespace {
 
-// Closes when a cancelled method is left, too.
-struct OpenPicture {
-    PictureEditor editor{};
-    ~OpenPicture() { ClosePictureReader(editor); }
-};
-
 enum GrayChannelSource : int { fromRed = 0, fromGreen = 1, fromBlue = 2 };
 
 // What a member does with a pixel, and whether it gives the host a turn at every row.
@@ -89,7 +83,7 @@ void Import(ImageClassData* image, REALobject pictureObject, REALobject maskObje
     const auto yield = [&] {
         if (way.yields) YieldIfAsked(image);
     };
-    OpenPicture picture, mask;
+    EditorHolder picture, mask;
     if (!GetPictureReader(picture.editor, pictureObject)) return yield();
     if (maskObject && !GetPictureReader(mask.editor, maskObject)) {
         ClosePictureReader(picture.editor);

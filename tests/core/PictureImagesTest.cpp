@@ -214,7 +214,7 @@ TEST_F(PictureImages, AreOfTheConsoleWhereAPictureIsOfBothKinds) {
         ++pictures[picture].descriptionLocks;
         return true;
     };
-    const TestImage image = Constructed(picture, true);
+    TestImage image = Constructed(picture, true);
     EXPECT_EQ(image->GetRow, GetRowGDImage);
     EXPECT_EQ(image->Width, 4);
     EXPECT_EQ(image->Height, 3);
@@ -222,7 +222,10 @@ TEST_F(PictureImages, AreOfTheConsoleWhereAPictureIsOfBothKinds) {
     EXPECT_EQ(image->MappedRowCount, 0);
     EXPECT_EQ(image->TotalSize, 48);
     EXPECT_EQ(image->RedOffset, 2);
-    EXPECT_EQ(host.Locks(picture), 2) << "held once";
+    EXPECT_EQ(host.Locks(picture), 3) << "each of the two locks it";
+    image = TestImage();
+    EXPECT_EQ(host.Locks(picture), 2) << "and the end of the image gives one back";
+    REALUnlockObject(picture);
     REALUnlockObject(picture);
     REALUnlockObject(twin);
 }

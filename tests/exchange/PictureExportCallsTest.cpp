@@ -327,4 +327,34 @@ TEST_F(PictureExportCalls, ReadNothingOfAFileThatIsClosedInAYield) {
     REALUnlockObject(picture);
 }
 
+TEST_F(PictureExportCalls, AYieldThatCancelsLeavesNothingOpen) {
+    TestImage image = Noise(3, 4, ImageFormatRGBA);
+    YieldEverywhere(image.record());
+    image->GetRow = SlowRow;
+    const auto yieldsUntilCancelled = [&](int cancelled) {
+        int yields = 0;
+        host.onYield = [&] {
+            if (++yields == cancelled) throw 42;
+        };
+        const auto run = [&] {
+            image->LastYieldTick -= 1000;
+            return rbCopyPictureWithMask(image.object(), 0, 0, 3, 4);
+        };
+        if (cancelled > 0) {
+            EXPECT_THROW(run(), int) << cancelled;
+        } else {
+            REALUnlockObject(run());
+        }
+        host.onYield = nullptr;
+        return yields;
+    };
+    const int all = yieldsUntilCancelled(0);
+    EXPECT_GE(all, 12) << "a start and a row each, for the picture and for its mask";
+    for (int cancelled = 1; cancelled <= all; ++cancelled) {
+        const std::size_t before = host.LiveObjects();
+        yieldsUntilCancelled(cancelled);
+        EXPECT_EQ(host.LiveObjects(), before) << cancelled;
+    }
+}
+
 }  // namespace
