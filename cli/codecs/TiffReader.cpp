@@ -149,6 +149,7 @@ void TiffReader::ReadRows(Raster& image, const RowTick& tick) {
     std::int64_t rows = 0;
     const auto done = [&] { tick(++rows, total); };
     stream_.decoding = true;
+    stream_.error[0] = '\0';  // what libtiff did without until now
     for (const int plane : planes) {
         if (layout_.tileWidth > 0)
             ReadTiles(image, plane, done);
