@@ -28,7 +28,7 @@ constexpr std::int64_t kMostInMemory = 2147483647;  // bytes of an image, and pi
 constexpr std::int64_t kLeastFileRows = 5;          // the engine's window on a file never holds fewer
 constexpr int kShares = 4;
 
-std::int64_t givenMemory = 0;  // 0: none
+std::int64_t memory = 0;  // bytes that all images may take together; 0: not known yet
 
 std::int64_t RoundUp(std::int64_t bytes, std::int64_t unit) {
     return (bytes + unit - 1) / unit * unit;
@@ -65,7 +65,7 @@ std::int64_t AddressLimit() {
 }
 
 std::int64_t Memory() {
-    static const std::int64_t memory = givenMemory > 0 ? givenMemory : DefaultMemory();
+    if (memory == 0) memory = DefaultMemory();
     return memory;
 }
 
@@ -168,7 +168,7 @@ bool ReadMemorySize(const std::string& text, std::int64_t* bytes) {
 }
 
 void SetStorage(const StorageOptions& options) {
-    givenMemory = options.memory;
+    memory = options.memory;
     if (options.scratch.empty()) return;
     SetScratchDirectory(options.scratch);
     const OpenFile probe;

@@ -43,6 +43,10 @@ void Redirect(const std::string& path, int descriptor) {
         const rlimit limit{*options.fileSizeLimit, *options.fileSizeLimit};
         if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(122);
     }
+    if (options.addressLimit) {
+        const rlimit limit{*options.addressLimit, *options.addressLimit};
+        if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(125);
+    }
     if (options.obeysPermissions && geteuid() == 0)
         for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH})
             if (prctl(PR_CAPBSET_DROP, right) != 0) _exit(124);

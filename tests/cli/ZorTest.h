@@ -19,6 +19,7 @@ struct Outcome {
 
 struct RunOptions {
     std::optional<std::uint64_t> fileSizeLimit;  // bytes that any file may grow to
+    std::optional<std::uint64_t> addressLimit;   // bytes of addresses that the program may have
     std::string outputTo;                        // where stdout goes; empty: it is caught in Outcome::out
     int inputDescriptor = -1;                    // what stdin is; below 0: that of the tests
     std::string errorsTo;                        // the same for stderr, such as a terminal
