@@ -193,12 +193,12 @@ void WriteWhole(const std::filesystem::path& path, const void* bytes, std::size_
     if (std::filesystem::is_symlink(path, ignored)) target = std::filesystem::weakly_canonical(path, ignored);
     std::filesystem::path written = target;
     if (!direct) written += ".part-" + std::to_string(getpid());
-    const int flags = direct ? O_WRONLY | O_CLOEXEC : O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+    const int flags = direct ? O_WRONLY | O_CLOEXEC : O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC;
     const int file = open(written.c_str(), flags, 0666);
     if (file < 0) ThrowFile(path, SystemText(errno));
+    // The new file is as open to others as the one that it replaces, where the file system lets that be said.
     if (!direct && std::filesystem::exists(status)) {
-        // The new file is as open to others as the one that it replaces.
-        if (fchmod(file, static_cast<mode_t>(status.permissions()) & 07777) != 0) errno = 0;
+        [[maybe_unused]] const int ignoredResult = fchmod(file, static_cast<mode_t>(status.permissions()) & 07777);
     }
     int error = WriteAll(file, bytes, size) ? 0 : errno;
     if (close(file) != 0 && error == 0) error = errno;
