@@ -1,39 +1,14 @@
 #include "effects/CombineEffects.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
-#include <system_error>
 
 #include "Errors.h"
-#include "Load.h"
-#include "Notes.h"
 #include "Raster.h"
 #include "effects/ConvertEffects.h"
+#include "effects/OtherPicture.h"
 
 namespace {
-
-// Where the two pictures meet: the corner of the common rectangle on each, and its size.
-struct Meeting {
-    int x, y;
-    int fileX, fileY;
-    int width, height;
-};
-
-void MeetSide(int at, int side, int fileSide, int* start, int* fileStart, int* length) {
-    *start = std::max(at, 0);
-    const std::int64_t fileFirst = std::int64_t{*start} - at;
-    const std::int64_t count = std::min(std::int64_t{side} - *start, fileSide - fileFirst);
-    *length = static_cast<int>(std::clamp<std::int64_t>(count, 0, side));
-    *fileStart = *length == 0 ? 0 : static_cast<int>(fileFirst);
-}
-
-Meeting Meet(const ImageShape& picture, const ImageShape& file, const AreaRequest& at) {
-    Meeting meeting{};
-    MeetSide(at.x, picture.width, file.width, &meeting.x, &meeting.fileX, &meeting.width);
-    MeetSide(at.y, picture.height, file.height, &meeting.y, &meeting.fileY, &meeting.height);
-    return meeting;
-}
 
 bool GivesColour(const Arguments& arguments) {
     return arguments.Given("colour") || arguments.Given("maskcolour");
@@ -75,16 +50,6 @@ void CheckMask(const ImageShape& file, const ImageShape& mask, const Arguments& 
     if (mask.kind == PixelKind::CMYK) throw RunError(path + ": a mask is gray or RGB, and not CMYK");
 }
 
-// The shape that a file says it has. False: it can be opened once only, as a pipe, and must be left for the work.
-bool PeekShape(const std::string& path, ImageShape* shape) {
-    std::error_code ignored;
-    if (std::filesystem::is_other(path, ignored)) return false;
-    InputFile file(path);
-    Notes notes(true);
-    *shape = ShapeOf(file, OpenPicture(file, notes)->Header());
-    return true;
-}
-
 ImageShape PlanCombine(const ImageShape& source, const Arguments& arguments) {
     CheckWords(arguments);
     ImageShape file{};
@@ -93,11 +58,6 @@ ImageShape PlanCombine(const ImageShape& source, const Arguments& arguments) {
     if (known) CheckFile(source, file, arguments);
     if (arguments.Given("mask") && PeekShape(arguments.Text("mask"), &mask) && known) CheckMask(file, mask, arguments);
     return source;
-}
-
-Raster Load(const std::string& path) {
-    Notes notes(true);
-    return LoadPicture(path, notes, [](std::int64_t, std::int64_t) {});
 }
 
 // All below work on strips of the common rectangle, which are images of their own: small, and in memory wherever the
@@ -167,11 +127,11 @@ void LayStrip(const Raster& picture, const Raster& loaded, const Raster* mask, c
 }
 
 void RunCombine(Raster* image, const ImageShape& shape, const Arguments& arguments) {
-    Raster loaded = Load(arguments.Text("file"));
+    Raster loaded = LoadWhole(arguments.Text("file"));
     CheckFile(shape, loaded.Shape(), arguments);
     std::optional<Raster> mask;
     if (arguments.Given("mask")) {
-        mask.emplace(Load(arguments.Text("mask")));
+        mask.emplace(LoadWhole(arguments.Text("mask")));
         CheckMask(loaded.Shape(), mask->Shape(), arguments);
     }
     constexpr int kStripBytes = 1 << 17;

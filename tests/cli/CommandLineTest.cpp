@@ -1,6 +1,8 @@
 // Words on the command line: what is wrong with them is told in one line, and help tells what is right.
 
 #include <algorithm>
+#include <iterator>
+#include <sstream>
 
 #include "ZorTest.h"
 
@@ -97,20 +99,63 @@ TEST_F(Usage, TellsAllAboutAnEffect) {
     EXPECT_NE(RunWell({"help", "scalefast"}).out.find("scalefast WxH|Wx|xH|N%"), std::string::npos);
 }
 
-TEST_F(Usage, HasExamplesThatWork) {
-    std::filesystem::copy(Photo("rocket.jpg"), At("photo.jpg"));
-    for (const char* effect : {"scale", "scalefast"}) {
+// The names in the list of effects of the help, or of what else stands under a heading.
+std::vector<std::string> ListedEffects(const std::string& help) {
+    std::istringstream lines(help.substr(help.find("\nEffects (")));
+    std::vector<std::string> names;
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with("    ")) names.push_back(line.substr(4, line.find(' ', 4) - 4));
+    return names;
+}
+
+std::vector<std::string> Split(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+TEST_F(Usage, TellsOfEveryEffectItsArgumentsWithRangesAndDefaults) {
+    const std::vector<std::string> effects = ListedEffects(RunWell({"help"}).out);
+    EXPECT_GE(effects.size(), 30U);
+    for (const std::string& effect : effects) {
+        SCOPED_TRACE(effect);
         const std::string help = RunWell({"help", effect}).out;
-        std::string example = help.substr(help.find("Example:\n  zor ") + 15);
-        example.erase(example.find('\n'));
-        std::vector<std::string> words;
-        for (std::size_t start = 0; start <= example.size();) {
-            const std::size_t end = std::min(example.find(' ', start), example.size());
-            words.push_back(example.substr(start, end - start));
-            start = end + 1;
+        EXPECT_TRUE(help.starts_with(effect + ": "));
+        // Every argument of the usage line has a line that tells what it takes.
+        const std::size_t start = help.find("zor INPUT OUTPUT " + effect);
+        ASSERT_NE(start, std::string::npos);
+        const std::string usage = help.substr(start, help.find('\n', start) - start);
+        const bool takesAny = usage != "zor INPUT OUTPUT " + effect;
+        EXPECT_EQ(help.find("Arguments:\n") != std::string::npos, takesAny);
+        for (const std::string& word : Split(usage)) {
+            if (!word.starts_with("[")) continue;
+            const std::string name = word.substr(1, word.find_first_of("=]") - 1);
+            const std::size_t at = help.find("\n  " + name + " ");
+            ASSERT_NE(at, std::string::npos) << name;
+            EXPECT_NE(help.substr(at + 1, help.find('\n', at + 1) - at).find(": "), std::string::npos) << name;
         }
-        RunWell(words);
     }
+}
+
+TEST_F(Usage, HasExamplesThatWork) {
+    RunWell({Photo("rocket.jpg"), "photo.jpg", "scale", "320x"});
+    for (const std::string& effect : ListedEffects(RunWell({"help"}).out)) {
+        SCOPED_TRACE(effect);
+        const std::string help = RunWell({"help", effect}).out;
+        const std::size_t start = help.find("Example:\n  zor ");
+        ASSERT_NE(start, std::string::npos);
+        RunWell(Split(help.substr(start + 15, help.find('\n', start + 15) - start - 15)));
+        EXPECT_TRUE(std::filesystem::remove(At("result.png")));
+    }
+}
+
+TEST_F(Usage, TellsAllAboutACommand) {
+    for (const char* command : {"info", "compare", "describe", "help", "each"}) {
+        const std::string help = RunWell({"help", command}).out;
+        EXPECT_TRUE(help.starts_with(std::string(command) + ": ")) << help;
+        EXPECT_NE(help.find("\n  zor "), std::string::npos) << help;
+    }
+    for (const char* word : {"{stem}", "{name}", "{ext}", "{dir}", "{n}"})
+        EXPECT_NE(RunWell({"help", "each"}).out.find(word), std::string::npos) << word;
 }
 
 TEST_F(Usage, DescribesTheClassesOfTheEngine) {
