@@ -282,4 +282,49 @@ TEST(EngineFaults, LoseNothingWhileTheWorldIsUnknown) {
     }
 }
 
+// A program may stop a long method at any of its yields, by an exception that passes through the plug-in. There is one
+// before the pixels are touched; how many there are between the rows is a matter of time.
+TEST(EngineFaults, LoseNothingWhereAProgramCancels) {
+    constexpr int kWidth = 40, kHeight = 16000;
+    const char* const methods[] = {"CopyPicture",
+                                   "CopyMask",
+                                   "CopyPictureWithMask",
+                                   "CopyGWorld",
+                                   "DrawPictureRGB",
+                                   "DrawMaskedPictureRGB",
+                                   "DrawMaskedPictureApplyMaskRGB"};
+    for (const World world : {World::Console, World::Desktop}) {
+        EngineHost engine({.world = world, .hasGWorldClass = true});
+        const Object image = engine.Blank("ImageFormatRGBA", kWidth, kHeight, 4);
+        image.Set("YieldTicks", 1);
+        const Object picture = MakePicture(engine.host, kWidth, kHeight);
+        MaskOf(engine.host, picture, true);
+        for (const std::string method : methods) {
+            const bool isImport = method.starts_with("Draw"), takesTheMask = method.starts_with("DrawMasked");
+            bool cancelled = true;
+            int nth = 1;
+            for (; cancelled && nth < 500; ++nth) {
+                SCOPED_TRACE(method + ", cancelled at yield " + std::to_string(nth));
+                const LockBalance held = LocksHeld(engine.host);
+                int yields = 0;
+                engine.host.SetYield([&] {
+                    if (++yields == nth) throw Cancelled();
+                });
+                try {
+                    isImport ? image.Call(method, picture) : image.Call(method);
+                    cancelled = false;
+                } catch (const Cancelled&) {
+                }
+                engine.host.SetYield({});
+                const LockBalance kept = Difference(LocksHeld(engine.host), held);
+                // The reference that a masked import has on the mask stays in any case.
+                EXPECT_EQ(kept, (LockBalance{.objects = takesTheMask ? 1 : 0}));
+                EXPECT_EQ(engine.host.Faults(), std::vector<std::string>());
+                image.Set("YieldTicks", 1);
+            }
+            EXPECT_FALSE(cancelled) << method;
+        }
+    }
+}
+
 }  // namespace zorhost
