@@ -194,7 +194,7 @@ void CheckScratchHolds(const std::string& what, const std::vector<ImageNeed>& ne
     for (const ImageNeed& need : needs) {
         if (!GoesToScratch(need)) continue;
         total += std::min(FileBytes(need), kNoLimit - total);
-        images += (images.empty() ? "" : " and ") + PixelsText(need);
+        images += (images.empty() ? "" : ", ") + PixelsText(need);
     }
     const std::int64_t room = total == 0 ? 0 : FreeBytes(ScratchDirectory());
     if (total > room)

@@ -1,5 +1,6 @@
 #include "effects/FilterEffects.h"
 
+#include "Storage.h"
 #include "effects/Filters.h"
 
 namespace {
@@ -30,6 +31,12 @@ void RunSoftBlur(Raster* image, const ImageShape&, const Arguments& arguments) {
     RunFilter(image, "softblur", FilterPart::Channels, [&](const Object& source, const Object& target, const char*) {
         return source.Call("BoxBlurFractionalFilter", target, arguments.Number("radius")).AsObject();
     });
+}
+
+ImageShape PlanUnsharp(const ImageShape& source, const Arguments&) {
+    const ImageNeed image = NeedOf(source);
+    CheckScratchHolds("unsharp", {image, image, image});  // the source, its blurred copy and the result
+    return source;
 }
 
 // The filter works in place, against a blurred copy: the target starts as one more copy of the source.
@@ -99,7 +106,7 @@ std::vector<EffectRow> FilterEffects() {
          {{"amount", kNumber, nullptr, 0, 100, {}, "how much"},
           {"radius", kInteger, "1", 1, 10000, {}, "of the blurred copy, in pixels"},
           {"threshold", kInteger, "0", 0, 256, {}, "smaller differences are left alone"}},
-         nullptr,
+         PlanUnsharp,
          RunUnsharp},
     };
 }

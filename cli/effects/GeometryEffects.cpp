@@ -6,6 +6,7 @@
 
 #include "Errors.h"
 #include "Raster.h"
+#include "Storage.h"
 
 namespace {
 
@@ -42,10 +43,13 @@ ImageShape PlanRotate(const ImageShape& source, const Arguments& arguments) {
     const double cosine = std::cos(radians), width = turned.width, height = turned.height;
     const double newHeight = height * cosine + width * sine + 1;
     const PixelKindRow& kind = Describe(source.kind);
-    CheckImageFits("rotate: the image between two shears", static_cast<std::int64_t>(width + height * tangent),
-                   static_cast<std::int64_t>(newHeight), kind.constant, kind.channels);
-    return {static_cast<int>(std::min(width * cosine + height * sine + 1, 2147483647.0)),
-            static_cast<int>(std::min(newHeight, 2147483647.0)), source.kind};
+    const ImageNeed between{static_cast<std::int64_t>(width + height * tangent), static_cast<std::int64_t>(newHeight),
+                            kind.channels};
+    CheckImageFits("rotate: the image between two shears", between.width, between.height, kind.constant, kind.channels);
+    const ImageShape result{static_cast<int>(std::min(width * cosine + height * sine + 1, 2147483647.0)),
+                            static_cast<int>(std::min(newHeight, 2147483647.0)), source.kind};
+    CheckScratchHolds("rotate", {NeedOf(source), NeedOf(turned), between, NeedOf(result)});
+    return result;
 }
 
 zorhost::Object TurnFreely(const Raster& image, double angle, const RGBAColour& colour) {
