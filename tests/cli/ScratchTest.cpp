@@ -1,9 +1,11 @@
 // Images that live in the scratch directory: every effect makes the same of them as of images in memory.
 
 #include <dirent.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstring>
@@ -190,6 +192,37 @@ TEST_F(Scratch, IsTouchedByLargeImagesOnly) {
     ExpectFailure(Run({"--memory", "1M", "--scratch", "scratch", "in.png", "out.png"}, options), 1,
                   {"scratch directory scratch: no room for an image of 70 x 4700 pixels of 3 bytes", "19 MiB",
                    "File too large", "--scratch"});
+}
+
+// Of the images that the engine makes by itself as well.
+TEST_F(Scratch, TellsWhenTheDiskIsFullInTheMiddleOfAnEffect) {
+    MakePicture("in.png", "RGB", 1);
+    RunOptions options;
+    options.fileSizeLimit = (kHeight + 1) * 4096 + 100;  // holds the picture, and not one row more
+    const std::vector<std::pair<Words, std::string>> cases = {{{"rotate", "1"}, "111 x 4701 pixels of 3 bytes"},
+                                                              {{"scale", "70x4701"}, "70 x 4701 pixels of 3 bytes"},
+                                                              {{"canvas", "70x4702"}, "70 x 4702 pixels of 3 bytes"}};
+    for (const auto& [effect, told] : cases) {
+        SCOPED_TRACE(effect[0]);
+        Words words = {"--memory", "1M", "--scratch", "scratch", "in.png", "out.png"};
+        words.insert(words.end(), effect.begin(), effect.end());
+        ExpectFailure(Run(words, options), 1, {"scratch directory scratch: no room", told, "File too large"});
+        EXPECT_TRUE(std::filesystem::is_empty(At("scratch")));
+        EXPECT_FALSE(std::filesystem::exists(At("out.png")));
+    }
+}
+
+// A disk of 8 MiB.
+TEST_F(Scratch, TellsOfASmallDiskBeforeTheWorkStarts) {
+    if (mount("none", At("scratch").c_str(), "tmpfs", 0, "size=8m") != 0)
+        GTEST_SKIP() << "no disk can be mounted: " << std::strerror(errno);
+    MakePicture("in.png", "RGB", 1);
+    WriteFile(At("in.png"), ReadFile(At("in.png")).substr(0, 200));  // cannot be read
+    const Outcome picture = Run({"--memory", "1M", "--scratch", "scratch", "in.png", "out.png"});
+    const Outcome effect = Run({"--memory", "24M", "--scratch", "scratch", "in.png", "out.png", "scale", "2000x2000"});
+    EXPECT_EQ(umount(At("scratch").c_str()), 0);
+    ExpectFailure(picture, 1, {"in.png: too large: 70 x 4700 pixels of 3 bytes", "19 MiB", "8 MiB are free"});
+    ExpectFailure(effect, 1, {"scale: ", "2000 x 4700 pixels of 4 bytes", "8 MiB are free"});
 }
 
 TEST_F(Scratch, TellsOfADirectoryThatIsNoneBeforeTheWorkStarts) {
