@@ -199,10 +199,10 @@ const std::vector<MethodRow>& Rows() {
          "DestWidth as integer, DestHeight as integer, SourceX as integer, "
          "SourceY as integer) as boolean",
          "paste", nullptr},
-        {"ClipImage as PictureZOR", "crop", nullptr},
+        {"ClipImage as PictureZOR", nullptr, kView},
         {"ClipImage(x as integer, y as integer, width as integer, "
          "height as integer) as PictureZOR",
-         "crop", nullptr},
+         nullptr, kView},
         {"Rotate90slow(dest as PictureZOR=nil) as PictureZOR", "rotate", nullptr},
         {"Rotate180(dest as PictureZOR=nil) as PictureZOR", "rotate", nullptr},
         {"Rotate270slow(dest as PictureZOR=nil) as PictureZOR", "rotate", nullptr},
