@@ -1,5 +1,8 @@
 #include "exchange/PictureEditor.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "exchange/PictureDrawing.h"
 #include "host/GDImage.h"
 
@@ -76,11 +79,13 @@ bool OpenGDImage(PictureEditor& editor, REALobject picture) {
     editor.PixelType = PixelTypeNative32;
     editor.Picture = picture;
     editor.BytesPerPixel = 4;
-    editor.Width = editor.Description.width;
-    editor.Height = editor.Description.height;
-    editor.RowBytes = editor.Width * 4;
+    // No more than the image itself has, should the description tell more.
+    editor.Width = std::min(editor.Description.width, image->width);
+    editor.Height = std::min(editor.Description.height, image->height);
+    editor.RowBytes = editor.Width * editor.BytesPerPixel;
     editor.RowTable = image->tpixels;
-    editor.FirstRow = editor.CurrentRow = reinterpret_cast<std::uint8_t*>(editor.RowTable[0]);
+    int* const firstRow = editor.Height > 0 ? editor.RowTable[0] : nullptr;
+    editor.FirstRow = editor.CurrentRow = reinterpret_cast<std::uint8_t*>(firstRow);
     return true;
 }
 
@@ -131,6 +136,17 @@ void NextRow(PictureEditor& editor) {
     } else {
         editor.CurrentRow = editor.FirstRow + static_cast<std::ptrdiff_t>(editor.RowIndex) * editor.RowBytes;
     }
+}
+
+RowSpan CurrentRowSpan(const PictureEditor& editor) {
+    std::uint8_t* const row = editor.CurrentRow;
+    if (!row) return {};
+    if (editor.RowTable) return {row, 0, static_cast<std::ptrdiff_t>(editor.Width) * editor.BytesPerPixel};
+    // Rows that go upwards in memory have a negative distance.
+    const std::ptrdiff_t rowBytes = editor.RowBytes;
+    const std::ptrdiff_t begin = std::min<std::ptrdiff_t>(rowBytes, 0) * (editor.Height - 1);
+    const std::ptrdiff_t position = row - editor.FirstRow;
+    return {row, begin - position, begin + std::abs(rowBytes) * editor.Height - position};
 }
 
 void ClosePictureReader(PictureEditor& editor) {

@@ -13,6 +13,7 @@
 
 #include <cstdint>
 
+#include "core/RowSpan.h"
 #include "host/HostCalls.h"
 #include "host/QuickDraw.h"
 
@@ -59,6 +60,10 @@ bool NewPictureWriter(PictureEditor& editor, int width, int height);
 
 // To the next row; behind the last one CurrentRow is row 0 again.
 void NextRow(PictureEditor& editor);
+
+// The row on which the cursor stands, with the bytes that may be touched from it. A desktop picture's bytes are one run
+// of RowBytes x Height; of a GD image every row of Width words is by itself.
+RowSpan CurrentRowSpan(const PictureEditor& editor);
 
 void ClosePictureReader(PictureEditor& editor);
 

@@ -16,11 +16,13 @@ static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect,
     if (!NewPictureWriter(editor, static_cast<int>(rect.width), static_cast<int>(rect.height))) return nullptr;
     const ExportPlan plan = MakeExportPlan(colours, channels, record->PixelSize, editor.PixelType);
     const std::ptrdiff_t x = static_cast<std::ptrdiff_t>(rect.x);
-    // A picture is as wide as it was asked to be. On a host that gives a narrower one, the rest has no place in it.
+    // A picture is as large as it was asked to be. On a host that gives a smaller one, the rest has no place in it.
     const std::ptrdiff_t width = static_cast<std::ptrdiff_t>(std::min<std::int64_t>(rect.width, editor.Width));
     YieldIfAsked(record);
     for (std::int64_t y = rect.y; y < rect.y + rect.height; ++y) {
-        ExportRow(plan, GetRowSpan(record, static_cast<int>(y)), x, width, editor.CurrentRow);
+        const RowSpan row = GetRowSpan(record, static_cast<int>(y)), place = CurrentRowSpan(editor);
+        const std::ptrdiff_t room = place ? place.end / plan.pictureSize : 0;
+        ExportRow(plan, row, x, std::min(width, room), place.data);
         NextRow(editor);
         YieldIfAsked(record);
     }

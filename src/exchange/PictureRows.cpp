@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 
 ChannelSet ColoursOfPixelType(int pixelType) {
     switch (pixelType) {
@@ -14,17 +13,6 @@ ChannelSet ColoursOfPixelType(int pixelType) {
             if constexpr (std::endian::native == std::endian::little) return {3, {2, 1, 0}};
             return {3, {1, 2, 3}};
     }
-}
-
-RowSpan CurrentRowSpan(const PictureEditor& editor) {
-    std::uint8_t* const row = editor.CurrentRow;
-    if (!row) return {};
-    if (editor.RowTable) return {row, 0, static_cast<std::ptrdiff_t>(editor.Width) * editor.BytesPerPixel};
-    // Rows that go upwards in memory have a negative distance.
-    const std::ptrdiff_t rowBytes = editor.RowBytes;
-    const std::ptrdiff_t begin = std::min<std::ptrdiff_t>(rowBytes, 0) * (editor.Height - 1);
-    const std::ptrdiff_t position = row - editor.FirstRow;
-    return {row, begin - position, begin + std::abs(rowBytes) * editor.Height - position};
 }
 
 namespace {

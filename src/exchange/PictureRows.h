@@ -26,10 +26,6 @@ struct ImportPlan {
 // Red, green and blue in a pixel of one of the three types.
 ChannelSet ColoursOfPixelType(int pixelType);
 
-// The row on which the cursor stands. A desktop picture's bytes are one run of RowBytes x Height; of a GD image every
-// row of Width words is by itself.
-RowSpan CurrentRowSpan(const PictureEditor& editor);
-
 // The rows of one step and the place in them, in pixels. Picture and mask are read at the same columns.
 struct ImportRows {
     RowSpan image;

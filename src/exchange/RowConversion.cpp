@@ -171,8 +171,7 @@ RowSpan TextOf(REALstring string) {
 
 }  // namespace
 
-// --- rows in the image's own format
-// -----------------------------------------------------------------------------------
+// --- rows in the image's own format ---------------------------------------------------------------------------------
 
 REALobject rbGetRow(REALobject object, int index) {
     ImageClassData* const image = ImageDataOf(object);

@@ -67,6 +67,42 @@ TEST_F(ConsoleEditors, RefuseConsolePicturesWithoutTrueColour) {
     }
 }
 
+TEST_F(ConsoleEditors, KeepToTheImageWhereItsDescriptionTellsMore) {
+    Know(World::console);
+    const REALobject picture = pictures.NewConsole(4, 3, "source");
+    pictures[picture].told.width = 9;
+    pictures[picture].told.height = 7;
+    PictureEditor editor;
+    ASSERT_TRUE(OpenAlone(editor, picture));
+    EXPECT_EQ(editor.Width, 4);
+    EXPECT_EQ(editor.Height, 3);
+    EXPECT_EQ(editor.RowBytes, 16);
+    ClosePictureReader(editor);
+
+    pictures[picture].told.width = 3;
+    pictures[picture].told.height = 2;
+    ASSERT_TRUE(OpenAlone(editor, picture));
+    EXPECT_EQ(editor.Width, 3) << "the description counts where it tells less";
+    EXPECT_EQ(editor.Height, 2);
+    ClosePictureReader(editor);
+    REALUnlockObject(picture);
+}
+
+TEST_F(ConsoleEditors, LookAtNoRowOfAnImageWithoutRows) {
+    Know(World::console);
+    const REALobject picture = pictures.NewConsole(4, 1, "source");
+    int* const noRow = reinterpret_cast<int*>(16);
+    pictures[picture].table[0] = noRow;  // behind the end of a table without entries
+    pictures[picture].image->height = 0;
+    PictureEditor editor;
+    ASSERT_TRUE(OpenAlone(editor, picture));
+    EXPECT_EQ(editor.CurrentRow, nullptr);
+    NextRow(editor);
+    EXPECT_FALSE(CurrentRowSpan(editor));
+    ClosePictureReader(editor);
+    REALUnlockObject(picture);
+}
+
 TEST_F(ConsoleEditors, RefuseWhatCannotBeLockedAsGDImageOnHostsOfEveryAge) {
     struct Case {
         double version;

@@ -271,6 +271,28 @@ TEST_F(PictureExportCalls, StayInsideASmallerPictureThanAskedFor) {
     }
 }
 
+TEST_F(PictureExportCalls, StayInsideAPictureThatDescribesItselfLarger) {
+    const TestImage image = Noise(9, 6, ImageFormatRGB);
+    for (const World world : {World::console, World::desktop}) {
+        for (const int bits : {32, 24}) {
+            pictures.Enter(world);
+            host.pictures.newPicture = [&](int width, int height, int) {
+                const REALobject picture =
+                    world == World::console ? pictures.NewConsole(4, 6) : pictures.NewDesktop(4, 6, bits);
+                pictures[picture].told.width = width;
+                pictures[picture].told.height = height;
+                return picture;
+            };
+            const REALobject picture = rbCopyPictureAll(image.object());
+            ASSERT_TRUE(picture);
+            const std::uint8_t* const last = image->GetRow(image.record(), 5) + 9;
+            EXPECT_EQ(pictures[picture].Get(3, 5).red, last[0]);
+            EXPECT_EQ(pictures[picture].Get(3, 5).blue, last[2]);
+            REALUnlockObject(picture);  // its guards are looked at now
+        }
+    }
+}
+
 // --- an image that changes in a yield -------------------------------------------------------------------------------
 
 TEST_F(PictureExportCalls, LeaveTheRowsOutThatAreGoneAfterAYield) {
