@@ -173,13 +173,26 @@ public:
     std::string Write() {
         const TextFile file = ReadTexts(source_.text);
         if (file.about.empty()) Complain(1, "the class " + source_.about.name + " has no text");
-        out_ = "## " + source_.about.name + "\n\n" + file.about + "\n";
+        out_ = "## " + source_.about.name + "\n\n" + file.about + "\n\n" + Index(file) + "\n";
         for (const Entry& entry : file.entries) Add(entry);
         FindWhatIsMissing();
         return out_;
     }
 
 private:
+    // The members with an entry of their own, in the order of the alphabet.
+    static std::string Index(const TextFile& file) {
+        std::set<std::string> names;
+        for (const Entry& entry : file.entries) {
+            if (entry.kind == EntryKind::Member) names.insert(entry.key);
+        }
+        std::string index;
+        for (const std::string& name : names) {
+            index += (index.empty() ? "" : ",\n") + ("[" + name + "](#" + Anchor(name) + ")");
+        }
+        return index;
+    }
+
     void Complain(int line, const std::string& problem) {
         problems_->push_back(source_.fileName + ":" + std::to_string(line) + ": " + problem);
     }

@@ -71,6 +71,7 @@ TEST(Reference, PutsDeclarationAvailabilityAndTextTogether) {
               "- [Small](#small)\n"
               "  - [Everything](#everything)\n\n"
               "## Small\n\nAbout it.\n\n"
+              "[Fill](#fill),\n[Row](#row),\n[event Asked](#event-asked),\n[shared Make](#shared-make)\n\n"
               "### Everything\n\n"
               "| Property | Type | Access | In | Meaning |\n| --- | --- | --- | --- | --- |\n"
               "| `Width` | Integer | read | all applications | How wide. |\n\n"
