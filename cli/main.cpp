@@ -1,5 +1,3 @@
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -13,6 +11,7 @@
 #include "Orientation.h"
 #include "Storage.h"
 #include "files/Cleanup.h"
+#include "files/StandardStreams.h"
 #include "host/Version.h"
 
 namespace {
@@ -57,13 +56,8 @@ ExitCode Run(const CommandLine& line) {
 
 }  // namespace
 
-void PrintText(const std::string& text) {
-    errno = 0;
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0)
-        FailSystem("standard output", errno != 0 ? errno : EIO);
-}
-
 int main(int argc, char** argv) {
+    OccupyClosedStreams();
     InstallSignalCleanup();
     ExitCode failed = kFailed;
     try {

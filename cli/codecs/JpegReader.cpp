@@ -163,8 +163,10 @@ void JpegReader::ReadHeader() {
     header_.height = jpeg_.image_height;
     header_.bitDepth = jpeg_.data_precision;
     ChooseKind();
-    if (const JQUANT_TBL* table = jpeg_.quant_tbl_ptrs[jpeg_.comp_info[0].quant_tbl_no]; table != nullptr)
-        header_.quality = EstimateQuality(*table);
+    // libjpeg looks at the number of the table, which is any byte of the file, when it decodes the first scan.
+    if (const int number = jpeg_.comp_info[0].quant_tbl_no; number < NUM_QUANT_TBLS)
+        if (const JQUANT_TBL* table = jpeg_.quant_tbl_ptrs[number]; table != nullptr)
+            header_.quality = EstimateQuality(*table);
     if (jpeg_.progressive_mode) header_.storage += ", progressive";
     ReadProfile();
     ReadResolution();
