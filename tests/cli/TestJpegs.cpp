@@ -55,6 +55,7 @@ void SaveJpeg(const std::string& path, const JpegFile& file) {
     jpeg.density_unit = static_cast<UINT8>(file.density[0]);
     jpeg.X_density = static_cast<UINT16>(file.density[1]);
     jpeg.Y_density = static_cast<UINT16>(file.density[2]);
+    jpeg.arith_code = file.arithmetic ? TRUE : FALSE;
     if (file.progressive) jpeg_simple_progression(&jpeg);
     jpeg_start_compress(&jpeg, TRUE);
     if (!file.exif.empty())

@@ -60,6 +60,7 @@ struct JpegFile {
     int colourSpace = 0;  // J_COLOR_SPACE in the file; 0: libjpeg's choice
     int quality = 95;
     bool progressive = false;
+    bool arithmetic = false;  // written only, instead of Huffman's codes
     bool adobe = true;  // writes the marker where libjpeg would
     std::vector<std::uint8_t> profile;
     std::array<int, 3> density{0, 1, 1};  // unit (0: shape, 1: inch, 2: centimetre), x, y
