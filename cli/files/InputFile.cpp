@@ -59,7 +59,9 @@ void InputFile::OpenStandardInput() {
     const int descriptor = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (descriptor < 0) return;
     file_ = fdopen(descriptor, "rb");
-    if (file_ == nullptr) close(descriptor);
+    if (file_ != nullptr) return;
+    close(descriptor);
+    errno = EBADF;  // nothing can be read from it
 }
 
 InputFile::~InputFile() {

@@ -70,7 +70,7 @@ void OutputFile::OpenDirectly(int descriptor) {
     std::signal(SIGPIPE, SIG_IGN);
     file_ = fdopen(descriptor, "wb");
     if (file_ == nullptr) {
-        const int error = errno;
+        const int error = errno == EINVAL ? EBADF : errno;  // nothing can be written to it
         close(descriptor);
         FailSystem(path_, error);
     }
