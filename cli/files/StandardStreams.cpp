@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <initializer_list>
 
 void OccupyClosedStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
