@@ -18,11 +18,8 @@
 
 namespace {
 
-using Calls = std::vector<std::string>;
 using Kind = FakePicture::Kind;
 
-const Calls kLookUps = {"pluginObjectType(Application)", "pluginObjectType(WebApplication)",
-                        "pluginObjectType(ConsoleApplication)"};
 const Calls kDesktopCalls = {"lockPictureDescription(source)",  "unlockPictureDescription(source)",
                              "GetPortPixMap(gworld of source)", "GetPixBaseAddr(pixmap of source)",
                              "GetPixDepth(pixmap of source)",   "GetPixRowBytes(pixmap of source)",
@@ -30,21 +27,11 @@ const Calls kDesktopCalls = {"lockPictureDescription(source)",  "unlockPictureDe
 const Calls kConsoleCalls = {"REALLockPictureDescription(source, 10)", "unlockPictureDescription(source)",
                              "REALLockObject(source)"};
 
-Calls Joined(std::initializer_list<Calls> parts) {
-    Calls all;
-    for (const Calls& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
 class PictureImages : public EngineTest {
 protected:
     FakePictures pictures{host, World::desktop};
 
-    void Know(World world) {
-        pictures.Enter(world);
-        IsDesktop = world == World::desktop;
-        IsConsole = world == World::console || world == World::web;
-    }
+    void Know(World world) { pictures.Know(world); }
 
     // Constructs a new image with a fresh log.
     TestImage Constructed(REALobject picture, bool useAlpha) {

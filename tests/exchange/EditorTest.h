@@ -4,24 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <initializer_list>
 #include <string>
-#include <vector>
 
 #include "exchange/PictureEditor.h"
 #include "support/FakePictures.h"
 
-using Calls = std::vector<std::string>;
 using Kind = FakePicture::Kind;
-
-inline const Calls kLookUps = {"pluginObjectType(Application)", "pluginObjectType(WebApplication)",
-                               "pluginObjectType(ConsoleApplication)"};
-
-inline Calls Joined(std::initializer_list<Calls> parts) {
-    Calls all;
-    for (const Calls& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
 
 // The calls that ask for the pixel map and its depth, and those that open it.
 inline Calls AskingFor(const std::string& name) {
@@ -64,12 +52,7 @@ class PictureEditors : public EngineTest {
 protected:
     FakePictures pictures{host, World::desktop};
 
-    // That world, already known to the engine.
-    void Know(World world) {
-        pictures.Enter(world);
-        IsDesktop = world == World::desktop;
-        IsConsole = world == World::console || world == World::web;
-    }
+    void Know(World world) { pictures.Know(world); }
 
     // Opens with a fresh log.
     bool OpenAlone(PictureEditor& editor, REALobject picture, bool allowCopy, bool forWriting) {

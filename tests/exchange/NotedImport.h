@@ -6,9 +6,6 @@
 #include "ImportModel.h"
 #include "core/RowAccess.h"
 
-// What happened, in order.
-using Calls = std::vector<std::string>;
-
 inline const std::string kYield = "REALYieldToRB(nil)";
 
 inline Calls operator+(Calls a, const Calls& b) {
@@ -38,11 +35,7 @@ protected:
         EngineTest::TearDown();
     }
 
-    void Enter(World world) {
-        pictures.Enter(world);
-        IsConsole = world == World::console;  // known already: nothing of the look-up stands in the log
-        IsDesktop = world == World::desktop;
-    }
+    void Enter(World world) { pictures.Know(world); }  // nothing of the look-up stands in the log
 
     // An image of 5 x 4 in which every chance to yield is taken, since the time of the last yield is forgotten at every
     // call of the host and every row.

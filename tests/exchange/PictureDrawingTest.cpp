@@ -10,7 +10,6 @@
 
 namespace {
 
-using Calls = std::vector<std::string>;
 using Kind = FakePicture::Kind;
 
 class PictureDrawing : public EngineTest {

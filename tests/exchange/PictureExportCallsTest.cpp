@@ -13,7 +13,6 @@
 
 namespace {
 
-using Calls = std::vector<std::string>;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

@@ -10,7 +10,6 @@
 
 namespace {
 
-using Calls = std::vector<std::string>;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;

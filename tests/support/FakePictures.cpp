@@ -10,6 +10,15 @@
 #include "host/HostCalls.h"
 #include "support/FakeQuickDraw.h"
 
+const Calls kLookUps = {"pluginObjectType(Application)", "pluginObjectType(WebApplication)",
+                        "pluginObjectType(ConsoleApplication)"};
+
+Calls Joined(std::initializer_list<Calls> parts) {
+    Calls all;
+    for (const Calls& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
 namespace {
 
 FakePictures* current = nullptr;
@@ -283,6 +292,12 @@ void FakePictures::Enter(World world) {
     IsDesktop = false;
 }
 
+void FakePictures::Know(World world) {
+    Enter(world);
+    IsDesktop = world == World::desktop;
+    IsConsole = world == World::console || world == World::web;
+}
+
 void FakePictures::LoadQuickDraw() {
     if (installQuickDraw) return;
     void* const library = dlopen(FAKE_QUICKDRAW, RTLD_NOW | RTLD_GLOBAL);  // never closed: the engine keeps addresses
@@ -435,7 +450,7 @@ bool FakePictures::Refuses(const std::string& function) {
     return true;
 }
 
-std::vector<std::string> FakePictures::Calls() const {
+::Calls FakePictures::Calls() const {
     std::vector<std::string> calls;
     for (const HostCall& call : host_.Log()) {
         std::string arguments = HasSubject(call.name) ? call.subject ? call.called : "nil" : "";

@@ -17,6 +17,7 @@
 // 2012.0 leave the lock on when they refuse a description, as those hosts do.
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,6 +27,13 @@
 #include "support/FakePixels.h"
 
 enum class World { none, console, web, desktop };
+
+// Calls of the host, in order.
+using Calls = std::vector<std::string>;
+Calls Joined(std::initializer_list<Calls> parts);
+
+// Those by which the engine finds out the application's world.
+extern const Calls kLookUps;
 
 class FakePictures {
 public:
@@ -38,6 +46,8 @@ public:
     // The application is one of that world from now on, and what the engine found out before is forgotten.
     // The desktop brings QuickDraw, which stays for the life of the process.
     void Enter(World world);
+    // The same, found out by the engine already.
+    void Know(World world);
     static void LoadQuickDraw();
 
     // --- makers: one lock, the caller's. Without a name: "picture 1", "picture 2", ... -------------------------------
@@ -72,7 +82,7 @@ public:
     // --- what happened -----------------------------------------------------------------------------------------------
     // The calls since host.ClearLog, in order, as "function(subject, further arguments)". Graphics objects are called
     // "graphics of x", masks "mask of x", GWorlds "gworld of x", their pixel maps "pixmap of x", new pictures "new 1".
-    std::vector<std::string> Calls() const;
+    ::Calls Calls() const;
     void ClearCalls() { host_.ClearLog(); }
     void RestartNumbers() { made_ = 0; }  // the next new picture is "new 1"
     // Expects that many locks of a picture's description to be left, and takes them off.
