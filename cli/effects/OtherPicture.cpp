@@ -28,7 +28,7 @@ Meeting Meet(const ImageShape& picture, const ImageShape& file, const AreaReques
 
 bool PeekShape(const std::string& path, ImageShape* shape) {
     std::error_code ignored;
-    if (std::filesystem::is_other(path, ignored)) return false;
+    if (path == "-" || std::filesystem::is_other(path, ignored)) return false;
     InputFile file(path);
     Notes notes(true);
     *shape = ShapeOf(file, OpenPicture(file, notes)->Header());

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -57,6 +58,22 @@ private:
     int terminal_ = -1;
 };
 
+std::string BigEndian(std::size_t number) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(number >> shift & 0xFF);
+    return bytes;
+}
+
+// A PNG file with bytes behind its pixels, of which a reader tells when it has read them all.
+std::string WithMoreInTheLastChunk(std::string png) {
+    constexpr std::size_t kEndBytes = 12;
+    const std::size_t type = png.rfind("IDAT");
+    const std::string chunk = png.substr(type, png.size() - kEndBytes - 4 - type) + "more";
+    const std::string end = png.substr(png.size() - kEndBytes);
+    const auto sum = crc32(0, reinterpret_cast<const Bytef*>(chunk.data()), static_cast<uInt>(chunk.size()));
+    return png.substr(0, type - 4) + BigEndian(chunk.size() - 4) + chunk + BigEndian(sum) + end;
+}
+
 TEST_F(Pipes, GiveTheSameAsFiles) {
     for (const char* name : {"rocket.jpg", "coffee.png"}) {
         SCOPED_TRACE(name);
@@ -93,6 +110,43 @@ TEST_F(Pipes, GiveTheirBytesOnce) {
     ExpectFailure(RunOn(ReadFile(Photo("rocket.jpg")), {"compare", "-", "-"}), 2,
                   {"standard input: can be read only once"});
     EXPECT_EQ(RunOn(ReadFile(Photo("rocket.jpg")), {"compare", "-", Photo("rocket.jpg")}).exitCode, 0);
+}
+
+TEST_F(Pipes, AreReadByEffectsToo) {
+    const std::string file = ReadFile(Photo("coffee.png"));
+    RunWell({Photo("rocket.jpg"), "expected.png", "combine", Photo("coffee.png"), "at=20,10"});
+    EXPECT_EQ(RunOn(file, {Photo("rocket.jpg"), "out.png", "combine", "-", "at=20,10"}).exitCode, 0);
+    EXPECT_EQ(ReadFile(At("out.png")), ReadFile(At("expected.png")));
+    RunWell({Photo("rocket.jpg"), "expected.png", "paste", Photo("coffee.png"), "at=20,10"});
+    EXPECT_EQ(RunOn(file, {Photo("rocket.jpg"), "out.png", "paste", "-", "at=20,10"}).exitCode, 0);
+    EXPECT_EQ(ReadFile(At("out.png")), ReadFile(At("expected.png")));
+    std::filesystem::remove(At("out.png"));
+    ExpectFailure(RunOn(file, {"-", "out.png", "combine", "-"}), 1, {"standard input: can be read only once"});
+    EXPECT_EQ(Files(), (std::vector<std::string>{"expected.png"}));
+}
+
+TEST_F(Pipes, ThatAreClosedFailAsSuch) {
+    RunOptions options;
+    options.closedStreams = {STDOUT_FILENO};
+    ExpectFailure(Run({Photo("rocket.jpg"), "-", "--format", "png"}, options), 1,
+                  {"standard output: Bad file descriptor"});
+    ExpectFailure(Run({"info", Photo("rocket.jpg")}, options), 1, {"standard output: Bad file descriptor"});
+    options.closedStreams = {STDIN_FILENO};
+    ExpectFailure(Run({"-", "out.png"}, options), 1, {"standard input: Bad file descriptor"});
+    EXPECT_TRUE(Files().empty());
+}
+
+TEST_F(Pipes, ThatAreClosedLeaveNoMessageInTheResult) {
+    WriteFile(At("in.png"), WithMoreInTheLastChunk(ReadFile(Photo("coffee.png"))));
+    EXPECT_NE(RunWell({"in.png", "expected.ppm"}).err.find("in.png: IDAT: Extra compressed data"), std::string::npos);
+    for (const std::vector<int>& closed : {std::vector<int>{STDERR_FILENO},
+                                           {STDOUT_FILENO, STDERR_FILENO},
+                                           {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}}) {
+        RunOptions options;
+        options.closedStreams = closed;
+        EXPECT_EQ(Run({"in.png", "out.ppm"}, options).exitCode, 0);
+        EXPECT_EQ(ReadFile(At("out.ppm")), ReadFile(At("expected.ppm")));
+    }
 }
 
 TEST_F(Pipes, AreNoTerminals) {

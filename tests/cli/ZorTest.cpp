@@ -61,6 +61,7 @@ void Redirect(const std::string& path, int descriptor) {
     std::vector<std::string> copies = words;
     for (std::string& word : copies) argv.push_back(word.data());
     argv.push_back(nullptr);
+    for (const int stream : options.closedStreams) close(stream);
     execv(argv[0], argv.data());
     _exit(123);
 }

@@ -24,6 +24,7 @@ struct RunOptions {
     int inputDescriptor = -1;                    // what stdin is; below 0: that of the tests
     std::string errorsTo;                        // the same for stderr, such as a terminal
     bool obeysPermissions = false;               // even where the tests run as root
+    std::vector<int> closedStreams;              // when the program starts
     std::vector<int> ignoredSignals;             // when the program starts
     std::optional<unsigned> user;                // that the program runs as, with a group of the same number
 };
