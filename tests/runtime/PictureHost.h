@@ -11,17 +11,6 @@
 
 namespace zorhost {
 
-// A host of a fresh copy of a plug-in: worlds and versions differ from test to test.
-struct FreshHost {
-    FreshHost(const std::filesystem::path& plugin, HostOptions options);
-    ~FreshHost();
-    // Nothing alive and nothing done wrong.
-    void ExpectClean() const;
-
-    std::filesystem::path plugin;
-    Host host;
-};
-
 // With the plug-in that calls each service of pictures by a shared method of its class "Darkroom".
 struct Darkroom : FreshHost {
     explicit Darkroom(HostOptions options = {});

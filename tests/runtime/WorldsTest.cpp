@@ -139,7 +139,7 @@ TEST(Plugins, WithAMalformedDeclarationAreRefusedEveryTime) {
 }
 
 TEST(Plugins, AreTakenUpByALaterHost) {
-    const std::filesystem::path plugin = FreshPlugin();
+    const std::filesystem::path plugin = FreshCopyOf(TEST_PLUGIN);
     const HostOptions options{.plugin = plugin, .version = 2015.0};
     {
         Host first(options);
