@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <cctype>
+#include <filesystem>
+#include <system_error>
 
 #include "CommandTable.h"
 #include "Errors.h"
@@ -101,6 +103,11 @@ bool LooksLikeOption(const std::string& word) {
            (word[1] == '-' || std::isalpha(static_cast<unsigned char>(word[1])) != 0);
 }
 
+bool Exists(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
 // What is no option: files, effects and their arguments. Options may stand anywhere before a "--"; behind it every word
 // is taken as it is.
 struct PlainWords {
@@ -119,7 +126,8 @@ PlainWords TakePlainWords(const CLI::App& app) {
         if (!optionsOver && LooksLikeOption(word)) {
             const std::string name = word.substr(0, word.find('='));
             throw UsageError("unknown option '" + name + "'" + Suggestion(name, OptionNames()) +
-                             "; 'zor --help' lists the options");
+                             (Exists(word) ? "; the file of that name is written './" + word + "'"
+                                           : "; 'zor --help' lists the options"));
         }
         plain.words.push_back(word);
         if (!optionsOver) ++plain.beforeDashes;
@@ -131,6 +139,15 @@ const char* UsageOf(Command command) {
     for (const CommandRow& row : Commands())
         if (row.command == command) return row.usage;
     return "";
+}
+
+// The first word may have been meant for a command unless it looks like a file.
+std::string CommandSuggestion(const std::string& word) {
+    if (word.find_first_of("./") != std::string::npos || Exists(word)) return {};
+    std::vector<std::string> names;
+    for (const CommandRow& row : Commands())
+        if (row.word != nullptr) names.emplace_back(row.word);
+    return Suggestion(word, names);
 }
 
 void ChooseCommand(CommandLine& line) {
@@ -145,6 +162,8 @@ void ChooseCommand(CommandLine& line) {
             throw UsageError(first + ": unexpected '" + words[row->most] + "'; it takes " + row->takes);
         return;
     }
+    if (const std::string suggestion = CommandSuggestion(first); !suggestion.empty())
+        throw UsageError("unknown command '" + first + "'" + suggestion + "; 'zor help' lists the commands");
     if (words.size() < 2)
         throw UsageError("OUTPUT is missing behind '" + first + "'; usage: " + UsageOf(Command::Process));
 }
@@ -157,6 +176,16 @@ void ChooseFiles(CommandLine& line, const PlainWords& plain) {
     if (line.files.empty()) throw UsageError(std::string("--each: FILE is missing; usage: ") + UsageOf(Command::Each));
 }
 
+// An option without its value, or with two of them.
+std::string Mismatch(const CLI::App& app, const CLI::ArgumentMismatch& error) {
+    const std::string text = error.what();
+    const std::string name = text.substr(0, text.find(':'));
+    const CLI::Option* option = app.get_option_no_throw(name);
+    if (option == nullptr) return text;
+    if (option->count() > 1) return name + " is given more than once";
+    return name + ": " + option->get_type_name() + " is missing: " + option->get_description();
+}
+
 }  // namespace
 
 CommandLine ReadCommandLine(int argc, char** argv) {
@@ -167,6 +196,8 @@ CommandLine ReadCommandLine(int argc, char** argv) {
     AddOptions(app, line, flags);
     try {
         app.parse(argc, argv);
+    } catch (const CLI::ArgumentMismatch& error) {
+        throw UsageError(Mismatch(app, error));
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
@@ -192,6 +223,7 @@ CommandLine ReadCommandLine(int argc, char** argv) {
 
 const Codec& OutputCodec(const CommandLine& line, const std::string& path) {
     const Codec* codec = line.format != nullptr ? line.format : path == "-" ? CodecOfName("pnm") : CodecOfSuffix(path);
+    if (path.empty()) throw UsageError("the name of OUTPUT is empty");
     if (codec == nullptr)
         throw UsageError(path + ": the suffix names no format that can be written; known are " + KnownSuffixes());
     if (line.write.lossless && !codec->lossless)

@@ -25,6 +25,9 @@ namespace {
 // Everything that can be known to be wrong before the first file is opened.
 void CheckPlan(const CommandLine& line, const std::vector<std::string>& results) {
     ReadEffects(line.words);
+    for (const std::string& file : line.files)
+        if (line.words.empty() && FindEffect(file) != nullptr && access(file.c_str(), F_OK) != 0)
+            throw UsageError("--each: '" + file + "' is an effect, and no file; effects stand behind '--'");
     std::set<std::string> directories;
     for (std::size_t i = 0; i < results.size(); ++i) {
         if (line.files[i] == "-" || results[i] == "-")

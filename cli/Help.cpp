@@ -49,23 +49,37 @@ std::string CommandLines() {
     return text;
 }
 
-std::string ArgumentLine(const ArgumentRow& row) {
-    std::string line = "  " + Padded(row.name, 10) + " " + row.help + ": " + Expectation(row);
-    if (row.fallback != nullptr && *row.fallback != '\0') line += std::string(" (") + row.fallback + " unless given)";
-    return line + "\n";
+// One below the other, what they mean in a column of its own.
+std::string ArgumentLines(const std::vector<ArgumentRow>& rows) {
+    std::size_t column = 10;
+    for (const ArgumentRow& row : rows) column = std::max(column, std::string(row.name).size());
+    const std::size_t indent = column + 3;
+    std::string lines;
+    for (const ArgumentRow& row : rows) {
+        std::string text = std::string(row.help) + ": " + Expectation(row);
+        if (row.fallback != nullptr && *row.fallback != '\0')
+            text += std::string(" (") + row.fallback + " unless given)";
+        lines += "  " + Padded(row.name, column) + " " + Wrapped(text, kWidth, indent, indent) + "\n";
+    }
+    return lines;
+}
+
+// Paragraphs, which have an empty line between them.
+std::string Paragraphs(const std::string& text) {
+    const std::size_t end = text.find("\n\n");
+    if (end == std::string::npos) return Wrapped(text, kWidth, 0, 0) + "\n";
+    return Wrapped(text.substr(0, end), kWidth, 0, 0) + "\n\n" + Paragraphs(text.substr(end + 2));
 }
 
 std::string EffectHelp(const EffectRow& row) {
-    std::string arguments;
-    for (const ArgumentRow& argument : row.arguments) arguments += ArgumentLine(argument);
-    std::string text =
-        std::string(row.name) + ": " + row.summary + "\n\n  zor INPUT OUTPUT " + EffectUsage(row) + "\n\n";
-    if (!arguments.empty()) text += "Arguments:\n" + arguments + "\n";
-    return text + row.details + "\n\nExample:\n  zor photo.jpg result.png " + row.example + "\n";
+    std::string text = std::string(row.name) + ": " + row.summary + "\n\n  " +
+                       Wrapped("zor INPUT OUTPUT " + EffectUsage(row), kWidth, 2, 4) + "\n\n";
+    if (!row.arguments.empty()) text += "Arguments:\n" + ArgumentLines(row.arguments) + "\n";
+    return text + Paragraphs(row.details) + "\nExample:\n  zor photo.jpg result.png " + row.example + "\n";
 }
 
 std::string CommandHelp(const std::string& name, const CommandRow& row) {
-    return name + ": " + row.summary + "\n\n  " + row.usage + "\n\n" + row.details + "\n";
+    return name + ": " + row.summary + "\n\n  " + row.usage + "\n\n" + Paragraphs(row.details);
 }
 
 }  // namespace
@@ -105,7 +119,7 @@ std::string GeneralHelp() {
            "  zor --each 'small/{stem}.jpg' *.png -- scale 25% unsharp 0.3\n"
            "\n" +
            Wrapped("Formats: " + formats + ". INPUT is told by its content, OUTPUT by its suffix (" + KnownSuffixes() +
-                       ").",
+                       "). " + kStreamsHelp,
                    kWidth, 0, 0) +
            "\n\n"
            "Options:\n" +

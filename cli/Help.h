@@ -5,6 +5,11 @@
 
 struct EffectRow;
 
+// How pipes are read and written.
+inline constexpr const char* kStreamsHelp =
+    "A - in the place of INPUT or OUTPUT stands for the standard input or output, where OUTPUT is PGM, PPM or PAM "
+    "unless --format names another.";
+
 // The text of the first two.
 std::string GeneralHelp();
 

@@ -83,8 +83,8 @@ std::string EffectSection() {
 std::string FormatSection() {
     std::string formats;
     for (const Codec& codec : Codecs()) formats += (formats.empty() ? "" : ", ") + std::string(codec.name);
-    return Section("FORMATS") +
-           Plain(formats + ".\nINPUT is told by its content, OUTPUT by its suffix: " + KnownSuffixes() + ".\n");
+    return Section("FORMATS") + Plain(formats + ".\nINPUT is told by its content, OUTPUT by its suffix: " +
+                                      KnownSuffixes() + ".\n" + kStreamsHelp + "\n");
 }
 
 }  // namespace

@@ -21,18 +21,35 @@ std::size_t Distance(const std::string& a, const std::string& b) {
     return row.back();
 }
 
+// The one word that begins like this; null: there is none, or several.
+const std::string* Completed(const std::string& word, const std::vector<std::string>& known) {
+    constexpr std::size_t kLeastLetters = 3;
+    if (static_cast<std::size_t>(std::count_if(word.begin(), word.end(), [](char c) { return c != '-'; })) <
+        kLeastLetters)
+        return nullptr;
+    const std::string* found = nullptr;
+    for (const std::string& candidate : known) {
+        if (!candidate.starts_with(word)) continue;
+        if (found != nullptr) return nullptr;
+        found = &candidate;
+    }
+    return found;
+}
+
 }  // namespace
 
 std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
     if (word.size() > 40) return {};
-    // Two letters that changed places count twice; in a word of three letters one is enough of a difference.
+    // Two letters that changed places count twice; in a word of three letters one is enough of a difference, and a word
+    // of one letter has nothing in common with another.
     const std::string* nearest = nullptr;
-    std::size_t least = word.size() <= 3 ? 2 : word.size() <= 8 ? 3 : 4;
+    std::size_t least = word.size() <= 1 ? 0 : word.size() <= 3 ? 2 : word.size() <= 8 ? 3 : 4;
     for (const std::string& candidate : known) {
         const std::size_t distance = Distance(word, candidate);
         if (distance >= least) continue;
         least = distance;
         nearest = &candidate;
     }
+    if (nearest == nullptr) nearest = Completed(word, known);
     return nearest == nullptr ? std::string() : "; did you mean '" + *nearest + "'?";
 }

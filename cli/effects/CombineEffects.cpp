@@ -160,10 +160,10 @@ std::vector<EffectRow> CombineEffects() {
          "alpha, it shows by its alpha, and adds it to that of the picture; the colours mix as if the picture were\n"
          "opaque. A mask stands in the place of the alpha: black shows FILE, white keeps the picture, and values\n"
          "between mix the two, alpha included. An RGB mask works on each channel of an RGB picture by itself; an\n"
-         "alpha of the mask is left aside. What of FILE lies beside the picture is left out.\n"
+         "alpha of the mask is left aside. What of FILE lies beside the picture is left out.\n\n"
          "With colour, FILE is the mask for that colour: where FILE is black the colour is put on, where it is white\n"
          "the picture stays. With maskcolour, one value is the mask for all pixels: 0 shows FILE, 255 the picture,\n"
-         "128 half of both. Neither of them looks at alpha or changes it, and neither works on CMYK.\n"
+         "128 half of both. Neither of them looks at alpha or changes it, and neither works on CMYK.\n\n"
          "Premultiplied means that the colours are multiplied by the alpha, or by what the mask lets through,\n"
          "already; colours that are not come out too large there, and wrap around.",
          "combine photo.jpg at=20,10",

@@ -199,7 +199,7 @@ std::vector<EffectRow> PixelEffects() {
          PlanRandom,
          RunRandom},
         {"crop",
-         "Pixels",
+         "Size",
          "Cut an area out",
          "X and Y are the left and upper edge, counted from 0. What of the area lies beside the picture is left out,\n"
          "and the result is so much smaller.",

@@ -34,6 +34,7 @@ void WriteScratch(int descriptor, const std::uint8_t* bytes, std::size_t count) 
 }  // namespace
 
 InputFile::InputFile(std::string path) : path_(std::move(path)) {
+    if (path_.empty()) throw RunError("the name of a file to read is empty");
     if (path_ == "-")
         OpenStandardInput();
     else

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <sstream>
 
 #include "ZorTest.h"
@@ -52,7 +53,15 @@ TEST_F(Usage, NamesTheWordAtFaultAndWhatWasExpected) {
         {{"--quality", "101", "in.png", "out.jpg"}, {"--quality", "'101'", "from 1 to 100"}},
         {{"--quality", "high", "in.png", "out.jpg"}, {"--quality", "'high'", "from 1 to 100"}},
         {{"--compression", "10", "in.png", "out.png"}, {"--compression", "'10'", "from 0 to 9"}},
-        {{"in.png", "out.png", "--quality"}, {"--quality"}},
+        {{"in.png", "out.png", "--quality"}, {"--quality: N is missing: Quality of", "1 to 100"}},
+        {{"in.png", "out.png", "--each"}, {"--each: PATTERN is missing"}},
+        {{"--quality", "5", "--quality", "6", "in.png", "out.jpg"}, {"--quality is given more than once"}},
+        {{"--qual", "5", "in.png", "out.png"}, {"'--qual'", "did you mean '--quality'?"}},
+        {{"in.png", "out.png", "auto"}, {"'auto'", "did you mean 'autolevel'?"}},
+        {{"in.png", ""}, {"the name of OUTPUT is empty"}},
+        {{"halp"}, {"unknown command 'halp'", "did you mean 'help'?"}},
+        {{"compar", "in.png", "in.png"}, {"unknown command 'compar'", "did you mean 'compare'?"}},
+        {{"--each", "{n}.jpg", "in.png", "scale", "50%"}, {"--each: 'scale' is an effect", "behind '--'"}},
         {{"--qualty", "5", "in.png", "out.png"}, {"'--qualty'", "did you mean '--quality'?"}},
         {{"-z", "in.png", "out.png"}, {"'-z'", "zor --help"}},
         {{"info"}, {"info", "FILE"}},
@@ -69,6 +78,21 @@ TEST_F(Usage, NamesTheWordAtFaultAndWhatWasExpected) {
     EXPECT_EQ(Files(), (std::vector<std::string>{"in.png"}));
 }
 
+TEST_F(Usage, SuggestsNothingForALetterThatIsWrong) {
+    EXPECT_EQ(Run({"in.png", "out.png", "flip", "x"}).err, "zor: flip: 'x': axis is one of h, v\n");
+}
+
+TEST_F(Usage, TellsHowAFileIsWrittenThatLooksLikeAnOption) {
+    std::filesystem::copy(Photo("coffee.png"), At("-in.png"));
+    ExpectFailure(Run({"-in.png", "out.png"}), 2, {"unknown option '-in.png'", "is written './-in.png'"});
+    RunWell({"./-in.png", "out.png"});
+}
+
+TEST_F(Usage, NeedsNamesOfFiles) {
+    ExpectFailure(Run({"", "out.png"}), 1, {"the name of a file to read is empty"});
+    ExpectFailure(Run({"info", ""}), 1, {"the name of a file to read is empty"});
+}
+
 TEST_F(Usage, PutsNothingButOneLineOnTheTerminalForAnyWord) {
     const Outcome outcome = Run({"in.png", "out.png", "two\nlines\x1B[31m"});
     ExpectFailure(outcome, 2, {"two?lines?[31m"});
@@ -78,23 +102,39 @@ TEST_F(Usage, TellsItsVersion) {
     EXPECT_EQ(RunWell({"--version"}).out, "zor " ZOR_VERSION "\n");
 }
 
+void ExpectNarrow(const std::string& text) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 100U) << line;
+}
+
 TEST_F(Usage, ListsEveryEffectAndOptionInItsHelp) {
     const std::string help = RunWell({"--help"}).out;
     for (const char* word :
          {"zor [OPTION...] INPUT OUTPUT [EFFECT [ARGUMENT...]]...", "zor info FILE", "zor compare A B", "zor describe",
           "zor help [EFFECT]", "--quality N", "--compression N", "--quiet", "--version", "--help", "scale ",
-          "scalefast ", "PNG", "JPEG", ".jpeg", "Exit code"})
+          "scalefast ", "PNG", "JPEG", ".jpeg", "standard input or output", "Exit code"})
         EXPECT_NE(help.find(word), std::string::npos) << word << " is not in:\n" << help;
     EXPECT_EQ(RunWell({"help"}).out, help);
     EXPECT_EQ(RunWell({"-h"}).out, help);
-    for (std::size_t start = 0; start < help.size(); start = help.find('\n', start) + 1)
-        EXPECT_LE(help.find('\n', start) - start, 100U) << help.substr(start, help.find('\n', start) - start);
+    ExpectNarrow(help);
+}
+
+std::vector<std::string> Split(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+// The text as if it stood on one line.
+std::string Unbroken(const std::string& text) {
+    std::string line;
+    for (const std::string& word : Split(text)) line += (line.empty() ? "" : " ") + word;
+    return line;
 }
 
 TEST_F(Usage, TellsAllAboutAnEffect) {
-    const std::string scale = RunWell({"help", "scale"}).out;
+    const std::string scale = Unbroken(RunWell({"help", "scale"}).out);
     for (const char* word : {"WxH|Wx|xH|N%", "filter=lanczos3|lanczos8|mitchell|cubic|poly3|triangle|box",
-                             "lanczos3 unless given", "from 0 to 32", "0 unless given", "Example:\n  zor "})
+                             "lanczos3 unless given", "from 0 to 32", "0 unless given", "Example: zor "})
         EXPECT_NE(scale.find(word), std::string::npos) << word << " is not in:\n" << scale;
     EXPECT_NE(RunWell({"help", "scalefast"}).out.find("scalefast WxH|Wx|xH|N%"), std::string::npos);
 }
@@ -108,11 +148,6 @@ std::vector<std::string> ListedEffects(const std::string& help) {
     return names;
 }
 
-std::vector<std::string> Split(const std::string& text) {
-    std::istringstream stream(text);
-    return {std::istream_iterator<std::string>(stream), {}};
-}
-
 TEST_F(Usage, TellsOfEveryEffectItsArgumentsWithRangesAndDefaults) {
     const std::vector<std::string> effects = ListedEffects(RunWell({"help"}).out);
     EXPECT_GE(effects.size(), 30U);
@@ -120,19 +155,23 @@ TEST_F(Usage, TellsOfEveryEffectItsArgumentsWithRangesAndDefaults) {
         SCOPED_TRACE(effect);
         const std::string help = RunWell({"help", effect}).out;
         EXPECT_TRUE(help.starts_with(effect + ": "));
-        // Every argument of the usage line has a line that tells what it takes.
+        ExpectNarrow(help);
+        // Every argument of the usage has an entry that tells what it takes, and all of them begin in one column.
         const std::size_t start = help.find("zor INPUT OUTPUT " + effect);
         ASSERT_NE(start, std::string::npos);
-        const std::string usage = help.substr(start, help.find('\n', start) - start);
-        const bool takesAny = usage != "zor INPUT OUTPUT " + effect;
-        EXPECT_EQ(help.find("Arguments:\n") != std::string::npos, takesAny);
-        for (const std::string& word : Split(usage)) {
+        const std::vector<std::string> usage = Split(help.substr(start, help.find("\n\n", start) - start));
+        EXPECT_EQ(help.find("Arguments:\n") != std::string::npos, usage.size() > 4);
+        std::set<std::size_t> columns;
+        for (const std::string& word : usage) {
             if (!word.starts_with("[")) continue;
             const std::string name = word.substr(1, word.find_first_of("=]") - 1);
             const std::size_t at = help.find("\n  " + name + " ");
             ASSERT_NE(at, std::string::npos) << name;
-            EXPECT_NE(help.substr(at + 1, help.find('\n', at + 1) - at).find(": "), std::string::npos) << name;
+            const std::string line = help.substr(at + 1, help.find('\n', at + 1) - at - 1);
+            EXPECT_NE(line.find(": "), std::string::npos) << name;
+            columns.insert(line.find_first_not_of(' ', 2 + name.size()));
         }
+        EXPECT_LE(columns.size(), 1U);
     }
 }
 
