@@ -16,7 +16,7 @@ namespace {
 // A strip up to this size is taken at once, which is faster; of a larger one only a row at a time.
 constexpr std::uint64_t kWholeStripBytes = std::uint64_t{1} << 24;
 
-// A row of tiles has to be in memory. Files with larger ones are made to fill it.
+// A row of pixels, or of tiles, has to be in memory. Files with larger ones are made to fill it.
 constexpr std::uint64_t kMostTileBytes = std::uint64_t{1} << 30;
 
 class TiffReader : public PictureReader {
@@ -190,6 +190,9 @@ void TiffReader::ReadStrips(Raster& image, int plane, const std::function<void()
                       static_cast<unsigned>(samples.planes ? 1 : samples.samples);
     // Whatever a codec in libtiff makes of the tags, rows have what the pixels take.
     if (lineBytes_ != (bits + 7) / 8 || stripBytes_ != lineBytes_ * static_cast<std::uint64_t>(stripRows_)) Fail();
+    if (lineBytes_ > kMostTileBytes)
+        FailFile(file_.Path(), "a row of " + std::to_string(layout_.width) + " pixels of " +
+                                   std::to_string(samples.samples) + " samples takes more than 1 GiB");
     stripAt_ = -1;
     buffer_.resize(stripBytes_ > kWholeStripBytes ? lineBytes_ : stripBytes_);
     const int width = image.Shape().width;

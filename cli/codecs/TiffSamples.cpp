@@ -45,6 +45,16 @@ std::uint8_t TiffRowConverter::Level(Sample sample) const {
 }
 
 void TiffRowConverter::Convert(int plane, const std::uint8_t* packed, int width, std::uint8_t* out) {
+    // However many samples a pixel has, those at work stay few. Eight pixels always fill whole bytes.
+    constexpr int kMostSamples = 1 << 16;
+    const int stored = layout_.planes ? 1 : layout_.samples;
+    const std::int64_t most = std::max(kMostSamples / stored / 8, 1) * 8;
+    for (std::int64_t x = 0; x < width; x += most)
+        ConvertPiece(plane, packed + x * stored / 8 * layout_.bits, static_cast<int>(std::min(most, width - x)),
+                     out + x * channels_);
+}
+
+void TiffRowConverter::ConvertPiece(int plane, const std::uint8_t* packed, int width, std::uint8_t* out) {
     const auto count = static_cast<std::size_t>(width) * static_cast<unsigned>(layout_.planes ? 1 : layout_.samples);
     const bool asTheyAre = layout_.bits == 8 && !layout_.planes && layout_.samples == channels_ &&
                            !layout_.associated && !layout_.whiteIsZero && layout_.palette.empty();

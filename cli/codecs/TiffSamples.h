@@ -28,6 +28,7 @@ public:
     void Convert(int plane, const std::uint8_t* packed, int width, std::uint8_t* out);
 
 private:
+    void ConvertPiece(int plane, const std::uint8_t* packed, int width, std::uint8_t* out);
     template <typename Sample>
     void ConvertSamples(int plane, const Sample* in, int width, std::uint8_t* out) const;
     template <typename Sample>

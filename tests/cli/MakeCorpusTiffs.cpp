@@ -168,6 +168,11 @@ void SaveHostileTags() {
     with("strips-missing", {{273, 0, 0, 0}, {279, 0, 0, 0}});
     with("strips-many", {{273, 4, 0x3FFFFFFF, kTiffData}, {278, 4, 1, 1}});
     with("strip-order-reversed", {{266, 3, 1, 2}});
+    with("samples-11265-of-fax", {{256, 4, 1, 65524}, {258, 3, 1, 1}, {259, 3, 1, 4}, {277, 3, 1, 11265}});
+    with("samples-512-of-fax", {{256, 4, 1, 8000}, {258, 3, 1, 1}, {259, 3, 1, 4}, {277, 3, 1, 512}});
+    with("samples-of-a-long-row", {{256, 4, 1, 3000000}, {258, 3, 1, 16}, {259, 3, 1, 8}, {277, 3, 1, 512}});
+    with("samples-of-a-long-tile",
+         {{277, 3, 1, 512}, {322, 4, 1, 40000}, {323, 4, 1, 160}, {324, 4, 1, kTiffData}, {325, 4, 1, 16}});
     with("strip-size-short", {{279, 4, 1, 3}});
     with("tile-0", {{322, 4, 1, 0}, {323, 4, 1, 0}, {324, 4, 1, kTiffData}, {325, 4, 1, 16}});
     with("tile-4gib", {{322, 4, 1, 0xFFFFFFF0}, {323, 4, 1, 0xFFFFFFF0}, {324, 4, 1, kTiffData}, {325, 4, 1, 16}});
