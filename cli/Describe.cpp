@@ -3,9 +3,10 @@
 
 namespace {
 
-// Rows that need a service which a program on the console does not have are listed, and marked.
-std::string Mark(bool available) {
-    return available ? "\n" : "  [not here: needs host pictures]\n";
+// The program itself may call every row; an application on the console is not offered all of them.
+std::string Mark(std::intptr_t flags) {
+    constexpr std::intptr_t kOnConsole = 0x4;
+    return (flags & kOnConsole) != 0 ? "\n" : "  [not for console applications]\n";
 }
 
 template <typename Row, typename Print>
@@ -22,10 +23,10 @@ std::string DescribeClass(const zorhost::ClassDescription& description) {
                              : row.readable               ? "read"
                              : row.writable               ? "write"
                                                           : "not readable";
-        return row.declaration + " (" + access + ")" + Mark(row.available);
+        return row.declaration + " (" + access + ")" + Mark(row.flags);
     });
     const auto method = [](const zorhost::MethodDescription& row) {
-        return row.declaration + (row.assignable ? " (also assignable)" : "") + Mark(row.available);
+        return row.declaration + (row.assignable ? " (also assignable)" : "") + Mark(row.flags);
     };
     AddTable(text, "method", "methods", description.methods, method);
     AddTable(text, "shared method", "shared methods", description.sharedMethods, method);

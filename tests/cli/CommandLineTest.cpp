@@ -205,6 +205,8 @@ TEST_F(Usage, DescribesTheClassesOfTheEngine) {
           "    YieldTicks as Integer (read, write)\n", "    ImageFormatRGB = 1\n", "    ScaleLanczos3 = 3\n",
           "    CanAllocateImage(width as integer, height as integer, theImageFormat as integer) as boolean\n",
           "    SetFactory(factory as PictureFactoryZOR)\n",
+          "    Combine(Image As PictureZOR, Mask As PictureZOR, DestX As Integer, DestY As Integer",
+          "  [not for console applications]\n",
           "    NewPictureZOR(Width as integer, Height as integer, ImageFormat as integer) as PictureZOR\n"})
         EXPECT_NE(text.find(line), std::string::npos) << line << " is not in:\n" << text;
     // As many rows as each heading says.

@@ -258,7 +258,7 @@ std::vector<std::string> Registered(const std::string& description) {
         if (line.starts_with("  ") && !line.starts_with("    ")) methods = line.find("method") != std::string::npos;
         if (!line.starts_with("    ") || !methods) continue;
         line.erase(0, 4);
-        for (const char* mark : {" (also assignable)", "  [not here"})
+        for (const char* mark : {" (also assignable)", "  [not for"})
             if (const std::size_t at = line.find(mark); at != std::string::npos) line.erase(at);
         declarations.push_back(line);
     }

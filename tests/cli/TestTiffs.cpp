@@ -39,9 +39,12 @@ std::vector<std::uint8_t> Pack(const TiffFile& file, int x0, int y0, int width, 
                 row.push_back(inside ? file.values[static_cast<std::size_t>((y * file.width + x) * file.samples + s)]
                                      : std::uint16_t{0});
             }
-        std::vector<std::uint8_t> packed((row.size() * static_cast<std::size_t>(file.bits) + 7) / 8, 0);
+        const std::size_t start = bytes.size();
+        const std::size_t rowBytes = (row.size() * static_cast<std::size_t>(file.bits) + 7) / 8;
+        bytes.resize(start + rowBytes, 0);
+        std::uint8_t* const packed = bytes.data() + start;
         if (file.bits == 16) {
-            std::memcpy(packed.data(), row.data(), packed.size());  // libtiff turns them into the order of the file
+            std::memcpy(packed, row.data(), rowBytes);  // libtiff turns them into the order of the file
         } else {
             for (std::size_t i = 0; i < row.size() * static_cast<std::size_t>(file.bits); ++i) {
                 const std::size_t sample = i / static_cast<std::size_t>(file.bits);
@@ -50,7 +53,6 @@ std::vector<std::uint8_t> Pack(const TiffFile& file, int x0, int y0, int width, 
                     packed[i / 8] = static_cast<std::uint8_t>(packed[i / 8] | 0x80 >> i % 8);
             }
         }
-        bytes.insert(bytes.end(), packed.begin(), packed.end());
     }
     return bytes;
 }
