@@ -97,7 +97,7 @@ std::string SizeText(std::int64_t bytes) {
 
 std::string PixelsText(const ImageNeed& need) {
     return std::to_string(need.width) + " x " + std::to_string(need.height) + " pixels of " +
-           std::to_string(need.bytesPerPixel) + " bytes";
+           std::to_string(need.bytesPerPixel) + (need.bytesPerPixel == 1 ? " byte" : " bytes");
 }
 
 std::int64_t FreeBytes(const std::string& directory) {

@@ -124,6 +124,9 @@ private:
     void Guarded(const Work& work) {
         GuardedJpeg(&errors_, work, [this] {
             if (file_.Error() != 0) FailSystem(file_.Path(), file_.Error());
+            if (errors_.base.msg_code == JERR_OUT_OF_MEMORY)
+                FailFile(file_.Path(), jpeg_.progressive_mode ? "not enough memory for a progressive JPEG of this size"
+                                                              : "not enough memory");
             FailFile(file_.Path(), std::string("damaged JPEG: ") + errors_.message);
         });
         if (errors_.note[0] == '\0') return;

@@ -245,6 +245,20 @@ TEST_F(Failure, TellsOfAFullDisk) {
     }
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(Failure, DoesNotCallAFileDamagedThatIsTooLarge) {
+    JpegFile jpeg;
+    jpeg.pixels = MakePixels(4000, 3000, 3, 1);
+    jpeg.progressive = true;
+    SaveJpeg(At("in.jpg"), jpeg);
+    RunOptions options;
+    options.addressLimit = std::uint64_t{48} << 20;
+    ExpectFailure(Run({"in.jpg", "out.ppm"}, options), 1,
+                  {"in.jpg: not enough memory for a progressive JPEG of this size"});
+    EXPECT_FALSE(std::filesystem::exists(At("out.ppm")));
+}
+#endif
+
 TEST_F(Failure, CallsOffAProgressiveFileWithEndlessScans) {
     JpegFile jpeg;
     jpeg.pixels = MakePixels(16, 16, 1, 3);
