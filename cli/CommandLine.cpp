@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <system_error>
@@ -8,6 +9,7 @@
 #include "CommandTable.h"
 #include "Errors.h"
 #include "Suggest.h"
+#include "effects/Effects.h"
 
 namespace {
 
@@ -164,8 +166,23 @@ void ChooseCommand(CommandLine& line) {
     }
     if (const std::string suggestion = CommandSuggestion(first); !suggestion.empty())
         throw UsageError("unknown command '" + first + "'" + suggestion + "; 'zor help' lists the commands");
+    // OUTPUT may have any name when its format is given.
+    const std::size_t files = line.format == nullptr ? 2 : 1;
+    for (std::size_t i = 0; i < std::min(files, words.size()); ++i)
+        if (FindEffect(words[i]) != nullptr && !Exists(words[i]))
+            throw UsageError("the effect '" + words[i] + "' stands in the place of " + (i == 0 ? "INPUT" : "OUTPUT") +
+                             "; usage: " + UsageOf(Command::Process));
     if (words.size() < 2)
         throw UsageError("OUTPUT is missing behind '" + first + "'; usage: " + UsageOf(Command::Process));
+}
+
+// What help is asked about beside an option for it: the last effect, or the command; all, where there is neither.
+std::vector<std::string> HelpWanted(const std::vector<std::string>& words) {
+    const auto effect =
+        std::find_if(words.rbegin(), words.rend(), [](const std::string& word) { return FindEffect(word) != nullptr; });
+    if (effect != words.rend()) return {*effect};
+    if (!words.empty() && words[0] != "help" && FindCommand(words[0]) != nullptr) return {words[0]};
+    return {};
 }
 
 void ChooseFiles(CommandLine& line, const PlainWords& plain) {
@@ -205,7 +222,7 @@ CommandLine ReadCommandLine(int argc, char** argv) {
     line.words = plain.words;
     if (flags.help) {
         line.command = Command::Help;
-        line.words.clear();
+        line.words = HelpWanted(plain.words);
     } else if (flags.manual) {
         line.command = Command::Manual;
     } else if (flags.version) {

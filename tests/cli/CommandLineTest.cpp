@@ -58,6 +58,8 @@ TEST_F(Usage, NamesTheWordAtFaultAndWhatWasExpected) {
         {{"--quality", "5", "--quality", "6", "in.png", "out.jpg"}, {"--quality is given more than once"}},
         {{"--qual", "5", "in.png", "out.png"}, {"'--qual'", "did you mean '--quality'?"}},
         {{"in.png", "out.png", "auto"}, {"'auto'", "did you mean 'autolevel'?"}},
+        {{"in.png", "scale", "50%", "out.png"}, {"the effect 'scale' stands in the place of OUTPUT", "usage: zor"}},
+        {{"scale", "50%", "in.png", "out.png"}, {"the effect 'scale' stands in the place of INPUT", "usage: zor"}},
         {{"in.png", ""}, {"the name of OUTPUT is empty"}},
         {{"halp"}, {"unknown command 'halp'", "did you mean 'help'?"}},
         {{"compar", "in.png", "in.png"}, {"unknown command 'compar'", "did you mean 'compare'?"}},
@@ -185,6 +187,23 @@ TEST_F(Usage, HasExamplesThatWork) {
         RunWell(Split(help.substr(start + 15, help.find('\n', start + 15) - start - 15)));
         EXPECT_TRUE(std::filesystem::remove(At("result.png")));
     }
+}
+
+TEST_F(Usage, TellsOfAnEffectWhereHelpIsAskedForBesideIt) {
+    const std::string scale = RunWell({"help", "scale"}).out;
+    EXPECT_EQ(RunWell({"scale", "--help"}).out, scale);
+    EXPECT_EQ(RunWell({"--help", "scale"}).out, scale);
+    EXPECT_EQ(RunWell({"in.png", "out.png", "blur", "2", "scale", "-h"}).out, scale);
+    EXPECT_EQ(RunWell({"info", "--help"}).out, RunWell({"help", "info"}).out);
+    EXPECT_EQ(RunWell({"help", "--help"}).out, RunWell({"help"}).out);
+    EXPECT_EQ(RunWell({"in.png", "--help"}).out, RunWell({"help"}).out);
+}
+
+TEST_F(Usage, WritesAFileNamedAsAnEffectWhenItsFormatIsGiven) {
+    std::filesystem::copy(Photo("coffee.png"), At("in.png"));
+    RunWell({"in.png", "scale", "--format", "png"});
+    RunWell({"scale", "out.png"});
+    EXPECT_EQ(Files(), (std::vector<std::string>{"in.png", "out.png", "scale"}));
 }
 
 TEST_F(Usage, TellsAllAboutACommand) {

@@ -54,4 +54,13 @@ TEST_F(Setup, FailsWhenTheInstallationFails) {
     EXPECT_NE(ReadFile(At("err")).find("could not install cmake"), std::string::npos) << ReadFile(At("err"));
 }
 
+TEST_F(Setup, TellsWhereTheProgramCannotBeBuilt) {
+    std::filesystem::copy(ZOR_ROOT "/zor", At("zor"));
+    WriteFile(At("build"), "in the place of the folder");
+    const std::string command = "'" + At("zor") + "' --version >'" + At("out") + "' 2>'" + At("err") + "'";
+    EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 1);
+    EXPECT_EQ(ReadFile(At("err")),
+              "zor: " + At("build/release") + " cannot be written to, where the program is to be built\n");
+}
+
 }  // namespace
