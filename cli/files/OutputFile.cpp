@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <system_error>
 #include <vector>
 
 #include "Errors.h"
@@ -31,6 +32,18 @@ void GivePermissions(int descriptor, bool exists, const struct stat& target) {
     fchmod(descriptor, 0666 & ~mask);
 }
 
+// Where a link leads to that nothing is at yet; any other path as it is.
+std::string EndOfLinks(std::filesystem::path path) {
+    constexpr int kMostLinks = 40;  // as the system follows; in a circle there is no end
+    for (int i = 0; i < kMostLinks; ++i) {
+        std::error_code noLink;
+        const std::filesystem::path next = std::filesystem::read_symlink(path, noLink);
+        if (noLink) break;
+        path = path.parent_path() / next;
+    }
+    return path.string();
+}
+
 }  // namespace
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)), target_(path_) {
@@ -43,6 +56,8 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)), target_(path_
     if (char* real = realpath(path_.c_str(), nullptr)) {
         target_ = real;
         std::free(real);
+    } else {
+        target_ = EndOfLinks(path_);
     }
     struct stat status {};
     const bool exists = stat(target_.c_str(), &status) == 0;

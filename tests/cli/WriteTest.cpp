@@ -132,6 +132,21 @@ TEST_F(Write, FollowsALinkAndKeepsIt) {
     EXPECT_EQ(LoadPng(At("deep/real.png")).width, 600);
 }
 
+TEST_F(Write, MakesTheFileThatALinkLeadsTo) {
+    std::filesystem::create_directory(At("deep"));
+    std::filesystem::create_symlink("deep/second", At("first.png"));
+    std::filesystem::create_symlink("../real.png", At("deep/second"));
+    RunWell({Photo("coffee.png"), "first.png"});
+    EXPECT_TRUE(std::filesystem::is_symlink(At("first.png")));
+    EXPECT_TRUE(std::filesystem::is_symlink(At("deep/second")));
+    EXPECT_EQ(LoadPng(At("real.png")).width, 600);
+    std::filesystem::create_symlink("circle.png", At("circle.png"));
+    ExpectFailure(Run({Photo("coffee.png"), "circle.png"}), 1, {"circle.png: Too many levels of symbolic links"});
+    std::filesystem::create_symlink("missing/real.png", At("nowhere.png"));
+    ExpectFailure(Run({Photo("coffee.png"), "nowhere.png"}), 1, {"nowhere.png: No such file or directory"});
+    EXPECT_EQ(Files(), (std::vector<std::string>{"circle.png", "deep", "first.png", "nowhere.png", "real.png"}));
+}
+
 TEST_F(Write, WritesToADeviceDirectly) {
     std::filesystem::create_symlink("/dev/null", At("null.png"));
     RunWell({Photo("coffee.png"), "null.png"});
