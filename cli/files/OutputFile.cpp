@@ -56,7 +56,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)), target_(path_
     if (char* real = realpath(path_.c_str(), nullptr)) {
         target_ = real;
         std::free(real);
-    } else {
+    } else if (access(path_.c_str(), F_OK) != 0) {  // what is there without a path is a pipe
         target_ = EndOfLinks(path_);
     }
     struct stat status {};

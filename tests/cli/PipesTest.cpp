@@ -185,4 +185,13 @@ TEST_F(Pipes, LeadToStandardOutput) {
     EXPECT_EQ(PixelsOf(LoadPng(At("kept.png"))), LoadJpeg(Photo("rocket.jpg")).pixels);
 }
 
+TEST_F(Pipes, WithoutAPathAreWrittenToByTheirDescriptors) {
+    std::filesystem::create_symlink("/dev/stdout", At("out.png"));
+    const std::string command = "'" ZOR_PROGRAM "' '" + Photo("rocket.jpg") + "' '" + At("out.png") + "' 2>'" +
+                                At("err") + "' | cat >'" + At("kept.png") + "'";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(ReadFile(At("err")), "");
+    EXPECT_EQ(PixelsOf(LoadPng(At("kept.png"))), LoadJpeg(Photo("rocket.jpg")).pixels);
+}
+
 }  // namespace
