@@ -9,14 +9,14 @@ namespace {
 class Setup : public ZorTest {
 protected:
     // Runs the script as a user with that number, where all packages but `missing` are installed.
-    int RunSetup(const std::string& user, const std::string& missing) {
+    int RunSetup(const std::string& user, const std::string& missing, const std::string& word = "") {
         std::filesystem::create_directories(At("bin"));
         AddProgram("dpkg-query",
                    "for word; do case $word in -*|*{*|" + missing + ") ;; *) echo \"ii  $word\" ;; esac; done");
         AddProgram("id", "echo " + user);
         AddProgram("apt-get", "echo \"$@\" >>'" + At("calls") + "'; exit ${FAIL:-0}");
-        const std::string command =
-            "PATH='" + At("bin") + "':$PATH '" ZOR_ROOT "/setup' >'" + At("out") + "' 2>'" + At("err") + "'";
+        const std::string command = "PATH='" + At("bin") + "':$PATH '" ZOR_ROOT "/setup' " + word + " >'" + At("out") +
+                                    "' 2>'" + At("err") + "'";
         return WEXITSTATUS(std::system(command.c_str()));
     }
 
@@ -45,6 +45,13 @@ TEST_F(Setup, TellsAPlainUserWhatToInstall) {
 TEST_F(Setup, InstallsWhatIsMissingAndNothingElse) {
     EXPECT_EQ(RunSetup("0", "cmake|libpng-dev"), 0);
     EXPECT_EQ(ReadFile(At("calls")), "-q update\n-q -y install --no-install-recommends cmake libpng-dev\n");
+}
+
+TEST_F(Setup, InstallsTheFuzzersCompilerForThemOnly) {
+    EXPECT_EQ(RunSetup("0", "clang"), 0);
+    EXPECT_FALSE(std::filesystem::exists(At("calls")));
+    EXPECT_EQ(RunSetup("0", "clang", "fuzz"), 0);
+    EXPECT_EQ(ReadFile(At("calls")), "-q update\n-q -y install --no-install-recommends clang\n");
 }
 
 TEST_F(Setup, FailsWhenTheInstallationFails) {
