@@ -1,6 +1,7 @@
 #include "Suggest.h"
 
 #include <algorithm>
+#include <cctype>
 #include <numeric>
 
 namespace {
@@ -21,6 +22,11 @@ std::size_t Distance(const std::string& a, const std::string& b) {
     return row.back();
 }
 
+bool SameButForCase(const std::string& a, const std::string& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+}
+
 // The one word that begins like this; null: there is none, or several.
 const std::string* Completed(const std::string& word, const std::vector<std::string>& known) {
     constexpr std::size_t kLeastLetters = 3;
@@ -39,13 +45,13 @@ const std::string* Completed(const std::string& word, const std::vector<std::str
 }  // namespace
 
 std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
-    if (word.size() > 40) return {};
+    if (word.empty() || word.size() > 40) return {};
     // Two letters that changed places count twice; in a word of three letters one is enough of a difference, and a word
     // of one letter has nothing in common with another.
     const std::string* nearest = nullptr;
-    std::size_t least = word.size() <= 1 ? 0 : word.size() <= 3 ? 2 : word.size() <= 8 ? 3 : 4;
+    std::size_t least = word.size() <= 1 ? 1 : word.size() <= 3 ? 2 : word.size() <= 8 ? 3 : 4;
     for (const std::string& candidate : known) {
-        const std::size_t distance = Distance(word, candidate);
+        const std::size_t distance = SameButForCase(word, candidate) ? 0 : Distance(word, candidate);
         if (distance >= least) continue;
         least = distance;
         nearest = &candidate;

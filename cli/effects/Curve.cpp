@@ -1,8 +1,12 @@
 #include "effects/Curve.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "Errors.h"
 #include "files/InputFile.h"
@@ -68,6 +72,9 @@ std::optional<std::vector<std::int32_t>> CurveThroughPoints(std::string_view tex
 }
 
 std::vector<std::int32_t> LoadCurve(const std::string& path) {
+    // A slip in the points makes a name of a file of them.
+    if (path != "-" && access(path.c_str(), F_OK) != 0)
+        throw RunError("curve: '" + path + "' is neither points X:Y,X:Y,... nor a file: " + std::strerror(errno));
     InputFile file(path);
     // Far more than any list of 256 points needs.
     std::string text(65536, '\0');

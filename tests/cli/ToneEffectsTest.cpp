@@ -86,7 +86,9 @@ TEST_F(ToneEffects, LevelAnAreaByItself) {
 
 TEST_F(ToneEffects, TellWhatIsWrongWithAFileThatHoldsNoCurve) {
     SavePng(At("in.png"), PlainPng(MakePixels(8, 8, 3, 1)));
-    ExpectFailure(Run({"in.png", "out.png", "curve", "none.txt"}), 1, {"none.txt", "No such file"});
+    for (const char* name : {"none.txt", "0:0,255;255"})
+        ExpectFailure(Run({"in.png", "out.png", "curve", name}), 1,
+                      {"curve: '" + std::string(name) + "' is neither points X:Y,X:Y,... nor a file: No such file"});
     for (const char* text : {"", "1 2 3", "0:0 5:300", "5:5 5:6", "hello"}) {
         WriteFile(At("bad.txt"), text);
         ExpectFailure(Run({"in.png", "out.png", "curve", "bad.txt"}), 1, {"bad.txt", "holds no curve"});
