@@ -52,13 +52,29 @@ J_COLOR_SPACE ColourSpace(PixelKind kind) {
     }
 }
 
-// One row as JPEG holds it: without alpha, and ink the way that Adobe's programs expect.
-void PrepareRow(const std::uint8_t* row, int width, PixelKind kind, std::uint8_t* out) {
-    const int channels = Describe(kind).channels;
-    const int kept = channels - (Describe(kind).hasAlpha ? 1 : 0);
-    const int mask = kind == PixelKind::CMYK ? 255 : 0;
-    for (int x = 0; x < width; ++x, row += channels, out += kept)
-        for (int c = 0; c < kept; ++c) out[c] = static_cast<std::uint8_t>(row[c] ^ mask);
+// Pixels of kChannels bytes without the last of them where kKept is less, each byte exclusive-or'ed with the mask.
+template <int kChannels, int kKept>
+void PackPixels(const std::uint8_t* row, int width, std::uint8_t mask, std::uint8_t* out) {
+    for (int x = 0; x < width; ++x, row += kChannels, out += kKept)
+        for (int c = 0; c < kKept; ++c) out[c] = static_cast<std::uint8_t>(row[c] ^ mask);
+}
+
+// One row as JPEG holds it: without alpha, and ink the way that Adobe's programs expect. It is the row itself where
+// that is so already, else it is made in the buffer.
+std::uint8_t* PreparedRow(std::uint8_t* row, const ImageShape& shape, std::vector<std::uint8_t>& buffer) {
+    switch (shape.kind) {
+        case PixelKind::GrayAlpha:
+            PackPixels<2, 1>(row, shape.width, 0, buffer.data());
+            return buffer.data();
+        case PixelKind::RGBA:
+            PackPixels<4, 3>(row, shape.width, 0, buffer.data());
+            return buffer.data();
+        case PixelKind::CMYK:
+            PackPixels<4, 4>(row, shape.width, 255, buffer.data());
+            return buffer.data();
+        default:
+            return row;
+    }
 }
 
 class JpegWriter {
@@ -136,10 +152,9 @@ void WriteJpeg(OutputFile& file, Raster& image, const PictureHeader& tags, const
     JpegWriter writer(file);
     const ImageShape& shape = image.Shape();
     writer.WriteHeader(shape, tags, options.quality);
-    std::vector<std::uint8_t> row(static_cast<std::size_t>(shape.width) * 4);
+    std::vector<std::uint8_t> buffer(static_cast<std::size_t>(shape.width) * 4);
     for (int y = 0; y < shape.height; ++y) {
-        PrepareRow(image.Row(y), shape.width, shape.kind, row.data());
-        writer.WriteRow(row.data());
+        writer.WriteRow(PreparedRow(image.Row(y), shape, buffer));
         tick(y + 1, shape.height);
     }
     writer.WriteEnd();
