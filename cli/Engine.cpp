@@ -49,8 +49,8 @@ void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t he
     const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
     const std::int64_t rowBytes = (std::min(width, kMost) * bytesPerPixel + 63) / 64 * 64;
     if (width > kMost || height > kMost || rowBytes > kMost / height)
-        throw RunError(what + ": too large: " + size + " of " + std::to_string(bytesPerPixel) +
-                       " bytes; an image stays below 2 GiB, unless it has five rows or more of up to 400 MiB each");
+        throw RunError(what + ": too large: " + PixelsText(need) +
+                       "; an image stays below 2 GiB, unless it has five rows or more of up to 400 MiB each");
     const bool fits = Engine()
                           .CallShared(kImageClass, "CanAllocateImage", static_cast<int>(width),
                                       static_cast<int>(height), EngineConstant(formatConstant))

@@ -95,11 +95,6 @@ std::string SizeText(std::int64_t bytes) {
     return text;
 }
 
-std::string PixelsText(const ImageNeed& need) {
-    return std::to_string(need.width) + " x " + std::to_string(need.height) + " pixels of " +
-           std::to_string(need.bytesPerPixel) + (need.bytesPerPixel == 1 ? " byte" : " bytes");
-}
-
 std::int64_t FreeBytes(const std::string& directory) {
     struct statvfs status {};
     if (statvfs(directory.c_str(), &status) != 0) return kNoLimit;
@@ -177,6 +172,11 @@ void SetStorage(const StorageOptions& options) {
 std::int64_t DefaultMemory() {
     const std::int64_t machine = static_cast<std::int64_t>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE);
     return std::min({machine, ControlGroupLimit(), AddressLimit()}) / 2;
+}
+
+std::string PixelsText(const ImageNeed& need) {
+    return std::to_string(need.width) + " x " + std::to_string(need.height) + " pixels of " +
+           std::to_string(need.bytesPerPixel) + (need.bytesPerPixel == 1 ? " byte" : " bytes");
 }
 
 ImageNeed NeedOf(const ImageShape& shape) {

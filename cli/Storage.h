@@ -36,6 +36,9 @@ struct ImageNeed {
 };
 ImageNeed NeedOf(const ImageShape& shape);
 
+// "800 x 600 pixels of 3 bytes", for messages.
+std::string PixelsText(const ImageNeed& need);
+
 // Whether such an image is made as a file: it is larger than a quarter of the memory, for effects hold up to four
 // images at a time, or larger than any image in memory can be.
 bool GoesToScratch(const ImageNeed& need);
