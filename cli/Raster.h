@@ -34,6 +34,9 @@ public:
     // file-backed image finds no addresses for its window; from top to bottom the window moves seldom.
     [[nodiscard]] std::uint8_t* Row(int y) { return pixels_ != nullptr ? pixels_ + y * rowBytes_ : MappedRow(y); }
 
+    // Bytes from one row to the next where all of them lie in memory; 0 where the image is file-backed.
+    [[nodiscard]] std::int64_t RowDistance() const { return pixels_ != nullptr ? rowBytes_ : 0; }
+
     // For what jumps among so many rows: where the image is file-backed, its window holds them all from now on, and so
     // do those of views made later; but no more than 64 MiB.
     void WidenWindow(std::int64_t rows);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
 
 #include "Errors.h"
 #include "Notes.h"
@@ -20,8 +21,8 @@ namespace {
 constexpr std::size_t kRiffBytes = 12;      // "RIFF", the size of the rest, "WEBP"
 constexpr std::size_t kReadStep = 1 << 20;  // bytes of the file that are asked for at once, whatever size it claims
 
-// The pixels that libwebp decodes into. It wants room for all of them, but does not look back at rows that are done:
-// `Drop` gives their memory back.
+// The pixels that libwebp decodes into for a file-backed image. It wants room for all of them, but does not look back
+// at rows that are done: `Drop` gives their memory back.
 class DecodedRows {
 public:
     DecodedRows(std::size_t rowBytes, int height)
@@ -86,7 +87,7 @@ private:
     void ReadFrame();
     void ReadTags();
     [[nodiscard]] std::vector<std::uint8_t> Chunk(const char* name) const;
-    void CopyRows(Raster& image, const DecodedRows& rows, int first, int end, const RowTick& tick) const;
+    void CopyRows(Raster& image, const DecodedRows& rows, int first, int end) const;
 
     InputFile& file_;
     Notes& notes_;
@@ -147,14 +148,11 @@ void WebpReader::ReadTags() {
 }
 
 // Hands the rows `first` to `end` of the frame on to their place in the image, which is clear elsewhere.
-void WebpReader::CopyRows(Raster& image, const DecodedRows& rows, int first, int end, const RowTick& tick) const {
+void WebpReader::CopyRows(Raster& image, const DecodedRows& rows, int first, int end) const {
     const auto channels = static_cast<std::size_t>(Describe(header_.kind).channels);
     const std::size_t count = static_cast<std::size_t>(frame_.width) * channels;
     const std::size_t left = static_cast<std::size_t>(frame_.x_offset) * channels;
-    for (int y = first; y < end; ++y) {
-        std::memcpy(image.Row(frame_.y_offset + y) + left, rows.Row(y), count);
-        tick(y + 1, frame_.height);
-    }
+    for (int y = first; y < end; ++y) std::memcpy(image.Row(frame_.y_offset + y) + left, rows.Row(y), count);
 }
 
 void WebpReader::ReadRows(Raster& image, const RowTick& tick) {
@@ -163,14 +161,24 @@ void WebpReader::ReadRows(Raster& image, const RowTick& tick) {
                    "an animation of " + std::to_string(header_.frames) + " frames, of which the first is taken");
     WebPDecoderConfig config{};
     WebPInitDecoderConfig(&config);
-    const std::size_t rowBytes =
-        static_cast<std::size_t>(frame_.width) * static_cast<unsigned>(Describe(header_.kind).channels);
-    DecodedRows rows(rowBytes, frame_.height);
+    const auto channels = static_cast<std::size_t>(Describe(header_.kind).channels);
+    const std::size_t used = static_cast<std::size_t>(frame_.width) * channels;
+    // An image in memory takes the pixels as they come.
+    std::optional<DecodedRows> rows;
+    std::uint8_t* bytes = nullptr;
+    std::size_t distance = static_cast<std::size_t>(image.RowDistance());
+    if (distance > 0) {
+        bytes = image.Row(frame_.y_offset) + static_cast<std::size_t>(frame_.x_offset) * channels;
+    } else {
+        distance = used;
+        bytes = rows.emplace(used, frame_.height).Bytes();
+    }
     config.output.colorspace = header_.kind == PixelKind::RGBA ? MODE_RGBA : MODE_RGB;
     config.output.is_external_memory = 1;
-    config.output.u.RGBA = {rows.Bytes(), static_cast<int>(rowBytes), rows.Size()};
+    config.output.u.RGBA = {bytes, static_cast<int>(distance),
+                            distance * static_cast<unsigned>(frame_.height - 1) + used};
     const std::unique_ptr<WebPIDecoder, FreeDecoder> decoder(WebPIDecode(nullptr, 0, &config));
-    if (rows.Bytes() == nullptr || decoder == nullptr) FailFile(file_.Path(), "not enough memory");
+    if (bytes == nullptr || decoder == nullptr) FailFile(file_.Path(), "not enough memory");
 
     // The decoder is fed a little at a time, so that rows can be taken from it, and memory given back, as they come.
     const WebPData& data = frame_.fragment;
@@ -182,9 +190,11 @@ void WebpReader::ReadRows(Raster& image, const RowTick& tick) {
         status = WebPIUpdate(decoder.get(), data.bytes, given);
         int ready = 0;
         if (WebPIDecGetRGB(decoder.get(), &ready, nullptr, nullptr, nullptr) == nullptr) continue;
-        CopyRows(image, rows, done, ready, tick);
-        rows.Drop(ready);
-        done = ready;
+        if (rows) {
+            CopyRows(image, *rows, done, ready);
+            rows->Drop(ready);
+        }
+        for (; done < ready; ++done) tick(done + 1, frame_.height);
     }
     if (status == VP8_STATUS_OUT_OF_MEMORY) FailFile(file_.Path(), "not enough memory");
     if (status != VP8_STATUS_OK || done != frame_.height)

@@ -44,6 +44,24 @@ TEST_F(ReadWebp, GivesPhotographsAsTheLibraryDoes) {
     }
 }
 
+// The two decode in different ways: straight into the image, and row by row.
+TEST_F(ReadWebp, GivesTheSamePixelsInMemoryAndInScratchFiles) {
+    const Pixels whole = PixelsOf(LoadPng(Photo("coffee.png")));
+    for (const bool lossless : {false, true}) {
+        WebpFile file;
+        file.pixels = whole;
+        file.lossless = lossless;
+        SaveWebp(At("in.webp"), file);
+        const Pixels inMemory = ThroughPng("in.webp");
+        RunWell({"--memory", "1M", "in.webp", "scratch.png"});
+        EXPECT_EQ(PixelsOf(LoadPng(At("scratch.png"))), inMemory);
+    }
+    SaveWebpAnimation(At("in.webp"), 640, 430, {{whole, 8, 4}, {MakePixels(640, 430, 3, 2), 0, 0}});
+    RunWell({"in.webp", "memory.png"});
+    RunWell({"--memory", "1M", "in.webp", "scratch.png"});
+    EXPECT_EQ(PixelsOf(LoadPng(At("scratch.png"))), PixelsOf(LoadPng(At("memory.png"))));
+}
+
 TEST_F(ReadWebp, TakesTheFirstFrameOfAnAnimation) {
     const Pixels first = MakePixels(30, 20, 3, 1);
     SaveWebpAnimation(At("in.webp"), 30, 20, {{first, 0, 0}, {MakePixels(30, 20, 3, 2), 0, 0}});
