@@ -61,11 +61,10 @@ void TakePicture(ImageClassData* record, REALobject picture, const REALpictureDe
 
 // True if the image stands.
 static bool ConstructOnGWorld(REALobject object, REALobject picture, REALboolean useAlpha) {
-    constexpr int kKindGWorld = 4;
     REALpictureDescription description{};
     REALLockPictureDescription(picture, &description);
     REALUnlockPictureDescription(picture);
-    if (description.kind != kKindGWorld || !description.data) return false;
+    if (description.kind != kPictureKindGWorld || !description.data) return false;
     PixMap** const pixMap = GetPortPixMap(static_cast<OpaqueGrafPtr*>(description.data));
     if (!pixMap) return false;
     std::uint8_t* const base = GetPixBaseAddr(pixMap);
@@ -87,13 +86,12 @@ void ImageConstructorPictureGUI(REALobject object, REALobject picture, REALboole
 }
 
 static void ConstructOnGDImage(REALobject object, REALobject picture, REALboolean useAlpha, Found found) {
-    constexpr int kKindGDImage = 10;
     REALpictureDescription description{};
-    if (!REALLockPictureDescriptionX(picture, &description, kKindGDImage)) return;
+    if (!REALLockPictureDescriptionX(picture, &description, kPictureKindGDImage)) return;
     REALUnlockPictureDescription(picture);
     IsConsole = true;  // no other world has such pictures
     const GDImage* const image = static_cast<const GDImage*>(description.data);
-    if (description.kind != kKindGDImage || !image || !image->tpixels || !image->trueColor) return;
+    if (description.kind != kPictureKindGDImage || !image || !image->tpixels || !image->trueColor) return;
     const int rowSize = static_cast<std::int32_t>(static_cast<std::uint32_t>(description.width) * 4u);
     ImageClassData* const record = ImageDataOf(object);
     TakePicture(record, picture, description, rowSize, useAlpha ? kConsoleAlpha : kConsole, found);

@@ -91,12 +91,11 @@ bool GraphicsDrawPicture(REALobject destination, REALobject source, int x, int y
 }
 
 bool OwnCopy(REALobject destination, REALobject source, int x, int y, int w, int h, int sx, int sy, int sw, int sh) {
-    constexpr int kKindGDImage = 10;
     if (!source || !destination || sw != w || sh != h || x != 0 || y != 0 || sx != 0 || sy != 0) return false;
     REALpictureDescription from{}, to{};
-    if (!REALLockPictureDescriptionX(source, &from, kKindGDImage)) return false;
+    if (!REALLockPictureDescriptionX(source, &from, kPictureKindGDImage)) return false;
     bool copied = false;
-    if (REALLockPictureDescriptionX(destination, &to, kKindGDImage)) {
+    if (REALLockPictureDescriptionX(destination, &to, kPictureKindGDImage)) {
         copied = CopyAllRows(static_cast<const GDImage*>(to.data), static_cast<const GDImage*>(from.data));
         REALUnlockPictureDescription(destination);
     }

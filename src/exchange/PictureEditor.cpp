@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr int kKindGWorld = 4;
-constexpr int kKindGDImage = 10;
-
 // What is opened: the picture that was asked for, or the copy that was made of it. A copy is not copied again, so that
 // a host whose new pictures cannot be read either gives up instead of going round for ever.
 enum class Opened { original, copy };
@@ -68,10 +65,10 @@ bool IsTrueColor(const GDImage* image) {
 
 bool OpenGDImage(PictureEditor& editor, REALobject picture) {
     editor.Description = {};
-    if (!REALLockPictureDescriptionX(picture, &editor.Description, kKindGDImage)) return false;
+    if (!REALLockPictureDescriptionX(picture, &editor.Description, kPictureKindGDImage)) return false;
     IsConsole = true;
     const GDImage* const image = static_cast<const GDImage*>(editor.Description.data);
-    if (editor.Description.kind != kKindGDImage || !IsTrueColor(image)) {
+    if (editor.Description.kind != kPictureKindGDImage || !IsTrueColor(image)) {
         REALUnlockPictureDescription(picture);
         return false;
     }
@@ -97,7 +94,7 @@ bool Open(PictureEditor& editor, REALobject picture, REALboolean allowCopy, REAL
     if (!IsConsole && !IsDesktop) CheckApplication();
     if (!IsConsole) {
         REALLockPictureDescription(picture, &editor.Description);
-        if (editor.Description.kind == kKindGWorld) return OpenGWorld(editor, picture, what);
+        if (editor.Description.kind == kPictureKindGWorld) return OpenGWorld(editor, picture, what);
         // A picture of another kind keeps this lock: its host takes it back when the picture goes.
         if (allowCopy && !forWriting && what == Opened::original) {
             if (const REALobject copy = ClonePicture(picture)) return OpenCopy(editor, copy);

@@ -113,6 +113,12 @@ struct REALstringRecord {
     REALword length;  // bytes
 };
 
+// What the data of a description are; any other kind has to be drawn into a picture of one of these first.
+enum : int {
+    kPictureKindGWorld = 4,    // a GWorld of QuickDraw: applications of the desktop
+    kPictureKindGDImage = 10,  // an image of the GD library: console and web applications
+};
+
 // Filled by the host when a picture is locked. Cleared by the caller beforehand.
 struct REALpictureDescription {
     int kind;
