@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
@@ -45,10 +44,7 @@ void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t he
                     int bytesPerPixel) {
     const ImageNeed need{width, height, bytesPerPixel};
     if (GoesToScratch(need)) return CheckScratchHolds(what, {need});
-    constexpr std::int64_t kMost = 2147483647;  // bytes of an image, and pixels of a side
-    const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
-    const std::int64_t rowBytes = (std::min(width, kMost) * bytesPerPixel + 63) / 64 * 64;
-    if (width > kMost || height > kMost || rowBytes > kMost / height)
+    if (!CanBeInMemory(need))
         throw RunError(what + ": too large: " + PixelsText(need) +
                        "; an image stays below 2 GiB, unless it has five rows or more of up to 400 MiB each");
     const bool fits = Engine()
@@ -56,7 +52,8 @@ void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t he
                                       static_cast<int>(height), EngineConstant(formatConstant))
                           .AsBool();
     if (!fits)
-        throw RunError(what + ": not enough memory for " + size + "; with a smaller --memory it is made as a file");
+        throw RunError(what + ": not enough memory for " + std::to_string(width) + " x " + std::to_string(height) +
+                       " pixels; with a smaller --memory it is made as a file");
 }
 
 void SetEngineTick(std::function<void()> tick) {

@@ -8,6 +8,7 @@
 #include "Errors.h"
 #include "Load.h"
 #include "Notes.h"
+#include "Storage.h"
 #include "codecs/IccProfile.h"
 
 namespace {
@@ -109,9 +110,9 @@ std::string InfoAsText(const PictureInfo& info) {
     return text;
 }
 
-// Rows of images start at multiples of 64 bytes. Sizes beyond every number, which a file can claim, are the largest.
+// Sizes beyond every number, which a file can claim, are the largest.
 std::int64_t MemoryOf(const PictureHeader& header) {
-    const std::int64_t rowBytes = (header.width * Describe(header.kind).channels + 63) / 64 * 64;
+    const std::int64_t rowBytes = MemoryRowBytes(header.width, Describe(header.kind).channels);
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
     return header.height > kMost / rowBytes ? kMost : rowBytes * header.height;
 }

@@ -69,13 +69,6 @@ std::int64_t Memory() {
     return memory;
 }
 
-// Bytes of an image in memory; kNoLimit where the engine makes none.
-std::int64_t MemoryBytes(const ImageNeed& need) {
-    if (need.width > kMostInMemory || need.height > kMostInMemory) return kNoLimit;
-    const std::int64_t row = RoundUp(need.width * need.bytesPerPixel, 64);
-    return row > kMostInMemory / need.height ? kNoLimit : row * need.height;
-}
-
 // Bytes of its file, in which rows are whole pages and one more stands behind the last; kNoLimit where the engine makes
 // no such file.
 std::int64_t FileBytes(const ImageNeed& need) {
@@ -174,6 +167,15 @@ std::int64_t DefaultMemory() {
     return std::min({machine, ControlGroupLimit(), AddressLimit()}) / 2;
 }
 
+std::int64_t MemoryRowBytes(std::int64_t width, int bytesPerPixel) {
+    return RoundUp(width * bytesPerPixel, 64);
+}
+
+bool CanBeInMemory(const ImageNeed& need) {
+    return need.width <= kMostInMemory && need.height <= kMostInMemory &&
+           MemoryRowBytes(need.width, need.bytesPerPixel) <= kMostInMemory / need.height;
+}
+
 std::string PixelsText(const ImageNeed& need) {
     return std::to_string(need.width) + " x " + std::to_string(need.height) + " pixels of " +
            std::to_string(need.bytesPerPixel) + (need.bytesPerPixel == 1 ? " byte" : " bytes");
@@ -185,7 +187,7 @@ ImageNeed NeedOf(const ImageShape& shape) {
 
 bool GoesToScratch(const ImageNeed& need) {
     if (FileBytes(need) == kNoLimit) return false;
-    return MemoryBytes(need) > std::min(Memory() / kShares, kMostInMemory);
+    return !CanBeInMemory(need) || MemoryRowBytes(need.width, need.bytesPerPixel) * need.height > Memory() / kShares;
 }
 
 void CheckScratchHolds(const std::string& what, const std::vector<ImageNeed>& needs) {

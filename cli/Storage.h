@@ -36,6 +36,12 @@ struct ImageNeed {
 };
 ImageNeed NeedOf(const ImageShape& shape);
 
+// Bytes of a row in memory.
+std::int64_t MemoryRowBytes(std::int64_t width, int bytesPerPixel);
+
+// Whether the engine makes such an image in memory at all, where there is enough of it: below 2 GiB.
+bool CanBeInMemory(const ImageNeed& need);
+
 // "800 x 600 pixels of 3 bytes", for messages.
 std::string PixelsText(const ImageNeed& need);
 
