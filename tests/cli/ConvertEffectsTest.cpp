@@ -2,20 +2,12 @@
 
 #include <algorithm>
 
-#include "TestPictures.h"
-#include "ZorTest.h"
+#include "EffectTest.h"
 
 namespace {
 
-class ConvertEffects : public ZorTest {
+class ConvertEffects : public EffectTest {
 protected:
-    void SaveInput(const Pixels& pixels) { SavePng(At("in.png"), PlainPng(pixels)); }
-    Pixels Result(const std::vector<std::string>& effect) {
-        std::vector<std::string> words = {"in.png", "out.png"};
-        words.insert(words.end(), effect.begin(), effect.end());
-        RunWell(words);
-        return PixelsOf(LoadPng(At("out.png")));
-    }
     // A flat CMYK file: inks of 255 are full.
     void SaveInks(const std::vector<int>& inks) {
         JpegFile file;

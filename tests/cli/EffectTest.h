@@ -10,13 +10,17 @@
 
 class EffectTest : public ZorTest {
 protected:
-    // The effect on a PNG file of these pixels.
-    Pixels Result(const Pixels& pixels, const std::vector<std::string>& effect) {
-        SavePng(At("in.png"), PlainPng(pixels));
+    // The effect on in.png, which SaveInput makes of these pixels.
+    void SaveInput(const Pixels& pixels) { SavePng(At("in.png"), PlainPng(pixels)); }
+    Pixels Result(const std::vector<std::string>& effect) {
         std::vector<std::string> words = {"in.png", "out.png"};
         words.insert(words.end(), effect.begin(), effect.end());
         RunWell(words);
         return PixelsOf(LoadPng(At("out.png")));
+    }
+    Pixels Result(const Pixels& pixels, const std::vector<std::string>& effect) {
+        SaveInput(pixels);
+        return Result(effect);
     }
 
     // The effect on a JPEG file of one CMYK colour, 255 being no ink: the colour in the middle of the result.

@@ -5,8 +5,7 @@
 #include <functional>
 #include <sstream>
 
-#include "TestPictures.h"
-#include "ZorTest.h"
+#include "EffectTest.h"
 
 namespace {
 
@@ -24,16 +23,7 @@ struct Area {
 const Area kAreas[] = {{5, 4, 10, 7},  {-3, 2, 8, 5},  {4, -6, 9, 10},   {30, 3, 40, 4},          {6, 18, 5, 90},
                        {36, 22, 1, 1}, {0, 0, 37, 23}, {-5, -5, 99, 99}, {-9, -9, 2147483647, 12}};
 
-class PixelEffects : public ZorTest {
-protected:
-    void SaveInput(const Pixels& pixels) { SavePng(At("in.png"), PlainPng(pixels)); }
-    Pixels Result(const std::vector<std::string>& effect) {
-        std::vector<std::string> words = {"in.png", "out.png"};
-        words.insert(words.end(), effect.begin(), effect.end());
-        RunWell(words);
-        return PixelsOf(LoadPng(At("out.png")));
-    }
-};
+class PixelEffects : public EffectTest {};
 
 // Each byte of the area through a function of the old byte and its channel.
 Pixels Changed(Pixels pixels, const Area& area, const std::function<int(int old, int channel)>& change) {
