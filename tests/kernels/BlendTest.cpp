@@ -1,26 +1,12 @@
 // The packed loops: every tier against arithmetic told here, at every width that a register may cut.
 
-#include "compositing/BlendRowOps.h"
-
 #include <string>
 #include <vector>
 
+#include "kernels/Tiers.h"
 #include "support/Images.h"
 
 namespace {
-
-struct Tier {
-    const char* name;
-    BlendRowOps ops;
-};
-
-std::vector<Tier> Tiers() {
-    std::vector<Tier> tiers = {{"plain", BlendRowOps_Plain()}, {"picked", PickedBlendRowOps()}};
-#ifdef ZOR_HAS_AVX2_TWINS
-    if (__builtin_cpu_supports("avx2")) tiers.push_back({"avx2", BlendRowOps_Avx2()});
-#endif
-    return tiers;
-}
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -33,14 +19,14 @@ Bytes NoiseRun(Random& random, int bytes) {
     return run;
 }
 
-class BlendRowOpsTiers : public ::testing::Test {
+class BlendKernelsTiers : public ::testing::Test {
 protected:
     Random random{47};
 
     // Runs every tier at all widths and odd alignments; expected(i, target) is byte i of the target.
     template <class Call, class Expected>
     void CheckAll(int bytesPerUnit, Call call, Expected expected) {
-        for (const Tier& tier : Tiers()) {
+        for (const KernelTier& tier : RunnableTiers()) {
             for (int units = 0; units <= 140; ++units) {
                 const int bytes = units * bytesPerUnit;
                 above = NoiseRun(random, bytes + 8);
@@ -56,7 +42,7 @@ protected:
                     byte = static_cast<std::uint8_t>(expected(i, int{byte}) & 255);
                 }
                 const Bytes inputs[] = {above, mask, below};
-                call(tier.ops, target.data() + kGuard + shift, units);
+                call(tier.table.blend, target.data() + kGuard + shift, units);
                 ASSERT_TRUE(SameBytes(model, target)) << tier.name << " " << units;
                 ASSERT_TRUE(above == inputs[0] && mask == inputs[1] && below == inputs[2]) << tier.name;
             }
@@ -67,61 +53,61 @@ protected:
     const std::uint8_t *a = nullptr, *m = nullptr, *b = nullptr;
 };
 
-TEST_F(BlendRowOpsTiers, Mix) {
+TEST_F(BlendKernelsTiers, Mix) {
     CheckAll(
-        1, [&](const BlendRowOps& ops, std::uint8_t* target, int units) { ops.mix(target, a, m, units); },
+        1, [&](const BlendKernels& ops, std::uint8_t* target, int units) { ops.mix(target, a, m, units); },
         [&](int i, int target) { return (a[i] * (255 - m[i]) + m[i] * target) / 255; });
 }
 
-TEST_F(BlendRowOpsTiers, AddOver) {
+TEST_F(BlendKernelsTiers, AddOver) {
     CheckAll(
-        1, [&](const BlendRowOps& ops, std::uint8_t* target, int units) { ops.addOver(target, a, m, units); },
+        1, [&](const BlendKernels& ops, std::uint8_t* target, int units) { ops.addOver(target, a, m, units); },
         [&](int i, int target) { return a[i] + m[i] * target / 255; });
 }
 
-TEST_F(BlendRowOpsTiers, AddOverOther) {
+TEST_F(BlendKernelsTiers, AddOverOther) {
     CheckAll(
-        1, [&](const BlendRowOps& ops, std::uint8_t* target, int units) { ops.addOverOther(target, a, m, b, units); },
+        1, [&](const BlendKernels& ops, std::uint8_t* target, int units) { ops.addOverOther(target, a, m, b, units); },
         [&](int i, int) { return a[i] + m[i] * b[i] / 255; });
 }
 
-TEST_F(BlendRowOpsTiers, Add) {
+TEST_F(BlendKernelsTiers, Add) {
     CheckAll(
-        1, [&](const BlendRowOps& ops, std::uint8_t* target, int units) { ops.add(target, a, m, units); },
+        1, [&](const BlendKernels& ops, std::uint8_t* target, int units) { ops.add(target, a, m, units); },
         [&](int i, int) { return a[i] + m[i]; });
 }
 
-TEST_F(BlendRowOpsTiers, Repeat3) {
+TEST_F(BlendKernelsTiers, Replicate3) {
     CheckAll(
-        3, [&](const BlendRowOps& ops, std::uint8_t* target, int units) { ops.repeat3(target, a, units); },
+        3, [&](const BlendKernels& ops, std::uint8_t* target, int units) { ops.replicate3(target, a, units); },
         [&](int i, int) { return int{a[i / 3]}; });
 }
 
-TEST_F(BlendRowOpsTiers, Repeat4Opaque) {
+TEST_F(BlendKernelsTiers, Replicate4Opaque) {
     for (int alphaAt = 0; alphaAt < 4; ++alphaAt) {
         CheckAll(
             4,
-            [&](const BlendRowOps& ops, std::uint8_t* target, int units) {
-                ops.repeat4Opaque(target, a, alphaAt, units);
+            [&](const BlendKernels& ops, std::uint8_t* target, int units) {
+                ops.replicate4Opaque(target, a, alphaAt, units);
             },
             [&](int i, int) { return i % 4 == alphaAt ? 255 : int{a[i / 4]}; });
     }
 }
 
-TEST_F(BlendRowOpsTiers, RepeatAlpha) {
+TEST_F(BlendKernelsTiers, ReplicateAlpha) {
     for (int alphaAt = 0; alphaAt < 4; ++alphaAt) {
         CheckAll(
             4,
-            [&](const BlendRowOps& ops, std::uint8_t* target, int units) {
-                ops.repeatAlpha(target, a, alphaAt, units);
+            [&](const BlendKernels& ops, std::uint8_t* target, int units) {
+                ops.replicateAlpha(target, a, alphaAt, units);
             },
             [&](int i, int) { return int{a[i / 4 * 4 + alphaAt]}; });
     }
 }
 
 // All sums that a blend can have, through the loops themselves.
-TEST_F(BlendRowOpsTiers, MixEveryAboveMaskAndBelow) {
-    for (const Tier& tier : Tiers()) {
+TEST_F(BlendKernelsTiers, MixEveryAboveMaskAndBelow) {
+    for (const KernelTier& tier : RunnableTiers()) {
         for (int maskValue = 0; maskValue < 256; ++maskValue) {
             Bytes target(65536), over(65536), by(65536, static_cast<std::uint8_t>(maskValue)), expected(65536);
             for (std::size_t i = 0; i < 65536; ++i) {
@@ -129,21 +115,21 @@ TEST_F(BlendRowOpsTiers, MixEveryAboveMaskAndBelow) {
                 target[i] = static_cast<std::uint8_t>(i);
                 expected[i] = static_cast<std::uint8_t>((over[i] * (255 - maskValue) + maskValue * target[i]) / 255);
             }
-            tier.ops.mix(target.data(), over.data(), by.data(), 65536);
+            tier.table.blend.mix(target.data(), over.data(), by.data(), 65536);
             ASSERT_TRUE(SameBytes(expected, target)) << tier.name << " " << maskValue;
         }
     }
 }
 
-TEST_F(BlendRowOpsTiers, AddOverEveryProduct) {
-    for (const Tier& tier : Tiers()) {
+TEST_F(BlendKernelsTiers, AddOverEveryProduct) {
+    for (const KernelTier& tier : RunnableTiers()) {
         Bytes target(65536), over(65536, 0), by(65536), expected(65536);
         for (std::size_t i = 0; i < 65536; ++i) {
             by[i] = static_cast<std::uint8_t>(i >> 8);
             target[i] = static_cast<std::uint8_t>(i);
             expected[i] = static_cast<std::uint8_t>(by[i] * target[i] / 255);
         }
-        tier.ops.addOver(target.data(), over.data(), by.data(), 65536);
+        tier.table.blend.addOver(target.data(), over.data(), by.data(), 65536);
         ASSERT_TRUE(SameBytes(expected, target)) << tier.name;
     }
 }

@@ -1,30 +1,16 @@
-#include "filters/TableBytes.h"
-
 #include <algorithm>
 #include <vector>
 
+#include "kernels/Tiers.h"
 #include "support/Images.h"
 
 namespace {
 
-struct Twin {
-    const char* name;
-    MapBytesFn run;
-};
-
-std::vector<Twin> Twins() {
-    std::vector<Twin> twins = {{"plain", MapBytes_Plain}, {"picked", PickedMapBytes()}};
-#ifdef ZOR_HAS_AVX2_TWINS
-    if (__builtin_cpu_supports("avx2")) twins.push_back({"avx2", MapBytes_Avx2});
-#endif
-    return twins;
-}
-
 // Every byte value through tables of noise, at every length up to four vectors and at odd places, between guards.
-TEST(TableBytes, EveryTwinLooksEachByteUp) {
+TEST(BytesKernels, EveryTwinLooksEachByteUp) {
     Random random(1);
     constexpr int kGuard = 5;
-    for (const Twin& twin : Twins()) {
+    for (const KernelTier& twin : RunnableTiers()) {
         SCOPED_TRACE(twin.name);
         for (int length = 0; length <= 131; ++length) {
             std::uint8_t table[256];
@@ -36,7 +22,7 @@ TEST(TableBytes, EveryTwinLooksEachByteUp) {
             for (int i = 0; i < length; ++i) {
                 expected[static_cast<std::size_t>(kGuard + i)] = table[source[static_cast<std::size_t>(i + 1)]];
             }
-            twin.run(source.data() + 1, dest.data() + kGuard, length, table);
+            twin.table.bytes.map(source.data() + 1, dest.data() + kGuard, length, table);
             EXPECT_TRUE(SameBytes(expected, dest)) << length;
         }
         std::uint8_t every[256], table[256], mapped[256];
@@ -44,9 +30,9 @@ TEST(TableBytes, EveryTwinLooksEachByteUp) {
             every[i] = static_cast<std::uint8_t>(i);
             table[i] = random.Byte();
         }
-        twin.run(every, mapped, 256, table);
+        twin.table.bytes.map(every, mapped, 256, table);
         EXPECT_TRUE(std::equal(mapped, mapped + 256, table));
-        twin.run(every, every, 256, table);  // in place
+        twin.table.bytes.map(every, every, 256, table);  // in place
         EXPECT_TRUE(std::equal(every, every + 256, table));
     }
 }

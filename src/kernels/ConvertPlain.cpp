@@ -1,0 +1,87 @@
+#include "kernels/Convert.h"
+
+namespace {
+
+template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
+inline void ConvertPixel(const std::uint8_t* src, const std::ptrdiff_t* from, std::uint8_t* dst,
+                         const std::ptrdiff_t* to, std::uint8_t alphaMask) {
+    if constexpr (kRule == PixelRule::copy) {
+        for (int c = 0; c < kDst; ++c) dst[to[c]] = src[from[c]];
+    } else if constexpr (kRule == PixelRule::replicate) {
+        const std::uint8_t value = src[from[0]];
+        for (int c = 0; c < kDst; ++c) dst[to[c]] = value;
+    } else if constexpr (kRule == PixelRule::blackOnly) {
+        const std::uint8_t value = src[from[0]];
+        for (int c = 0; c < kDst - 1; ++c) dst[to[c]] = 0;
+        dst[to[kDst - 1]] = value;
+    } else {
+        dst[to[0]] = static_cast<std::uint8_t>((77 * src[from[0]] + 151 * src[from[1]] + 28 * src[from[2]]) >> 8);
+    }
+    if constexpr (kAlpha) dst[to[kDst]] = static_cast<std::uint8_t>(src[from[kSrc]] ^ alphaMask);
+}
+
+template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
+void Convert_InOrder(const PixelRun& dstRun, const PixelRun& srcRun, std::ptrdiff_t count, std::uint8_t alphaMask) {
+    const PixelRun src = srcRun, dst = dstRun;  // the stores below cannot change copies
+    const std::uint8_t* from = src.pixels;
+    std::uint8_t* to = dst.pixels;
+    for (std::ptrdiff_t i = 0; i < count; ++i, from += src.step, to += dst.step) {
+        ConvertPixel<kRule, kSrc, kDst, kAlpha>(from, src.channels.offset, to, dst.channels.offset, alphaMask);
+        EndOfPixel();
+    }
+}
+
+template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
+void Convert_Plain(const PixelRun& dstRun, const PixelRun& srcRun, std::ptrdiff_t count, std::uint8_t alphaMask) {
+    const PixelRun src = srcRun, dst = dstRun;
+    const std::uint8_t* __restrict from = src.pixels;
+    std::uint8_t* __restrict to = dst.pixels;
+    for (std::ptrdiff_t i = 0; i < count; ++i, from += src.step, to += dst.step) {
+        ConvertPixel<kRule, kSrc, kDst, kAlpha>(from, src.channels.offset, to, dst.channels.offset, alphaMask);
+    }
+}
+
+struct Row {
+    PixelRule rule;
+    int srcColours;
+    int dstColours;
+    ConvertFn inOrder[2];  // without alpha, with alpha
+    ConvertFn plain[2];
+};
+
+template <PixelRule kRule, int kSrc, int kDst>
+constexpr Row RowOf() {
+    return {kRule,
+            kSrc,
+            kDst,
+            {Convert_InOrder<kRule, kSrc, kDst, false>, Convert_InOrder<kRule, kSrc, kDst, true>},
+            {Convert_Plain<kRule, kSrc, kDst, false>, Convert_Plain<kRule, kSrc, kDst, true>}};
+}
+
+constexpr Row kRows[kConversions] = {
+    RowOf<PixelRule::copy, 1, 1>(),      RowOf<PixelRule::copy, 3, 3>(),      RowOf<PixelRule::copy, 4, 4>(),
+    RowOf<PixelRule::replicate, 1, 3>(), RowOf<PixelRule::replicate, 1, 4>(), RowOf<PixelRule::blackOnly, 1, 4>(),
+    RowOf<PixelRule::luma, 3, 1>(),
+};
+
+}  // namespace
+
+Conversion ConversionOf(PixelRule rule, int srcColours, int dstColours) {
+    for (int i = 0; i < kConversions; ++i) {
+        const Row& row = kRows[i];
+        if (row.rule == rule && row.srcColours == srcColours && row.dstColours == dstColours) {
+            return static_cast<Conversion>(i);
+        }
+    }
+    return kNoConversion;
+}
+
+ConvertFn ConvertInOrder(Conversion conversion, bool withAlpha) {
+    return kRows[conversion].inOrder[withAlpha];
+}
+
+void InitConvert_Plain(ConvertKernels* kernels) {
+    for (int i = 0; i < kConversions; ++i) {
+        for (int alpha = 0; alpha < 2; ++alpha) kernels->apart[i][alpha] = kRows[i].plain[alpha];
+    }
+}

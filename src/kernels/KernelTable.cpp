@@ -1,0 +1,121 @@
+#include "kernels/KernelTable.h"
+
+#include <cstring>
+#include <iterator>
+
+namespace {
+
+struct Slot {
+    const char* name;
+    std::size_t offset;
+};
+
+#define SLOT(path) \
+    { #path, offsetof(KernelTable, path) }
+#define SLOTS_2(path) SLOT(path[0]), SLOT(path[1])
+#define SLOTS_4(path) SLOTS_2(path), SLOT(path[2]), SLOT(path[3])
+#define SLOTS_5(path) SLOTS_4(path), SLOT(path[4])
+
+constexpr Slot kSlots[] = {
+    SLOT(bytes.map),
+    SLOT(bytes.complement),
+    SLOT(bytes.relief),
+    SLOT(blend.mix),
+    SLOT(blend.addOver),
+    SLOT(blend.addOverOther),
+    SLOT(blend.add),
+    SLOT(blend.replicate3),
+    SLOT(blend.replicate4Opaque),
+    SLOT(blend.replicateAlpha),
+    SLOT(matrix.convolve),
+    SLOTS_5(pack.gather),
+    SLOTS_5(pack.scatter),
+    SLOTS_2(convert.apart[kCopy1]),
+    SLOTS_2(convert.apart[kCopy3]),
+    SLOTS_2(convert.apart[kCopy4]),
+    SLOTS_2(convert.apart[kReplicate1To3]),
+    SLOTS_2(convert.apart[kReplicate1To4]),
+    SLOTS_2(convert.apart[kBlackOnly1To4]),
+    SLOTS_2(convert.apart[kLuma3To1]),
+    SLOT(words.move),
+    SLOT(words.moveMasked),
+    SLOTS_4(words.pack),
+    SLOTS_5(touch.store),
+    SLOTS_5(touch.complement),
+    SLOTS_5(touch.layOver),
+};
+
+// Every pointer of the record has its name, and every name stands at its pointer.
+constexpr bool NamesFillTheRecord() {
+    std::size_t offset = 0;
+    for (const Slot& slot : kSlots) {
+        if (slot.offset != offset) return false;
+        offset += sizeof(void (*)());
+    }
+    return offset == sizeof(KernelTable);
+}
+static_assert(NamesFillTheRecord());
+
+void InitKernels_Plain(KernelTable* table) {
+    InitBytes_Plain(&table->bytes);
+    InitBlend_Plain(&table->blend);
+    InitMatrix_Plain(&table->matrix);
+    InitPack_Plain(&table->pack);
+    InitConvert_Plain(&table->convert);
+    InitWords_Plain(&table->words);
+    InitTouch_Plain(&table->touch);
+}
+
+// Overwrites the slots that have a twin of that set.
+void InitKernels_Vector(KernelTable* table, CpuTier tier) {
+#define INIT_FAMILIES(Tier)          \
+    InitBytes_##Tier(&table->bytes); \
+    InitBlend_##Tier(&table->blend); \
+    InitMatrix_##Tier(&table->matrix)
+#if defined(ZOR_KERNELS_X86)
+    if (tier == CpuTier::sse4) {
+        INIT_FAMILIES(Sse4);
+    } else if (tier == CpuTier::avx2) {
+        INIT_FAMILIES(Avx2);
+    }
+#elif defined(ZOR_KERNELS_NEON)
+    if (tier == CpuTier::neon) {
+        INIT_FAMILIES(Neon);
+    }
+#else
+    static_cast<void>(table);
+    static_cast<void>(tier);
+#endif
+}
+
+const char* PointerAt(const KernelTable& table, int slot) {
+    return reinterpret_cast<const char*>(&table) + kSlots[slot].offset;
+}
+
+}  // namespace
+
+const char* KernelSlotName(int slot) {
+    return kSlots[slot].name;
+}
+
+KernelPick PickKernels(CpuTier limit) {
+    KernelPick pick{};
+    InitKernels_Plain(&pick.table);
+    for (const CpuTier tier : kCpuTiers) {
+        if (tier == CpuTier::plain || tier > limit || !CanRun(tier)) continue;
+        const KernelTable before = pick.table;
+        InitKernels_Vector(&pick.table, tier);
+        pick.tier = tier;
+        for (int slot = 0; slot < kKernelSlots; ++slot) {
+            const bool isNew =
+                std::memcmp(PointerAt(before, slot), PointerAt(pick.table, slot), sizeof(void (*)())) != 0;
+            if (isNew) pick.twin[slot] = tier;
+        }
+    }
+    return pick;
+}
+
+const KernelPick& ProcessKernels() {
+    static const KernelPick pick = PickKernels(ReadCpuWish().limit);
+    return pick;
+}

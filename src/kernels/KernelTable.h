@@ -1,0 +1,51 @@
+#pragma once
+// The record of all kernels. An operation takes it once, outside its loops, and hands it or the functions in it along.
+//
+// A kernel is a loop over bytes that knows no image and no host. It has a plain twin, which defines the result, and
+// where it pays twins for instruction sets; all twins of a slot give the same bytes. To add one: the function pointer
+// in the record of its family (Bytes.h, Blend.h, ...), its plain twin in <Family>Plain.cpp, its name in the list in
+// KernelTable.cpp, its case in tests/kernels/KernelCases.cpp, from which both the one test of all kernels and the
+// benchmark are made. A vector twin goes into <Family>Vector.cpp, which is compiled once for each instruction set.
+
+#include "kernels/Blend.h"
+#include "kernels/Bytes.h"
+#include "kernels/Convert.h"
+#include "kernels/Cpu.h"
+#include "kernels/Matrix.h"
+#include "kernels/Pack.h"
+#include "kernels/Touch.h"
+#include "kernels/Words.h"
+
+// Nothing but function pointers, all of them filled.
+struct KernelTable {
+    BytesKernels bytes;
+    BlendKernels blend;
+    MatrixKernels matrix;
+    PackKernels pack;
+    ConvertKernels convert;
+    WordsKernels words;
+    TouchKernels touch;
+};
+
+constexpr int kKernelSlots = static_cast<int>(sizeof(KernelTable) / sizeof(void (*)()));
+
+// "bytes.map", for example, in the order of the record.
+const char* KernelSlotName(int slot);
+
+// A record and the set that each of its twins is of.
+struct KernelPick {
+    KernelTable table;
+    CpuTier tier;                // the highest set that was taken from
+    CpuTier twin[kKernelSlots];  // by slot
+};
+
+// Plain twins first, overwritten by those of each set that the processor has, up to the limit.
+KernelPick PickKernels(CpuTier limit);
+
+// The pick of this process: made once, at the first call, by what ZOR_CPU says. A value that names no set counts as
+// none.
+const KernelPick& ProcessKernels();
+
+inline const KernelTable& Kernels() {
+    return ProcessKernels().table;
+}

@@ -1,0 +1,214 @@
+#include "kernels/KernelCases.h"
+
+#include <cstring>
+#include <string>
+
+namespace {
+
+using Kernels = const KernelTable&;
+using Bytes = const KernelBytes&;
+
+// Channels in some order in a pixel of `step` bytes, of which there are at least as many.
+ChannelSet AnyChannels(int count, int step, std::uint32_t choice) {
+    ChannelSet set{};
+    set.count = count;
+    for (int c = 0; c < count; ++c) {
+        const int turned =
+            static_cast<int>((static_cast<std::uint32_t>(c) + choice) % static_cast<std::uint32_t>(step));
+        set.offset[c] = choice / 8 % 2 ? step - 1 - turned : turned;
+    }
+    return set;
+}
+
+PixelRun RunOf(const std::uint8_t* pixels, int count, std::uint32_t choice) {
+    const int step = count + static_cast<int>(choice / 16 % 2);
+    return {const_cast<std::uint8_t*>(pixels), step, AnyChannels(count, step, choice)};
+}
+
+template <int kCount>
+void Gather(Kernels k, Bytes b, std::ptrdiff_t units) {
+    k.pack.gather[kCount - 1](RunOf(b.in[0], kCount, b.choice), units, b.out);
+}
+
+template <int kCount>
+void Scatter(Kernels k, Bytes b, std::ptrdiff_t units) {
+    k.pack.scatter[kCount - 1](RunOf(b.out, kCount, b.choice), units, b.in[0]);
+}
+
+template <Conversion kConversion, int kSrc, int kDst, bool kAlpha>
+void Convert(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const PixelRun src = RunOf(b.in[0], kSrc + kAlpha, b.choice), dst = RunOf(b.out, kDst + kAlpha, b.choice / 32);
+    const std::uint8_t alphaMask = b.choice / 512 % 2 ? 255 : 0;
+    k.convert.apart[kConversion][kAlpha](dst, src, units, alphaMask);
+}
+
+// Colours on three bytes of the word, the fourth kept, filled or taken from the mask.
+WordMove AnyMove(std::uint32_t choice) {
+    const int turn = static_cast<int>(choice % 4), fourth = 8 * ((3 + turn) % 4);
+    WordMove move{};
+    for (int c = 0; c < 3; ++c) {
+        move.from[c] = 8 * ((c + static_cast<int>(choice / 4 % 4)) % 4);
+        move.to[c] = 8 * ((c + turn) % 4);
+    }
+    const bool keeps = choice / 16 % 2;
+    move.keep = keeps ? std::uint32_t{255} << fourth : 0;
+    move.fill = keeps ? 0 : (choice / 32 & 255) << fourth;
+    move.maskFrom = 8 * static_cast<int>(choice / 8192 % 4);
+    move.maskTo = fourth;
+    return move;
+}
+
+void MoveWords(Kernels k, Bytes b, std::ptrdiff_t units) {
+    std::memcpy(b.out, b.in[1], static_cast<std::size_t>(units) * 4);
+    k.words.move(AnyMove(b.choice), b.out, b.in[0], nullptr, units);
+}
+
+void MoveWordsMasked(Kernels k, Bytes b, std::ptrdiff_t units) {
+    WordMove move = AnyMove(b.choice);
+    move.keep = 0;
+    std::memcpy(b.out, b.in[1], static_cast<std::size_t>(units) * 4);
+    k.words.moveMasked(move, b.out, b.in[0], b.in[2], units);
+}
+
+template <int kWhich>
+void PackWords(Kernels k, Bytes b, std::ptrdiff_t units) {
+    k.words.pack[kWhich](WordMove{}, b.out, b.in[0], nullptr, units);
+}
+
+void Convolve(Kernels k, Bytes b, std::ptrdiff_t units) {
+    // From no tap to twelve; small weights, weights at the end of 16 bits, and some beyond it.
+    constexpr int kWeights[] = {1, -1, 2, 16, -9, 254, 32767, -32768, -7, 40000, 3, -5};
+    const int count = static_cast<int>(b.choice % 13), reach = b.choice / 16 % 4 == 0 ? 12 : 6;
+    MatrixTap taps[12];
+    for (int t = 0; t < count; ++t) taps[t] = {b.in[t % KernelBytes::kInputs] + t % 8, kWeights[t % reach]};
+    constexpr double kScales[] = {1.0, 1.0 / 9, -0.5, 3.7};
+    const MatrixFinish finish{static_cast<int>(b.choice / 64 % 512) - 256, kScales[b.choice / 32768 % 4]};
+    k.matrix.convolve(taps, count, finish, units, b.out);
+}
+
+// For kernels that work on their output.
+void Start(Bytes b, std::ptrdiff_t bytes) {
+    std::memcpy(b.out, b.in[3], static_cast<std::size_t>(bytes));
+}
+
+template <int kCount>
+void Store(Kernels k, Bytes b, std::ptrdiff_t units) {
+    Start(b, units * kCount);
+    k.touch.store[kCount - 1](RunOf(b.out, kCount, b.choice), units, b.in[0]);
+}
+
+template <int kCount>
+void Complement(Kernels k, Bytes b, std::ptrdiff_t units) {
+    Start(b, units * kCount);
+    k.touch.complement[kCount - 1](RunOf(b.out, kCount, b.choice), units);
+}
+
+template <int kCount>
+void LayOver(Kernels k, Bytes b, std::ptrdiff_t units) {
+    LayOverWeights weights{b.choice % 65536, {}};
+    for (std::uint32_t& added : weights.added)
+        added = b.choice * 2654435761u + static_cast<std::uint32_t>(&added - weights.added);
+    Start(b, units * kCount);
+    k.touch.layOver[kCount - 1](RunOf(b.out, kCount, b.choice), units, weights);
+}
+
+const std::vector<KernelCase> kCases = {
+    {"bytes.map",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         std::uint8_t table[256];
+         for (int i = 0; i < 256; ++i)
+             table[i] = static_cast<std::uint8_t>(i * 37 + 11 + static_cast<int>(b.choice % 251));
+         k.bytes.map(b.in[0], b.out, n, table);
+     }},
+    {"bytes.complement", [](Kernels k, Bytes b, std::ptrdiff_t n) { k.bytes.complement(b.in[0], b.out, n); }},
+    {"bytes.relief", [](Kernels k, Bytes b, std::ptrdiff_t n) { k.bytes.relief(b.in[0], b.in[1], b.out, n); }},
+
+    {"blend.mix",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         Start(b, n);
+         k.blend.mix(b.out, b.in[0], b.in[1], n);
+     }},
+    {"blend.addOver",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         Start(b, n);
+         k.blend.addOver(b.out, b.in[0], b.in[1], n);
+     }},
+    {"blend.addOverOther",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) { k.blend.addOverOther(b.out, b.in[0], b.in[1], b.in[2], n); }},
+    {"blend.add", [](Kernels k, Bytes b, std::ptrdiff_t n) { k.blend.add(b.out, b.in[0], b.in[1], n); }},
+    {"blend.replicate3", [](Kernels k, Bytes b, std::ptrdiff_t n) { k.blend.replicate3(b.out, b.in[0], n); }},
+    {"blend.replicate4Opaque",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         k.blend.replicate4Opaque(b.out, b.in[0], static_cast<int>(b.choice % 4), n);
+     }},
+    {"blend.replicateAlpha",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         k.blend.replicateAlpha(b.out, b.in[0], static_cast<int>(b.choice % 4), n);
+     }},
+
+    {"matrix.convolve", Convolve},
+
+    {"pack.gather[0]", Gather<1>},
+    {"pack.gather[1]", Gather<2>},
+    {"pack.gather[2]", Gather<3>},
+    {"pack.gather[3]", Gather<4>},
+    {"pack.gather[4]", Gather<5>},
+    {"pack.scatter[0]", Scatter<1>},
+    {"pack.scatter[1]", Scatter<2>},
+    {"pack.scatter[2]", Scatter<3>},
+    {"pack.scatter[3]", Scatter<4>},
+    {"pack.scatter[4]", Scatter<5>},
+
+    {"convert.apart[kCopy1][0]", Convert<kCopy1, 1, 1, false>},
+    {"convert.apart[kCopy1][1]", Convert<kCopy1, 1, 1, true>},
+    {"convert.apart[kCopy3][0]", Convert<kCopy3, 3, 3, false>},
+    {"convert.apart[kCopy3][1]", Convert<kCopy3, 3, 3, true>},
+    {"convert.apart[kCopy4][0]", Convert<kCopy4, 4, 4, false>},
+    {"convert.apart[kCopy4][1]", Convert<kCopy4, 4, 4, true>},
+    {"convert.apart[kReplicate1To3][0]", Convert<kReplicate1To3, 1, 3, false>},
+    {"convert.apart[kReplicate1To3][1]", Convert<kReplicate1To3, 1, 3, true>},
+    {"convert.apart[kReplicate1To4][0]", Convert<kReplicate1To4, 1, 4, false>},
+    {"convert.apart[kReplicate1To4][1]", Convert<kReplicate1To4, 1, 4, true>},
+    {"convert.apart[kBlackOnly1To4][0]", Convert<kBlackOnly1To4, 1, 4, false>},
+    {"convert.apart[kBlackOnly1To4][1]", Convert<kBlackOnly1To4, 1, 4, true>},
+    {"convert.apart[kLuma3To1][0]", Convert<kLuma3To1, 3, 1, false>},
+    {"convert.apart[kLuma3To1][1]", Convert<kLuma3To1, 3, 1, true>},
+
+    {"words.move", MoveWords},
+    {"words.moveMasked", MoveWordsMasked},
+    {"words.pack[0]", PackWords<0>},
+    {"words.pack[1]", PackWords<1>},
+    {"words.pack[2]", PackWords<2>},
+    {"words.pack[3]", PackWords<3>},
+
+    {"touch.store[0]", Store<1>},
+    {"touch.store[1]", Store<2>},
+    {"touch.store[2]", Store<3>},
+    {"touch.store[3]", Store<4>},
+    {"touch.store[4]", Store<5>},
+
+    {"touch.complement[0]", Complement<1>},
+    {"touch.complement[1]", Complement<2>},
+    {"touch.complement[2]", Complement<3>},
+    {"touch.complement[3]", Complement<4>},
+    {"touch.complement[4]", Complement<5>},
+
+    {"touch.layOver[0]", LayOver<1>},
+    {"touch.layOver[1]", LayOver<2>},
+    {"touch.layOver[2]", LayOver<3>},
+    {"touch.layOver[3]", LayOver<4>},
+    {"touch.layOver[4]", LayOver<5>},
+};
+
+}  // namespace
+
+const std::vector<KernelCase>& KernelCases() {
+    return kCases;
+}
+
+const KernelCase* CaseOfSlot(const char* slot) {
+    for (const KernelCase& each : kCases) {
+        if (std::strcmp(each.slot, slot) == 0) return &each;
+    }
+    return nullptr;
+}
