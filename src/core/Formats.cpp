@@ -8,6 +8,8 @@
 #include <iterator>
 #include <string>
 
+#include "core/Channels.h"
+
 int AllocationGranularity = 4096;
 
 int GetAllocationGranularity() {
@@ -19,40 +21,37 @@ int GetAllocationGranularity() {
 
 namespace {
 
-enum class Family : signed char { none, gray, rgb, cmyk, rejected };
-
 constexpr signed char kAbsent = -1;
 
-// One row of the format table. The offsets of the family's channels stand in the order gray; red, green, blue; or
-// cyan, magenta, yellow, black.
+// One row of the format table. The offsets stand in the order of the family's colours.
 struct FormatRow {
-    Family family;
-    signed char pixelSize;
+    PixelFamily family;
+    signed char pixelSize;  // 0: the number is no format
     signed char channelCount;
     signed char firstChannel;  // byte of channel 0; the channels of a pixel follow one another
     signed char offset[4];
     signed char alpha;
-    const char* name;  // nil: the format has no name of its own
+    const char* name;  // null: the format has no name of its own
 };
 
-constexpr FormatRow kRejected = {Family::rejected, 0, 0, 0, {0, 0, 0, 0}, kAbsent, nullptr};
+constexpr FormatRow kRejected = {PixelFamily::none, 0, 0, 0, {0, 0, 0, 0}, kAbsent, nullptr};
 
 constexpr FormatRow Gray(signed char size, signed char gray, const char* name) {
-    return {Family::gray, size, 1, gray, {gray, 0, 0, 0}, kAbsent, name};
+    return {PixelFamily::gray, size, 1, gray, {gray, 0, 0, 0}, kAbsent, name};
 }
 constexpr FormatRow GrayAlpha(signed char gray, signed char alpha, const char* name) {
-    return {Family::gray, 2, 2, 0, {gray, 0, 0, 0}, alpha, name};
+    return {PixelFamily::gray, 2, 2, 0, {gray, 0, 0, 0}, alpha, name};
 }
 constexpr FormatRow Colour(signed char size, signed char count, signed char first, signed char red, signed char green,
                            signed char blue, signed char alpha, const char* name) {
-    return {Family::rgb, size, count, first, {red, green, blue, 0}, alpha, name};
+    return {PixelFamily::rgb, size, count, first, {red, green, blue, 0}, alpha, name};
 }
 constexpr FormatRow Inks(signed char size, signed char count, signed char first, signed char cyan, signed char magenta,
                          signed char yellow, signed char black, signed char alpha, const char* name) {
-    return {Family::cmyk, size, count, first, {cyan, magenta, yellow, black}, alpha, name};
+    return {PixelFamily::cmyk, size, count, first, {cyan, magenta, yellow, black}, alpha, name};
 }
 constexpr FormatRow Plane(signed char size, const char* name) {
-    return {Family::none, size, 0, 0, {0, 0, 0, 0}, kAbsent, name};
+    return {PixelFamily::none, size, 0, 0, {0, 0, 0, 0}, kAbsent, name};
 }
 
 constexpr FormatRow kFormats[] = {
@@ -102,9 +101,9 @@ constexpr FormatRow kFormats[] = {
 constexpr int kFormatCount = static_cast<int>(std::size(kFormats));
 static_assert(kFormatCount == ImageFormatScaling8 + 1);
 
-void SetChannel(int* offset, bool* has, signed char value) {
-    *offset = value;
-    *has = true;
+void SetChannel(ImageClassData* record, ChannelId id, signed char offset) {
+    OffsetOf(record, id) = offset;
+    HasFlag(record, id) = true;
 }
 
 void FillLayout(ImageClassData* record, const FormatRow& row) {
@@ -113,32 +112,24 @@ void FillLayout(ImageClassData* record, const FormatRow& row) {
     for (int channel = 0; channel < row.channelCount; ++channel) {
         record->ChannelOffsets[channel] = row.firstChannel + channel;
     }
-    if (row.family == Family::gray) {
-        record->IsGray = true;
-        SetChannel(&record->GrayOffset, &record->HasGray, row.offset[0]);
-    } else if (row.family == Family::rgb) {
-        record->IsRGB = true;
-        SetChannel(&record->RedOffset, &record->HasRed, row.offset[0]);
-        SetChannel(&record->GreenOffset, &record->HasGreen, row.offset[1]);
-        SetChannel(&record->BlueOffset, &record->HasBlue, row.offset[2]);
-    } else if (row.family == Family::cmyk) {
-        record->IsCMYK = true;
-        SetChannel(&record->CyanOffset, &record->HasCyan, row.offset[0]);
-        SetChannel(&record->MagentaOffset, &record->HasMagenta, row.offset[1]);
-        SetChannel(&record->YellowOffset, &record->HasYellow, row.offset[2]);
-        SetChannel(&record->BlackOffset, &record->HasBlack, row.offset[3]);
-    }
-    if (row.alpha != kAbsent) SetChannel(&record->AlphaOffset, &record->HasAlpha, row.alpha);
+    if (row.family != PixelFamily::none) record->*kFamilyFields[static_cast<int>(row.family)].flag = true;
+    const ChannelList colours = ColoursOf(row.family);
+    for (int c = 0; c < colours.count; ++c) SetChannel(record, colours.id[c], row.offset[c]);
+    if (row.alpha != kAbsent) SetChannel(record, ChannelId::alpha, row.alpha);
 }
+
+// The channels that the byte-wise fast paths look at.
+constexpr ChannelId kBlockChannels[] = {ChannelId::gray, ChannelId::red, ChannelId::green, ChannelId::blue,
+                                        ChannelId::alpha};
 
 }  // namespace
 
 void ClearLayout(ImageClassData* record) {
-    record->RedOffset = record->GreenOffset = record->BlueOffset = record->GrayOffset = record->AlphaOffset = 0;
-    record->CyanOffset = record->MagentaOffset = record->YellowOffset = record->BlackOffset = 0;
-    record->HasRed = record->HasGreen = record->HasBlue = record->HasGray = record->HasAlpha = false;
-    record->HasCyan = record->HasMagenta = record->HasYellow = record->HasBlack = false;
-    record->IsGray = record->IsRGB = record->IsCMYK = false;
+    for (const ChannelFields& channel : kChannelFields) {
+        record->*channel.offset = 0;
+        record->*channel.has = false;
+    }
+    for (const FamilyFields& family : kFamilyFields) record->*family.flag = false;
     record->PixelSize = record->RowSize = record->ChannelCount = 0;
     for (int& offset : record->ChannelOffsets) offset = 0;
 }
@@ -149,7 +140,7 @@ bool InitImageClassData(ImageClassData* record, int width, int height, int forma
     record->Height = height;
     record->ImageFormat = format;
     ClearLayout(record);
-    if (format < 0 || format >= kFormatCount || kFormats[format].family == Family::rejected) return false;
+    if (format < 0 || format >= kFormatCount || kFormats[format].pixelSize == 0) return false;
     FillLayout(record, kFormats[format]);
     return true;
 }
@@ -203,28 +194,27 @@ REALboolean CanAllocateImage(int width, int height, int format) {
 }
 
 bool HasPixelsOnBlock(const ImageClassData* record) {
-    return record->HasRed + record->HasGray + record->HasGreen + record->HasBlue + record->HasAlpha ==
-           record->PixelSize;
+    int channels = 0;
+    for (const ChannelId id : kBlockChannels) channels += HasChannel(record, id);
+    return channels == record->PixelSize;
 }
 
 bool PictureBlockCompatible(const ImageClassData* a, const ImageClassData* b) {
-    // The gray offset is not compared: gray beside nothing else is at one place, and beside alpha alpha tells it.
-    return a->HasRed == b->HasRed && a->HasGreen == b->HasGreen && a->HasBlue == b->HasBlue &&
-           a->HasGray == b->HasGray && a->HasAlpha == b->HasAlpha && a->PixelSize == b->PixelSize &&
-           a->RedOffset == b->RedOffset && a->GreenOffset == b->GreenOffset && a->BlueOffset == b->BlueOffset &&
-           (a->AlphaOffset == b->AlphaOffset || !a->HasAlpha);
+    if (a->PixelSize != b->PixelSize) return false;
+    for (const ChannelId id : kBlockChannels) {
+        if (HasChannel(a, id) != HasChannel(b, id)) return false;
+        // The gray offset is not compared: gray beside nothing else is at one place, and beside alpha alpha tells it.
+        const bool compared = id == ChannelId::alpha ? HasChannel(a, id) : id != ChannelId::gray;
+        if (compared && OffsetOf(a, id) != OffsetOf(b, id)) return false;
+    }
+    return true;
 }
 
 int GetMinOffset(const ImageClassData* record) {
     constexpr int kNone = INT_MAX;
     int lowest = kNone;
-    const auto take = [&lowest](bool has, int offset) {
-        if (has) lowest = std::min(lowest, offset);
-    };
-    take(record->HasGray, record->GrayOffset);
-    take(record->HasRed, record->RedOffset);
-    take(record->HasGreen, record->GreenOffset);
-    take(record->HasBlue, record->BlueOffset);
-    take(record->HasAlpha, record->AlphaOffset);
+    for (const ChannelId id : kBlockChannels) {
+        if (HasChannel(record, id)) lowest = std::min(lowest, OffsetOf(record, id));
+    }
     return lowest == kNone ? -1 : lowest;
 }

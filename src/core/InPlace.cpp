@@ -5,8 +5,10 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "core/Channels.h"
 #include "core/Formats.h"
-#include "core/PixelLoops.h"
+#include "core/Walk.h"
+#include "kernels/KernelTable.h"
 
 namespace {
 
@@ -21,58 +23,60 @@ bool PassGuard(ImageClassData* record, const PixelRect& rect) {
     return true;
 }
 
-ChannelSet SetOf(std::initializer_list<int> offsets) {
-    ChannelSet set{};
-    for (const int offset : offsets) set.offset[set.count++] = offset;
-    return set;
+// --- channels -------------------------------------------------------------------------------------------------------
+
+// The channels of every pixel of the rectangle as runs: touch(run, count). Rows are fetched even if the rectangle has
+// no columns; an empty set does nothing at all. everyPixel: also pixels outside the storage, for operations that draw
+// from something that goes on with every byte.
+template <class Touch>
+void TouchRect(ImageClassData* record, const PixelRect& rect, int pixelSize, const ChannelSet& channels, Touch touch,
+               bool everyPixel = false) {
+    if (channels.count < 1) return;
+    Layer layer = LayerOfRows(rect.x, channels, pixelSize);
+    layer.image = record;
+    layer.y = rect.y;
+    WalkRuns({&layer, 1, rect.width, rect.height, record, everyPixel, false},
+             [&](const RunSet& runs) { touch(runs.run[0], runs.count); });
 }
 
-// True if the channels fill the pixel, so that pixels side by side are one run of channel bytes.
-bool ChannelsFillPixel(const ChannelSet& channels, int pixelSize) {
-    if (channels.count != pixelSize || channels.highest() - channels.lowest() != pixelSize - 1) return false;
-    for (int c = 1; c < channels.count; ++c) {
-        if (std::count(channels.offset, channels.offset + c, channels.offset[c]) > 0) return false;
+// The pixels of the rectangle as single bytes, each a pixel with one channel, from byte `lead` of a pixel on.
+struct ByteRect {
+    PixelRect rect;
+    ChannelSet byte;
+};
+ByteRect BytesOf(const PixelRect& rect, int pixelSize, std::ptrdiff_t lead) {
+    return {{rect.x * pixelSize, rect.y, rect.width * pixelSize, rect.height}, {1, {lead}}};
+}
+
+void DrawRandom(const PixelRun& run, std::ptrdiff_t count) {
+    std::uint8_t* pixel = run.pixels;
+    for (std::ptrdiff_t i = 0; i < count; ++i, pixel += run.step) {
+        for (int c = 0; c < run.channels.count; ++c) {
+            pixel[run.channels.offset[c]] = static_cast<std::uint8_t>(std::rand());
+        }
     }
-    return true;
 }
-
-// --- what happens to a byte -----------------------------------------------------------------------------------------
-
-struct StoreValues {
-    static constexpr bool kVisitsAll = false;
-    std::uint8_t value[ChannelSet::kMax];
-    std::uint8_t operator()(int channel, std::uint8_t) const { return value[channel]; }
-};
-
-struct Complement {
-    static constexpr bool kVisitsAll = false;
-    std::uint8_t operator()(int, std::uint8_t old) const { return static_cast<std::uint8_t>(255 - old); }
-};
-
-struct DrawRandom {
-    static constexpr bool kVisitsAll = true;
-    std::uint8_t operator()(int, std::uint8_t) const { return static_cast<std::uint8_t>(std::rand()); }
-};
 
 // (old * weight of old + new * weight of new) >> 16 in 32 bits, of which the low 8 bits are stored. The alpha is not
 // clamped, and the sums wrap; bits 16 to 23 are the same with and without a sign.
-struct LayOver {
-    static constexpr bool kVisitsAll = false;
-    std::uint32_t oldWeight;
-    std::uint32_t added[ChannelSet::kMax] = {};  // new value times its weight
+LayOverWeights WeightsOf(std::initializer_list<int> values, int alpha) {
+    constexpr std::uint32_t kOpaque = 255, kUnit = 257;
+    LayOverWeights weights{(kOpaque - static_cast<std::uint32_t>(alpha)) * kUnit, {}};
+    std::uint32_t* next = weights.added;
+    for (const int value : values) {
+        *next++ = static_cast<std::uint32_t>(value) * (static_cast<std::uint32_t>(alpha) * kUnit);
+    }
+    return weights;
+}
 
-    LayOver(std::initializer_list<int> values, int alpha) {
-        constexpr std::uint32_t kOpaque = 255, kUnit = 257;
-        oldWeight = (kOpaque - static_cast<std::uint32_t>(alpha)) * kUnit;
-        std::uint32_t* next = added;
-        for (const int value : values) {
-            *next++ = static_cast<std::uint32_t>(value) * (static_cast<std::uint32_t>(alpha) * kUnit);
-        }
-    }
-    std::uint8_t operator()(int channel, std::uint8_t old) const {
-        return static_cast<std::uint8_t>((old * oldWeight + added[channel]) >> 16);
-    }
-};
+void LayOver(ImageClassData* record, const PixelRect& rect, std::initializer_list<int> values, int alpha) {
+    const ChannelSet channels = ChannelsOf(record, false);
+    if (channels.count < 1) return;
+    const auto layOver = ByCount(Kernels().touch.layOver, channels.count);
+    const LayOverWeights weights = WeightsOf(values, alpha);
+    TouchRect(record, rect, record->PixelSize, channels,
+              [&](const PixelRun& run, std::ptrdiff_t count) { layOver(run, count, weights); });
+}
 
 // The weights add up to 256. The sum wraps at 32 bits; the division truncates towards zero, also below it.
 int GrayOf(int red, int green, int blue) {
@@ -100,18 +104,19 @@ void FillRuns(ImageClassData* record, const PixelRect& rect, int lead, int value
 // Stores one value a channel. Where pixels side by side are one run of channel bytes, the run is laid out in pieces of
 // one pattern that holds many pixels.
 void FillChannels(ImageClassData* record, const PixelRect& rect, const ChannelSet& channels,
-                  const StoreValues& values) {
+                  const std::uint8_t* values) {
     const int pixelSize = record->PixelSize;
-    if (channels.count < 1 || !ChannelsFillPixel(channels, pixelSize)) {
-        return TouchRect(record, rect, pixelSize, channels, values);
+    if (channels.count < 1) return;
+    if (!FillPixel(channels, pixelSize)) {
+        const auto store = ByCount(Kernels().touch.store, channels.count);
+        return TouchRect(record, rect, pixelSize, channels,
+                         [&](const PixelRun& run, std::ptrdiff_t count) { store(run, count, values); });
     }
     constexpr int kPixels = 800;
     std::uint8_t pattern[(kPixels + 1) * ChannelSet::kMax];  // one pixel more, for runs that begin within a pixel
     const int lowest = static_cast<int>(channels.lowest());
     for (int i = 0; i <= kPixels; ++i) {
-        for (int c = 0; c < channels.count; ++c) {
-            pattern[i * pixelSize + channels.offset[c] - lowest] = values.value[c];
-        }
+        for (int c = 0; c < channels.count; ++c) pattern[i * pixelSize + channels.offset[c] - lowest] = values[c];
     }
     WalkRows(record, rect, [&](const RowSpan& row) {
         const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(rect.x) * pixelSize + lowest;
@@ -124,12 +129,11 @@ void FillChannels(ImageClassData* record, const PixelRect& rect, const ChannelSe
     });
 }
 
-// The channels of FillRectRandom, in the order in which they draw.
+// The channels of FillRectRandom, in the order in which they draw: alpha first in gray and CMYK images.
 ChannelSet RandomChannels(const ImageClassData* record) {
-    const int alpha = record->AlphaOffset;
-    if (record->HasGray) return record->HasAlpha ? SetOf({alpha, record->GrayOffset}) : SetOf({record->GrayOffset});
-    if (!record->IsCMYK || !record->HasAlpha) return ChannelsOf(record, true);
-    return SetOf({alpha, record->CyanOffset, record->MagentaOffset, record->YellowOffset, record->BlackOffset});
+    const PixelFamily family = record->HasGray ? PixelFamily::gray : FamilyOf(record);
+    if (family != PixelFamily::gray && !(record->IsCMYK && record->HasAlpha)) return ChannelsOf(record, true);
+    return OffsetsOf(record, record->HasAlpha ? WithAlphaFirst(ColoursOf(family)) : ColoursOf(family));
 }
 
 struct Colour {
@@ -176,8 +180,8 @@ void FillRect5(REALobject object, int x, int y, int width, int height, int value
     if (HasPixelsOnBlock(record)) {
         FillRuns(record, rect, GetMinOffset(record), Low8(value));
     } else {
-        StoreValues values;
-        std::fill_n(values.value, ChannelSet::kMax, Low8(value));
+        std::uint8_t values[ChannelSet::kMax];
+        std::fill_n(values, ChannelSet::kMax, Low8(value));
         FillChannels(record, rect, ChannelsOf(record, true), values);
     }
 }
@@ -195,11 +199,11 @@ void FillRectRandom5(REALobject object, int x, int y, int width, int height) {
     if (!PassGuard(record, rect)) return;
     if (HasPixelsOnBlock(record)) {
         // One run of bytes, from column x to column width, not x + width: applications rely on what stays untouched.
-        const int pixelSize = record->PixelSize;
-        const PixelRect bytes = {rect.x * pixelSize, rect.y, (rect.width - rect.x) * pixelSize, rect.height};
-        TouchRect(record, bytes, 1, SetOf({GetMinOffset(record)}), DrawRandom{});
+        const ByteRect bytes =
+            BytesOf({rect.x, rect.y, rect.width - rect.x, rect.height}, record->PixelSize, GetMinOffset(record));
+        TouchRect(record, bytes.rect, 1, bytes.byte, DrawRandom, true);
     } else {
-        TouchRect(record, rect, record->PixelSize, RandomChannels(record), DrawRandom{});
+        TouchRect(record, rect, record->PixelSize, RandomChannels(record), DrawRandom, true);
     }
 }
 
@@ -213,11 +217,13 @@ void FillRectRandom1(REALobject object) {
 static void FillColour(REALobject object, const PixelRect& wanted, Colour colour, bool withAlpha, int alpha) {
     ImageClassData* const record = ImageDataOf(object);
     const PixelRect rect = ReduceToImage(record, wanted);
-    if (!PassGuard(record, rect) || !record->HasRed || !record->HasGreen || !record->HasBlue) return;
-    ChannelSet channels = SetOf({record->RedOffset, record->GreenOffset, record->BlueOffset});
-    if (withAlpha && record->HasAlpha) channels.offset[channels.count++] = record->AlphaOffset;
-    const StoreValues values = {{Low8(colour.red), Low8(colour.green), Low8(colour.blue), Low8(alpha), 0}};
-    FillChannels(record, rect, channels, values);
+    if (!PassGuard(record, rect) || !HasChannels(record, {ChannelId::red, ChannelId::green, ChannelId::blue})) {
+        return;
+    }
+    const ChannelList colours = ColoursOf(PixelFamily::rgb);
+    const bool alphaToo = withAlpha && record->HasAlpha;
+    const std::uint8_t values[] = {Low8(colour.red), Low8(colour.green), Low8(colour.blue), Low8(alpha)};
+    FillChannels(record, rect, OffsetsOf(record, alphaToo ? WithAlphaLast(colours) : colours), values);
 }
 
 void FillRectRGB5(REALobject object, int x, int y, int width, int height, int red, int green, int blue) {
@@ -267,10 +273,9 @@ void FillRectApplyRGBA5(REALobject object, int x, int y, int width, int height, 
     const PixelRect rect = ReduceToImage(record, {x, y, width, height});
     if (!record->Valid) return;
     if (record->IsRGB) {
-        TouchRect(record, rect, record->PixelSize, ChannelsOf(record, false), LayOver({red, green, blue}, alpha));
+        LayOver(record, rect, {red, green, blue}, alpha);
     } else if (record->IsGray) {
-        TouchRect(record, rect, record->PixelSize, ChannelsOf(record, false),
-                  LayOver({GrayOf(red, green, blue)}, alpha));
+        LayOver(record, rect, {GrayOf(red, green, blue)}, alpha);
     }
 }
 
@@ -297,11 +302,16 @@ void Invert5(REALobject object, int x, int y, int width, int height) {
     if (!PassGuard(record, rect)) return;
     const int pixelSize = record->PixelSize;
     const ChannelSet channels = ChannelsOf(record, true);
-    if (channels.count > 0 && ChannelsFillPixel(channels, pixelSize)) {
-        const PixelRect bytes = {rect.x * pixelSize, rect.y, rect.width * pixelSize, rect.height};
-        TouchRect(record, bytes, 1, SetOf({static_cast<int>(channels.lowest())}), Complement{});
+    if (channels.count < 1) return;
+    const KernelTable& kernels = Kernels();
+    if (FillPixel(channels, pixelSize)) {
+        const ByteRect bytes = BytesOf(rect, pixelSize, channels.lowest());
+        TouchRect(record, bytes.rect, 1, bytes.byte, [&](const PixelRun& run, std::ptrdiff_t count) {
+            std::uint8_t* const first = run.pixels + run.channels.offset[0];
+            kernels.bytes.complement(first, first, count);
+        });
     } else {
-        TouchRect(record, rect, pixelSize, channels, Complement{});
+        TouchRect(record, rect, pixelSize, channels, ByCount(kernels.touch.complement, channels.count));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/Channels.h"
 #include "core/Construction.h"
 #include "core/Formats.h"
 #include "core/RowAccess.h"
@@ -13,16 +14,17 @@ namespace {
 struct PixelLayout {
     int format;
     int pixelSize;
-    int red, green, blue, alpha;
+    int colour[3];  // red, green, blue
+    int alpha;
     bool hasAlpha;
 };
 
-constexpr PixelLayout kDesktopARGB = {ImageFormatARGB, 4, 1, 2, 3, 0, true};
-constexpr PixelLayout kDesktopXRGB = {ImageFormatXRGB, 4, 1, 2, 3, 0, false};
-constexpr PixelLayout kDesktopRGB = {ImageFormatRGB, 3, 0, 1, 2, 0, false};
+constexpr PixelLayout kDesktopARGB = {ImageFormatARGB, 4, {1, 2, 3}, 0, true};
+constexpr PixelLayout kDesktopXRGB = {ImageFormatXRGB, 4, {1, 2, 3}, 0, false};
+constexpr PixelLayout kDesktopRGB = {ImageFormatRGB, 3, {0, 1, 2}, 0, false};
 // Words of the processor's order, lowest byte first. The numbers are those of the desktop's pictures.
-constexpr PixelLayout kConsoleAlpha = {ImageFormatARGB, 4, 2, 1, 0, 3, true};
-constexpr PixelLayout kConsole = {ImageFormatXRGB, 4, 2, 1, 0, 3, false};
+constexpr PixelLayout kConsoleAlpha = {ImageFormatARGB, 4, {2, 1, 0}, 3, true};
+constexpr PixelLayout kConsole = {ImageFormatXRGB, 4, {2, 1, 0}, 3, false};
 
 // What a constructor finds in its object.
 enum class Found {
@@ -41,11 +43,13 @@ void TakePicture(ImageClassData* record, REALobject picture, const REALpictureDe
     record->Height = description.height;
     record->ImageFormat = layout.format;
     record->PixelSize = layout.pixelSize;
-    record->RedOffset = layout.red;
-    record->GreenOffset = layout.green;
-    record->BlueOffset = layout.blue;
-    record->AlphaOffset = layout.alpha;
-    record->IsRGB = record->HasRed = record->HasGreen = record->HasBlue = true;
+    const FamilyFields& family = kFamilyFields[static_cast<int>(PixelFamily::rgb)];
+    record->*family.flag = true;
+    for (int c = 0; c < family.colours.count; ++c) {
+        OffsetOf(record, family.colours.id[c]) = layout.colour[c];
+        HasFlag(record, family.colours.id[c]) = true;
+    }
+    record->AlphaOffset = layout.alpha;  // also where there is none
     record->HasAlpha = layout.hasAlpha;
     record->RowSize = rowSize;
     // In 32 bits, as hosts count the bytes of their pictures.

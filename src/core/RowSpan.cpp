@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/Storage.h"
+#include "kernels/KernelTable.h"
 
 RowSpan GetRowSpan(ImageClassData* record, int y) {
     if (!record->GetRow) return {};
@@ -35,32 +36,6 @@ void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std:
     const ByteRun run = CutRun(row, from, from + count);
     if (run.size < static_cast<std::size_t>(count)) std::memset(buffer, 0, static_cast<std::size_t>(count));
     if (run.size > 0) std::memcpy(buffer + (run.data - (row.data + from)), run.data, run.size);
-}
-
-std::ptrdiff_t ChannelSet::lowest() const {
-    return *std::min_element(offset, offset + count);
-}
-std::ptrdiff_t ChannelSet::highest() const {
-    return *std::max_element(offset, offset + count);
-}
-
-ChannelSet ChannelsOf(const ImageClassData* record, bool withAlpha) {
-    ChannelSet set{};
-    const auto add = [&set](int offset) { set.offset[set.count++] = offset; };
-    if (record->IsGray) {
-        add(record->GrayOffset);
-    } else if (record->IsRGB) {
-        add(record->RedOffset);
-        add(record->GreenOffset);
-        add(record->BlueOffset);
-    } else if (record->IsCMYK) {
-        add(record->CyanOffset);
-        add(record->MagentaOffset);
-        add(record->YellowOffset);
-        add(record->BlackOffset);
-    }
-    if (set.count > 0 && withAlpha && record->HasAlpha) add(record->AlphaOffset);
-    return set;
 }
 
 // --- columns --------------------------------------------------------------------------------------------------------
@@ -96,33 +71,6 @@ PixelRange PixelsReached(const RowSpan& row, int pixelSize, const ChannelSet& ch
 
 namespace {
 
-template <int kCount>
-void GatherInside(const std::uint8_t* src, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t count,
-                  std::uint8_t* packed) {
-    std::ptrdiff_t offset[kCount];
-    for (int c = 0; c < kCount; ++c) offset[c] = channels.offset[c];
-    for (std::ptrdiff_t i = 0; i < count; ++i, src += pixelSize, packed += kCount) {
-        for (int c = 0; c < kCount; ++c) packed[c] = src[offset[c]];
-    }
-}
-
-template <int kCount>
-void ScatterInside(std::uint8_t* dst, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t count,
-                   const std::uint8_t* packed) {
-    std::ptrdiff_t offset[kCount];
-    for (int c = 0; c < kCount; ++c) offset[c] = channels.offset[c];
-    for (std::ptrdiff_t i = 0; i < count; ++i, dst += pixelSize, packed += kCount) {
-        for (int c = 0; c < kCount; ++c) dst[offset[c]] = packed[c];
-    }
-}
-
-using GatherFn = void (*)(const std::uint8_t*, std::ptrdiff_t, const ChannelSet&, std::ptrdiff_t, std::uint8_t*);
-using ScatterFn = void (*)(std::uint8_t*, std::ptrdiff_t, const ChannelSet&, std::ptrdiff_t, const std::uint8_t*);
-constexpr GatherFn kGather[] = {nullptr,         GatherInside<1>, GatherInside<2>,
-                                GatherInside<3>, GatherInside<4>, GatherInside<5>};
-constexpr ScatterFn kScatter[] = {nullptr,          ScatterInside<1>, ScatterInside<2>,
-                                  ScatterInside<3>, ScatterInside<4>, ScatterInside<5>};
-
 void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
                   PixelRange run, std::uint8_t* packed) {
     for (std::ptrdiff_t i = run.first; i < run.last; ++i) {
@@ -153,8 +101,8 @@ void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels,
     const PixelRange inside = PixelsInside(row, pixelSize, channels, x, width);
     GatherByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
     if (inside.first < inside.last) {
-        kGather[channels.count](row.data + (x + inside.first) * pixelSize, pixelSize, channels,
-                                inside.last - inside.first, packed + inside.first * channels.count);
+        Kernels().pack.gather[channels.count - 1]({row.data + (x + inside.first) * pixelSize, pixelSize, channels},
+                                                  inside.last - inside.first, packed + inside.first * channels.count);
     }
     GatherByByte(row, pixelSize, channels, x, {inside.last, width}, packed);
 }
@@ -165,8 +113,8 @@ void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels
     const PixelRange inside = PixelsInside(row, pixelSize, channels, x, width);
     ScatterByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
     if (inside.first < inside.last) {
-        kScatter[channels.count](row.data + (x + inside.first) * pixelSize, pixelSize, channels,
-                                 inside.last - inside.first, packed + inside.first * channels.count);
+        Kernels().pack.scatter[channels.count - 1]({row.data + (x + inside.first) * pixelSize, pixelSize, channels},
+                                                   inside.last - inside.first, packed + inside.first * channels.count);
     }
     ScatterByByte(row, pixelSize, channels, x, {inside.last, width}, packed);
 }

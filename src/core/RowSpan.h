@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-#include "core/ImageClassData.h"
+#include "core/Channels.h"
 
 struct RowSpan {
     std::uint8_t* data;    // address of column 0; nil: the row does not exist, skip it
@@ -44,19 +44,6 @@ void CopyRun(const RowSpan& dst, std::ptrdiff_t to, const RowSpan& src, std::ptr
 // Reads `count` bytes starting at `from` into a buffer of that size. Bytes that the row does not have read 0; a nil row
 // has none.
 void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std::uint8_t* buffer);
-
-// The channels of a pixel that an operation works on, in the order in which it stores them.
-struct ChannelSet {
-    static constexpr int kMax = 5;
-    int count;  // 1 to 5
-    std::ptrdiff_t offset[kMax];
-    std::ptrdiff_t lowest() const;
-    std::ptrdiff_t highest() const;
-};
-
-// The colour channels of the image's family (gray; red, green, blue; cyan, magenta, yellow, black), with alpha last
-// where the image has it and withAlpha is set. Count 0 for an image of no family.
-ChannelSet ChannelsOf(const ImageClassData* record, bool withAlpha);
 
 // A stretch of a run of pixels, as half-open range of indices into the run.
 struct PixelRange {

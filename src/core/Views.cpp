@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
+#include "core/Channels.h"
 #include "core/Factory.h"
 #include "core/Formats.h"
 #include "core/RowAccess.h"
@@ -77,53 +79,45 @@ REALobject NewChannelImageZOR(REALobject object, int offset) {
     return result;
 }
 
-static REALobject ChannelIf(bool has, REALobject object, int offset) {
-    return has ? NewChannelImageZOR(object, offset) : nullptr;
+static REALobject ChannelIfPresent(REALobject object, ChannelId id) {
+    const ImageClassData* const record = ImageDataOf(object);
+    return HasChannel(record, id) ? NewChannelImageZOR(object, OffsetOf(record, id)) : nullptr;
 }
 
 REALobject AlphaChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasAlpha, object, record->AlphaOffset);
+    return ChannelIfPresent(object, ChannelId::alpha);
 }
 
 REALobject RedChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasRed, object, record->RedOffset);
+    return ChannelIfPresent(object, ChannelId::red);
 }
 
 REALobject GreenChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasGreen, object, record->GreenOffset);
+    return ChannelIfPresent(object, ChannelId::green);
 }
 
 REALobject BlueChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasBlue, object, record->BlueOffset);
+    return ChannelIfPresent(object, ChannelId::blue);
 }
 
 REALobject GrayChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasGray, object, record->GrayOffset);
+    return ChannelIfPresent(object, ChannelId::gray);
 }
 
 REALobject CyanChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasCyan, object, record->CyanOffset);
+    return ChannelIfPresent(object, ChannelId::cyan);
 }
 
 REALobject MagentaChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasMagenta, object, record->MagentaOffset);
+    return ChannelIfPresent(object, ChannelId::magenta);
 }
 
 REALobject YellowChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasYellow, object, record->YellowOffset);
+    return ChannelIfPresent(object, ChannelId::yellow);
 }
 
 REALobject BlackChannel(REALobject object) {
-    const ImageClassData* const record = ImageDataOf(object);
-    return ChannelIf(record->HasBlack, object, record->BlackOffset);
+    return ChannelIfPresent(object, ChannelId::black);
 }
 
 REALobject Channel(REALobject object, int index) {
@@ -135,61 +129,52 @@ REALobject Channel(REALobject object, int index) {
 
 // --- colour channels ------------------------------------------------------------------------------------------------
 
+// Formats whose colours lie in one order, and the format of a view of them.
+struct ColourOrder {
+    int firstFormat;
+    int lastFormat;
+    int viewFormat;
+    bool reversed;  // the family's last colour comes first
+};
+
 // The view takes the byte order of its source's family of formats; alpha and padding stay inside PixelSize. The Has
 // flags stay false: single channels of such a view are had by Channel(index).
-REALobject RGBChannel(REALobject object) {
+static REALobject ColourChannels(REALobject object, PixelFamily family, const ColourOrder (&orders)[2]) {
     ImageClassData* const source = ImageDataOf(object);
-    if (!source->IsRGB) return nullptr;
+    const FamilyFields& fields = kFamilyFields[static_cast<int>(family)];
+    if (!(source->*fields.flag)) return nullptr;
     ObjectHolder result(NewView(source));
     if (!result.get()) return nullptr;
     ImageClassData* const view = ImageDataOf(result.get());
-    const int inOrder[3] = {source->RedOffset, source->GreenOffset, source->BlueOffset};
-    const int reversed[3] = {source->BlueOffset, source->GreenOffset, source->RedOffset};
-    if (source->ImageFormat >= ImageFormatRGB && source->ImageFormat <= ImageFormatXRGB) {
-        view->ImageFormat = ImageFormatRGB;
-        std::copy_n(inOrder, 3, view->ChannelOffsets);
-    } else if (source->ImageFormat >= ImageFormatBGR && source->ImageFormat <= ImageFormatXBGR) {
-        view->ImageFormat = ImageFormatBGR;
-        std::copy_n(reversed, 3, view->ChannelOffsets);
-    } else {
-        return nullptr;
-    }
+    const int format = source->ImageFormat;
+    const ColourOrder* const order = std::find_if(std::begin(orders), std::end(orders), [format](const ColourOrder& o) {
+        return format >= o.firstFormat && format <= o.lastFormat;
+    });
+    if (order == std::end(orders)) return nullptr;
+    view->ImageFormat = order->viewFormat;
     ShareGeometry(view, source, object);
-    view->ChannelCount = 3;
-    view->IsRGB = true;
-    view->RedOffset = source->RedOffset;
-    view->GreenOffset = source->GreenOffset;
-    view->BlueOffset = source->BlueOffset;
+    const ChannelList& colours = fields.colours;
+    view->ChannelCount = colours.count;
+    view->*fields.flag = true;
+    for (int c = 0; c < colours.count; ++c) {
+        const int offset = OffsetOf(source, colours.id[c]);
+        OffsetOf(view, colours.id[c]) = offset;
+        view->ChannelOffsets[order->reversed ? colours.count - 1 - c : c] = offset;
+    }
     SharePixels(view, source);
     return result.release();
 }
 
+REALobject RGBChannel(REALobject object) {
+    return ColourChannels(object, PixelFamily::rgb,
+                          {{ImageFormatRGB, ImageFormatXRGB, ImageFormatRGB, false},
+                           {ImageFormatBGR, ImageFormatXBGR, ImageFormatBGR, true}});
+}
+
 REALobject CMYKChannel(REALobject object) {
-    ImageClassData* const source = ImageDataOf(object);
-    if (!source->IsCMYK) return nullptr;
-    ObjectHolder result(NewView(source));
-    if (!result.get()) return nullptr;
-    ImageClassData* const view = ImageDataOf(result.get());
-    const int inOrder[4] = {source->CyanOffset, source->MagentaOffset, source->YellowOffset, source->BlackOffset};
-    const int reversed[4] = {source->BlackOffset, source->YellowOffset, source->MagentaOffset, source->CyanOffset};
-    if (source->ImageFormat >= ImageFormatCMYK && source->ImageFormat <= ImageFormatXCMYK) {
-        view->ImageFormat = ImageFormatCMYK;
-        std::copy_n(inOrder, 4, view->ChannelOffsets);
-    } else if (source->ImageFormat >= ImageFormatKYMC && source->ImageFormat <= ImageFormatXKYMC) {
-        view->ImageFormat = ImageFormatKYMC;
-        std::copy_n(reversed, 4, view->ChannelOffsets);
-    } else {
-        return nullptr;
-    }
-    ShareGeometry(view, source, object);
-    view->ChannelCount = 4;
-    view->IsCMYK = true;
-    view->CyanOffset = source->CyanOffset;
-    view->MagentaOffset = source->MagentaOffset;
-    view->YellowOffset = source->YellowOffset;
-    view->BlackOffset = source->BlackOffset;
-    SharePixels(view, source);
-    return result.release();
+    return ColourChannels(object, PixelFamily::cmyk,
+                          {{ImageFormatCMYK, ImageFormatXCMYK, ImageFormatCMYK, false},
+                           {ImageFormatKYMC, ImageFormatXKYMC, ImageFormatKYMC, true}});
 }
 
 // --- a rectangle ----------------------------------------------------------------------------------------------------
@@ -212,35 +197,16 @@ static void ClipDirection(std::int64_t* start, std::int64_t* extent, int sourceE
 }
 
 // A channel that the image lacks keeps its offset unshifted.
-static int Shifted(int offset, bool has, std::int64_t bytes) {
-    return has ? static_cast<int>(offset + bytes) : offset;
-}
-
 static void CopyChannels(ImageClassData* view, const ImageClassData* source, std::int64_t shift) {
     view->ImageFormat = source->ImageFormat;
     view->ChannelCount = source->ChannelCount;
     std::copy_n(source->ChannelOffsets, 8, view->ChannelOffsets);  // not shifted
-    view->IsGray = source->IsGray;
-    view->IsRGB = source->IsRGB;
-    view->IsCMYK = source->IsCMYK;
-    view->HasRed = source->HasRed;
-    view->HasGreen = source->HasGreen;
-    view->HasBlue = source->HasBlue;
-    view->HasGray = source->HasGray;
-    view->HasAlpha = source->HasAlpha;
-    view->HasCyan = source->HasCyan;
-    view->HasMagenta = source->HasMagenta;
-    view->HasYellow = source->HasYellow;
-    view->HasBlack = source->HasBlack;
-    view->RedOffset = Shifted(source->RedOffset, source->HasRed, shift);
-    view->GreenOffset = Shifted(source->GreenOffset, source->HasGreen, shift);
-    view->BlueOffset = Shifted(source->BlueOffset, source->HasBlue, shift);
-    view->GrayOffset = Shifted(source->GrayOffset, source->HasGray, shift);
-    view->AlphaOffset = Shifted(source->AlphaOffset, source->HasAlpha, shift);
-    view->CyanOffset = Shifted(source->CyanOffset, source->HasCyan, shift);
-    view->MagentaOffset = Shifted(source->MagentaOffset, source->HasMagenta, shift);
-    view->YellowOffset = Shifted(source->YellowOffset, source->HasYellow, shift);
-    view->BlackOffset = Shifted(source->BlackOffset, source->HasBlack, shift);
+    for (const FamilyFields& family : kFamilyFields) view->*family.flag = source->*family.flag;
+    for (const ChannelFields& channel : kChannelFields) {
+        const bool has = source->*channel.has;
+        view->*channel.has = has;
+        view->*channel.offset = static_cast<int>(source->*channel.offset + (has ? shift : 0));
+    }
 }
 
 REALobject ClipImage5(REALobject object, int x, int y, int width, int height) {

@@ -37,7 +37,7 @@ RowCopy RunCopy(const ImageClassData* destination, const ImageClassData* source,
 constexpr PixelRule kRules[3][3] = {
     // from gray             from RGB            from CMYK
     {PixelRule::copy, PixelRule::luma, PixelRule::copy},          // to gray
-    {PixelRule::spread, PixelRule::copy, PixelRule::refused},     // to RGB
+    {PixelRule::replicate, PixelRule::copy, PixelRule::refused},  // to RGB
     {PixelRule::blackOnly, PixelRule::refused, PixelRule::copy},  // to CMYK
 };
 
@@ -53,9 +53,9 @@ PixelPlan PlanOf(const ImageClassData* destination, const ImageClassData* source
     } else if (to == PixelFamily::gray && from == PixelFamily::cmyk && withAlpha) {
         // Reads the places of red, green and blue, which CMYK images do not have: mostly three times the first byte.
         rule = PixelRule::luma;
-        sourceChannels = {3, {source->RedOffset, source->GreenOffset, source->BlueOffset}};
+        sourceChannels = OffsetsOf(source, {ChannelId::red, ChannelId::green, ChannelId::blue});
     } else if (to == PixelFamily::gray && from == PixelFamily::cmyk) {
-        sourceChannels = {1, {source->BlackOffset}};
+        sourceChannels = OffsetsOf(source, {ChannelId::black});
     }
     return MakePlan(rule, source, sourceChannels, destination, ChannelsOf(destination, false), withAlpha, 0);
 }

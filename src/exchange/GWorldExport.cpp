@@ -80,7 +80,7 @@ REALobject ExportChannels(ImageClassData* record, const ChannelSet& channels, Co
 
 REALobject CopyGWorldG(ImageClassData* record) {
     constexpr std::int16_t kGrayTable = 40;  // the 8-bit gray colours
-    return ExportChannels(record, {1, {record->GrayOffset}}, GetCTable(kGrayTable));
+    return ExportChannels(record, OffsetsOf(record, {ChannelId::gray}), GetCTable(kGrayTable));
 }
 
 REALobject CopyGWorld(REALobject object) {
@@ -89,9 +89,6 @@ REALobject CopyGWorld(REALobject object) {
     YieldIfAsked(record);
     if (record->IsGray) return CopyGWorldG(record);
     if (!record->IsRGB) return nullptr;
-    if (record->HasAlpha) {
-        return ExportChannels(
-            record, {4, {record->AlphaOffset, record->RedOffset, record->GreenOffset, record->BlueOffset}}, nullptr);
-    }
-    return ExportChannels(record, {3, {record->RedOffset, record->GreenOffset, record->BlueOffset}}, nullptr);
+    const ChannelList colours = ColoursOf(PixelFamily::rgb);
+    return ExportChannels(record, OffsetsOf(record, record->HasAlpha ? WithAlphaFirst(colours) : colours), nullptr);
 }

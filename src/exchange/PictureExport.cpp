@@ -33,18 +33,13 @@ static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect,
 
 // The try at a picture for the images of one family: with the host in between, each looks at the image anew. A picture
 // that is there already stays.
-static void TryColours(REALobject* picture, ImageClassData* record, const PixelRect& rect, bool isOfFamily,
+static void TryColours(REALobject* picture, ImageClassData* record, const PixelRect& rect, PixelFamily family,
                        ExportColours colours) {
-    if (!isOfFamily || !IsUsable(record)) return;
+    const FamilyFields& fields = kFamilyFields[static_cast<int>(family)];
+    if (!(record->*fields.flag) || !IsUsable(record)) return;
     YieldIfAsked(record);
     if (*picture) return;
-    ChannelSet channels = {1, {record->GrayOffset}};
-    if (colours == ExportColours::rgb) {
-        channels = {3, {record->RedOffset, record->GreenOffset, record->BlueOffset}};
-    } else if (colours == ExportColours::cmyk) {
-        channels = {4, {record->CyanOffset, record->MagentaOffset, record->YellowOffset, record->BlackOffset}};
-    }
-    *picture = ExportRectangle(record, rect, colours, channels);
+    *picture = ExportRectangle(record, rect, colours, OffsetsOf(record, fields.colours));
 }
 
 REALobject rbCopyPicture(REALobject object, int x, int y, int w, int h) {
@@ -52,9 +47,9 @@ REALobject rbCopyPicture(REALobject object, int x, int y, int w, int h) {
     const PixelRect rect = ReduceToImage(record, {x, y, w, h});
     if (rect.IsEmpty()) return nullptr;
     REALobject picture = nullptr;
-    TryColours(&picture, record, rect, record->IsGray, ExportColours::gray);
-    TryColours(&picture, record, rect, record->IsRGB, ExportColours::rgb);
-    TryColours(&picture, record, rect, record->IsCMYK, ExportColours::cmyk);
+    TryColours(&picture, record, rect, PixelFamily::gray, ExportColours::gray);
+    TryColours(&picture, record, rect, PixelFamily::rgb, ExportColours::rgb);
+    TryColours(&picture, record, rect, PixelFamily::cmyk, ExportColours::cmyk);
     return picture;
 }
 
@@ -70,7 +65,7 @@ REALobject rbCopyMask(REALobject object, int x, int y, int w, int h) {
     const PixelRect rect = ReduceToImage(record, {x, y, w, h});
     if (!record->HasAlpha || rect.IsEmpty() || !IsUsable(record)) return nullptr;
     YieldIfAsked(record);
-    return ExportRectangle(record, rect, ExportColours::gray, {1, {record->AlphaOffset}});
+    return ExportRectangle(record, rect, ExportColours::gray, OffsetsOf(record, {ChannelId::alpha}));
 }
 
 REALobject rbCopyMaskAll(REALobject object) {

@@ -25,7 +25,7 @@ constexpr ImportWay ToGray(GrayChannelSource colour) {
 }
 
 bool HasColours(const ImageClassData* image) {
-    return image->HasRed && image->HasGreen && image->HasBlue;
+    return HasChannels(image, {ChannelId::red, ChannelId::green, ChannelId::blue});
 }
 
 ImportPlan PlanOf(const ImportWay& way, const ImageClassData* image, const PictureEditor& picture,
@@ -40,19 +40,15 @@ ImportPlan PlanOf(const ImportWay& way, const ImageClassData* image, const Pictu
         plan.maskSize = mask->BytesPerPixel;
         plan.mask = ColoursOfPixelType(mask->PixelType);
     }
-    const auto write = [&plan](int offset) { plan.image.offset[plan.image.count++] = offset; };
     if (way.toGray) {
         plan.picture = {1, {plan.picture.offset[way.colour]}};
-        write(image->GrayOffset);
+        plan.image = OffsetsOf(image, {ChannelId::gray});
         return plan;
     }
-    if (way.rule == ImportRule::constant || way.rule == ImportRule::maskToAlpha) {
-        plan.mask.count = mask ? 1 : 0;  // red is the sample
-        write(image->AlphaOffset);
-    }
-    write(image->RedOffset);
-    write(image->GreenOffset);
-    write(image->BlueOffset);
+    const ChannelList colours = ColoursOf(PixelFamily::rgb);
+    const bool withAlpha = way.rule == ImportRule::constant || way.rule == ImportRule::maskToAlpha;
+    if (withAlpha) plan.mask.count = mask ? 1 : 0;  // red is the sample
+    plan.image = OffsetsOf(image, withAlpha ? WithAlphaFirst(colours) : colours);
     return plan;
 }
 

@@ -52,9 +52,9 @@ int SizeOfData(const ImageClassData* data) {
 // By source, then target.
 constexpr PixelRule kRules[3][3] = {
     // to gray           to RGB              to CMYK
-    {PixelRule::copy, PixelRule::spread, PixelRule::spread},  // from gray
-    {PixelRule::luma, PixelRule::copy, PixelRule::refused},   // from RGB
-    {PixelRule::copy, PixelRule::refused, PixelRule::copy},   // from CMYK
+    {PixelRule::copy, PixelRule::replicate, PixelRule::replicate},  // from gray
+    {PixelRule::luma, PixelRule::copy, PixelRule::refused},         // from RGB
+    {PixelRule::copy, PixelRule::refused, PixelRule::copy},         // from CMYK
 };
 
 // The plan for a pair of layouts. Nil conversion where there is none; for pairs of colour and CMYK the exception is
@@ -70,7 +70,7 @@ PixelPlan PlanOrRaise(const ImageClassData* source, const ImageClassData* dest, 
         return {};
     }
     ChannelSet sourceChannels = ChannelsOf(source, false);
-    if (from == PixelFamily::cmyk && to == PixelFamily::gray) sourceChannels = {1, {source->BlackOffset}};
+    if (from == PixelFamily::cmyk && to == PixelFamily::gray) sourceChannels = OffsetsOf(source, {ChannelId::black});
     return MakePlan(rule, source, sourceChannels, dest, ChannelsOf(dest, false), source->HasAlpha && dest->HasAlpha,
                     invertAlpha ? 255 : 0);
 }

@@ -2,11 +2,10 @@
 
 #include <algorithm>
 
-#include "core/PixelLoops.h"
 #include "core/Storage.h"
 #include "filters/FilterFrame.h"
-#include "filters/MatrixRow.h"
 #include "filters/PixelSide.h"
+#include "kernels/KernelTable.h"
 
 namespace {
 
@@ -142,7 +141,7 @@ bool ConvolveRows(const Convolution& job, const Cells& cells) {
         }
         if (const RowSpan row = GetRowSpan(dest.record, static_cast<int>(y))) {
             std::uint8_t* const bytes = BeginPacked(row, dest, width, written.get());
-            ConvolveRow(taps.get(), cells.count, job.finish, width * count, bytes);
+            Kernels().matrix.convolve(taps.get(), cells.count, job.finish, width * count, bytes);
             EndPacked(row, dest, width, bytes);
         }
     }

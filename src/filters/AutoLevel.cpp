@@ -1,6 +1,6 @@
 #include "filters/AutoLevel.h"
 
-#include "core/PixelLoops.h"
+#include "core/Walk.h"
 #include "filters/TableWalk.h"
 #include "filters/Truncate.h"
 
@@ -105,7 +105,7 @@ ByteTable StretchTable(const Limits& limits) {
 
 // Told afresh wherever the host may have run in between: the application can close an image or build it anew.
 PixelSide ColourSide(ImageClassData* record) {
-    return {record, record->PixelSize, {3, {record->RedOffset, record->GreenOffset, record->BlueOffset}}};
+    return {record, record->PixelSize, OffsetsOf(record, ColoursOf(PixelFamily::rgb))};
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // The channels that a filter reads in one image and stores in another, and how it gets at a pixel that may lie partly
 // outside the storage.
 
-#include "core/PixelLoops.h"
 #include "core/RowSpan.h"
 
 // The same channels of both images, in the order in which they are stored: the channels of the source's family, each

@@ -49,7 +49,7 @@ void MakeCells(const int* values, int side, const DitherTables& tables, Cells* c
 }
 
 template <int kCount>
-void DitherRun(const PixelRun& run, const Cells& cells, int side) {
+void DitherRun(const PointRun& run, const Cells& cells, int side) {
     std::ptrdiff_t from[kCount], to[kCount];
     std::copy_n(run.from->offset, kCount, from);
     std::copy_n(run.to->offset, kCount, to);
@@ -83,7 +83,7 @@ void DitherImage(ImageClassData* source, ImageClassData* dest, int matrix, int l
     Cells cells;
     MakeCells(values, side, MakeDitherTables(levels, side), &cells);
     WithChannelCount(sides.count(), [&](auto kCount) {
-        WalkRuns<kCount>(sides, WholeImage(source), [&](const PixelRun& run) { DitherRun<kCount>(run, cells, side); });
+        WalkRuns<kCount>(sides, WholeImage(source), [&](const PointRun& run) { DitherRun<kCount>(run, cells, side); });
     });
 }
 

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "core/Factory.h"
-#include "core/PixelLoops.h"
 #include "filters/FilterFrame.h"
 #include "filters/PixelSide.h"
 
@@ -133,9 +132,8 @@ void BlurSides(PixelSides sides, double radius) {
 }
 
 PixelSide RGBSide(ImageClassData* record, bool withAlpha) {
-    return {record,
-            record->PixelSize,
-            {withAlpha ? 4 : 3, {record->RedOffset, record->GreenOffset, record->BlueOffset, record->AlphaOffset}}};
+    const ChannelList colours = ColoursOf(PixelFamily::rgb);
+    return {record, record->PixelSize, OffsetsOf(record, withAlpha ? WithAlphaLast(colours) : colours)};
 }
 
 }  // namespace

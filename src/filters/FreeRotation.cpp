@@ -9,50 +9,35 @@
 
 namespace {
 
+// The channels of a family in the order in which a pixel of it is stored, which is not the same in all of them.
+ChannelList ShearChannels(const ImageClassData* record) {
+    const PixelFamily family = FamilyOf(record);
+    const ChannelList colours = ColoursOf(family);
+    if (family == PixelFamily::none || !record->HasAlpha) return colours;
+    return family == PixelFamily::rgb ? WithAlphaLast(colours) : WithAlphaFirst(colours);
+}
+
+// A background for every channel that there is, by ChannelId.
 struct Background {
-    int red, green, blue, alpha, gray, cyan, magenta, yellow, black;
+    int value[kChannelIds];
 };
 
-// The channels of a family in the order in which a pixel of it is stored, which is not the same in all of them, with
-// the background of each.
+// What a shear works on: channels and their background.
 class ShearFamily {
 public:
-    ShearFamily(const ImageClassData* family, const Background& background) {
-        if (family->IsGray) {
-            if (family->HasAlpha) Add(&ImageClassData::AlphaOffset, background.alpha);
-            Add(&ImageClassData::GrayOffset, background.gray);
-        } else if (family->IsRGB) {
-            Add(&ImageClassData::RedOffset, background.red);
-            Add(&ImageClassData::GreenOffset, background.green);
-            Add(&ImageClassData::BlueOffset, background.blue);
-            if (family->HasAlpha) Add(&ImageClassData::AlphaOffset, background.alpha);
-        } else if (family->IsCMYK) {
-            if (family->HasAlpha) Add(&ImageClassData::AlphaOffset, background.alpha);
-            Add(&ImageClassData::CyanOffset, background.cyan);
-            Add(&ImageClassData::MagentaOffset, background.magenta);
-            Add(&ImageClassData::YellowOffset, background.yellow);
-            Add(&ImageClassData::BlackOffset, background.black);
+    ShearFamily(const ImageClassData* record, const Background& background) : channels_(ShearChannels(record)) {
+        for (int c = 0; c < channels_.count; ++c) {
+            background_.channel[c] = static_cast<std::uint8_t>(background.value[static_cast<int>(channels_.id[c])]);
         }
     }
-    int count() const { return count_; }
+    int count() const { return channels_.count; }
     const ShearColour& background() const { return background_; }
     PixelSides Sides(ImageClassData* source, ImageClassData* dest) const { return {Side(source), Side(dest)}; }
 
 private:
-    using Offset = int ImageClassData::*;
-    void Add(Offset offset, int value) {
-        offset_[count_] = offset;
-        background_.channel[count_++] = static_cast<std::uint8_t>(value);
-    }
-    PixelSide Side(ImageClassData* record) const {
-        PixelSide side{record, record->PixelSize, {}};
-        for (int c = 0; c < count_; ++c) side.channels.offset[c] = record->*offset_[c];
-        side.channels.count = count_;
-        return side;
-    }
+    PixelSide Side(ImageClassData* record) const { return {record, record->PixelSize, OffsetsOf(record, channels_)}; }
 
-    int count_ = 0;
-    Offset offset_[ChannelSet::kMax] = {};
+    ChannelList channels_;
     ShearColour background_{};
 };
 
@@ -155,7 +140,7 @@ REALobject rbRotate(REALobject object, double angle, int red, int green, int blu
     const ObjectHolder base(turned);
     if (!base.get()) return nullptr;
     ImageClassData* const record = ImageDataOf(base.get());
-    const ShearFamily family(record, {red, green, blue, alpha, gray, cyan, magenta, yellow, black});
+    const ShearFamily family(record, {{gray, red, green, blue, alpha, cyan, magenta, yellow, black}});
     if (family.count() == 0) return nullptr;
     return RotateByShears(record, reduced, family);
 }

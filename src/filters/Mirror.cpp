@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "core/PixelLoops.h"
 #include "filters/PixelSide.h"
 
 // The image's own channels, or none.

@@ -8,19 +8,10 @@ PixelSides SidesOf(ImageClassData* source, ImageClassData* dest) {
     return {{source, source->PixelSize, channels.from}, {dest, dest->PixelSize, channels.to}};
 }
 
-static bool ShareAByte(const ChannelSet& channels) {
-    const std::ptrdiff_t* const offset = channels.offset;
-    for (int c = 1; c < channels.count; ++c) {
-        if (std::find(offset, offset + c, offset[c]) != offset + c) return true;
-    }
-    return false;
-}
-
 bool ShareWholePixels(const PixelSides& sides) {
     const ChannelSet &from = sides.source.channels, &to = sides.dest.channels;
-    return sides.source.pixelSize == from.count && sides.dest.pixelSize == from.count &&
-           std::equal(from.offset, from.offset + from.count, to.offset) && !ShareAByte(from) &&
-           from.highest() - from.lowest() == from.count - 1;
+    return FillPixel(from, sides.source.pixelSize) && sides.dest.pixelSize == sides.source.pixelSize &&
+           SameOffsets(from, to);
 }
 
 bool PixelsAreApart(const PixelSide& side) {
@@ -37,7 +28,7 @@ bool RowsAreApart(const PixelSide& side, std::int64_t width) {
 
 void OrderByBytes(PixelSides* sides) {
     const ChannelSet source = sides->source.channels, dest = sides->dest.channels;
-    if (ShareAByte(dest)) return;
+    if (!AreDistinct(dest)) return;
     int order[ChannelSet::kMax];
     std::iota(order, order + source.count, 0);
     std::stable_sort(order, order + source.count, [&](int a, int b) { return source.offset[a] < source.offset[b]; });

@@ -37,7 +37,7 @@ void WalkPixels_Plain(const PixelSides& sides, const PixelRect& area, MapPixel m
 }
 
 // Pixels side by side whose channel bytes may all be touched. src and dst may be the same pixels.
-struct PixelRun {
+struct PointRun {
     std::ptrdiff_t x;  // column of the first pixel
     int y;
     std::ptrdiff_t width;  // pixels
@@ -64,14 +64,14 @@ void WalkRuns(const PixelSides& sides, const PixelRect& area, MapRun map) {
         const RowSpan src = GetRowSpan(from.record, y);
         if (!dst || !src) continue;
         if (Covers(src, from, left, width) && Covers(dst, to, left, width)) {
-            map(PixelRun{left, y, width, src.data + left * from.pixelSize, from.pixelSize, &from.channels,
+            map(PointRun{left, y, width, src.data + left * from.pixelSize, from.pixelSize, &from.channels,
                          dst.data + left * to.pixelSize, to.pixelSize, &to.channels});
             continue;
         }
         for (std::ptrdiff_t x = left; x < left + width; x += kChunk) {
             const std::ptrdiff_t part = std::min(kChunk, left + width - x);
             GatherPixels(src, static_cast<int>(from.pixelSize), from.channels, x, part, packed);
-            map(PixelRun{x, y, part, packed, kCount, &kPacked, packed, kCount, &kPacked});
+            map(PointRun{x, y, part, packed, kCount, &kPacked, packed, kCount, &kPacked});
             ScatterPixels(dst, static_cast<int>(to.pixelSize), to.channels, x, part, packed);
         }
     }

@@ -4,7 +4,6 @@
 #include <climits>
 
 #include "core/Factory.h"
-#include "core/PixelLoops.h"
 #include "core/Storage.h"
 #include "filters/FilterFrame.h"
 #include "filters/PixelSide.h"

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/PixelLoops.h"
 #include "core/Storage.h"
 
 ShearStep StepOf(double shear) {

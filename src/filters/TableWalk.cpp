@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "filters/TableBytes.h"
+#include "kernels/KernelTable.h"
 
 void MapThroughTables_Plain(const PixelSides& sides, const PixelRect& area, const ByteTable* tables) {
     WithChannelCount(sides.count(), [&](auto kCount) {
@@ -15,7 +15,7 @@ void MapThroughTables_Plain(const PixelSides& sides, const PixelRect& area, cons
 // --- runs -----------------------------------------------------------------------------------------------------------
 
 template <int kCount>
-static void MapRun(const PixelRun& run, const ByteTable* tables) {
+static void MapRun(const PointRun& run, const ByteTable* tables) {
     std::ptrdiff_t from[kCount], to[kCount];
     std::copy_n(run.from->offset, kCount, from);
     std::copy_n(run.to->offset, kCount, to);
@@ -42,9 +42,9 @@ void MapThroughTables(const PixelSides& sides, const PixelRect& area, const Byte
     }
     const bool equal = AreEqual(tables, sides.count());
     const bool oneRun = IsOneRunOfBytes(sides.source.record, sides.dest.record, ChannelsOf(sides));
-    const MapBytesFn mapBytes = PickedMapBytes();
+    const auto mapBytes = Kernels().bytes.map;
     WithChannelCount(sides.count(), [&](auto kCount) {
-        WalkRuns<kCount>(sides, area, [&](const PixelRun& run) {
+        WalkRuns<kCount>(sides, area, [&](const PointRun& run) {
             const bool packed = run.src == run.dst && run.srcStep == kCount;
             if (equal && (oneRun || packed)) {
                 const std::ptrdiff_t first = run.from->lowest();

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "core/PixelLoops.h"
 #include "filters/PixelSide.h"
 #include "filters/Truncate.h"
 
@@ -69,11 +68,7 @@ void SharpenRows(const PixelSide& image, const PixelSide& orig, const UnsharpTab
 }
 
 PixelSide FiveChannels(ImageClassData* record) {
-    return {
-        record,
-        record->PixelSize,
-        {5,
-         {record->CyanOffset, record->MagentaOffset, record->YellowOffset, record->BlackOffset, record->AlphaOffset}}};
+    return {record, record->PixelSize, OffsetsOf(record, WithAlphaLast(ColoursOf(PixelFamily::cmyk)))};
 }
 
 }  // namespace

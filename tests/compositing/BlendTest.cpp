@@ -3,8 +3,8 @@
 #include "compositing/Blend.h"
 
 #include "compositing/CombineModel.h"
-#include "compositing/Mixing.h"
 #include "core/Formats.h"
+#include "kernels/Mixing.h"
 
 namespace {
 

@@ -13,15 +13,15 @@ struct RuleCase {
 };
 
 constexpr RuleCase kRuleCases[] = {
-    {PixelRule::copy, ImageFormatAG, ImageFormatGA},       {PixelRule::copy, ImageFormatABGR, ImageFormatRGBA},
-    {PixelRule::copy, ImageFormatKYMCA, ImageFormatACMYK}, {PixelRule::spread, ImageFormatGA, ImageFormatBGRA},
-    {PixelRule::spread, ImageFormatAG, ImageFormatCMYKA},  {PixelRule::blackOnly, ImageFormatGA, ImageFormatAKYMC},
+    {PixelRule::copy, ImageFormatAG, ImageFormatGA},         {PixelRule::copy, ImageFormatABGR, ImageFormatRGBA},
+    {PixelRule::copy, ImageFormatKYMCA, ImageFormatACMYK},   {PixelRule::replicate, ImageFormatGA, ImageFormatBGRA},
+    {PixelRule::replicate, ImageFormatAG, ImageFormatCMYKA}, {PixelRule::blackOnly, ImageFormatGA, ImageFormatAKYMC},
     {PixelRule::luma, ImageFormatBGRA, ImageFormatAG},
 };
 
 std::uint8_t Expected(const RuleCase& c, const std::vector<std::uint8_t>& in, int channel, int colours) {
     switch (c.rule) {
-        case PixelRule::spread:
+        case PixelRule::replicate:
             return in[0];
         case PixelRule::blackOnly:
             return channel == colours - 1 ? in[0] : 0;

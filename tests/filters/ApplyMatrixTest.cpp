@@ -8,7 +8,7 @@
 
 #include "core/Formats.h"
 #include "filters/Canvas.h"
-#include "filters/MatrixRow.h"
+#include "kernels/KernelTable.h"
 
 namespace {
 
@@ -245,6 +245,7 @@ TEST_F(ApplyMatrixTest, WithoutADestinationTheNewImageHasTheSizesExchanged) {
 }
 
 TEST_F(ApplyMatrixTest, TheFastRowGivesTheBytesOfThePlainOne) {
+    const KernelPick plainKernels = PickKernels(CpuTier::plain);
     Random random(513);
     std::vector<std::uint8_t> samples(4000);
     for (std::uint8_t& sample : samples) sample = random.Chance(30) ? 255 : random.Byte();
@@ -259,8 +260,8 @@ TEST_F(ApplyMatrixTest, TheFastRowGivesTheBytesOfThePlainOne) {
         const MatrixFinish by{finish.delta, finish.scale};
         const int width = random.Between(0, 70);
         std::vector<std::uint8_t> fast(80, 7), plain(80, 7);
-        ConvolveRow(taps.data(), static_cast<int>(taps.size()), by, width, fast.data());
-        ConvolveRow_Plain(taps.data(), static_cast<int>(taps.size()), by, width, plain.data());
+        Kernels().matrix.convolve(taps.data(), static_cast<int>(taps.size()), by, width, fast.data());
+        plainKernels.table.matrix.convolve(taps.data(), static_cast<int>(taps.size()), by, width, plain.data());
         ASSERT_TRUE(SameBytes(plain, fast)) << "width " << width;
     }
 }
