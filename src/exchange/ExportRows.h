@@ -2,17 +2,7 @@
 // What becomes of a row of an image in a host picture.
 
 #include "core/RowSpan.h"
-
-// The colours that are read from an image. Gray also stands for any one channel that is shown as gray.
-enum class ExportColours : unsigned char {
-    gray,  // 1 channel: red, green and blue alike
-    rgb,   // 3 channels
-    cmyk,  // 4 channels: subtractive, with a fixed black and without colour management
-};
-
-// Writes `count` pixels side by side, from pixels of `pixelSize` bytes with a channel's byte at each of the offsets.
-using ExportRowFunction = void (*)(const std::uint8_t* src, std::ptrdiff_t pixelSize, const std::ptrdiff_t* offset,
-                                   std::ptrdiff_t count, std::uint8_t* dst);
+#include "kernels/Export.h"
 
 // A row's part in an export, the same for all rows of a rectangle.
 struct ExportPlan {

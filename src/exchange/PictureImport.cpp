@@ -52,24 +52,32 @@ ImportPlan PlanOf(const ImportWay& way, const ImageClassData* image, const Pictu
     return plan;
 }
 
+// The row of a step: the editor stands on the row of the step before.
+RowSpan EditorRow(void* editor, std::int64_t step) {
+    PictureEditor& picture = *static_cast<PictureEditor*>(editor);
+    if (step > 0) NextRow(picture);
+    return CurrentRowSpan(picture);
+}
+
 // The rectangle is cut to both sides, and both editors stand on their first rows. The mask may be lower than its
 // picture: its editor begins again, or narrower: what it does not have reads 0.
-void WalkRows(ImageClassData* image, PictureEditor& picture, PictureEditor* mask, const TransferRect& rect,
-              const ImportWay& way) {
-    const auto step = [&] {
+void ImportRectangle(ImageClassData* image, PictureEditor& picture, PictureEditor* mask, const TransferRect& rect,
+                     const ImportWay& way) {
+    for (std::int64_t y = 0; y < rect.sourceY; ++y) {
         NextRow(picture);
         if (mask) NextRow(*mask);
-    };
-    for (std::int64_t y = 0; y < rect.sourceY; ++y) step();
-    const ImportPlan plan = PlanOf(way, image, picture, mask);
-    for (std::int64_t y = 0; y < rect.height; ++y) {
-        const RowSpan row = GetRowSpan(image, static_cast<int>(rect.destY + y));
-        ImportRow(plan, {row, CurrentRowSpan(picture), mask ? CurrentRowSpan(*mask) : RowSpan{},
-                         static_cast<std::ptrdiff_t>(rect.destX), static_cast<std::ptrdiff_t>(rect.sourceX),
-                         static_cast<std::ptrdiff_t>(rect.width)});
-        step();
-        if (way.yields) YieldIfAsked(image);
     }
+    const ImportPlan plan = PlanOf(way, image, picture, mask);
+    ImportLayers layers = LayersOf(plan, rect.destX, rect.sourceX);
+    layers.layer[0].image = image;
+    layers.layer[0].y = rect.destY;
+    PictureEditor* const editors[] = {nullptr, &picture, mask};
+    for (int i = 1; i < layers.count; ++i) {
+        layers.layer[i].rowAt = EditorRow;
+        layers.layer[i].rows = editors[i];
+    }
+    WalkRuns({layers.layer, layers.count, rect.width, rect.height, way.yields ? image : nullptr, false, false},
+             [&](const RunSet& runs) { ImportRun(plan, layers, runs); });
 }
 
 // Everything behind the gate, its yield included. The mask may be nil.
@@ -87,7 +95,7 @@ void Import(ImageClassData* image, REALobject pictureObject, REALobject maskObje
     }
     if (ClipTransfer(&rect, SizeOf(image), {picture.editor.Width, picture.editor.Height})) {
         yield();
-        WalkRows(image, picture.editor, maskObject ? &mask.editor : nullptr, rect, way);
+        ImportRectangle(image, picture.editor, maskObject ? &mask.editor : nullptr, rect, way);
     }
     ClosePictureReader(mask.editor);
     ClosePictureReader(picture.editor);

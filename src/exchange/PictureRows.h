@@ -1,15 +1,9 @@
 #pragma once
-// What becomes of a row of a host picture in an image: the loops behind the import of pictures.
+// What becomes of a row of a host picture in an image: rules made ready, and the kernels for them.
 
-#include "core/RowSpan.h"
+#include "core/Walk.h"
 #include "exchange/PictureEditor.h"
-
-enum class ImportRule : unsigned char {
-    colours,      // the picture's samples as they are
-    constant,     // the same behind a constant alpha: 255, or 0 inverted
-    maskToAlpha,  // the same behind an alpha that is the mask's red, or its complement
-    blend,  // (mask * image + (255 - mask) * picture) / 255, channel by channel; inverted: by the mask's complement
-};
+#include "kernels/Import.h"
 
 // A rule made ready for an image, a picture and, where the rule has one, its mask.
 struct ImportPlan {
@@ -26,6 +20,17 @@ struct ImportPlan {
 // Red, green and blue in a pixel of one of the three types.
 ChannelSet ColoursOfPixelType(int pixelType);
 
+// The layers of an import, their rows still to be told: image, picture, and a mask where the rule has one. A kernel for
+// the whole of a row may reach all bytes of their pixels.
+struct ImportLayers {
+    Layer layer[3];
+    int count;
+};
+ImportLayers LayersOf(const ImportPlan& plan, std::int64_t imageX, std::int64_t pictureX);
+
+// Works the pixels of a walk over these layers.
+void ImportRun(const ImportPlan& plan, const ImportLayers& layers, const RunSet& runs);
+
 // The rows of one step and the place in them, in pixels. Picture and mask are read at the same columns.
 struct ImportRows {
     RowSpan image;
@@ -38,7 +43,7 @@ struct ImportRows {
 
 // Goes from left to right and decodes each pixel before it is written: where an image lies in the picture that is
 // drawn, what is read may already have been written. Bytes outside a row read 0 and are not written; where one of the
-// rows that the rule needs is nil, nothing happens.
+// rows that the rule needs is null, nothing happens.
 void ImportRow(const ImportPlan& plan, const ImportRows& rows);
 
 // The same, always pixel by pixel: what defines the result.

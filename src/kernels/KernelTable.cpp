@@ -13,7 +13,8 @@ struct Slot {
 #define SLOT(path) \
     { #path, offsetof(KernelTable, path) }
 #define SLOTS_2(path) SLOT(path[0]), SLOT(path[1])
-#define SLOTS_4(path) SLOTS_2(path), SLOT(path[2]), SLOT(path[3])
+#define SLOTS_3(path) SLOTS_2(path), SLOT(path[2])
+#define SLOTS_4(path) SLOTS_3(path), SLOT(path[3])
 #define SLOTS_5(path) SLOTS_4(path), SLOT(path[4])
 
 constexpr Slot kSlots[] = {
@@ -43,6 +44,11 @@ constexpr Slot kSlots[] = {
     SLOTS_5(touch.store),
     SLOTS_5(touch.complement),
     SLOTS_5(touch.layOver),
+    SLOTS_3(exports.pixels[0]),
+    SLOTS_3(exports.pixels[1]),
+    SLOTS_3(exports.pixels[2]),
+    SLOT(exports.nativeWords),
+    SLOT(exports.argbWords),
 };
 
 // Every pointer of the record has its name, and every name stands at its pointer.
@@ -64,6 +70,7 @@ void InitKernels_Plain(KernelTable* table) {
     InitConvert_Plain(&table->convert);
     InitWords_Plain(&table->words);
     InitTouch_Plain(&table->touch);
+    InitExport_Plain(&table->exports);
 }
 
 // Overwrites the slots that have a twin of that set.

@@ -11,6 +11,7 @@
 #include "kernels/Bytes.h"
 #include "kernels/Convert.h"
 #include "kernels/Cpu.h"
+#include "kernels/Export.h"
 #include "kernels/Matrix.h"
 #include "kernels/Pack.h"
 #include "kernels/Touch.h"
@@ -25,6 +26,7 @@ struct KernelTable {
     ConvertKernels convert;
     WordsKernels words;
     TouchKernels touch;
+    ExportKernels exports;
 };
 
 constexpr int kKernelSlots = static_cast<int>(sizeof(KernelTable) / sizeof(void (*)()));

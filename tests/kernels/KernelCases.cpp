@@ -112,6 +112,17 @@ void LayOver(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.touch.layOver[kCount - 1](RunOf(b.out, kCount, b.choice), units, weights);
 }
 
+template <int kColours, int kPixel>
+void Export(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kChannels[] = {1, 3, 4};
+    const PixelRun run = RunOf(b.in[0], kChannels[kColours], b.choice);
+    k.exports.pixels[kColours][kPixel](run.pixels, run.step, run.channels.offset, units, b.out);
+}
+
+ChannelSet ChannelsOfAWord(std::uint32_t choice) {
+    return AnyChannels(3, 4, choice);
+}
+
 const std::vector<KernelCase> kCases = {
     {"bytes.map",
      [](Kernels k, Bytes b, std::ptrdiff_t n) {
@@ -198,6 +209,24 @@ const std::vector<KernelCase> kCases = {
     {"touch.layOver[2]", LayOver<3>},
     {"touch.layOver[3]", LayOver<4>},
     {"touch.layOver[4]", LayOver<5>},
+
+    {"exports.pixels[0][0]", Export<0, 0>},
+    {"exports.pixels[0][1]", Export<0, 1>},
+    {"exports.pixels[0][2]", Export<0, 2>},
+    {"exports.pixels[1][0]", Export<1, 0>},
+    {"exports.pixels[1][1]", Export<1, 1>},
+    {"exports.pixels[1][2]", Export<1, 2>},
+    {"exports.pixels[2][0]", Export<2, 0>},
+    {"exports.pixels[2][1]", Export<2, 1>},
+    {"exports.pixels[2][2]", Export<2, 2>},
+    {"exports.nativeWords",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         k.exports.nativeWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out);
+     }},
+    {"exports.argbWords",
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         k.exports.argbWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out);
+     }},
 };
 
 }  // namespace
