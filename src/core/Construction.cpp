@@ -7,80 +7,18 @@
 #include <cstring>
 
 #include "core/Formats.h"
+#include "host/ClassTables.h"
 #include "core/RowAccess.h"
 #include "core/Storage.h"
-#include "host/ClassTables.h"
+#include "core/Teardown.h"
 #include "host/Platform.h"
 
 ImageClassData* ImageDataOf(REALobject object) {
     return reinterpret_cast<ImageClassData*>(reinterpret_cast<char*>(object) + ImageClass.hostSlot);
 }
 
-// --- teardown -------------------------------------------------------------------------------------------------------
-
-static void DropObject(REALobject* object) {
-    if (!*object) return;
-    REALUnlockObject(*object);
-    *object = nullptr;
-}
-
-// The file is scratch storage: it never outlives the image. A file-backed image that was closed before comes here
-// again with descriptor 0 and without a path.
-static void RemoveFile(ImageClassData* record) {
-    const int truncated = ftruncate(record->FileHandle, 0);
-    static_cast<void>(truncated);  // the file goes away in any case
-    close(record->FileHandle);
-    if (record->FilePath) unlink(record->FilePath);
-    record->FileHandle = 0;
-}
-
-static void Teardown(ImageClassData* record) {
-    // Only an image that owns its storage takes it from its views.
-    const bool ownsFile = record->OwnsFile && record->IsMapping;
-    if (record->OwnsBuffer || ownsFile) MarkStorageGone(record);
-    // The descriptor may by now be that of another image's file, which is then the one that is cut off.
-    if (ownsFile) MarkFileGone(record->FileHandle);
-    if (record->OwnsBuffer && record->Pixels) {
-        if (!LeaveToPins(record)) std::free(record->Pixels);
-        record->Pixels = nullptr;
-    }
-    UnmapWindow(record);
-    if (ownsFile) RemoveFile(record);
-    record->Pixels = nullptr;
-    record->OwnsBuffer = false;
-    record->GetRow = nullptr;
-    if (record->DataString) {
-        REALUnlockString(record->DataString);
-        record->DataString = nullptr;
-    }
-    DropObject(&record->Parent);
-    DropObject(&record->MemoryTarget);
-    DropObject(&record->FileItem);
-    DropObject(&record->Target);
-    std::free(record->FilePath);
-    record->FilePath = nullptr;
-    ReleaseStorageMark(record);
-    record->StorageBytes = 0;
-    record->WindowBytes = 0;
-}
-
 void ImageDestructor(REALobject object) {
     Teardown(ImageDataOf(object));
-}
-
-void ReleaseEarlierStorage(ImageClassData* record) {
-    const bool closed = !record->GetRow;
-    if (closed) record->OwnsFile = false;  // its file is gone already
-    Teardown(record);
-    record->OwnsFile = false;
-    record->IsMapping = false;
-    record->RowPointers = nullptr;
-    record->TableRows = 0;
-    record->RowOffset = 0;
-    record->FileHandle = 0;
-    record->MappingBlockSize = 0;
-    record->MappedFirstRow = 0;
-    record->MappedLastRow = 0;
 }
 
 // --- constructors ---------------------------------------------------------------------------------------------------
@@ -89,8 +27,8 @@ void ImageConstructor(REALobject object, int width, int height, int format) {
     ImageClassData* const record = ImageDataOf(object);
     if (!InitImageClassData(record, width, height, format)) return;
     const PlainSize size = PlainSizeOf(record);
-    // Too large for memory, also where the size would wrap to a small or negative one: a quiet way out. Applications ask
-    // CanAllocateImage or look at Valid.
+    // Too large for memory, also where the size would wrap to a small or negative one: a quiet way out. Applications
+    // ask CanAllocateImage or look at Valid.
     if (size.trueTotal >= kPlainImageLimit) return;
     std::uint8_t* const pixels = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size.total), 1));
     if (!pixels) {

@@ -18,9 +18,5 @@ void ImageConstructorFile(REALobject object, int width, int height, int format, 
 // Destructor of the class and method Close. Clears neither Valid nor the dimensions.
 void ImageDestructor(REALobject object);
 
-// For constructors, before they install their storage: what an earlier construction of the same object left is given
-// back.
-void ReleaseEarlierStorage(ImageClassData* record);
-
 REALobject GetMemory(REALobject object, REALword);  // memory block over Pixels, or nil
 std::int64_t GetTotalSizeInt64(REALobject object, REALword);

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "core/Channels.h"
-#include "core/Construction.h"
 #include "core/Formats.h"
 #include "core/RowAccess.h"
+#include "core/Teardown.h"
 #include "host/GDImage.h"
 #include "host/QuickDraw.h"
 

@@ -63,7 +63,7 @@ static REALobject NewView(ImageClassData* source) {
 
 // --- one channel ----------------------------------------------------------------------------------------------------
 
-REALobject NewChannelImageZOR(REALobject object, int offset) {
+static REALobject NewChannelImageZOR(REALobject object, int offset) {
     ImageClassData* const source = ImageDataOf(object);
     const REALobject result = NewView(source);
     if (!result) return nullptr;

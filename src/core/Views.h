@@ -4,8 +4,6 @@
 
 #include "core/ImageClassData.h"
 
-REALobject NewChannelImageZOR(REALobject object, int offset);
-
 REALobject AlphaChannel(REALobject object);
 REALobject RedChannel(REALobject object);
 REALobject GreenChannel(REALobject object);

@@ -78,7 +78,7 @@ REALobject ExportChannels(ImageClassData* record, const ChannelSet& channels, Co
 
 }  // namespace
 
-REALobject CopyGWorldG(ImageClassData* record) {
+static REALobject CopyGWorldG(ImageClassData* record) {
     constexpr std::int16_t kGrayTable = 40;  // the 8-bit gray colours
     return ExportChannels(record, OffsetsOf(record, {ChannelId::gray}), GetCTable(kGrayTable));
 }

@@ -1,6 +1,6 @@
 #pragma once
 // CopyGWorld: the whole image as a QuickDraw GWorld that an object of the application's class GWorldZOR owns. Gray
-// images become 8 bits, RGB images 24 bits or, with alpha, 32 bits; other families give nil.
+// images become 8 bits, without their alpha, RGB images 24 bits or, with alpha, 32 bits; other families give nil.
 //
 // The object is locked once for the caller and the pixels of its GWorld stay locked: unlocking them belongs to
 // GWorldZOR. Nil where there is no QuickDraw or no such class. QuickDraw counts pixels in 16 bits: sides above 32767
@@ -9,6 +9,3 @@
 #include "core/ImageClassData.h"
 
 REALobject CopyGWorld(REALobject object);
-
-// The branch for gray images; alpha is left out.
-REALobject CopyGWorldG(ImageClassData* record);

@@ -278,9 +278,9 @@ TEST_F(GWorldExport, ShowsNothingOfAnImageThatIsClosedInTheYield) {
     Dispose(instance);
 }
 
-TEST_F(GWorldExport, BranchesForGrayImagesByItself) {
+TEST_F(GWorldExport, LeavesTheAlphaOfGrayImagesOut) {
     const TestImage image = Noise(6, 2, ImageFormatGA);
-    const REALobject instance = CopyGWorldG(image.record());
+    const REALobject instance = CopyGWorld(image.object());
     ASSERT_TRUE(instance);
     EXPECT_EQ(WorldOf(instance)->bits, 8);
     EXPECT_EQ(WorldOf(instance)->Row(1)[5], image->GetRow(image.record(), 1)[10]);
