@@ -7,8 +7,8 @@
 
 #include "core/Construction.h"
 #include "core/ImageClassData.h"
+#include "core/RegisteredClasses.h"
 #include "core/RowAccess.h"
-#include "host/ClassTables.h"
 
 class BenchImage {
 public:

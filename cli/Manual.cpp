@@ -5,7 +5,7 @@
 #include "Help.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
-#include "host/Version.h"
+#include "plugin/Version.h"
 
 namespace {
 

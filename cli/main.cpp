@@ -12,7 +12,7 @@
 #include "Storage.h"
 #include "files/Cleanup.h"
 #include "files/StandardStreams.h"
-#include "host/Version.h"
+#include "plugin/Version.h"
 
 namespace {
 

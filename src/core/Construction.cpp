@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "core/Formats.h"
-#include "host/ClassTables.h"
+#include "core/RegisteredClasses.h"
 #include "core/RowAccess.h"
 #include "core/Storage.h"
 #include "core/Teardown.h"

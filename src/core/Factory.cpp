@@ -1,7 +1,7 @@
 #include "core/Factory.h"
 
 #include "core/Construction.h"
-#include "host/ClassTables.h"
+#include "core/RegisteredClasses.h"
 
 static REALobject globalFactory = nullptr;
 
@@ -12,9 +12,8 @@ static bool IsLargeEnough(REALobject image, int width, int height) {
 }
 
 static REALobject AskFactory(REALobject factory, int width, int height, int format) {
-    using NewPicture = REALobject (*)(REALobject, int, int, int);
     if (!factory) return nullptr;
-    const auto newPicture = reinterpret_cast<NewPicture>(REALGetEventInstance(factory, ImageFactoryEvents));
+    const auto newPicture = reinterpret_cast<NewPictureEvent*>(REALGetEventInstance(factory, ImageFactoryEvents));
     if (!newPicture) return nullptr;
     const REALobject image = newPicture(factory, width, height, format);
     if (!image || IsLargeEnough(image, width, height)) return image;

@@ -10,7 +10,6 @@
 #include "core/Formats.h"
 #include "core/RowAccess.h"
 #include "exchange/CopyPixels.h"
-#include "host/ClassTables.h"
 
 namespace {
 
@@ -162,41 +161,6 @@ TEST_F(Combine, ShorterFormsForwardToTheLongest) {
                                           4, 1, form.fore, form.maskColour));
             EXPECT_TRUE(SameStorage(SnapshotOf(long_), SnapshotOf(short_), short_));
         }
-    }
-}
-
-TEST_F(Combine, IsTheFirstTenRowsWithOneFunctionForIntegerAndForColorArguments) {
-    const std::string head = "Image As PictureZOR, ", mask = "Mask As PictureZOR, ";
-    const std::string rectangle =
-        "DestX As Integer, DestY As Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As "
-        "Integer, UseColours As Boolean";
-    struct Row {
-        bool preMultiplied;
-        std::string colours;
-        const void* function;
-    };
-    const auto address = [](auto* function) { return reinterpret_cast<const void*>(function); };
-    const Row rows[] = {
-        {false, ", ForeColour As Integer, MaskColour As Integer", address(PictureCombine1)},
-        {false, ", ForeColour As color, MaskColour As color", address(PictureCombine1)},
-        {false, ", ForeColour As Integer", address(PictureCombine2)},
-        {false, ", ForeColour As color", address(PictureCombine2)},
-        {false, "", address(PictureCombine3)},
-        {true, ", ForeColour As Integer, MaskColour As Integer", address(PictureCombine1pm)},
-        {true, ", ForeColour As color, MaskColour As color", address(PictureCombine1pm)},
-        {true, ", ForeColour As Integer", address(PictureCombine2pm)},
-        {true, ", ForeColour As color", address(PictureCombine2pm)},
-        {true, "", address(PictureCombine3pm)},
-    };
-    for (const Row& row : rows) {
-        const std::string declaration = "Combine(" + head +
-                                        (row.preMultiplied ? "PreMultipliedSource as boolean, " : "") + mask +
-                                        rectangle + row.colours + ") as boolean";
-        const REALmethodDefinition& method = ImageClass.methods[&row - rows];
-        EXPECT_EQ(method.declaration, declaration);
-        EXPECT_EQ(reinterpret_cast<const void*>(method.function), row.function) << declaration;
-        EXPECT_EQ(method.setterFunction, nullptr) << declaration;
-        EXPECT_EQ(method.flags, 0) << declaration;
     }
 }
 

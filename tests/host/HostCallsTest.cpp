@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "host/ClassTables.h"
+#include "core/RegisteredClasses.h"
 #include "support/FakeHost.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <new>
 
-#include "host/ClassTables.h"
+#include "core/RegisteredClasses.h"
 #include "host/HostCalls.h"
 #include "support/FakeText.h"
 

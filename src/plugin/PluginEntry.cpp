@@ -1,4 +1,4 @@
-#include "host/PluginEntry.h"
+#include "plugin/PluginEntry.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -6,9 +6,9 @@
 #include <ctime>
 
 #include "core/Formats.h"
-#include "host/ClassTables.h"
 #include "host/HostCalls.h"
 #include "host/Platform.h"
+#include "plugin/ClassTables.h"
 
 // The host knows console pictures from this version on.
 constexpr double kFirstHostWithConsolePictures = 2010.029;
@@ -68,6 +68,7 @@ void MyREALRegisterClass(REALclassDefinition* definition) {
 void PluginEntry() {
     std::srand(static_cast<unsigned>(std::time(nullptr)));
     GetAllocationGranularity();
+    DescribeClasses();
     FixConstants(&ImageClass, 0, false, false);
     FixConsoleFlags(&ImageClass);
     FixConsoleFlags(&ImageFactoryClass);

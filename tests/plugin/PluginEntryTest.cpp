@@ -1,12 +1,12 @@
-#include "host/PluginEntry.h"
+#include "plugin/PluginEntry.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 
 #include "core/Formats.h"
-#include "host/ClassTables.h"
 #include "host/HostCalls.h"
+#include "plugin/ClassTables.h"
 #include "support/FakeHost.h"
 
 namespace {

@@ -1,0 +1,4 @@
+#include "core/RegisteredClasses.h"
+
+REALclassDefinition ImageClass{};
+REALevent ImageFactoryEvents[1]{};
