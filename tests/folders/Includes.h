@@ -1,0 +1,32 @@
+#pragma once
+// Which folder of the engine may include what of which other.
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// The order of the folders of src/, highest first. A folder may include itself and what lies below it; folders of one
+// row do not know each other.
+inline const std::vector<std::vector<std::string>> kFoldersFromTheTop = {
+    {"plugin"}, {"filters", "scale", "compositing", "exchange"}, {"core"}, {"host"}, {"kernels"}};
+
+// A header that a folder may include although the order does not allow it.
+struct AllowedInclude {
+    std::string folder;  // from the top of the repository
+    std::string header;
+};
+
+inline const std::vector<AllowedInclude> kAllowedIncludes = {
+    // Combine lays images over each other by the same gate and rectangles as copies, and some of its forms are copies.
+    {"src/compositing", "exchange/Clipping.h"},
+    {"src/compositing", "exchange/CopyPixels.h"},
+    // Both sides of the binary interface share its one header.
+    {"runtime", "host/HostInterface.h"},
+    // The program shows the version of the whole product.
+    {"cli", "plugin/Version.h"},
+};
+
+// What is wrong with the includes of src/, runtime/ and cli/ below root, one line each and sorted: the file with its
+// line, the include, and why. A folder of src/ without a place in the order and an entry of `allowed` that nothing
+// needs are wrong too.
+std::vector<std::string> WrongIncludes(const std::filesystem::path& root, const std::vector<AllowedInclude>& allowed);
