@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "core/Yield.h"
 #include "host/HostCalls.h"
 
 struct ImageClassData;

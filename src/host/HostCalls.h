@@ -72,17 +72,3 @@ REALobject REALGetPictureMask(REALobject picture, int create);
 void REALYieldToRB();
 // Sorts the running application into IsDesktop or IsConsole by the application class that exists.
 void CheckApplication();
-
-// First fields of every image record: how often a long method gives the host a turn.
-struct YieldData {
-    int YieldTicks;     // least distance between two yields, in sixtieths of a second; 0 or less never yields
-    int LastYieldTick;  // tick count at the last yield
-
-    // Yields to the host if YieldTicks have passed. Call it only where YieldTicks is above 0.
-    void DoYield();
-};
-
-// The guarded form that every long method uses.
-inline void YieldIfAsked(YieldData* yield) {
-    if (yield->YieldTicks > 0) yield->DoYield();
-}

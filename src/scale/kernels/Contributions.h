@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "host/HostCalls.h"
+#include "core/Yield.h"
 #include "scale/kernels/Kernels.h"
 
 struct Contribution {
