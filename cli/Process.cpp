@@ -56,10 +56,10 @@ std::vector<double> Efforts(const ImageShape& shape, const std::vector<EffectCal
     std::vector<double> efforts = {ReadingEffort(shape)};
     ImageShape source = shape;
     for (std::size_t i = 0; i < calls.size(); ++i) {
-        efforts.push_back(EffectEffort(calls[i].row->name, source, shapes[i]));
+        efforts.push_back(EffectEffort(*calls[i].row, source, shapes[i]));
         source = shapes[i];
     }
-    efforts.push_back(WritingEffort(outputCodec.name, source));
+    efforts.push_back(WritingEffort(outputCodec, source));
     return efforts;
 }
 

@@ -132,10 +132,10 @@ Resolution InUnit(const Resolution& resolution, Resolution::Unit unit) {
 const std::vector<Codec>& Codecs() {
     constexpr std::int64_t kMostSide = 2147483647;  // of an image
     static const std::vector<Codec> codecs = {
-        {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng},
-        {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, false, WriteJpeg},
-        {"WebP", {".webp"}, 16383, IsWebp, OpenWebp, WebpRefuses, WithoutGray, true, true, WriteWebp},
-        {"TIFF", {".tif", ".tiff"}, kMostSide, IsTiff, OpenTiff, RefusesNothing, AsItIs, true, true, WriteTiff},
+        {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng, 25},
+        {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, false, WriteJpeg, 4},
+        {"WebP", {".webp"}, 16383, IsWebp, OpenWebp, WebpRefuses, WithoutGray, true, true, WriteWebp, 60},
+        {"TIFF", {".tif", ".tiff"}, kMostSide, IsTiff, OpenTiff, RefusesNothing, AsItIs, true, true, WriteTiff, 15},
         {"PBM", {}, kMostSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, true, nullptr},
         {"PGM", {".pgm"}, kMostSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, true, WritePgm},
         {"PPM", {".ppm"}, kMostSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, true, WritePpm},

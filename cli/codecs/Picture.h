@@ -83,6 +83,7 @@ struct Codec {
     // Writes the image with the tags that fit the format and the stored kind. RunError. Null: the format is read only.
     void (*write)(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
                   const RowTick& tick);
+    double effort = 1;  // of writing: about so many nanoseconds for a byte of the image
 };
 
 const std::vector<Codec>& Codecs();

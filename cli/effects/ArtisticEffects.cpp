@@ -80,7 +80,8 @@ std::vector<EffectRow> ArtisticEffects() {
          {{"range", kInteger, "3", 0, 100, {}, "pixels to each side of the square"},
           {"levels", kInteger, "20", 1, 256, {}, "classes; fewer make larger dabs"}},
          nullptr,
-         RunOil},
+         RunOil,
+         60},
         {"diffuse",
          "Artistic",
          "Scatter pixels at random",
@@ -91,7 +92,8 @@ std::vector<EffectRow> ArtisticEffects() {
          {{"level", kInteger, "2", 0, 1000, {}, "how far pixels come, at most"},
           {"seed", kInteger, "1", 0, 2147483647, {}, "where the random numbers start"}},
          nullptr,
-         RunDiffuse},
+         RunDiffuse,
+         6},
         {"engrave",
          "Artistic",
          "A relief, as if engraved",
@@ -123,6 +125,7 @@ std::vector<EffectRow> ArtisticEffects() {
           {"black", ArgumentType::Colour, "#000000", 0, 0, {}, "what dark values become"},
           {"white", ArgumentType::Colour, "#FFFFFF", 0, 0, {}, "what light values become"}},
          nullptr,
-         RunStamp},
+         RunStamp,
+         6},
     };
 }

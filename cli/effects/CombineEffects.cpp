@@ -174,6 +174,7 @@ std::vector<EffectRow> CombineEffects() {
           {"maskcolour", ArgumentType::Colour, "", 0, 0, {}, "one mask for all pixels"},
           {"premultiplied", ArgumentType::Flag, "", 0, 0, {}, "the colours of FILE count as multiplied"}},
          PlanCombine,
-         RunCombine},
+         RunCombine,
+         4},
     };
 }

@@ -106,6 +106,7 @@ std::vector<EffectRow> GeometryEffects() {
           {"background", ArgumentType::ColourAlpha, "", 0, 0, {}, "colour of the corners"},
           {"slow", ArgumentType::Flag, "", 0, 0, {}, "90 and 270 degrees pixel by pixel, with the same result"}},
          PlanRotate,
-         RunRotate},
+         RunRotate,
+         4},
     };
 }

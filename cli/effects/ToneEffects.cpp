@@ -219,6 +219,7 @@ std::vector<EffectRow> ToneEffects() {
          {{"matrix", ArgumentType::Choice, nullptr, 0, 0, MatrixWords(), "the pattern"},
           {"levels", ArgumentType::Integer, nullptr, 2, 256, {}, "values of each channel"}},
          nullptr,
-         RunDither},
+         RunDither,
+         2},
     };
 }
