@@ -18,6 +18,7 @@ namespace {
 
 REALresolver gResolver = nullptr;
 double gVersion = 0;
+std::string gCpu;            // what the environment named at the start; "-" for nothing
 int gGuards = 0;             // resources held inside calls
 std::string gLog;            // what teardowns did, in order
 REALobject gKept = nullptr;  // an object that the plug-in keeps, locked
@@ -454,6 +455,9 @@ REALstring SharedTakeLog() {
 double SharedHostVersion() {
     return gVersion;
 }
+REALstring SharedCpu() {
+    return BuildString(gCpu);
+}
 int SharedGuards() {
     return gGuards;
 }
@@ -472,6 +476,7 @@ void SharedKeep(REALobject object) {
 REALmethodDefinition gProbeShared[] = {
     {F(SharedTakeLog), nullptr, "TakeLog as string", kAll},
     {F(SharedHostVersion), nullptr, "HostVersion as double", kAll},
+    {F(SharedCpu), nullptr, "Cpu as string", kAll},
     {F(SharedGuards), nullptr, "Guards as integer", kAll},
     {F(SharedClassExists), nullptr, "ClassExists(name as string) as boolean", kAll},
     {F(SharedServiceExists), nullptr, "ServiceExists(name as string) as boolean", kAll},
@@ -646,6 +651,8 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolv
     _Unwind_Backtrace([](_Unwind_Context*, void*) { return _URC_END_OF_STACK; }, nullptr);
     if (auto* const registerVersion = Service<void(int)>("RegisterPluginVersion")) registerVersion(9);
     if (auto* const version = Service<double()>("REALGetRBVersion")) gVersion = version();
+    const char* const cpu = std::getenv("ZOR_CPU");
+    gCpu = cpu ? cpu : "-";
     FillTables();
     for (REALclassDefinition* definition :
          {&gProbeClass, &gSubProbeClass, &gMakerClass, &gKeeperClass, &gFactoryClass}) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <stdexcept>
+
 #include "TestHost.h"
 
 namespace zorhost {
@@ -160,6 +163,72 @@ TEST(Plugins, AreTakenUpByALaterHost) {
     other.version = 2011.0;
     EXPECT_NE(ErrorOf([&] { Host third(other); }).find("another world, version"), std::string::npos);
     std::filesystem::remove(plugin);
+}
+
+// What ZOR_CPU is while this lives; null: it is not there.
+struct CpuVariable {
+    explicit CpuVariable(const char* value) {
+        if (const char* const found = std::getenv("ZOR_CPU")) before = found;
+        Set(value);
+    }
+    ~CpuVariable() { Set(before ? before->c_str() : nullptr); }
+    static void Set(const char* value) {
+        if (value)
+            setenv("ZOR_CPU", value, 1);
+        else
+            unsetenv("ZOR_CPU");
+    }
+    static std::string Text() {
+        const char* const value = std::getenv("ZOR_CPU");
+        return value ? value : "-";
+    }
+    std::optional<std::string> before;
+};
+
+TEST(Plugins, SeeTheInstructionSetThatIsAskedForAtTheirStart) {
+    for (const char* const outside : {static_cast<const char*>(nullptr), "sse4"}) {
+        const CpuVariable variable(outside);
+        const std::string before = CpuVariable::Text();
+        for (const std::string cpu : {"", "plain", "sse4", "avx2", "neon"}) {
+            TestHost test({.cpu = cpu});
+            EXPECT_EQ(CpuVariable::Text(), before) << cpu;
+            EXPECT_EQ(test.host.CallShared("Probe", "Cpu").AsText(), cpu.empty() ? before : cpu);
+        }
+    }
+}
+
+TEST(Plugins, AreNotStartedForAnUnknownInstructionSet) {
+    const CpuVariable variable("avx2");
+    for (const std::string cpu : {"fast", "SSE4", "plain "}) {
+        EXPECT_EQ(ErrorOf([&] { Host host({.plugin = TEST_PLUGIN, .cpu = cpu}); }),
+                  "unknown instruction set \"" + cpu + "\"; known are plain, sse4, avx2, neon");
+    }
+    EXPECT_EQ(CpuVariable::Text(), "avx2");
+    EXPECT_EQ(Host::Current(), nullptr);
+}
+
+TEST(Plugins, KeepTheInstructionSetOfTheirStart) {
+    const std::filesystem::path plugin = FreshCopyOf(TEST_PLUGIN);
+    { Host first({.plugin = plugin, .cpu = "plain"}); }
+    {
+        Host second({.plugin = plugin, .cpu = "plain"});
+        EXPECT_EQ(second.CallShared("Probe", "Cpu").AsText(), "plain");
+    }
+    EXPECT_NE(ErrorOf([&] { Host third({.plugin = plugin, .cpu = "avx2"}); }).find("instruction set"),
+              std::string::npos);
+    std::filesystem::remove(plugin);
+}
+
+TEST(Plugins, LeaveTheEnvironmentAsItWasWhereTheirStartFails) {
+    const CpuVariable variable(nullptr);
+    const PluginMain failing = [](void* (*)(const char*)) { throw std::runtime_error(CpuVariable::Text()); };
+    try {
+        Host host({.entry = failing, .cpu = "plain"});
+        ADD_FAILURE() << "the start did not fail";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "plain");
+    }
+    EXPECT_EQ(CpuVariable::Text(), "-");
 }
 
 // A plug-in that is linked into the program.

@@ -36,11 +36,17 @@ enum class PictureStorage { ByWorld, GD, GWorld };
 // The entry of a plug-in; it is given the function that finds host services by name.
 using PluginMain = void (*)(void* (*resolver)(const char* name));
 
+// The instruction sets are "plain" (no vectors), "sse4", "avx2" and "neon". Of those that the processor has, the
+// plug-in uses the best up to the one named in `cpu`; results are the same with each. Empty: the best of all, or up to
+// what the program's own environment names in ZOR_CPU. The plug-in reads that variable at its start and at no other
+// time: a host that is asked for an instruction set puts it there while the entry runs, and then puts back what was
+// there before. No other thread should use the environment meanwhile.
 struct HostOptions {
     std::filesystem::path plugin = {};  // the library to open
     PluginMain entry = nullptr;         // or the entry of a plug-in that is linked into the program
     World world = World::Console;
     double version = 2020.01;                           // of the host, as the plug-in is told it
+    std::string cpu = {};                               // the highest instruction set it may use; see above
     std::set<std::string> missing = {};                 // names of services that this host does not have
     std::function<void()> onYield = {};                 // see SetYield
     PictureStorage pictures = PictureStorage::ByWorld;  // QuickDraw answers where they are GWorlds
@@ -67,17 +73,18 @@ using EventFunction = std::function<Value(std::span<const Value> args)>;
 using FactoryFunction = std::function<Object(int width, int height, int format)>;
 
 // One at a time in a process. A plug-in is started once in the life of the process and stays loaded; a later Host for
-// the same plug-in goes on with the classes that it registered, and must ask for the same world, version and services.
-// At its end the Host tears down every object that is still alive.
+// the same plug-in goes on with the classes that it registered, and must ask for the same world, version, instruction
+// set and services. At its end the Host tears down every object that is still alive.
 class Host {
 public:
-    // Throws Error: the library does not open or has no entry, a declaration is malformed, a Host exists already.
+    // Throws Error: the library does not open or has no entry, a declaration is malformed, the instruction set is none
+    // that is known, a Host exists already.
     explicit Host(HostOptions options);
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
 
-    static Host* Current();  // nil where there is none
+    static Host* Current();  // null where there is none
 
     // A new object. The form of "Constructor" that fits is run on it; without arguments none need exist.
     // Throws as Object::Call does, and Error for an unknown class.
