@@ -9,10 +9,10 @@ namespace zorhost::runtime {
 // words that identify its events. The tables themselves must stay. Throws Error for a table that makes no sense.
 void RegisterClass(Runtime& host, REALclassDefinition* definition);
 
-const Class* FindClass(const Runtime& host, std::string_view name);  // nil for an unknown one
+const Class* FindClass(const Runtime& host, std::string_view name);  // null for an unknown one
 const Class& NeedClass(const Runtime& host, std::string_view name);  // throws Error
 
-// The property of that name with the class that declares it; nil if there is none.
+// The property of that name with the class that declares it; null if there is none.
 struct OwnedProperty {
     const Class* owner = nullptr;
     Property* property = nullptr;

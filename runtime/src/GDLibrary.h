@@ -25,7 +25,7 @@ struct GDLibrary {
     decltype(&::gdClearErrorMethod) ClearErrorMethod;
 };
 
-// Nil where it cannot be opened; that is tried once in a process.
+// Null where it cannot be opened; that is tried once in a process.
 const GDLibrary* FindGD();
 // The same, but throws Error with what is wrong.
 const GDLibrary& NeedGD();

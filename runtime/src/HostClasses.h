@@ -36,7 +36,7 @@ void AddHostClasses(Runtime& host);
 
 std::string ExceptionMessage(const ObjectRecord& exception);
 
-// A block with that much zero-filled memory, locked for the caller. Nil where memory runs out; size is 0 or more.
+// A block with that much zero-filled memory, locked for the caller. Null where memory runs out; size is 0 or more.
 REALobject NewMemoryBlock(Runtime& host, std::int64_t size, std::string origin);
 REALobject NewMemoryBlockOver(Runtime& host, void* address, std::string origin);
 

@@ -32,17 +32,17 @@ struct GraphicsData : NativeData {
 };
 
 // A white picture of the host's storage, locked for the caller. On the desktop of 32, 24, 16, 8 or 1 bits; GD images
-// are true colour from 16 bits on and have a palette of grays at 8 and 1. Nil for any other depth, for a side below 1
+// are true colour from 16 bits on and have a palette of grays at 8 and 1. Null for any other depth, for a side below 1
 // or above kLongestSide, and where memory runs out.
 REALobject NewPicture(Runtime& host, int width, int height, int depth, std::string origin);
 
 // The picture's mask, locked for the caller. With create, one of the same size is made where there is none.
 REALobject MaskOf(Runtime& host, REALobject picture, bool create);
-// Takes the place of the mask there was; nil takes that away. A picture that is its own mask, by itself or by the mask
+// Takes the place of the mask there was; null takes that away. A picture that is its own mask, by itself or by the mask
 // of its mask, is refused with false.
 bool SetMask(Runtime& host, PictureData& picture, REALobject mask);
 
-// An object that draws into the picture, locked for the caller; nil for what is no picture with pixels.
+// An object that draws into the picture, locked for the caller; null for what is no picture with pixels.
 REALobject NewGraphics(Runtime& host, REALobject picture, std::string origin);
 
 // The classes Picture and Graphics, and GWorldZOR where the host has it.

@@ -53,7 +53,7 @@ Value ReadValue(Runtime& host, const void* address, const Type& type, Ownership 
 // Writes a value there; a handle that is written brings a lock along.
 void WriteValue(Runtime& host, void* address, const Type& type, const Value& value);
 
-// Calls a function of the plug-in on behalf of type, which may be nil. Throws HostException for what it raised.
+// Calls a function of the plug-in on behalf of type, which may be null. Throws HostException for what it raised.
 // The result's handles are ours.
 Value CallFunction(Runtime& host, const Class* type, std::string label, REALfunction function, CallInterface& interface,
                    Arguments& arguments, const Type& result);

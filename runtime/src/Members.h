@@ -11,11 +11,11 @@ namespace zorhost::runtime {
 Method& ChooseMethod(const Runtime& host, std::deque<Method>& methods, const std::string& label, std::string_view name,
                      std::span<const Value> args, const Value* assigned);
 
-// Runs a method on an object, or a shared one with a nil object. args may leave out optional parameters.
+// Runs a method on an object, or a shared one with a null object. args may leave out optional parameters.
 Value RunMethod(Runtime& host, const Class& type, Method& method, REALobject object, std::string label,
                 std::span<const Value> args, const Value* assigned);
 
-// The methods of that name in the class or the nearest one above that has any; nil if none has.
+// The methods of that name in the class or the nearest one above that has any; null if none has.
 std::deque<Method>* MethodsNamed(const Class& type, std::string_view name);
 
 // Properties of an object, of the plug-in's and the host's classes alike. Throw Error for one that does not exist, is

@@ -14,7 +14,7 @@ constexpr std::size_t kObjectHeader = 48;
 // A new object with one lock for the caller and the constructors of its classes run. Throws std::bad_alloc.
 REALobject NewObject(Runtime& host, const Class& type, std::string origin);
 
-// Nil for a handle that is not alive.
+// Null for a handle that is not alive.
 ObjectRecord* FindObject(Runtime& host, REALobject object);
 const ObjectRecord* FindObject(const Runtime& host, REALobject object);
 
@@ -22,7 +22,7 @@ void LockObject(Runtime& host, REALobject object);
 // The last lock to go tears the object down. A handle that is not alive is a fault.
 void UnlockObject(Runtime& host, REALobject object);
 
-// The data of an object that is of that native kind, or nil.
+// The data of an object that is of that native kind, or null.
 template <class Data>
 Data* NativeOf(Runtime& host, REALobject object) {
     ObjectRecord* const record = object ? FindObject(host, object) : nullptr;

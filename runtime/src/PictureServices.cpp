@@ -8,7 +8,7 @@
 
 namespace zorhost::runtime {
 
-// Nil, and a fault, for what is no picture; nil alone for nil.
+// Null, and a fault, for what is no picture; null alone for null.
 static PictureData* PictureOfCall(Runtime* host, const char* service, REALobject picture) {
     if (!host || !picture) return nullptr;
     PictureData* const data = NativeOf<PictureData>(*host, picture);

@@ -110,7 +110,7 @@ std::vector<const GWorld*> OwnerlessGWorlds(const Runtime& host) {
 
 // --- the ten calls -------------------------------------------------------------------------------------------------
 
-// Nil where QuickDraw is not there, or is to fail.
+// Null where QuickDraw is not there, or is to fail.
 static Runtime* EnterQuickDraw(const char* call) {
     Runtime* const host = Enter(call);
     return host && HasQuickDraw(*host) && !host->options.missing.contains(call) ? host : nullptr;

@@ -34,10 +34,10 @@ struct GWorld {
 // Whether QuickDraw is there.
 bool HasQuickDraw(const Runtime& host);
 
-// A GWorld of zeros. Nil for a depth that is none of the five, for a side below 1, and where memory runs out.
+// A GWorld of zeros. Null for a depth that is none of the five, for a side below 1, and where memory runs out.
 GWorld* NewGWorldRecord(Runtime& host, int width, int height, int depth, std::string origin);
-void FreeGWorld(Runtime& host, GWorld* gworld);                // nil is allowed
-GWorld* FindGWorld(const Runtime& host, const void* address);  // nil for what is none that is alive
+void FreeGWorld(Runtime& host, GWorld* gworld);                // null is allowed
+GWorld* FindGWorld(const Runtime& host, const void* address);  // null for what is none that is alive
 
 // Those that neither a picture nor a GWorldZOR owns, oldest first.
 std::vector<const GWorld*> OwnerlessGWorlds(const Runtime& host);
@@ -46,7 +46,7 @@ std::vector<const GWorld*> OwnerlessGWorlds(const Runtime& host);
 // GWorld goes with the object, whatever locks its pixels have.
 struct GWorldObjectData : NativeData {
     ~GWorldObjectData() override;
-    GWorld* Owned() const;  // nil: it owns none
+    GWorld* Owned() const;  // null: it owns none
     std::optional<Value> Get(std::string_view property) const override;
 };
 

@@ -60,7 +60,7 @@ struct Event {
 struct Class {
     std::string name;
     const Class* super = nullptr;
-    REALclassDefinition* definition = nullptr;              // nil for the host's own classes
+    REALclassDefinition* definition = nullptr;              // null for the host's own classes
     std::unique_ptr<NativeData> (*makeNative)() = nullptr;  // for the host's own classes that hold something
     ClassDescription about;
     std::deque<Method> methods;
@@ -114,12 +114,12 @@ struct Runtime {
     std::string startError;                                // the first thing wrong in a registration
     std::unordered_map<REALobject, ObjectRecord> objects;  // every object that is alive
     std::unordered_map<REALstring, StringEntry> strings;
-    std::unordered_map<REALarray, ArrayRecord> arrays;           // arguments of the calls under way
-    std::vector<CallFrame*> frames;                              // calls under way, innermost last
-    std::vector<std::unique_ptr<EventClosure>> retiredClosures;  // may still be running; freed between calls
+    std::unordered_map<REALarray, ArrayRecord> arrays;                 // arguments of the calls under way
+    std::vector<CallFrame*> frames;                                    // calls under way, innermost last
+    std::vector<std::unique_ptr<EventClosure>> retiredClosures;        // may still be running; freed between calls
     std::unordered_map<const void*, std::unique_ptr<GWorld>> gworlds;  // every GWorld that is alive, by its address
     std::map<std::string, PlannedFault, std::less<>> plannedFaults;    // by service
-    mutable std::mutex faultMutex;                               // the one thing that other threads may reach
+    mutable std::mutex faultMutex;                                     // the one thing that other threads may reach
     std::vector<std::string> faults;
 
     Runtime();
@@ -128,14 +128,15 @@ struct Runtime {
     Runtime& operator=(const Runtime&) = delete;
 };
 
-extern Runtime* gRuntime;  // nil while there is no Host
+extern Runtime* gRuntime;  // null while there is no Host
 
 // The running host, for calls of the program. Throws Error if there is none or the thread is another one.
 Runtime& Running();
-// The same for calls of the plug-in: nil, and a fault, where the program would get an Error. Nil, too, where the program
-// has planned that this call of the service fails: a service that does nothing on nil and answers so is all it takes.
+// The same for calls of the plug-in: null, and a fault, where the program would get an Error. Null, too, where the
+// program has planned that this call of the service fails: a service that does nothing on null and answers so is all it
+// takes.
 Runtime* Enter(const char* service);
-// For services that must do something even where they fail: only nil on the wrong thread, and the plan.
+// For services that must do something even where they fail: only null on the wrong thread, and the plan.
 Runtime* EnterUnplanned(const char* service);
 bool IsPlannedToFail(Runtime& host, std::string_view service);
 void AddFault(Runtime& host, std::string text);

@@ -20,7 +20,7 @@ std::span<const Service> PictureServices();
 // The names, besides those of the services, that FailCall takes: what plug-ins find otherwise.
 std::span<const char* const> QuickDrawNames();
 
-// The function given to a plug-in's entry. Nil for names that the host does not know or is to miss.
+// The function given to a plug-in's entry. Null for names that the host does not know or is to miss.
 void* ResolveService(const char* name);
 
 }  // namespace zorhost::runtime

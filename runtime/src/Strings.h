@@ -9,7 +9,7 @@ namespace zorhost::runtime {
 REALstring NewString(Runtime& host, const String& text, std::string origin);  // one lock for the caller
 void LockString(Runtime& host, REALstring string);
 void UnlockString(Runtime& host, REALstring string);
-StringEntry* FindString(Runtime& host, REALstring string);  // nil for nil and for what is not alive
+StringEntry* FindString(Runtime& host, REALstring string);  // null for null and for what is not alive
 String TextOf(const StringEntry& entry);
 
 }  // namespace zorhost::runtime

@@ -29,9 +29,10 @@ void SetPixel(const Surface& surface, int x, int y, Rgb color);
 
 void FillWhite(const Surface& surface);
 
-// True colour, or a palette of 256 grays. White. Nil without the GD library, where memory runs out, and beyond the longest side of a picture.
+// True colour, or a palette of 256 grays. White. Null without the GD library, where memory runs out, and beyond the
+// longest side of a picture.
 gdImageStruct* NewGDImage(int width, int height, bool palette);
-void FreeGDImage(gdImageStruct* image);  // nil is allowed
+void FreeGDImage(gdImageStruct* image);  // null is allowed
 
 // The longest side of a picture, in pixels.
 constexpr int kLongestSide = 32767;

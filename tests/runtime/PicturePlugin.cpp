@@ -99,7 +99,7 @@ int Side(REALobject picture, REALstring name) {
     return Service<Get>("REALGetPropValueInt")(picture, Text(name).c_str(), &value) ? value : -2;
 }
 
-// The words of a GD image as the library itself lays them out, row after row; nil for one with a palette.
+// The words of a GD image as the library itself lays them out, row after row; null for one with a palette.
 REALobject GDWords(REALobject picture) {
     REALpictureDescription description{};
     using Lock = REALboolean(REALobject, REALpictureDescription*, REALword);
