@@ -10,7 +10,8 @@ endfunction()
 
 file(REMOVE_RECURSE ${WORK})
 run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/prefix)
-run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -D CMAKE_PREFIX_PATH=${WORK}/prefix -D CMAKE_CXX_COMPILER=${COMPILER})
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build
+    -D CMAKE_PREFIX_PATH=${WORK}/prefix -D CMAKE_CXX_COMPILER=${COMPILER})
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${WORK}/build/program)
 if(NOT output STREQUAL "30 x 20\n")
