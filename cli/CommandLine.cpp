@@ -85,6 +85,7 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
         ->check(range(1, 256));
     app.option_defaults()->group("General");
     app.add_flag("--json", line.json, "What info tells as JSON, for programs");
+    app.add_flag("--cpu", line.cpu, "What describe tells: the instructions that the engine uses on this processor");
     app.add_flag("--no-orientation", line.ignoreOrientation,
                  "Take pictures as they are stored, not turned the way that the camera tells");
     app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
@@ -193,6 +194,12 @@ void ChooseFiles(CommandLine& line, const PlainWords& plain) {
     if (line.files.empty()) throw UsageError(std::string("--each: FILE is missing; usage: ") + UsageOf(Command::Each));
 }
 
+// Options that belong to one command.
+void CheckOwners(const CommandLine& line) {
+    if (line.json && line.command != Command::Info) throw UsageError("--json: only 'zor info' knows it");
+    if (line.cpu && line.command != Command::Describe) throw UsageError("--cpu: only 'zor describe' knows it");
+}
+
 // An option without its value, or with two of them.
 std::string Mismatch(const CLI::App& app, const CLI::ArgumentMismatch& error) {
     const std::string text = error.what();
@@ -229,11 +236,11 @@ CommandLine ReadCommandLine(int argc, char** argv) {
         line.command = Command::Version;
     } else if (!line.each.empty()) {
         ChooseFiles(line, plain);
-        if (line.json) throw UsageError("--json: only 'zor info' knows it");
+        CheckOwners(line);
     } else {
         if (line.jobs != 0) throw UsageError("--jobs goes with --each");
         ChooseCommand(line);
-        if (line.json && line.command != Command::Info) throw UsageError("--json: only 'zor info' knows it");
+        CheckOwners(line);
     }
     return line;
 }

@@ -20,6 +20,7 @@ struct CommandLine {
     const Codec* format = nullptr;  // of OUTPUT; null: what its suffix names
     StorageOptions storage;
     bool json = false;  // Info
+    bool cpu = false;   // Describe
     bool ignoreOrientation = false;
     bool quiet = false;
 };

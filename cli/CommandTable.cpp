@@ -27,7 +27,10 @@ const std::vector<CommandRow>& Commands() {
          "How many pixels differ, the largest difference of one channel, and the peak signal-to-noise ratio over all\n"
          "channels. Exit code: 0 equal, 1 different, 2 not compared."},
         {"describe", Command::Describe, 0, 0, "", "no argument", "zor describe",
-         "the classes of the engine with all their members", "For applications that use the engine by themselves."},
+         "the classes of the engine with all their members",
+         "For applications that use the engine by themselves.\n\n"
+         "With --cpu, what the engine uses on this processor instead: for each of its inner loops plain, or the\n"
+         "instruction set of its vectors. ZOR_CPU in the environment limits it; results are the same with each."},
         {"help", Command::Help, 0, 1, "", "at most one EFFECT or command", "zor help [EFFECT]",
          "this text, or all about one effect or command",
          "Of an effect: its arguments with their ranges, what is taken when they are not given, and an example."},

@@ -24,5 +24,8 @@ bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Not
 // Prints the classes that the engine registered.
 void PrintDescription();
 
+// Prints which code every loop of the engine uses on this processor.
+void PrintCpu();
+
 // Puts text on standard output; a RunError when it cannot be written.
 void PrintText(const std::string& text);

@@ -6,6 +6,7 @@
 
 #include "CommandLine.h"
 #include "CommandTable.h"
+#include "Cpu.h"
 #include "Errors.h"
 #include "Suggest.h"
 #include "codecs/Picture.h"
@@ -126,8 +127,11 @@ std::string GeneralHelp() {
            Grouped(OptionRows(), OptionLine) +
            "\n"
            "Effects ('zor help EFFECT' tells more):\n" +
-           Grouped(Effects(), [](const EffectRow& row) { return Padded(row.name, 18) + " " + row.summary; }) +
-           "\n"
+           Grouped(Effects(), [](const EffectRow& row) { return Padded(row.name, 18) + " " + row.summary; }) + "\n" +
+           Wrapped("Environment: ZOR_CPU limits the instructions that the engine uses: " + KnownCpus() +
+                       ". Results are the same; 'zor describe --cpu' tells what is used.",
+                   kWidth, 0, 0) +
+           "\n\n"
            "Exit code: 0 done, 1 failed, 2 a word on the command line that cannot be used; of compare 0 equal,\n"
            "1 different, 2 not compared.\n";
 }

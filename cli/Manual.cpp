@@ -2,6 +2,7 @@
 
 #include "CommandLine.h"
 #include "CommandTable.h"
+#include "Cpu.h"
 #include "Help.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
@@ -103,6 +104,10 @@ std::string ManualPage() {
            Entry("1", "Failed; of compare, the pictures differ.") +
            Entry("2",
                  "A word on the command line cannot be used; of compare also, the pictures could not be compared.") +
+           Section("ENVIRONMENT") +
+           Entry(Bold("ZOR_CPU"), "The highest instruction set that the engine may use, one of " + KnownCpus() +
+                                      "; the best of the processor unless given. Results are the same with each.") +
+           Entry(Bold("TMPDIR"), "Where images go that are larger than memory unless --scratch is given.") +
            Section("EXAMPLES") + ".nf\nzor photo.jpg small.png scale 800x600\n" +
            Plain(
                "zor photo.jpg sharp.jpg scale 2000x unsharp 0.5\n"

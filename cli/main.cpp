@@ -4,6 +4,7 @@
 
 #include "Commands.h"
 #include "Completion.h"
+#include "Cpu.h"
 #include "Errors.h"
 #include "Help.h"
 #include "Manual.h"
@@ -25,6 +26,7 @@ enum ExitCode {
 };
 
 ExitCode Run(const CommandLine& line) {
+    CheckCpuVariable();
     Notes notes(line.quiet);
     SetStorage(line.storage);
     SetOrientationHeeded(!line.ignoreOrientation);
@@ -39,7 +41,7 @@ ExitCode Run(const CommandLine& line) {
         case Command::Compare:
             return Compare(line.words[0], line.words[1], line.quiet, notes) ? kDone : kDifferent;
         case Command::Describe:
-            PrintDescription();
+            line.cpu ? PrintCpu() : PrintDescription();
             break;
         case Command::Help:
             PrintText(line.words.empty() ? GeneralHelp() : HelpOn(line.words[0]));
