@@ -163,6 +163,13 @@ REALboolean rbCopyPixels8(REALobject object, REALobject sourceObject, int destX,
 
     const RowCopy copy = PrepareCopy(destination, source, rect);
     const bool oneFile = destination->IsMapping && source->IsMapping && ImagesOverlap(destination, source);
+    if (copy.plan.convert && !copy.asRun && destination != source && !oneFile) {
+        const Layer layers[] = {LayerOf(destination, rect.destX, rect.destY, copy.plan.dest),
+                                LayerOf(source, rect.sourceX, rect.sourceY, copy.plan.source)};
+        return WalkRuns({layers, 2, rect.width, rect.height, destination, false, false},
+                        [&](const RunSet& runs) { ConvertRun(copy.plan, runs); });
+    }
+    // By rows of its own: runs of bytes are moved whole, and one file may show its bytes at two addresses.
     for (std::int64_t row = 0; row < rect.height; ++row) {
         const int toY = static_cast<int>(rect.destY + row), fromY = static_cast<int>(rect.sourceY + row);
         if (!copy.plan.convert) {  // refused only now: the windows of both images have moved to their first rows

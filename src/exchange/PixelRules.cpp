@@ -23,14 +23,16 @@ PixelPlan ForPackedSource(const PixelPlan& plan) {
     return packed;
 }
 
+void ConvertRun(const PixelPlan& plan, const RunSet& runs) {
+    const ConvertFn convert = runs.sharing == Sharing::apart ? plan.apart : plan.convert;
+    convert(runs.run[0], runs.run[1], runs.count, plan.alphaMask);
+}
+
 void ConvertPixels(const PixelPlan& plan, const RowSpan& dst, std::ptrdiff_t dstX, const RowSpan& src,
                    std::ptrdiff_t srcX, std::ptrdiff_t width) {
     if (!plan.convert) return;
     const Layer layers[] = {LayerOfRows(dstX, plan.dest, plan.destSize),
                             LayerOfRows(srcX, plan.source, plan.sourceSize)};
     const RowSpan rows[] = {dst, src};
-    WorkRow({layers, 2, width, 1, nullptr, false, false}, rows, 0, [&](const RunSet& runs) {
-        const ConvertFn convert = runs.sharing == Sharing::apart ? plan.apart : plan.convert;
-        convert(runs.run[0], runs.run[1], runs.count, plan.alphaMask);
-    });
+    WorkRow({layers, 2, width, 1, nullptr, false, false}, rows, 0, [&](const RunSet& runs) { ConvertRun(plan, runs); });
 }

@@ -26,6 +26,9 @@ PixelPlan MakePlan(PixelRule rule, const ImageClassData* source, const ChannelSe
 // The same plan for source pixels that GatherPixels has packed by plan.source.
 PixelPlan ForPackedSource(const PixelPlan& plan);
 
+// The pixels of a walk whose layers are the two sides, the one that is written first.
+void ConvertRun(const PixelPlan& plan, const RunSet& runs);
+
 // Converts `width` pixels from left to right, the channels of a pixel one after another: where both rows share bytes,
 // what is read may already have been written. Bytes outside their row read 0 and are not written; a null row on
 // either side means that nothing happens.

@@ -75,49 +75,48 @@ PixelPlan PlanOrRaise(const ImageClassData* source, const ImageClassData* dest, 
                     invertAlpha ? 255 : 0);
 }
 
-// A row of the image into row `dataRow` of the data, and the other way.
-void ReadRow(const PixelPlan& plan, const RowSpan& row, const RowSpan& data, std::int64_t dataRow, int width) {
-    ConvertPixels(plan, data, static_cast<std::ptrdiff_t>(dataRow * width), row, 0, width);
+// The data as a layer of a walk: rows without padding, one after the other.
+struct DataRows {
+    RowSpan bytes;  // from the first row on
+    std::int64_t rowBytes;
+};
+
+RowSpan DataRowAt(void* rows, std::int64_t step) {
+    const DataRows& data = *static_cast<const DataRows*>(rows);
+    // A string may end before the row begins: the address is a plain sum, and the bytes before it may be touched only.
+    const std::ptrdiff_t before = static_cast<std::ptrdiff_t>(step * data.rowBytes);
+    const std::uintptr_t address =
+        reinterpret_cast<std::uintptr_t>(data.bytes.data) + static_cast<std::uintptr_t>(before);
+    return {reinterpret_cast<std::uint8_t*>(address), -before, data.bytes.end - before};
 }
-void WriteRow(const PixelPlan& plan, const RowSpan& row, const RowSpan& data, std::int64_t dataRow, int width) {
-    ConvertPixels(plan, row, 0, data, static_cast<std::ptrdiff_t>(dataRow * width), width);
+
+enum class Way { imageToData, dataToImage };
+
+// The rows of the image from `firstRow` on and those of the data. False if nothing came of it, or a row of the image
+// was missing; an exception may have been raised.
+bool ConvertRows(Way way, ImageClassData* image, int firstRow, const ImageClassData* layout, bool invertAlpha,
+                 const RowSpan& bytes) {
+    const bool toData = way == Way::imageToData;
+    const PixelPlan plan = PlanOrRaise(toData ? image : layout, toData ? layout : image, invertAlpha);
+    if (!plan.convert) return false;
+    DataRows rows{bytes, RowBytesOf(layout)};
+    Layer data = LayerOfRows(0, toData ? plan.dest : plan.source, layout->PixelSize);
+    data.rowAt = DataRowAt;
+    data.rows = &rows;
+    const Layer pixels = LayerOf(image, 0, firstRow, toData ? plan.source : plan.dest);
+    const Layer layers[] = {toData ? data : pixels, toData ? pixels : data};
+    return WalkRuns({layers, 2, layout->Width, layout->Height, nullptr, false, true},
+                    [&](const RunSet& runs) { ConvertRun(plan, runs); });
 }
 
 // One row into zero-filled data. False if nothing came of it; an exception may have been raised.
 bool ReadOneRow(ImageClassData* image, int index, const ImageClassData* layout, bool invertAlpha, const RowSpan& data) {
-    const RowSpan row = GetRowSpan(image, index);
-    if (!row) return false;
-    const PixelPlan plan = PlanOrRaise(image, layout, invertAlpha);
-    ReadRow(plan, row, data, 0, layout->Width);
-    return plan.convert != nullptr;
+    return GetRowSpan(image, index) && ConvertRows(Way::imageToData, image, index, layout, invertAlpha, data);
 }
 
 void WriteOneRow(ImageClassData* image, int index, const ImageClassData* layout, bool invertAlpha,
                  const RowSpan& data) {
-    const RowSpan row = GetRowSpan(image, index);
-    if (row) WriteRow(PlanOrRaise(layout, image, invertAlpha), row, data, 0, layout->Width);
-}
-
-// All rows into zero-filled data. False if nothing came of it; an exception may have been raised.
-bool ReadAllRows(ImageClassData* image, const ImageClassData* layout, const RowSpan& data) {
-    const PixelPlan plan = PlanOrRaise(image, layout, false);
-    if (!plan.convert) return false;
-    for (int y = 0; y < layout->Height; ++y) {
-        const RowSpan row = GetRowSpan(image, y);
-        if (!row) return false;
-        ReadRow(plan, row, data, y, layout->Width);
-    }
-    return true;
-}
-
-void WriteAllRows(ImageClassData* image, const ImageClassData* layout, const RowSpan& data) {
-    const PixelPlan plan = PlanOrRaise(layout, image, false);
-    if (!plan.convert) return;
-    for (int y = 0; y < layout->Height; ++y) {
-        const RowSpan row = GetRowSpan(image, y);
-        if (!row) return;
-        WriteRow(plan, row, data, y, layout->Width);
-    }
+    if (GetRowSpan(image, index)) ConvertRows(Way::dataToImage, image, index, layout, invertAlpha, data);
 }
 
 // --- memory blocks --------------------------------------------------------------------------------------------------
@@ -282,7 +281,8 @@ REALstring rbGetAllFS(REALobject object, int format) {
     ImageClassData* const image = ImageDataOf(object);
     ImageClassData layout{};
     if (!image->Valid || !LayOut(&layout, image, image->Height, format)) return nullptr;
-    return BuildString(&layout, [&](const RowSpan& data) { return ReadAllRows(image, &layout, data); });
+    return BuildString(
+        &layout, [&](const RowSpan& data) { return ConvertRows(Way::imageToData, image, 0, &layout, false, data); });
 }
 
 void rbSetAllFS(REALobject object, int format, REALstring string) {
@@ -291,5 +291,5 @@ void rbSetAllFS(REALobject object, int format, REALstring string) {
     ImageClassData layout{};
     if (!image->Valid || !LayOut(&layout, image, image->Height, format)) return;
     const RowSpan text = TextOf(string);
-    if (text) WriteAllRows(image, &layout, text);
+    if (text) ConvertRows(Way::dataToImage, image, 0, &layout, false, text);
 }
