@@ -17,7 +17,7 @@
 #include "core/Formats.h"
 #include "core/Views.h"
 #include "host/HostCalls.h"
-#include "scale/threads/WorkerPool.h"
+#include "scale/FanOut.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 #include "core/Storage.h"
 #include "scale/kernels/Passes.h"
-#include "scale/threads/WorkerPool.h"
+#include "scale/FanOut.h"
 
 namespace {
 

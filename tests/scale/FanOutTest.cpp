@@ -1,4 +1,4 @@
-#include "scale/threads/WorkerPool.h"
+#include "scale/FanOut.h"
 
 #include <gtest/gtest.h>
 
@@ -38,12 +38,12 @@ void Note(int first, int last, int index, signed char threaded, void const* data
 }
 
 // Restores the system's own functions at the end of a test.
-class WorkerPool : public EngineTest {
+class FanOut : public EngineTest {
 protected:
-    ~WorkerPool() override { gWorkerSystem = DefaultWorkerSystem(); }
+    ~FanOut() override { gWorkerSystem = DefaultWorkerSystem(); }
 };
 
-TEST_F(WorkerPool, RunsEverythingInOneCallForNegativeCounts) {
+TEST_F(FanOut, RunsEverythingInOneCallForNegativeCounts) {
     Calls calls;
     RunThreads(-1, 10, &calls, Note);
     RunThreads(-7, 3, &calls, Note);
@@ -52,7 +52,7 @@ TEST_F(WorkerPool, RunsEverythingInOneCallForNegativeCounts) {
     EXPECT_EQ(host.Count("REALYieldToRB"), 0);
 }
 
-TEST_F(WorkerPool, SplitsIntoEqualBandsAndTheLastTakesTheRest) {
+TEST_F(FanOut, SplitsIntoEqualBandsAndTheLastTakesTheRest) {
     Calls calls;
     RunThreads(3, 11, &calls, Note);
     const std::vector<Call> expected = {{0, 2, 0, 1, false}, {3, 5, 1, 1, false}, {6, 10, 2, 1, false}};
@@ -60,7 +60,7 @@ TEST_F(WorkerPool, SplitsIntoEqualBandsAndTheLastTakesTheRest) {
     EXPECT_GE(host.Count("REALYieldToRB"), 1);
 }
 
-TEST_F(WorkerPool, GivesFewItemsToTheLastBand) {
+TEST_F(FanOut, GivesFewItemsToTheLastBand) {
     Calls calls;
     RunThreads(4, 3, &calls, Note);
     const std::vector<Call> expected = {
@@ -68,7 +68,7 @@ TEST_F(WorkerPool, GivesFewItemsToTheLastBand) {
     EXPECT_EQ(calls.Sorted(), expected);
 }
 
-TEST_F(WorkerPool, TakesNoMoreThan32Threads) {
+TEST_F(FanOut, TakesNoMoreThan32Threads) {
     for (const int threads : {32, 33, 1000}) {
         Calls calls;
         RunThreads(threads, 64, &calls, Note);
@@ -76,7 +76,7 @@ TEST_F(WorkerPool, TakesNoMoreThan32Threads) {
     }
 }
 
-TEST_F(WorkerPool, TakesAsManyThreadsAsProcessorsForZero) {
+TEST_F(FanOut, TakesAsManyThreadsAsProcessorsForZero) {
     for (const int processors : {1, 8, 40}) {
         gWorkerSystem.processorCount = processors == 1   ? +[] { return 1; }
                                        : processors == 8 ? +[] { return 8; }
@@ -91,7 +91,7 @@ int NoThread(pthread_t*, void* (*)(void*), void*) {
     return EAGAIN;
 }
 
-TEST_F(WorkerPool, RunsAllBandsItselfInOrderIfNoThreadCanBeMade) {
+TEST_F(FanOut, RunsAllBandsItselfInOrderIfNoThreadCanBeMade) {
     gWorkerSystem.createThread = NoThread;
     Calls calls;
     RunThreads(3, 10, &calls, Note);
@@ -104,7 +104,7 @@ int EveryOtherThread(pthread_t* thread, void* (*start)(void*), void* argument) {
     return everyOther++ % 2 == 0 ? EAGAIN : my_pthread_create(thread, start, argument);
 }
 
-TEST_F(WorkerPool, RunsTheBandsThatGotNoThreadItself) {
+TEST_F(FanOut, RunsTheBandsThatGotNoThreadItself) {
     gWorkerSystem.createThread = EveryOtherThread;
     Calls calls;
     RunThreads(4, 8, &calls, Note);
@@ -118,7 +118,7 @@ bool RunAtOnce(void (*function)(void*), void* argument) {
     return true;
 }
 
-TEST_F(WorkerPool, PrefersTheQueueOfTheSystem) {
+TEST_F(FanOut, PrefersTheQueueOfTheSystem) {
     gWorkerSystem.dispatch = RunAtOnce;
     gWorkerSystem.createThread = [](pthread_t*, void* (*)(void*), void*) -> int {
         ADD_FAILURE() << "a thread beside the queue";
@@ -130,7 +130,7 @@ TEST_F(WorkerPool, PrefersTheQueueOfTheSystem) {
     EXPECT_EQ(calls.list, expected);
 }
 
-TEST_F(WorkerPool, DoesNothingWithoutMemoryForTheBands) {
+TEST_F(FanOut, DoesNothingWithoutMemoryForTheBands) {
     Calls calls;
     {
         const FailingAlloc fail(0);
@@ -140,9 +140,9 @@ TEST_F(WorkerPool, DoesNothingWithoutMemoryForTheBands) {
     EXPECT_EQ(host.Count("REALYieldToRB"), 0);
 }
 
-TEST_F(WorkerPool, RunsOnWithoutMemoryForAMutex) {
+TEST_F(FanOut, RunsOnWithoutMemoryForAMutex) {
     std::vector<pthread_mutex_t*> taken;  // empties the list of mutexes left behind
-    for (const int made = MutexesMade(); MutexesMade() == made;) Init(taken.emplace_back());
+    for (const int made = fan_out::MutexesMade(); fan_out::MutexesMade() == made;) fan_out::Init(taken.emplace_back());
     Calls calls;
     {
         const FailingAlloc fail(1);
@@ -150,38 +150,38 @@ TEST_F(WorkerPool, RunsOnWithoutMemoryForAMutex) {
         EXPECT_TRUE(fail.happened());
     }
     EXPECT_EQ(calls.list.size(), 2U);
-    for (pthread_mutex_t* mutex : taken) GiveBack(mutex);
+    for (pthread_mutex_t* mutex : taken) fan_out::GiveBack(mutex);
 }
 
-TEST_F(WorkerPool, SkipsANilFunctionAndStillEnds) {
+TEST_F(FanOut, SkipsANullFunctionAndStillEnds) {
     RunThreads(3, 9, nullptr, nullptr);
     EXPECT_GE(host.Count("REALYieldToRB"), 1);
 }
 
-TEST_F(WorkerPool, UsesItsMutexesAgain) {
+TEST_F(FanOut, UsesItsMutexesAgain) {
     Calls calls;
     RunThreads(32, 64, &calls, Note);
-    const int made = MutexesMade();
+    const int made = fan_out::MutexesMade();
     for (int round = 0; round < 20; ++round) RunThreads(32, 64, &calls, Note);
-    EXPECT_EQ(MutexesMade(), made);
+    EXPECT_EQ(fan_out::MutexesMade(), made);
 }
 
-TEST_F(WorkerPool, IgnoresNilMutexes) {
-    Lock(nullptr);
-    Unlock(nullptr);
-    GiveBack(nullptr);
+TEST_F(FanOut, IgnoresNullMutexes) {
+    fan_out::Lock(nullptr);
+    fan_out::Unlock(nullptr);
+    fan_out::GiveBack(nullptr);
     pthread_mutex_t* mutex = nullptr;
-    Init(mutex);
+    fan_out::Init(mutex);
     ASSERT_NE(mutex, nullptr);
-    Lock(mutex);
+    fan_out::Lock(mutex);
     EXPECT_NE(pthread_mutex_trylock(mutex), 0);
-    Unlock(mutex);
+    fan_out::Unlock(mutex);
     EXPECT_EQ(pthread_mutex_trylock(mutex), 0);
-    Unlock(mutex);
-    GiveBack(mutex);
+    fan_out::Unlock(mutex);
+    fan_out::GiveBack(mutex);
 }
 
-TEST_F(WorkerPool, YieldsWhileItWaits) {
+TEST_F(FanOut, YieldsWhileItWaits) {
     static std::atomic<bool> release;
     release = false;
     int turns = 0;
@@ -199,7 +199,7 @@ void FinishLate(int, int, int, signed char, void const* data) {
     ++static_cast<Calls*>(const_cast<void*>(data))->finished;
 }
 
-TEST_F(WorkerPool, WaitsForAllBandsBeforeAnExceptionOfTheHostLeavesIt) {
+TEST_F(FanOut, WaitsForAllBandsBeforeAnExceptionOfTheHostLeavesIt) {
     Calls calls;
     host.onYield = [] { throw std::runtime_error("cancelled"); };
     EXPECT_THROW(RunThreads(4, 8, &calls, FinishLate), std::runtime_error);
@@ -209,7 +209,7 @@ TEST_F(WorkerPool, WaitsForAllBandsBeforeAnExceptionOfTheHostLeavesIt) {
     EXPECT_EQ(calls.finished.load(), 8);
 }
 
-TEST_F(WorkerPool, GivesItsThreadsTwoMebibytesOfStack) {
+TEST_F(FanOut, GivesItsThreadsTwoMebibytesOfStack) {
     static std::atomic<std::size_t> stackBytes;
     stackBytes = 0;
     RunThreads(1, 1, nullptr, [](int, int, int, signed char, void const*) {
