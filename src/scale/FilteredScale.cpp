@@ -21,13 +21,13 @@ bool CheckAndYield(ImageClassData* record) {
 
 Round RunRound(ResampleRequest request, REALobject suppliedTemp) {
     if (suppliedTemp && !ImageDataOf(suppliedTemp)->Valid) return Round::kFailed;
-    if (!request.target->Valid || !request.source->Valid) return Round::kFailed;
-    request.pair = PairOf(request.source, request.target);
+    if (!request.dst->Valid || !request.src->Valid) return Round::kFailed;
+    request.pair = PairOf(request.src, request.dst);
     if (!request.pair) return Round::kFailed;
 
     const ObjectHolder made(
         suppliedTemp ? nullptr
-                     : CreatePicture(request.source, request.width, request.source->Height, request.pair->tempFormat));
+                     : CreatePicture(request.src, request.width, request.src->Height, request.pair->tempFormat));
     const REALobject temp = suppliedTemp ? suppliedTemp : made.get();
     if (!temp) return Round::kFailed;
     request.temp = ImageDataOf(temp);
@@ -37,9 +37,9 @@ Round RunRound(ResampleRequest request, REALobject suppliedTemp) {
         if (request.temp->IsMapping) return Round::kFailed;
     }
 
-    if (!request.temp->Valid || !request.target->Valid) return Round::kFailed;
-    if (!CheckAndYield(request.source)) return Round::kFailed;
-    if (!CheckAndYield(request.target)) return Round::kFailed;
+    if (!request.temp->Valid || !request.dst->Valid) return Round::kFailed;
+    if (!CheckAndYield(request.src)) return Round::kFailed;
+    if (!CheckAndYield(request.dst)) return Round::kFailed;
     if (!CheckAndYield(request.temp)) return Round::kFailed;
     return Resample(request) ? Round::kDone : Round::kFailed;
 }
@@ -49,8 +49,8 @@ bool ScaleWithKernel(const ScaleKernel* kernel, REALobject target, REALobject so
                      int height, bool threaded, int threads) {
     if (!kernel) return false;
     ResampleRequest request{};
-    request.target = ImageDataOf(target);
-    request.source = ImageDataOf(source);
+    request.dst = ImageDataOf(target);
+    request.src = ImageDataOf(source);
     request.kernel = kernel;
     request.width = width;
     request.height = height;

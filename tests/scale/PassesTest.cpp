@@ -29,15 +29,39 @@ constexpr Formats kFormats[kScalePairs] = {
     {ImageFormatCMYKA, ImageFormatAG},   {ImageFormatACMYK, ImageFormatKYMCA},
 };
 
+struct Jobs {
+    HorizontalJob across;
+    VerticalJob down;
+};
+
+// The jobs of both passes between these images, each with its lists.
+Jobs JobsOf(const TestImage& source, const TestImage& temp, const TestImage& dest, const ScalePair& pair, int width,
+            const ContributionTable& across, const ContributionTable& down, const TapTable& taps) {
+    Jobs jobs{};
+    jobs.across.src = source.record();
+    jobs.across.dst = temp.record();
+    jobs.across.width = width;
+    jobs.across.pair = &pair;
+    jobs.across.srcWidth = source->Width;
+    jobs.across.lists = across.lists();
+    jobs.across.taps = &taps;
+    jobs.across.ops = &PickedScaleRowOps();
+    jobs.down.src = temp.record();
+    jobs.down.dst = dest.record();
+    jobs.down.width = width;
+    jobs.down.pair = &pair;
+    jobs.down.lists = down.lists();
+    jobs.down.ops = &PickedScaleRowOps();
+    return jobs;
+}
+
 // Both passes over all rows, either way; the bytes of temp and dest in the end.
-std::vector<std::uint8_t> RunBoth(ScaleJob job, const ContributionTable& across, const ContributionTable& down,
-                                  const TestImage& temp, const TestImage& dest, bool pixelByPixel) {
+std::vector<std::uint8_t> RunBoth(Jobs jobs, int height, const TestImage& temp, const TestImage& dest,
+                                  bool pixelByPixel) {
     PassScratch scratch;
-    job.pixelByPixel = pixelByPixel;
-    job.lists = across.lists();
-    PassOneRows(job, 0, job.source->Height - 1, &scratch);
-    job.lists = down.lists();
-    PassTwoRows(job, 0, job.height - 1, &scratch);
+    jobs.across.pixelByPixel = jobs.down.pixelByPixel = pixelByPixel;
+    HorizontalRows(jobs.across, 0, jobs.across.src->Height - 1, &scratch);
+    VerticalRows(jobs.down, 0, height - 1, &scratch);
     std::vector<std::uint8_t> bytes = SnapshotOf(temp).bytes;
     const std::vector<std::uint8_t> more = SnapshotOf(dest).bytes;
     bytes.insert(bytes.end(), more.begin(), more.end());
@@ -69,24 +93,15 @@ TEST_F(Passes, GiveTheSameBytesByRowsAsByPixels) {
             down.Build(kernel, ScaleAxis::kVertical, double(height) / source->Height, temp->Height, height, nullptr);
             TapTable taps;
             ASSERT_TRUE(taps.Build(across.lists(), width));
-            ScaleJob job{};
-            job.source = source.record();
-            job.dest = dest.record();
-            job.height = height;
-            job.width = width;
-            job.temp = temp.record();
-            job.pair = &pair;
-            job.sourceWidth = source->Width;
-            job.taps = &taps;
-            job.ops = &PickedScaleRowOps();
+            Jobs jobs = JobsOf(source, temp, dest, pair, width, across, down, taps);
 
             const Storage tempBefore = SnapshotOf(temp), destBefore = SnapshotOf(dest);
-            const std::vector<std::uint8_t> expected = RunBoth(job, across, down, temp, dest, true);
+            const std::vector<std::uint8_t> expected = RunBoth(jobs, height, temp, dest, true);
             for (const bool singleRows : {false, true}) {
                 SetStorage(temp, tempBefore);
                 SetStorage(dest, destBefore);
-                job.singleRows = singleRows;
-                ASSERT_TRUE(SameBytes(expected, RunBoth(job, across, down, temp, dest, false)));
+                jobs.across.singleRows = singleRows;
+                ASSERT_TRUE(SameBytes(expected, RunBoth(jobs, height, temp, dest, false)));
             }
         }
     }
@@ -103,24 +118,15 @@ TEST_F(Passes, WorkByPixelsWithoutMemoryForRows) {
     down.Build(*KernelOfMode(3), ScaleAxis::kVertical, 7.0 / 12.0, 12, 7, nullptr);
     TapTable taps;
     ASSERT_TRUE(taps.Build(across.lists(), 9));
-    ScaleJob job{};
-    job.source = source.record();
-    job.dest = dest.record();
-    job.height = 7;
-    job.width = 9;
-    job.temp = temp.record();
-    job.pair = PairOf(source.record(), dest.record());
-    job.sourceWidth = 20;
-    job.taps = &taps;
-    job.ops = &PickedScaleRowOps();
-    const std::vector<std::uint8_t> expected = RunBoth(job, across, down, temp, dest, false);
+    Jobs jobs = JobsOf(source, temp, dest, *PairOf(source.record(), dest.record()), 9, across, down, taps);
+    const std::vector<std::uint8_t> expected = RunBoth(jobs, 7, temp, dest, false);
     for (int passed = 0; passed < 2; ++passed) {
         const FailingAlloc fail(passed);
-        EXPECT_EQ(RunBoth(job, across, down, temp, dest, false), expected);
+        EXPECT_EQ(RunBoth(jobs, 7, temp, dest, false), expected);
         EXPECT_TRUE(fail.happened());
     }
-    job.taps = nullptr;
-    EXPECT_EQ(RunBoth(job, across, down, temp, dest, false), expected);
+    jobs.across.taps = nullptr;
+    EXPECT_EQ(RunBoth(jobs, 7, temp, dest, false), expected);
 }
 
 TEST(ScaledByte, TruncatesAndCutsToAByte) {

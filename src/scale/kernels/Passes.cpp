@@ -29,13 +29,13 @@ std::int64_t RoundUp(std::int64_t bytes) {
 
 // --- pixel by pixel -------------------------------------------------------------------------------------------------
 
-void PassOneRow_Plain(const ScaleJob& job, int y) {
+void HorizontalRow_Plain(const HorizontalJob& job, int y) {
     const ScalePair& pair = *job.pair;
-    const ChannelSet read = OffsetsOf(job.source, pair.read, pair.reads);
-    const int pixelSize = job.source->PixelSize;
+    const ChannelSet read = OffsetsOf(job.src, pair.read, pair.reads);
+    const int pixelSize = job.src->PixelSize;
     for (int x = 0; x < job.width; ++x) {
         // Anew for every pixel: where both are one image, the row written to may have moved the window.
-        const RowSpan row = GetRowSpan(job.source, y);
+        const RowSpan row = GetRowSpan(job.src, y);
         const ContributionList& list = job.lists[x];
         double sums[ScalePair::kMost] = {};
         for (int k = 0; k < list.count && row; ++k) {
@@ -57,31 +57,31 @@ void PassOneRow_Plain(const ScaleJob& job, int y) {
         std::uint8_t group[ScalePair::kMost] = {};
         const double weightSum = static_cast<double>(list.weightSum);
         for (int c = 0; c < pair.channels; ++c) group[pair.groupByte[c]] = ScaledByte(sums[c], weightSum);
-        const RowSpan temp = GetRowSpan(job.temp, y);
+        const RowSpan temp = GetRowSpan(job.dst, y);
         if (!temp) continue;
         const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * pair.pitch;
         for (int i = 0; i < pair.pitch; ++i) temp.Store(at + i, group[i]);
     }
 }
 
-void PassTwoRow_Plain(const ScaleJob& job, int y) {
+void VerticalRow_Plain(const VerticalJob& job, int y) {
     const ScalePair& pair = *job.pair;
     const ContributionList& list = job.lists[y];
     const double weightSum = static_cast<double>(list.weightSum);
-    const ChannelSet written = OffsetsOf(job.dest, pair.written, pair.writes);
+    const ChannelSet written = OffsetsOf(job.dst, pair.written, pair.writes);
     for (int x = 0; x < job.width; ++x) {
         double sums[ScalePair::kMost] = {};
         for (int k = 0; k < list.count; ++k) {
             const double weight = static_cast<double>(list.entries[k].weight);
             if (weight == 0.0) continue;
-            const RowSpan temp = GetRowSpan(job.temp, list.entries[k].pixel);
+            const RowSpan temp = GetRowSpan(job.src, list.entries[k].pixel);
             if (!temp) continue;
             const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * pair.pitch;
             for (int i = 0; i < pair.pitch; ++i) sums[i] += static_cast<double>(temp.Load(at + i)) * weight;
         }
-        const RowSpan row = GetRowSpan(job.dest, y);
+        const RowSpan row = GetRowSpan(job.dst, y);
         if (!row) continue;
-        const std::ptrdiff_t base = static_cast<std::ptrdiff_t>(x) * job.dest->PixelSize;
+        const std::ptrdiff_t base = static_cast<std::ptrdiff_t>(x) * job.dst->PixelSize;
         for (int i = 0; i < pair.writes; ++i) {
             row.Store(base + written.offset[i], ScaledByte(sums[pair.writtenFrom[i]], weightSum));
         }
@@ -108,7 +108,7 @@ std::uint8_t* PassScratch::Get(std::int64_t bytes) {
 namespace {
 
 // One packed source row, the block of widened rows, the resampled bytes, one row of groups.
-struct PassOneParts {
+struct HorizontalParts {
     const HorizontalOps* ops;
     std::uint8_t* packed;
     double* block;
@@ -116,16 +116,16 @@ struct PassOneParts {
     std::uint8_t* groups;
 };
 
-bool ProvidePassOneParts(const ScaleJob& job, PassScratch* scratch, PassOneParts* parts) {
+bool ProvideHorizontalParts(const HorizontalJob& job, PassScratch* scratch, HorizontalParts* parts) {
     const ScalePair& pair = *job.pair;
     const HorizontalOps* slots = pair.luma ? job.ops->luma[pair.channels] : job.ops->plain[pair.channels];
-    const std::int64_t columns = std::int64_t{job.sourceWidth} + job.taps->taps();
+    const std::int64_t columns = std::int64_t{job.srcWidth} + job.taps->taps();
     const std::int64_t rowBytes = columns * pair.reads * static_cast<std::int64_t>(sizeof(double));
     const bool several = !job.singleRows && rowBytes * slots[1].rows <= kMostBlockBytes;
     parts->ops = &slots[several ? 1 : 0];
 
     const std::int64_t blockBytes = RoundUp(rowBytes * parts->ops->rows);
-    const std::int64_t packedBytes = RoundUp(std::int64_t{job.sourceWidth} * pair.reads);
+    const std::int64_t packedBytes = RoundUp(std::int64_t{job.srcWidth} * pair.reads);
     const std::int64_t resultBytes = RoundUp(std::int64_t{job.width} * pair.channels * parts->ops->rows);
     std::uint8_t* const memory =
         scratch->Get(blockBytes + packedBytes + resultBytes + std::int64_t{job.width} * pair.pitch);
@@ -139,7 +139,7 @@ bool ProvidePassOneParts(const ScaleJob& job, PassScratch* scratch, PassOneParts
 
 // Picks one row out of the resampled bytes and writes it to the temporary image. Bytes of a group that carry no channel
 // are 0 and stay so in `groups`.
-void WriteGroups(const ScaleJob& job, const PassOneParts& parts, int row, int y) {
+void WriteGroups(const HorizontalJob& job, const HorizontalParts& parts, int row, int y) {
     const ScalePair& pair = *job.pair;
     const int rows = parts.ops->rows;
     for (int c = 0; c < pair.channels; ++c) {
@@ -148,25 +148,25 @@ void WriteGroups(const ScaleJob& job, const PassOneParts& parts, int row, int y)
         for (int x = 0; x < job.width; ++x, byte += pair.channels * rows, group += pair.pitch) *group = *byte;
     }
     const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
-    CopyRun(GetRowSpan(job.temp, y), 0, {parts.groups, 0, size}, 0, size);
+    CopyRun(GetRowSpan(job.dst, y), 0, {parts.groups, 0, size}, 0, size);
 }
 
 }  // namespace
 
-void PassOneRows(const ScaleJob& job, int first, int last, PassScratch* scratch) {
-    PassOneParts parts;
-    if (job.pixelByPixel || !job.taps || !ProvidePassOneParts(job, scratch, &parts)) {
-        for (int y = first; y <= last; ++y) PassOneRow_Plain(job, y);
+void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* scratch) {
+    HorizontalParts parts;
+    if (job.pixelByPixel || !job.taps || !ProvideHorizontalParts(job, scratch, &parts)) {
+        for (int y = first; y <= last; ++y) HorizontalRow_Plain(job, y);
         return;
     }
     const ScalePair& pair = *job.pair;
-    const ChannelSet read = OffsetsOf(job.source, pair.read, pair.reads);
+    const ChannelSet read = OffsetsOf(job.src, pair.read, pair.reads);
     const double* factors = pair.luma ? kFactors : kNoFactors;
     for (int y = first; y <= last;) {
         const int rows = std::min(parts.ops->rows, last - y + 1);
         for (int r = 0; r < rows; ++r) {
-            GatherPixels(GetRowSpan(job.source, y + r), job.source->PixelSize, read, 0, job.sourceWidth, parts.packed);
-            parts.ops->widenRow(parts.packed, job.sourceWidth, factors, r, parts.block);
+            GatherPixels(GetRowSpan(job.src, y + r), job.src->PixelSize, read, 0, job.srcWidth, parts.packed);
+            parts.ops->widenRow(parts.packed, job.srcWidth, factors, r, parts.block);
         }
         parts.ops->resample(parts.block, *job.taps, parts.bytes);
         for (int r = 0; r < rows; ++r) WriteGroups(job, parts, r, y + r);
@@ -177,8 +177,8 @@ void PassOneRows(const ScaleJob& job, int first, int last, PassScratch* scratch)
 
 namespace {
 
-// One number for every byte of a temporary row that pass two uses.
-struct PassTwoParts {
+// One number for every byte of a temporary row that the vertical pass uses.
+struct VerticalParts {
     std::int64_t used;  // such bytes in a row
     double* sums;
     std::uint8_t* rows;    // room for copies of them, of kRowsAtOnce rows
@@ -187,7 +187,7 @@ struct PassTwoParts {
     std::uint8_t* pixels;  // the result in the order of the target's channels
 };
 
-bool ProvidePassTwoParts(const ScaleJob& job, PassScratch* scratch, PassTwoParts* parts) {
+bool ProvideVerticalParts(const VerticalJob& job, PassScratch* scratch, VerticalParts* parts) {
     const ScalePair& pair = *job.pair;
     parts->used = std::int64_t{job.width} * (pair.pitch / pair.usedStep);
     const std::int64_t sumBytes = RoundUp(parts->used * static_cast<std::int64_t>(sizeof(double)));
@@ -205,16 +205,16 @@ bool ProvidePassTwoParts(const ScaleJob& job, PassScratch* scratch, PassTwoParts
     return true;
 }
 
-// The used bytes of a temporary row, side by side: in place where they lie so and stay there, or copied to `copy`. Nil
+// The used bytes of a temporary row, side by side: in place where they lie so and stay there, or copied to `copy`. Null
 // for a row that does not exist.
-const std::uint8_t* UsedBytes(const ScaleJob& job, const PassTwoParts& parts, int row, std::uint8_t* copy) {
+const std::uint8_t* UsedBytes(const VerticalJob& job, const VerticalParts& parts, int row, std::uint8_t* copy) {
     const ScalePair& pair = *job.pair;
     const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
-    const RowSpan temp = GetRowSpan(job.temp, row);
+    const RowSpan temp = GetRowSpan(job.src, row);
     if (!temp) return nullptr;
     const std::uint8_t* groups = temp.data;
     const bool inside = temp.Covers(0, size);
-    if (inside && pair.usedStep == 1 && !job.temp->IsMapping) return groups;
+    if (inside && pair.usedStep == 1 && !job.src->IsMapping) return groups;
     if (!inside) {
         LoadRun(temp, 0, size, parts.groups);
         groups = parts.groups;
@@ -224,7 +224,7 @@ const std::uint8_t* UsedBytes(const ScaleJob& job, const PassTwoParts& parts, in
     return copy;
 }
 
-void SumRows(const ScaleJob& job, const PassTwoParts& parts, const ContributionList& list) {
+void SumRows(const VerticalJob& job, const VerticalParts& parts, const ContributionList& list) {
     std::fill_n(parts.sums, parts.used, 0.0);
     const std::uint8_t* rows[ScaleRowOps::kRowsAtOnce];
     double weights[ScaleRowOps::kRowsAtOnce];
@@ -242,14 +242,14 @@ void SumRows(const ScaleJob& job, const PassTwoParts& parts, const ContributionL
 
 }  // namespace
 
-void PassTwoRows(const ScaleJob& job, int first, int last, PassScratch* scratch) {
-    PassTwoParts parts;
-    if (job.pixelByPixel || !ProvidePassTwoParts(job, scratch, &parts)) {
-        for (int y = first; y <= last; ++y) PassTwoRow_Plain(job, y);
+void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scratch) {
+    VerticalParts parts;
+    if (job.pixelByPixel || !ProvideVerticalParts(job, scratch, &parts)) {
+        for (int y = first; y <= last; ++y) VerticalRow_Plain(job, y);
         return;
     }
     const ScalePair& pair = *job.pair;
-    const ChannelSet written = OffsetsOf(job.dest, pair.written, pair.writes);
+    const ChannelSet written = OffsetsOf(job.dst, pair.written, pair.writes);
     const int usedPerGroup = pair.pitch / pair.usedStep;
     for (int y = first;; ++y) {
         const ContributionList& list = job.lists[y];
@@ -261,7 +261,7 @@ void PassTwoRows(const ScaleJob& job, int first, int last, PassScratch* scratch)
             std::uint8_t* to = parts.pixels + i;
             for (int x = 0; x < job.width; ++x, from += usedPerGroup, to += pair.writes) *to = *from;
         }
-        ScatterPixels(GetRowSpan(job.dest, y), job.dest->PixelSize, written, 0, job.width, parts.pixels);
+        ScatterPixels(GetRowSpan(job.dst, y), job.dst->PixelSize, written, 0, job.width, parts.pixels);
         if (y >= last) return;
     }
 }

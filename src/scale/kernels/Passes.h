@@ -11,25 +11,32 @@
 #include "scale/kernels/RowOps.h"
 
 // What a pass hands to its work functions. Read-only during the pass.
-struct ScaleJob {
-    ImageClassData* source;  // pass one
-    ImageClassData* dest;    // pass two
-    int height;              // of the result; pass two
-    int width;
-    ImageClassData* temp;
-    const ContributionList* lists;  // of this pass
-
+struct HorizontalJob {
+    ImageClassData* src;  // the source
+    ImageClassData* dst;  // the temporary image
+    int width;            // of the result
     const ScalePair* pair;
-    int sourceWidth;       // that the lists were made for; pass one
-    const TapTable* taps;  // the same lists; nil: pass one goes pixel by pixel
+    int srcWidth;                   // that the lists were made for
+    const ContributionList* lists;  // by column of the result
+    const TapTable* taps;           // the same lists; null: the pass goes pixel by pixel
     const ScaleRowOps* ops;
-    bool pixelByPixel;  // the image read and the image written share bytes
+    bool pixelByPixel;  // src and dst share bytes
     bool singleRows;    // rows are asked for one at a time, since the host gets a turn in between
 };
 
-// One row, pixel by pixel. Pass one: row y of source and temp. Pass two: row y of dest.
-void PassOneRow_Plain(const ScaleJob& job, int y);
-void PassTwoRow_Plain(const ScaleJob& job, int y);
+struct VerticalJob {
+    ImageClassData* src;  // the temporary image
+    ImageClassData* dst;  // the target
+    int width;            // of the result
+    const ScalePair* pair;
+    const ContributionList* lists;  // by row of the result
+    const ScaleRowOps* ops;
+    bool pixelByPixel;  // src and dst share bytes
+};
+
+// Row y of dst, pixel by pixel; the horizontal one reads row y of src.
+void HorizontalRow_Plain(const HorizontalJob& job, int y);
+void VerticalRow_Plain(const VerticalJob& job, int y);
 
 // Working memory of the row by row passes, for one thread.
 class PassScratch {
@@ -39,7 +46,7 @@ public:
     PassScratch& operator=(const PassScratch&) = delete;
     ~PassScratch();
 
-    // Zero-filled bytes, the same ones at every call with the same size. Nil without memory.
+    // Zero-filled bytes, the same ones at every call with the same size. Null without memory.
     std::uint8_t* Get(std::int64_t bytes);
 
 private:
@@ -48,5 +55,5 @@ private:
 };
 
 // Rows first to last, by whichever form fits. Without memory for the row by row form they go pixel by pixel.
-void PassOneRows(const ScaleJob& job, int first, int last, PassScratch* scratch);
-void PassTwoRows(const ScaleJob& job, int first, int last, PassScratch* scratch);
+void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* scratch);
+void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scratch);

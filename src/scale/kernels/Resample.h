@@ -8,8 +8,8 @@
 
 // All images have been checked. width and height say what is written, not what the target has room for.
 struct ResampleRequest {
-    ImageClassData* target;
-    ImageClassData* source;
+    ImageClassData* dst;
+    ImageClassData* src;
     ImageClassData* temp;
     const ScaleKernel* kernel;
     const ScalePair* pair;
@@ -24,6 +24,6 @@ struct ResampleRequest {
 // that the host was given.
 [[nodiscard]] bool Resample(const ResampleRequest& request);
 
-// The work functions of the two passes; data is a ScaleJob.
+// The work functions of the two passes; data is a HorizontalJob and a VerticalJob.
 void PictureScale3mt(int first, int last, int index, signed char threaded, void const* data);
 void PictureScale6mt(int first, int last, int index, signed char threaded, void const* data);
