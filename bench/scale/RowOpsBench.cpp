@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "scale/kernels/Contributions.h"
-#include "scale/kernels/RowOps.h"
+#include "scale/Contributions.h"
+#include "scale/RowOps.h"
 
 namespace {
 

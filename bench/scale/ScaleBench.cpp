@@ -7,9 +7,9 @@
 #include "BenchImage.h"
 #include "core/Formats.h"
 #include "scale/FastScale.h"
+#include "scale/FilterKernels.h"
 #include "scale/FilteredScale.h"
-#include "scale/kernels/Kernels.h"
-#include "scale/kernels/Pairs.h"
+#include "scale/Pairs.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include "core/Factory.h"
 #include "core/ImageClassData.h"
-#include "scale/kernels/Kernels.h"
-#include "scale/kernels/Pairs.h"
-#include "scale/kernels/Resample.h"
+#include "scale/FilterKernels.h"
+#include "scale/Pairs.h"
+#include "scale/Resample.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ Round RunRound(ResampleRequest request, REALobject suppliedTemp) {
 }
 
 // The kernel function of a mode; nil kernel: no such mode.
-bool ScaleWithKernel(const ScaleKernel* kernel, REALobject target, REALobject source, REALobject temp, int width,
+bool ScaleWithKernel(const FilterKernel* kernel, REALobject target, REALobject source, REALobject temp, int width,
                      int height, bool threaded, int threads) {
     if (!kernel) return false;
     ResampleRequest request{};

@@ -1,4 +1,4 @@
-#include "scale/kernels/Contributions.h"
+#include "scale/Contributions.h"
 
 #include <gtest/gtest.h>
 
@@ -132,7 +132,7 @@ TEST(Contributions, HaveTheToldCapacities) {
 }
 
 TEST(Contributions, StopAtTheirCapacity) {
-    ScaleKernel narrow = *KernelOfMode(3);
+    FilterKernel narrow = *KernelOfMode(3);
     narrow.horizontalCapacity = 2;
     ContributionList list{};
     BuildList(narrow, ScaleAxis::kHorizontal, 2.0, 100, 100.0, &list);

@@ -1,4 +1,4 @@
-#include "scale/kernels/Passes.h"
+#include "scale/Passes.h"
 
 #include <gtest/gtest.h>
 
@@ -85,7 +85,7 @@ TEST_F(Passes, GiveTheSameBytesByRowsAsByPixels) {
             const int width = random.Between(1, inside ? std::max(dest->Width, 1) : 45);
             const int height = random.Between(1, inside ? std::max(dest->Height, 1) : 25);
 
-            const ScaleKernel& kernel = *KernelOfMode(random.Between(1, 7));
+            const FilterKernel& kernel = *KernelOfMode(random.Between(1, 7));
             ContributionTable across, down;
             ASSERT_TRUE(across.Allocate(width));
             ASSERT_TRUE(down.Allocate(height));

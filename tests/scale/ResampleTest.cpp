@@ -9,8 +9,8 @@
 #include "core/Factory.h"
 #include "core/Formats.h"
 #include "host/HostCalls.h"
+#include "scale/FilterKernels.h"
 #include "scale/FilteredScale.h"
-#include "scale/kernels/Kernels.h"
 
 namespace {
 

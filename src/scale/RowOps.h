@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "scale/kernels/Contributions.h"
+#include "scale/Contributions.h"
 
 // Several source rows are resampled at once, since they share their weights: the samples of the rows stand side by side
 // as lanes. planes is the count of bytes per pixel; a row block holds columns of planes * rows doubles, and in a column

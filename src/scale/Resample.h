@@ -2,16 +2,16 @@
 // The resampler as a whole: tables, then both passes, on this thread or on workers.
 
 #include "core/ImageClassData.h"
-#include "scale/kernels/Kernels.h"
-#include "scale/kernels/Pairs.h"
-#include "scale/kernels/RowOps.h"
+#include "scale/FilterKernels.h"
+#include "scale/Pairs.h"
+#include "scale/RowOps.h"
 
 // All images have been checked. width and height say what is written, not what the target has room for.
 struct ResampleRequest {
     ImageClassData* dst;
     ImageClassData* src;
     ImageClassData* temp;
-    const ScaleKernel* kernel;
+    const FilterKernel* kernel;
     const ScalePair* pair;
     int width;
     int height;

@@ -1,4 +1,4 @@
-#include "scale/kernels/Contributions.h"
+#include "scale/Contributions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +15,7 @@ struct SampleSpan {
     int right;
 };
 
-SampleSpan SpanAround(const ScaleKernel& kernel, ScaleAxis axis, double scale, int size, double center) {
+SampleSpan SpanAround(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, double center) {
     double left, right;
     if (scale < 1.0) {
         const double reach = kernel.radius / scale;
@@ -36,14 +36,14 @@ SampleSpan SpanAround(const ScaleKernel& kernel, ScaleAxis axis, double scale, i
 
 }  // namespace
 
-std::int64_t ListCapacity(const ScaleKernel& kernel, ScaleAxis axis, double scale) {
+std::int64_t ListCapacity(const FilterKernel& kernel, ScaleAxis axis, double scale) {
     if (!(scale < 1.0)) return axis == ScaleAxis::kHorizontal ? kernel.horizontalCapacity : kernel.verticalCapacity;
     const double reach = kernel.radius / scale;
     if (axis == ScaleAxis::kHorizontal) return 2 * static_cast<std::int64_t>(reach) + 2;
     return static_cast<std::int64_t>(reach + reach + 2.0);
 }
 
-void BuildList(const ScaleKernel& kernel, ScaleAxis axis, double scale, int size, double position,
+void BuildList(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, double position,
                ContributionList* list) {
     *list = {};
     const std::int64_t capacity = ListCapacity(kernel, axis, scale);
@@ -79,7 +79,7 @@ bool ContributionTable::Allocate(int lists) {
     return lists_ != nullptr;
 }
 
-void ContributionTable::Build(const ScaleKernel& kernel, ScaleAxis axis, double scale, int size, int lists,
+void ContributionTable::Build(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, int lists,
                               YieldData* yield) {
     double position = 0.0;
     for (int i = 0; i < lists; ++i, position += 1.0) {

@@ -1,4 +1,4 @@
-#include "scale/kernels/RowOps.h"
+#include "scale/RowOps.h"
 
 namespace {
 

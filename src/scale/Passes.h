@@ -6,9 +6,9 @@
 // writes to the image that it reads; then only the first shows the order in which pixels are worked on.
 
 #include "core/ImageClassData.h"
-#include "scale/kernels/Contributions.h"
-#include "scale/kernels/Pairs.h"
-#include "scale/kernels/RowOps.h"
+#include "scale/Contributions.h"
+#include "scale/Pairs.h"
+#include "scale/RowOps.h"
 
 // What a pass hands to its work functions. Read-only during the pass.
 struct HorizontalJob {

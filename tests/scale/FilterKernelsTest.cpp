@@ -1,4 +1,4 @@
-#include "scale/kernels/Kernels.h"
+#include "scale/FilterKernels.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ double Above(double x) {
 }
 
 double WeightOf(int mode, double x) {
-    const ScaleKernel* const kernel = KernelOfMode(mode);
+    const FilterKernel* const kernel = KernelOfMode(mode);
     return kernel->Supports(x) ? kernel->weight(x) : 0.0;
 }
 
@@ -48,7 +48,7 @@ TEST(Kernels, HaveTheirRadiusSupportAndCapacities) {
     };
     for (const KernelRow& row : rows) {
         SCOPED_TRACE(row.name);
-        const ScaleKernel* const kernel = KernelOfMode(row.mode);
+        const FilterKernel* const kernel = KernelOfMode(row.mode);
         EXPECT_STREQ(kernel->name, row.name);
         EXPECT_EQ(kernel->radius, row.radius);
         EXPECT_EQ(kernel->horizontalCapacity, row.horizontalCapacity);

@@ -1,4 +1,4 @@
-#include "scale/kernels/Pairs.h"
+#include "scale/Pairs.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "core/Yield.h"
-#include "scale/kernels/Kernels.h"
+#include "scale/FilterKernels.h"
 
 struct Contribution {
     float weight;  // rounded from double; the double was not 0
@@ -33,7 +33,7 @@ public:
 
     // Fills the first `lists` lists. scale is target size / source size; size is the number of samples there are, by
     // which spans are clipped. With a yield, the host may get a turn after each list.
-    void Build(const ScaleKernel& kernel, ScaleAxis axis, double scale, int size, int lists, YieldData* yield);
+    void Build(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, int lists, YieldData* yield);
 
     // Makes all lists empty again.
     void FreeEntries();
@@ -46,11 +46,11 @@ private:
 };
 
 // Entries that a list has room for. A list never takes more, so this bounds it where rounding would let one more in.
-std::int64_t ListCapacity(const ScaleKernel& kernel, ScaleAxis axis, double scale);
+std::int64_t ListCapacity(const FilterKernel& kernel, ScaleAxis axis, double scale);
 
 // Fills the list at a position, which counts from 0. Without memory, or for more than 2147483647 bytes of entries, the
 // list stays empty.
-void BuildList(const ScaleKernel& kernel, ScaleAxis axis, double scale, int size, double position,
+void BuildList(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, double position,
                ContributionList* list);
 
 // A horizontal table in the form that runs fastest: the same number of neighbouring taps for every column. Gaps and

@@ -1,4 +1,4 @@
-#include "scale/kernels/Kernels.h"
+#include "scale/FilterKernels.h"
 
 #include <cmath>
 
@@ -53,7 +53,7 @@ double Cubic(double x) {
 }
 
 // The span of poly3 is twice its support; that shows in its capacity, and in how much of the image is looked at.
-constexpr ScaleKernel kKernels[kScaleModes] = {
+constexpr FilterKernel kKernels[kScaleModes] = {
     {1, "triangle", 1.0, 1.0, false, 4, 4, Triangle}, {2, "box", 0.5, 0.5, true, 2, 3, Box},
     {3, "lanczos3", 3.0, 3.0, false, 8, 8, Lanczos3}, {4, "lanczos8", 8.0, 8.0, false, 18, 18, Lanczos8},
     {5, "mitchell", 2.0, 2.0, false, 6, 6, Mitchell}, {6, "poly3", 4.0, 2.0, false, 10, 10, Poly3},
@@ -62,6 +62,6 @@ constexpr ScaleKernel kKernels[kScaleModes] = {
 
 }  // namespace
 
-const ScaleKernel* KernelOfMode(int mode) {
+const FilterKernel* KernelOfMode(int mode) {
     return mode >= 1 && mode <= kScaleModes ? &kKernels[mode - 1] : nullptr;
 }

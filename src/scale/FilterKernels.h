@@ -1,7 +1,7 @@
 #pragma once
 // The seven filter kernels of the resampler.
 
-struct ScaleKernel {
+struct FilterKernel {
     int mode;  // what the application passes
     const char* name;
     double radius;               // of the span of samples that is looked at, in samples of the coarser side
@@ -17,4 +17,4 @@ struct ScaleKernel {
 constexpr int kScaleModes = 7;
 
 // Nil for a mode outside 1 to 7.
-const ScaleKernel* KernelOfMode(int mode);
+const FilterKernel* KernelOfMode(int mode);

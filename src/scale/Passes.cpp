@@ -1,4 +1,4 @@
-#include "scale/kernels/Passes.h"
+#include "scale/Passes.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "scale/kernels/Resample.h"
+#include "scale/Resample.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -6,7 +6,7 @@
 
 #include "core/Storage.h"
 #include "scale/FanOut.h"
-#include "scale/kernels/Passes.h"
+#include "scale/Passes.h"
 
 namespace {
 
