@@ -4,21 +4,19 @@
 
 #include "core/ImageClassData.h"
 #include "core/RowSpan.h"
-#include "scale/ChannelFields.h"
+#include "scale/ChannelLists.h"
 
 namespace {
 
-using namespace channel_fields;
+using namespace channel_lists;
 
 using Record = ImageClassData;
 
 // What is done to a pixel. Every channel of the target takes the sample of the same place in `read`; a luma conversion
 // has one luma of reads 0 to 2 in front; with `blackOnly` cyan, magenta and yellow become 0.
 struct Conversion {
-    int reads;
-    ChannelOffsetField read[5];
-    int writes;
-    ChannelOffsetField written[5];
+    ChannelList read;
+    ChannelList written;
     void (*row)(const RowSpan& dst, const RowSpan& src, const struct RowWork& work, int first, int last);
 };
 
@@ -29,7 +27,7 @@ struct RowWork {
     ChannelSet read, written;
 };
 
-enum class Arithmetic { kSame, kLuma, kSpread, kBlackOnly };
+enum class Arithmetic { kSame, kLuma, kReplicate, kBlackOnly };
 
 template <Arithmetic kArithmetic, int kReads, int kWrites>
 void ConvertPixel(const std::uint8_t* in, std::uint8_t* out) {
@@ -39,7 +37,7 @@ void ConvertPixel(const std::uint8_t* in, std::uint8_t* out) {
     } else if constexpr (kArithmetic == Arithmetic::kLuma) {
         out[0] = static_cast<std::uint8_t>((in[1] * 151 + in[0] * 77 + in[2] * 28) >> 8);
         for (int c = 1; c < kWrites; ++c) out[c] = in[c + 2];
-    } else if constexpr (kArithmetic == Arithmetic::kSpread) {
+    } else if constexpr (kArithmetic == Arithmetic::kReplicate) {
         for (int c = 0; c < kWrites; ++c) out[c] = in[0];
     } else {
         for (int c = 0; c < kWrites - 1; ++c) out[c] = 0;
@@ -74,34 +72,18 @@ void ConvertRow(const RowSpan& dst, const RowSpan& src, const RowWork& work, int
     }
 }
 
-constexpr Conversion CMYK_to_CMYK_Scale = {
-    4, {kCyan, kMagenta, kYellow, kBlack}, 4, {kCyan, kMagenta, kYellow, kBlack}, ConvertRow<Arithmetic::kSame, 4, 4>};
-constexpr Conversion CMYK_to_G_Scale = {1, {kBlack}, 1, {kGray}, ConvertRow<Arithmetic::kSame, 1, 1>};
-constexpr Conversion CMYKA_to_CMYKA_Scale = {5,
-                                             {kCyan, kMagenta, kYellow, kBlack, kAlpha},
-                                             5,
-                                             {kCyan, kMagenta, kYellow, kBlack, kAlpha},
-                                             ConvertRow<Arithmetic::kSame, 5, 5>};
-constexpr Conversion CMYKA_to_GA_Scale = {2, {kBlack, kAlpha}, 2, {kGray, kAlpha}, ConvertRow<Arithmetic::kSame, 2, 2>};
-constexpr Conversion RGB_to_RGB_Scale = {
-    3, {kRed, kGreen, kBlue}, 3, {kRed, kGreen, kBlue}, ConvertRow<Arithmetic::kSame, 3, 3>};
-constexpr Conversion RGB_to_G_Scale = {3, {kRed, kGreen, kBlue}, 1, {kGray}, ConvertRow<Arithmetic::kLuma, 3, 1>};
-constexpr Conversion RGBA_to_RGBA_Scale = {
-    4, {kRed, kGreen, kBlue, kAlpha}, 4, {kRed, kGreen, kBlue, kAlpha}, ConvertRow<Arithmetic::kSame, 4, 4>};
-constexpr Conversion RGBA_to_GA_Scale = {
-    4, {kRed, kGreen, kBlue, kAlpha}, 2, {kGray, kAlpha}, ConvertRow<Arithmetic::kLuma, 4, 2>};
-constexpr Conversion G_to_RGB_Scale = {1, {kGray}, 3, {kRed, kGreen, kBlue}, ConvertRow<Arithmetic::kSpread, 1, 3>};
-constexpr Conversion G_to_G_Scale = {1, {kGray}, 1, {kGray}, ConvertRow<Arithmetic::kSame, 1, 1>};
-constexpr Conversion G_to_CMYK_Scale = {
-    1, {kGray}, 4, {kCyan, kMagenta, kYellow, kBlack}, ConvertRow<Arithmetic::kBlackOnly, 1, 4>};
-constexpr Conversion GA_to_GA_Scale = {2, {kGray, kAlpha}, 2, {kGray, kAlpha}, ConvertRow<Arithmetic::kSame, 2, 2>};
-
-enum Flags : unsigned { kIsCMYK = 1, kIsRGB = 2, kIsGray = 4, kWithAlpha = 8 };
-
-unsigned FlagsOf(const Record* record) {
-    return (record->IsCMYK ? kIsCMYK : 0U) | (record->IsRGB ? kIsRGB : 0U) | (record->IsGray ? kIsGray : 0U) |
-           (record->HasAlpha ? kWithAlpha : 0U);
-}
+constexpr Conversion CMYK_to_CMYK_Scale = {kCMYK, kCMYK, ConvertRow<Arithmetic::kSame, 4, 4>};
+constexpr Conversion CMYK_to_G_Scale = {kK, kG, ConvertRow<Arithmetic::kSame, 1, 1>};
+constexpr Conversion CMYKA_to_CMYKA_Scale = {kCMYKA, kCMYKA, ConvertRow<Arithmetic::kSame, 5, 5>};
+constexpr Conversion CMYKA_to_GA_Scale = {kKA, kGA, ConvertRow<Arithmetic::kSame, 2, 2>};
+constexpr Conversion RGB_to_RGB_Scale = {kRGB, kRGB, ConvertRow<Arithmetic::kSame, 3, 3>};
+constexpr Conversion RGB_to_G_Scale = {kRGB, kG, ConvertRow<Arithmetic::kLuma, 3, 1>};
+constexpr Conversion RGBA_to_RGBA_Scale = {kRGBA, kRGBA, ConvertRow<Arithmetic::kSame, 4, 4>};
+constexpr Conversion RGBA_to_GA_Scale = {kRGBA, kGA, ConvertRow<Arithmetic::kLuma, 4, 2>};
+constexpr Conversion G_to_RGB_Scale = {kG, kRGB, ConvertRow<Arithmetic::kReplicate, 1, 3>};
+constexpr Conversion G_to_G_Scale = {kG, kG, ConvertRow<Arithmetic::kSame, 1, 1>};
+constexpr Conversion G_to_CMYK_Scale = {kG, kCMYK, ConvertRow<Arithmetic::kBlackOnly, 1, 4>};
+constexpr Conversion GA_to_GA_Scale = {kGA, kGA, ConvertRow<Arithmetic::kSame, 2, 2>};
 
 struct Rule {
     unsigned sourceTested, source;  // flags that matter, and what they are
@@ -138,20 +120,13 @@ constexpr Rule kRules[] = {
 };
 
 const Conversion* ConversionOf(const Record* source, const Record* target) {
-    const unsigned sourceFlags = FlagsOf(source), targetFlags = FlagsOf(target);
+    const unsigned sourceFlags = FamilyFlagsOf(source), targetFlags = FamilyFlagsOf(target);
     for (const Rule& rule : kRules) {
         if ((sourceFlags & rule.sourceTested) == rule.source && (targetFlags & rule.targetTested) == rule.target) {
             return rule.conversion;
         }
     }
     return nullptr;
-}
-
-ChannelSet OffsetsOf(const Record* record, const ChannelOffsetField* fields, int count) {
-    ChannelSet set{};
-    set.count = count;
-    for (int c = 0; c < count; ++c) set.offset[c] = record->*fields[c];
-    return set;
 }
 
 bool CheckAndYield(Record* record) {
@@ -195,8 +170,8 @@ void ScaleRow(const Conversion& conversion, Record* target, Record* source, int 
     work.xRatio = xRatio;
     work.readSize = source->PixelSize;
     work.writtenSize = target->PixelSize;
-    work.read = OffsetsOf(source, conversion.read, conversion.reads);
-    work.written = OffsetsOf(target, conversion.written, conversion.writes);
+    work.read = OffsetsOf(source, conversion.read);
+    work.written = OffsetsOf(target, conversion.written);
     if (target == source && target->IsMapping) {
         ScaleRowThroughWindow(conversion, target, y, sourceRow, work, width);
         return;

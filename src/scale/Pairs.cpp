@@ -1,10 +1,10 @@
 #include "scale/Pairs.h"
 
+#include "scale/ChannelLists.h"
+
 namespace {
 
-using namespace channel_fields;
-
-using Record = ImageClassData;
+using namespace channel_lists;
 
 enum PairIndex {
     G_to_G,
@@ -22,13 +22,6 @@ enum PairIndex {
     CMYKA_to_GA,
     CMYKA_to_CMYKA,
 };
-
-enum Flags : unsigned { kIsCMYK = 1, kIsRGB = 2, kIsGray = 4, kWithAlpha = 8 };
-
-unsigned FlagsOf(const Record* record) {
-    return (record->IsCMYK ? kIsCMYK : 0U) | (record->IsRGB ? kIsRGB : 0U) | (record->IsGray ? kIsGray : 0U) |
-           (record->HasAlpha ? kWithAlpha : 0U);
-}
 
 struct PairRule {
     unsigned source;    // family, with or without alpha
@@ -62,140 +55,35 @@ constexpr PairRule kRules[] = {
     {kIsGray | kWithAlpha, kIsGray | kWithAlpha, kIsGray | kWithAlpha, GA_to_GA},
 };
 
-}  // namespace
-
 // In the CMYK family the byte that becomes yellow is read through RedOffset, which is 0 in every CMYK format: yellow is
 // filtered from the first byte of the source pixel. Pictures made over the years depend on it. Gray sources go through
 // the same reads, all of which are offset 0 there, so the first byte of the pixel lands in all four inks.
+constexpr ChannelList kCMRK = {4, {cyan, magenta, red, black}};
+constexpr ChannelList kCMRKA = {5, {cyan, magenta, red, black, alpha}};
+
+}  // namespace
+
 constexpr ScalePair kScalePairTable[kScalePairs] = {
-    {"G_to_G_Scale", ImageFormatScaling1, 1, false, 1, 1, {kGray}, {0}, 1, {kGray}, {0}, 0, 1},
-    {"G_to_RGB_Scale", ImageFormatScaling4, 4, false, 1, 1, {kGray}, {1}, 3, {kRed, kGreen, kBlue}, {1, 1, 1}, 1, 4},
-    {"G_to_CMYK_Scale",
-     ImageFormatScaling4,
-     4,
-     false,
-     4,
-     4,
-     {kCyan, kMagenta, kRed, kBlack},
-     {0, 1, 2, 3},
-     4,
-     {kCyan, kMagenta, kYellow, kBlack},
-     {0, 1, 2, 3},
-     0,
-     1},
-    {"RGB_to_G_Scale", ImageFormatScaling1, 1, true, 1, 3, {kRed, kGreen, kBlue}, {0}, 1, {kGray}, {0}, 0, 1},
-    {"RGB_to_RGB_Scale",
-     ImageFormatScaling4,
-     4,
-     false,
-     3,
-     3,
-     {kRed, kGreen, kBlue},
-     {0, 1, 2},
-     3,
-     {kRed, kGreen, kBlue},
-     {0, 1, 2},
-     0,
-     1},
-    {"CMYK_to_G_Scale", ImageFormatScaling1, 1, false, 1, 1, {kBlack}, {0}, 1, {kGray}, {0}, 0, 1},
-    {"CMYK_to_CMYK_Scale",
-     ImageFormatScaling4,
-     4,
-     false,
-     4,
-     4,
-     {kCyan, kMagenta, kRed, kBlack},
-     {0, 1, 2, 3},
-     4,
-     {kCyan, kMagenta, kYellow, kBlack},
-     {0, 1, 2, 3},
-     0,
-     1},
-    {"GA_to_GA_Scale", ImageFormatScaling2, 2, false, 1, 1, {kGray}, {0}, 1, {kGray}, {0}, 0, 2},
-    {"GA_to_RGBA_Scale",
-     ImageFormatScaling4,
-     4,
-     false,
-     2,
-     2,
-     {kGray, kAlpha},
-     {1, 3},
-     4,
-     {kRed, kGreen, kBlue, kAlpha},
-     {1, 1, 1, 3},
-     1,
-     2},
-    {"GA_to_CMYKA_Scale",
-     ImageFormatScaling5,
-     5,
-     false,
-     5,
-     5,
-     {kCyan, kMagenta, kRed, kBlack, kAlpha},
-     {0, 1, 2, 3, 4},
-     5,
-     {kCyan, kMagenta, kYellow, kBlack, kAlpha},
-     {0, 1, 2, 3, 4},
-     0,
-     1},
-    {"RGBA_to_GA_Scale",
-     ImageFormatScaling2,
-     2,
-     true,
-     2,
-     4,
-     {kRed, kGreen, kBlue, kAlpha},
-     {0, 1},
-     2,
-     {kGray, kAlpha},
-     {0, 1},
-     0,
-     1},
-    {"RGBA_to_RGBA_Scale",
-     ImageFormatScaling4,
-     4,
-     false,
-     4,
-     4,
-     {kRed, kGreen, kBlue, kAlpha},
-     {0, 1, 2, 3},
-     4,
-     {kRed, kGreen, kBlue, kAlpha},
-     {0, 1, 2, 3},
-     0,
-     1},
-    {"CMYKA_to_GA_Scale",
-     ImageFormatScaling2,
-     2,
-     false,
-     2,
-     2,
-     {kBlack, kAlpha},
-     {0, 1},
-     2,
-     {kGray, kAlpha},
-     {0, 1},
-     0,
-     1},
-    {"CMYKA_to_CMYKA_Scale",
-     ImageFormatScaling5,
-     5,
-     false,
-     5,
-     5,
-     {kCyan, kMagenta, kRed, kBlack, kAlpha},
-     {0, 1, 2, 3, 4},
-     5,
-     {kCyan, kMagenta, kYellow, kBlack, kAlpha},
-     {0, 1, 2, 3, 4},
-     0,
-     1},
+    {"G_to_G_Scale", ImageFormatScaling1, 1, false, 1, kG, {0}, kG, {0}, 0, 1},
+    {"G_to_RGB_Scale", ImageFormatScaling4, 4, false, 1, kG, {1}, kRGB, {1, 1, 1}, 1, 4},
+    {"G_to_CMYK_Scale", ImageFormatScaling4, 4, false, 4, kCMRK, {0, 1, 2, 3}, kCMYK, {0, 1, 2, 3}, 0, 1},
+    {"RGB_to_G_Scale", ImageFormatScaling1, 1, true, 1, kRGB, {0}, kG, {0}, 0, 1},
+    {"RGB_to_RGB_Scale", ImageFormatScaling4, 4, false, 3, kRGB, {0, 1, 2}, kRGB, {0, 1, 2}, 0, 1},
+    {"CMYK_to_G_Scale", ImageFormatScaling1, 1, false, 1, kK, {0}, kG, {0}, 0, 1},
+    {"CMYK_to_CMYK_Scale", ImageFormatScaling4, 4, false, 4, kCMRK, {0, 1, 2, 3}, kCMYK, {0, 1, 2, 3}, 0, 1},
+    {"GA_to_GA_Scale", ImageFormatScaling2, 2, false, 1, kG, {0}, kG, {0}, 0, 2},
+    {"GA_to_RGBA_Scale", ImageFormatScaling4, 4, false, 2, kGA, {1, 3}, kRGBA, {1, 1, 1, 3}, 1, 2},
+    {"GA_to_CMYKA_Scale", ImageFormatScaling5, 5, false, 5, kCMRKA, {0, 1, 2, 3, 4}, kCMYKA, {0, 1, 2, 3, 4}, 0, 1},
+    {"RGBA_to_GA_Scale", ImageFormatScaling2, 2, true, 2, kRGBA, {0, 1}, kGA, {0, 1}, 0, 1},
+    {"RGBA_to_RGBA_Scale", ImageFormatScaling4, 4, false, 4, kRGBA, {0, 1, 2, 3}, kRGBA, {0, 1, 2, 3}, 0, 1},
+    {"CMYKA_to_GA_Scale", ImageFormatScaling2, 2, false, 2, kKA, {0, 1}, kGA, {0, 1}, 0, 1},
+    {"CMYKA_to_CMYKA_Scale", ImageFormatScaling5, 5, false, 5, kCMRKA, {0, 1, 2, 3, 4}, kCMYKA, {0, 1, 2, 3, 4}, 0, 1},
 };
 
 const ScalePair* PairOf(const ImageClassData* source, const ImageClassData* target) {
-    const unsigned flags = FlagsOf(source);
+    const unsigned flags = FamilyFlagsOf(source);
     const unsigned family = flags & kIsCMYK ? kIsCMYK : flags & kIsRGB ? kIsRGB : flags & kIsGray;
-    const unsigned targetFlags = FlagsOf(target);
+    const unsigned targetFlags = FamilyFlagsOf(target);
     for (const PairRule& rule : kRules) {
         if (rule.source == (family | (flags & kWithAlpha)) && (targetFlags & rule.tested) == rule.expected) {
             return &kScalePairTable[rule.pair];

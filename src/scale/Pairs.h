@@ -2,24 +2,22 @@
 // The fourteen format pairs of the filtered scaler: what is read from the source, what lies in the temporary image, and
 // what is written to the target.
 
+#include "core/Channels.h"
 #include "core/Formats.h"
 #include "core/ImageClassData.h"
-#include "scale/ChannelFields.h"
 
 struct ScalePair {
-    static constexpr int kMost = 5;
+    static constexpr int kMost = ChannelSet::kMax;
 
     const char* name;
-    int tempFormat;  // of a temporary image made for this pair
-    int pitch;       // bytes of a group of the temporary image
-    bool luma;       // channel 0 is 0.3 red + 0.59 green + 0.11 blue of reads 0 to 2
-    int channels;    // filtered in the horizontal pass
-    int reads;       // bytes of a source pixel; channels, or two more with luma
-    ChannelOffsetField read[kMost];
-    int groupByte[kMost];  // by channel: its byte in the group; the other bytes of a group are 0
-    int writes;
-    ChannelOffsetField written[kMost];  // in the order of storing
-    int writtenFrom[kMost];             // by write: the byte of the group
+    int tempFormat;          // of a temporary image made for this pair
+    int pitch;               // bytes of a group of the temporary image
+    bool luma;               // channel 0 is 0.3 red + 0.59 green + 0.11 blue of reads 0 to 2
+    int channels;            // filtered in the horizontal pass
+    ChannelList read;        // of a source pixel; as many as channels, or two more with luma
+    int groupByte[kMost];    // by channel: its byte in the group; the other bytes of a group are 0
+    ChannelList written;     // in the order of storing
+    int writtenFrom[kMost];  // by write: the byte of the group
     // The bytes of a temporary row that the vertical pass needs: the first, and every so many from there.
     int firstUsed;
     int usedStep;

@@ -14,13 +14,6 @@ constexpr double kNoFactors[ScalePair::kMost] = {1.0, 1.0, 1.0, 1.0, 1.0};
 // A block of several rows that does not fit here would be slower than one row at a time.
 constexpr std::int64_t kMostBlockBytes = std::int64_t{1} << 24;
 
-ChannelSet OffsetsOf(const ImageClassData* record, const ChannelOffsetField* fields, int count) {
-    ChannelSet set{};
-    set.count = count;
-    for (int c = 0; c < count; ++c) set.offset[c] = record->*fields[c];
-    return set;
-}
-
 std::int64_t RoundUp(std::int64_t bytes) {
     return (bytes + 63) / 64 * 64;
 }
@@ -31,7 +24,7 @@ std::int64_t RoundUp(std::int64_t bytes) {
 
 void HorizontalRow_Plain(const HorizontalJob& job, int y) {
     const ScalePair& pair = *job.pair;
-    const ChannelSet read = OffsetsOf(job.src, pair.read, pair.reads);
+    const ChannelSet read = OffsetsOf(job.src, pair.read);
     const int pixelSize = job.src->PixelSize;
     for (int x = 0; x < job.width; ++x) {
         // Anew for every pixel: where both are one image, the row written to may have moved the window.
@@ -50,7 +43,7 @@ void HorizontalRow_Plain(const HorizontalJob& job, int y) {
                 sums[c++] += red + green + blue;
             }
             for (; c < pair.channels; ++c) {
-                const std::ptrdiff_t offset = read.offset[c + pair.reads - pair.channels];
+                const std::ptrdiff_t offset = read.offset[c + pair.read.count - pair.channels];
                 sums[c] += static_cast<double>(row.Load(base + offset)) * weight;
             }
         }
@@ -68,7 +61,7 @@ void VerticalRow_Plain(const VerticalJob& job, int y) {
     const ScalePair& pair = *job.pair;
     const ContributionList& list = job.lists[y];
     const double weightSum = static_cast<double>(list.weightSum);
-    const ChannelSet written = OffsetsOf(job.dst, pair.written, pair.writes);
+    const ChannelSet written = OffsetsOf(job.dst, pair.written);
     for (int x = 0; x < job.width; ++x) {
         double sums[ScalePair::kMost] = {};
         for (int k = 0; k < list.count; ++k) {
@@ -82,7 +75,7 @@ void VerticalRow_Plain(const VerticalJob& job, int y) {
         const RowSpan row = GetRowSpan(job.dst, y);
         if (!row) continue;
         const std::ptrdiff_t base = static_cast<std::ptrdiff_t>(x) * job.dst->PixelSize;
-        for (int i = 0; i < pair.writes; ++i) {
+        for (int i = 0; i < pair.written.count; ++i) {
             row.Store(base + written.offset[i], ScaledByte(sums[pair.writtenFrom[i]], weightSum));
         }
     }
@@ -120,12 +113,12 @@ bool ProvideHorizontalParts(const HorizontalJob& job, PassScratch* scratch, Hori
     const ScalePair& pair = *job.pair;
     const HorizontalOps* slots = pair.luma ? job.ops->luma[pair.channels] : job.ops->plain[pair.channels];
     const std::int64_t columns = std::int64_t{job.srcWidth} + job.taps->taps();
-    const std::int64_t rowBytes = columns * pair.reads * static_cast<std::int64_t>(sizeof(double));
+    const std::int64_t rowBytes = columns * pair.read.count * static_cast<std::int64_t>(sizeof(double));
     const bool several = !job.singleRows && rowBytes * slots[1].rows <= kMostBlockBytes;
     parts->ops = &slots[several ? 1 : 0];
 
     const std::int64_t blockBytes = RoundUp(rowBytes * parts->ops->rows);
-    const std::int64_t packedBytes = RoundUp(std::int64_t{job.srcWidth} * pair.reads);
+    const std::int64_t packedBytes = RoundUp(std::int64_t{job.srcWidth} * pair.read.count);
     const std::int64_t resultBytes = RoundUp(std::int64_t{job.width} * pair.channels * parts->ops->rows);
     std::uint8_t* const memory =
         scratch->Get(blockBytes + packedBytes + resultBytes + std::int64_t{job.width} * pair.pitch);
@@ -160,7 +153,7 @@ void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* 
         return;
     }
     const ScalePair& pair = *job.pair;
-    const ChannelSet read = OffsetsOf(job.src, pair.read, pair.reads);
+    const ChannelSet read = OffsetsOf(job.src, pair.read);
     const double* factors = pair.luma ? kFactors : kNoFactors;
     for (int y = first; y <= last;) {
         const int rows = std::min(parts.ops->rows, last - y + 1);
@@ -195,7 +188,7 @@ bool ProvideVerticalParts(const VerticalJob& job, PassScratch* scratch, Vertical
     const std::int64_t groupBytes = RoundUp(std::int64_t{job.width} * pair.pitch);
     const std::int64_t resultBytes = RoundUp(parts->used);
     std::uint8_t* const memory =
-        scratch->Get(sumBytes + rowBytes + groupBytes + resultBytes + std::int64_t{job.width} * pair.writes);
+        scratch->Get(sumBytes + rowBytes + groupBytes + resultBytes + std::int64_t{job.width} * pair.written.count);
     if (!memory) return false;
     parts->sums = reinterpret_cast<double*>(memory);
     parts->rows = memory + sumBytes;
@@ -249,17 +242,17 @@ void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scra
         return;
     }
     const ScalePair& pair = *job.pair;
-    const ChannelSet written = OffsetsOf(job.dst, pair.written, pair.writes);
+    const ChannelSet written = OffsetsOf(job.dst, pair.written);
     const int usedPerGroup = pair.pitch / pair.usedStep;
     for (int y = first;; ++y) {
         const ContributionList& list = job.lists[y];
         SumRows(job, parts, list);
         job.ops->finishRow(parts.sums, static_cast<double>(list.weightSum), parts.bytes,
                            static_cast<std::ptrdiff_t>(parts.used));
-        for (int i = 0; i < pair.writes; ++i) {
+        for (int i = 0; i < pair.written.count; ++i) {
             const std::uint8_t* from = parts.bytes + (pair.writtenFrom[i] - pair.firstUsed) / pair.usedStep;
             std::uint8_t* to = parts.pixels + i;
-            for (int x = 0; x < job.width; ++x, from += usedPerGroup, to += pair.writes) *to = *from;
+            for (int x = 0; x < job.width; ++x, from += usedPerGroup, to += pair.written.count) *to = *from;
         }
         ScatterPixels(GetRowSpan(job.dst, y), job.dst->PixelSize, written, 0, job.width, parts.pixels);
         if (y >= last) return;

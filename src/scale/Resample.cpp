@@ -27,14 +27,9 @@ bool TempRowsMeet(const ResampleRequest& request) {
 }
 
 bool DstRowsMeet(const ResampleRequest& request) {
-    const ScalePair& pair = *request.pair;
-    int lowest = request.dst->*pair.written[0], highest = lowest;
-    for (int i = 1; i < pair.writes; ++i) {
-        lowest = std::min(lowest, request.dst->*pair.written[i]);
-        highest = std::max(highest, request.dst->*pair.written[i]);
-    }
+    const ChannelSet written = OffsetsOf(request.dst, request.pair->written);
     const std::int64_t lastPixel = (request.width - std::int64_t{1}) * request.dst->PixelSize;
-    return RowsMeet(request.dst, lowest, lastPixel + highest + 1);
+    return RowsMeet(request.dst, written.lowest(), lastPixel + written.highest() + 1);
 }
 
 // A pass that one band does. The host has the turn then that it has in every pass on workers.

@@ -84,17 +84,17 @@ TEST(Pairs, OfAllFormatsAreThoseOfTheReference) {
     }
 }
 
-char LetterOf(ChannelOffsetField field) {
-    using R = ImageClassData;
-    return field == &R::RedOffset       ? 'r'
-           : field == &R::GreenOffset   ? 'g'
-           : field == &R::BlueOffset    ? 'b'
-           : field == &R::GrayOffset    ? 'w'
-           : field == &R::AlphaOffset   ? 'a'
-           : field == &R::CyanOffset    ? 'c'
-           : field == &R::MagentaOffset ? 'm'
-           : field == &R::YellowOffset  ? 'y'
-                                        : 'k';
+char LetterOf(ChannelId channel) {
+    using enum ChannelId;
+    return channel == red       ? 'r'
+           : channel == green   ? 'g'
+           : channel == blue    ? 'b'
+           : channel == gray    ? 'w'
+           : channel == alpha   ? 'a'
+           : channel == cyan    ? 'c'
+           : channel == magenta ? 'm'
+           : channel == yellow  ? 'y'
+                                : 'k';
 }
 
 struct PairRow {
@@ -132,18 +132,19 @@ TEST(Pairs, ReadAndWriteWhatTheyAreTold) {
         EXPECT_EQ(pair.pitch, row.pitch);
         std::string group(static_cast<std::size_t>(pair.pitch), '0');
         for (int c = 0; c < pair.channels; ++c) {
-            const int read = c + pair.reads - pair.channels;
-            group[static_cast<std::size_t>(pair.groupByte[c])] = pair.luma && c == 0 ? 'l' : LetterOf(pair.read[read]);
+            const int read = c + pair.read.count - pair.channels;
+            group[static_cast<std::size_t>(pair.groupByte[c])] =
+                pair.luma && c == 0 ? 'l' : LetterOf(pair.read.id[read]);
         }
         EXPECT_EQ(group, row.group);
         if (pair.luma) {
-            EXPECT_EQ(LetterOf(pair.read[0]), 'r');
-            EXPECT_EQ(LetterOf(pair.read[1]), 'g');
-            EXPECT_EQ(LetterOf(pair.read[2]), 'b');
+            EXPECT_EQ(LetterOf(pair.read.id[0]), 'r');
+            EXPECT_EQ(LetterOf(pair.read.id[1]), 'g');
+            EXPECT_EQ(LetterOf(pair.read.id[2]), 'b');
         }
         std::string writes;
-        for (int w = 0; w < pair.writes; ++w) {
-            writes += LetterOf(pair.written[w]);
+        for (int w = 0; w < pair.written.count; ++w) {
+            writes += LetterOf(pair.written.id[w]);
             writes += static_cast<char>('0' + pair.writtenFrom[w]);
             EXPECT_EQ((pair.writtenFrom[w] - pair.firstUsed) % pair.usedStep, 0);
         }
