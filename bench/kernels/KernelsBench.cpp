@@ -27,6 +27,11 @@ void RunKernel(benchmark::State& state, const KernelCase& kernel, const KernelTa
         bytes.in[i] = inputs[i].data() + kRoom;
     }
     bytes.out = output.data() + kRoom;
+    const std::size_t count = static_cast<std::size_t>(kUnits) * KernelBytes::kMaxNumbersPerUnit;
+    const std::vector<double> numbersIn(count + KernelBytes::kMoreNumbers, 77.7);
+    std::vector<double> numbersOut(count);
+    bytes.numbersIn = numbersIn.data();
+    bytes.numbersOut = numbersOut.data();
     bytes.choice = 9;
     for (auto _ : state) {
         kernel.run(table, bytes, kUnits);

@@ -49,6 +49,16 @@ constexpr Slot kSlots[] = {
     SLOTS_3(exports.pixels[2]),
     SLOT(exports.nativeWords),
     SLOT(exports.argbWords),
+    SLOTS_5(scaling.widen),
+    SLOTS_2(scaling.resample[kChannels1]),
+    SLOTS_2(scaling.resample[kChannels2]),
+    SLOTS_2(scaling.resample[kChannels3]),
+    SLOTS_2(scaling.resample[kChannels4]),
+    SLOTS_2(scaling.resample[kChannels5]),
+    SLOTS_2(scaling.resample[kLumaOnly]),
+    SLOTS_2(scaling.resample[kLumaAndAlpha]),
+    SLOT(scaling.accumulateRows),
+    SLOT(scaling.finishRow),
 };
 
 // Every pointer of the record has its name, and every name stands at its pointer.
@@ -71,6 +81,7 @@ void InitKernels_Plain(KernelTable* table) {
     InitWords_Plain(&table->words);
     InitTouch_Plain(&table->touch);
     InitExport_Plain(&table->exports);
+    InitScaling_Plain(&table->scaling);
 }
 
 // Overwrites the slots that have a twin of that set.

@@ -14,6 +14,7 @@
 #include "kernels/Export.h"
 #include "kernels/Matrix.h"
 #include "kernels/Pack.h"
+#include "kernels/Scaling.h"
 #include "kernels/Touch.h"
 #include "kernels/Words.h"
 
@@ -27,6 +28,7 @@ struct KernelTable {
     WordsKernels words;
     TouchKernels touch;
     ExportKernels exports;
+    ScalingKernels scaling;
 };
 
 constexpr int kKernelSlots = static_cast<int>(sizeof(KernelTable) / sizeof(void (*)()));

@@ -5,6 +5,8 @@
 #include <cstdint>
 
 #include "core/Yield.h"
+#include "kernels/Scaling.h"
+#include "scale/FilterKernels.h"
 #include "scale/FilterKernels.h"
 
 struct Contribution {
@@ -65,11 +67,8 @@ public:
     // False without memory, or if the table would be too large to be worth it; the lists serve then.
     [[nodiscard]] bool Build(const ContributionList* lists, int columns);
 
-    int taps() const { return taps_; }
-    int columns() const { return columns_; }
-    const int* first() const { return first_; }               // by column: source column of the first tap
-    const double* weights() const { return weights_; }        // taps of column 0, of column 1, ...
-    const double* weightSums() const { return weightSums_; }  // by column
+    // The table as kernels take it, good for as long as the table is there.
+    TapColumns columns() const { return {taps_, columns_, first_, weights_, weightSums_}; }
 
 private:
     int taps_ = 0;

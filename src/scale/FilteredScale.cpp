@@ -56,7 +56,7 @@ bool ScaleWithKernel(const FilterKernel* kernel, REALobject target, REALobject s
     request.height = height;
     request.threaded = threaded;
     request.threads = threads;
-    request.ops = &PickedScaleRowOps();
+    request.kernels = &Kernels();
     Round round = RunRound(request, temp);
     // Only a temporary image made here can have the wrong format. Every further round runs on this thread.
     request.threaded = false;

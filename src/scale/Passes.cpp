@@ -102,7 +102,8 @@ namespace {
 
 // One packed source row, the block of widened rows, the resampled bytes, one row of groups.
 struct HorizontalParts {
-    const HorizontalOps* ops;
+    int rows;  // of the block
+    ScalingKernels::Resample resample;
     std::uint8_t* packed;
     double* block;
     std::uint8_t* bytes;
@@ -111,15 +112,16 @@ struct HorizontalParts {
 
 bool ProvideHorizontalParts(const HorizontalJob& job, PassScratch* scratch, HorizontalParts* parts) {
     const ScalePair& pair = *job.pair;
-    const HorizontalOps* slots = pair.luma ? job.ops->luma[pair.channels] : job.ops->plain[pair.channels];
-    const std::int64_t columns = std::int64_t{job.srcWidth} + job.taps->taps();
+    const ResampleShape shape = ResampleShapeOf(pair.channels, pair.luma);
+    const std::int64_t columns = std::int64_t{job.srcWidth} + job.taps->taps;
     const std::int64_t rowBytes = columns * pair.read.count * static_cast<std::int64_t>(sizeof(double));
-    const bool several = !job.singleRows && rowBytes * slots[1].rows <= kMostBlockBytes;
-    parts->ops = &slots[several ? 1 : 0];
+    const bool several = !job.singleRows && rowBytes * kRowsInBlock[shape][1] <= kMostBlockBytes;
+    parts->rows = kRowsInBlock[shape][several ? 1 : 0];
+    parts->resample = job.kernels->scaling.resample[shape][several ? 1 : 0];
 
-    const std::int64_t blockBytes = RoundUp(rowBytes * parts->ops->rows);
+    const std::int64_t blockBytes = RoundUp(rowBytes * parts->rows);
     const std::int64_t packedBytes = RoundUp(std::int64_t{job.srcWidth} * pair.read.count);
-    const std::int64_t resultBytes = RoundUp(std::int64_t{job.width} * pair.channels * parts->ops->rows);
+    const std::int64_t resultBytes = RoundUp(std::int64_t{job.width} * pair.channels * parts->rows);
     std::uint8_t* const memory =
         scratch->Get(blockBytes + packedBytes + resultBytes + std::int64_t{job.width} * pair.pitch);
     if (!memory) return false;
@@ -134,11 +136,10 @@ bool ProvideHorizontalParts(const HorizontalJob& job, PassScratch* scratch, Hori
 // are 0 and stay so in `groups`.
 void WriteGroups(const HorizontalJob& job, const HorizontalParts& parts, int row, int y) {
     const ScalePair& pair = *job.pair;
-    const int rows = parts.ops->rows;
     for (int c = 0; c < pair.channels; ++c) {
-        const std::uint8_t* byte = parts.bytes + c * rows + row;
-        std::uint8_t* group = parts.groups + pair.groupByte[c];
-        for (int x = 0; x < job.width; ++x, byte += pair.channels * rows, group += pair.pitch) *group = *byte;
+        const PixelRun groups = {parts.groups, pair.pitch, {1, {pair.groupByte[c]}}};
+        const PixelRun bytes = {parts.bytes, std::ptrdiff_t{pair.channels} * parts.rows, {1, {c * parts.rows + row}}};
+        job.kernels->convert.apart[kCopy1][0](groups, bytes, job.width, 0);
     }
     const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
     CopyRun(GetRowSpan(job.dst, y), 0, {parts.groups, 0, size}, 0, size);
@@ -155,13 +156,14 @@ void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* 
     const ScalePair& pair = *job.pair;
     const ChannelSet read = OffsetsOf(job.src, pair.read);
     const double* factors = pair.luma ? kFactors : kNoFactors;
+    const ScalingKernels::Widen widen = job.kernels->scaling.widen[pair.read.count - 1];
     for (int y = first; y <= last;) {
-        const int rows = std::min(parts.ops->rows, last - y + 1);
+        const int rows = std::min(parts.rows, last - y + 1);
         for (int r = 0; r < rows; ++r) {
             GatherPixels(GetRowSpan(job.src, y + r), job.src->PixelSize, read, 0, job.srcWidth, parts.packed);
-            parts.ops->widenRow(parts.packed, job.srcWidth, factors, r, parts.block);
+            widen(parts.packed, job.srcWidth, factors, parts.rows, parts.block + r);
         }
-        parts.ops->resample(parts.block, *job.taps, parts.bytes);
+        parts.resample(parts.block, *job.taps, parts.bytes);
         for (int r = 0; r < rows; ++r) WriteGroups(job, parts, r, y + r);
         if (rows > last - y) return;
         y += rows;
@@ -184,7 +186,7 @@ bool ProvideVerticalParts(const VerticalJob& job, PassScratch* scratch, Vertical
     const ScalePair& pair = *job.pair;
     parts->used = std::int64_t{job.width} * (pair.pitch / pair.usedStep);
     const std::int64_t sumBytes = RoundUp(parts->used * static_cast<std::int64_t>(sizeof(double)));
-    const std::int64_t rowBytes = RoundUp(parts->used * ScaleRowOps::kRowsAtOnce);
+    const std::int64_t rowBytes = RoundUp(parts->used * ScalingKernels::kRowsAtOnce);
     const std::int64_t groupBytes = RoundUp(std::int64_t{job.width} * pair.pitch);
     const std::int64_t resultBytes = RoundUp(parts->used);
     std::uint8_t* const memory =
@@ -205,29 +207,30 @@ const std::uint8_t* UsedBytes(const VerticalJob& job, const VerticalParts& parts
     const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
     const RowSpan temp = GetRowSpan(job.src, row);
     if (!temp) return nullptr;
-    const std::uint8_t* groups = temp.data;
+    std::uint8_t* groups = temp.data;
     const bool inside = temp.Covers(0, size);
     if (inside && pair.usedStep == 1 && !job.src->IsMapping) return groups;
     if (!inside) {
         LoadRun(temp, 0, size, parts.groups);
         groups = parts.groups;
     }
-    const std::uint8_t* from = groups + pair.firstUsed;
-    for (std::int64_t i = 0; i < parts.used; ++i, from += pair.usedStep) copy[i] = *from;
+    const PixelRun used = {groups, pair.usedStep, {1, {pair.firstUsed}}};
+    job.kernels->pack.gather[0](used, static_cast<std::ptrdiff_t>(parts.used), copy);
     return copy;
 }
 
 void SumRows(const VerticalJob& job, const VerticalParts& parts, const ContributionList& list) {
     std::fill_n(parts.sums, parts.used, 0.0);
-    const std::uint8_t* rows[ScaleRowOps::kRowsAtOnce];
-    double weights[ScaleRowOps::kRowsAtOnce];
+    const std::uint8_t* rows[ScalingKernels::kRowsAtOnce];
+    double weights[ScalingKernels::kRowsAtOnce];
     int held = 0;
     for (int k = 0; k < list.count; ++k) {
         rows[held] = UsedBytes(job, parts, list.entries[k].pixel, parts.rows + held * parts.used);
         weights[held] = static_cast<double>(list.entries[k].weight);
         if (rows[held]) ++held;
-        if (held == ScaleRowOps::kRowsAtOnce || (k == list.count - 1 && held > 0)) {
-            job.ops->accumulateRows(parts.sums, rows, weights, held, static_cast<std::ptrdiff_t>(parts.used));
+        if (held == ScalingKernels::kRowsAtOnce || (k == list.count - 1 && held > 0)) {
+            job.kernels->scaling.accumulateRows(parts.sums, rows, weights, held,
+                                                static_cast<std::ptrdiff_t>(parts.used));
             held = 0;
         }
     }
@@ -243,17 +246,16 @@ void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scra
     }
     const ScalePair& pair = *job.pair;
     const ChannelSet written = OffsetsOf(job.dst, pair.written);
-    const int usedPerGroup = pair.pitch / pair.usedStep;
+    PixelRun result = {parts.bytes, pair.pitch / pair.usedStep, {pair.written.count, {}}};
+    for (int i = 0; i < pair.written.count; ++i) {
+        result.channels.offset[i] = (pair.writtenFrom[i] - pair.firstUsed) / pair.usedStep;
+    }
     for (int y = first;; ++y) {
         const ContributionList& list = job.lists[y];
         SumRows(job, parts, list);
-        job.ops->finishRow(parts.sums, static_cast<double>(list.weightSum), parts.bytes,
-                           static_cast<std::ptrdiff_t>(parts.used));
-        for (int i = 0; i < pair.written.count; ++i) {
-            const std::uint8_t* from = parts.bytes + (pair.writtenFrom[i] - pair.firstUsed) / pair.usedStep;
-            std::uint8_t* to = parts.pixels + i;
-            for (int x = 0; x < job.width; ++x, from += usedPerGroup, to += pair.written.count) *to = *from;
-        }
+        job.kernels->scaling.finishRow(parts.sums, static_cast<double>(list.weightSum), parts.bytes,
+                                       static_cast<std::ptrdiff_t>(parts.used));
+        job.kernels->pack.gather[pair.written.count - 1](result, job.width, parts.pixels);
         ScatterPixels(GetRowSpan(job.dst, y), job.dst->PixelSize, written, 0, job.width, parts.pixels);
         if (y >= last) return;
     }

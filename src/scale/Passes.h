@@ -6,9 +6,9 @@
 // writes to the image that it reads; then only the first shows the order in which pixels are worked on.
 
 #include "core/ImageClassData.h"
+#include "kernels/KernelTable.h"
 #include "scale/Contributions.h"
 #include "scale/Pairs.h"
-#include "scale/RowOps.h"
 
 // What a pass hands to its work functions. Read-only during the pass.
 struct HorizontalJob {
@@ -18,8 +18,8 @@ struct HorizontalJob {
     const ScalePair* pair;
     int srcWidth;                   // that the lists were made for
     const ContributionList* lists;  // by column of the result
-    const TapTable* taps;           // the same lists; null: the pass goes pixel by pixel
-    const ScaleRowOps* ops;
+    const TapColumns* taps;         // the same lists; null: the pass goes pixel by pixel
+    const KernelTable* kernels;
     bool pixelByPixel;  // src and dst share bytes
     bool singleRows;    // rows are asked for one at a time, since the host gets a turn in between
 };
@@ -30,7 +30,7 @@ struct VerticalJob {
     int width;            // of the result
     const ScalePair* pair;
     const ContributionList* lists;  // by row of the result
-    const ScaleRowOps* ops;
+    const KernelTable* kernels;
     bool pixelByPixel;  // src and dst share bytes
 };
 

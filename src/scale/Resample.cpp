@@ -113,6 +113,7 @@ bool Resample(const ResampleRequest& request) {
     {
         TapTable taps;
         const bool haveTaps = taps.Build(table.lists(), request.width);
+        const TapColumns columns = taps.columns();
         HorizontalJob job{};
         job.src = request.src;
         job.dst = request.temp;
@@ -120,8 +121,8 @@ bool Resample(const ResampleRequest& request) {
         job.pair = request.pair;
         job.srcWidth = srcWidth;
         job.lists = table.lists();
-        job.taps = haveTaps ? &taps : nullptr;
-        job.ops = request.ops;
+        job.taps = haveTaps ? &columns : nullptr;
+        job.kernels = request.kernels;
         job.singleRows = YieldsBetweenRows(request);
         RunPass(request, job, srcHeight, TempRowsMeet(request), HorizontalRows, PictureScale3mt);
     }
@@ -135,7 +136,7 @@ bool Resample(const ResampleRequest& request) {
     job.width = request.width;
     job.pair = request.pair;
     job.lists = table.lists();
-    job.ops = request.ops;
+    job.kernels = request.kernels;
     RunPass(request, job, request.height, DstRowsMeet(request), VerticalRows, PictureScale6mt);
     return true;
 }

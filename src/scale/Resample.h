@@ -2,9 +2,9 @@
 // The resampler as a whole: tables, then both passes, on this thread or on workers.
 
 #include "core/ImageClassData.h"
+#include "kernels/KernelTable.h"
 #include "scale/FilterKernels.h"
 #include "scale/Pairs.h"
-#include "scale/RowOps.h"
 
 // All images have been checked. width and height say what is written, not what the target has room for.
 struct ResampleRequest {
@@ -17,7 +17,7 @@ struct ResampleRequest {
     int height;
     bool threaded;  // no turns for the host but those of the fan-out
     int threads;    // for RunThreads, where threaded
-    const ScaleRowOps* ops;
+    const KernelTable* kernels;
 };
 
 // False when the tables cannot be allocated; the target is unchanged then. May be left by an exception out of a turn

@@ -86,6 +86,45 @@ void Convolve(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.matrix.convolve(taps, count, finish, units, b.out);
 }
 
+constexpr double kFactors[ScalingKernels::kMostPlanes] = {0.3, 0.59, 0.11, 1.0, 1.0};
+
+// Into one of the lanes of a block of several rows.
+template <int kPlanes>
+void Widen(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kMostRows = KernelBytes::kMaxNumbersPerUnit / kPlanes;
+    const int rows = 1 + static_cast<int>(b.choice % kMostRows), row = static_cast<int>(b.choice / 8) % rows;
+    k.scaling.widen[kPlanes - 1](b.in[0], static_cast<int>(units), kFactors, rows, b.numbersOut + row);
+}
+
+// As many columns as units, of one to twelve taps, which lie anywhere. The sums of weights have both signs and are 0 at
+// times, and are of a size that leaves most results between black and white.
+template <ResampleShape kShape, int kBlock>
+void Resample(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const int columns = static_cast<int>(units), tapCount = 1 + static_cast<int>(b.choice % 12);
+    static thread_local std::vector<int> first;
+    static thread_local std::vector<double> weightSums;
+    first.resize(static_cast<std::size_t>(units));
+    weightSums.resize(static_cast<std::size_t>(units));
+    for (std::size_t x = 0; x < first.size(); ++x) {
+        first[x] = static_cast<int>((x + b.choice / 16) % first.size());
+        weightSums[x] = (b.in[1][x] - 100) * 30.0;
+    }
+    const TapColumns taps = {tapCount, columns, first.data(), b.numbersIn + 1, weightSums.data()};
+    k.scaling.resample[kShape][kBlock](b.numbersIn, taps, b.out);
+}
+
+void AccumulateRows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const std::uint8_t* rows[ScalingKernels::kRowsAtOnce];
+    for (int r = 0; r < ScalingKernels::kRowsAtOnce; ++r) rows[r] = b.in[r % KernelBytes::kInputs] + r;
+    const int rowCount = 1 + static_cast<int>(b.choice % ScalingKernels::kRowsAtOnce);
+    k.scaling.accumulateRows(b.numbersOut, rows, b.numbersIn, rowCount, units);
+}
+
+void FinishRow(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr double kWeightSums[] = {1.0, 0.0, -0.5, 1.7, 12.5};
+    k.scaling.finishRow(b.numbersIn, kWeightSums[b.choice % 5], b.out, units);
+}
+
 // For kernels that work on their output.
 void Start(Bytes b, std::ptrdiff_t bytes) {
     std::memcpy(b.out, b.in[3], static_cast<std::size_t>(bytes));
@@ -184,6 +223,28 @@ const std::vector<KernelCase> kCases = {
     {"convert.apart[kBlackOnly1To4][1]", Convert<kBlackOnly1To4, 1, 4, true>},
     {"convert.apart[kLuma3To1][0]", Convert<kLuma3To1, 3, 1, false>},
     {"convert.apart[kLuma3To1][1]", Convert<kLuma3To1, 3, 1, true>},
+
+    {"scaling.widen[0]", Widen<1>},
+    {"scaling.widen[1]", Widen<2>},
+    {"scaling.widen[2]", Widen<3>},
+    {"scaling.widen[3]", Widen<4>},
+    {"scaling.widen[4]", Widen<5>},
+    {"scaling.resample[kChannels1][0]", Resample<kChannels1, 0>},
+    {"scaling.resample[kChannels1][1]", Resample<kChannels1, 1>},
+    {"scaling.resample[kChannels2][0]", Resample<kChannels2, 0>},
+    {"scaling.resample[kChannels2][1]", Resample<kChannels2, 1>},
+    {"scaling.resample[kChannels3][0]", Resample<kChannels3, 0>},
+    {"scaling.resample[kChannels3][1]", Resample<kChannels3, 1>},
+    {"scaling.resample[kChannels4][0]", Resample<kChannels4, 0>},
+    {"scaling.resample[kChannels4][1]", Resample<kChannels4, 1>},
+    {"scaling.resample[kChannels5][0]", Resample<kChannels5, 0>},
+    {"scaling.resample[kChannels5][1]", Resample<kChannels5, 1>},
+    {"scaling.resample[kLumaOnly][0]", Resample<kLumaOnly, 0>},
+    {"scaling.resample[kLumaOnly][1]", Resample<kLumaOnly, 1>},
+    {"scaling.resample[kLumaAndAlpha][0]", Resample<kLumaAndAlpha, 0>},
+    {"scaling.resample[kLumaAndAlpha][1]", Resample<kLumaAndAlpha, 1>},
+    {"scaling.accumulateRows", AccumulateRows},
+    {"scaling.finishRow", FinishRow},
 
     {"words.move", MoveWords},
     {"words.moveMasked", MoveWordsMasked},

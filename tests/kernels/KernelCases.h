@@ -8,13 +8,18 @@
 #include "kernels/KernelTable.h"
 
 // What a kernel works on. Inputs are read only, every byte of them may be read from 64 bytes before to 64 bytes behind
-// `units * kMaxBytesPerUnit`; the output has the same room, which a kernel must not use.
+// `units * kMaxBytesPerUnit`; the output has the same room, which a kernel must not use. The same goes for numbers, but
+// that kMoreNumbers of those may be read behind.
 struct KernelBytes {
-    static constexpr int kMaxBytesPerUnit = 8;
+    static constexpr int kMaxBytesPerUnit = 12;
+    static constexpr int kMaxNumbersPerUnit = 18;
+    static constexpr int kMoreNumbers = 512;
     static constexpr int kInputs = 4;
 
     const std::uint8_t* in[kInputs];
     std::uint8_t* out;
+    const double* numbersIn;  // of both signs
+    double* numbersOut;
     std::uint32_t choice;  // any number: which of the variants of a case is meant, the same for all twins
 };
 

@@ -16,6 +16,11 @@ constexpr int kMaxUnits = 131;  // past two vectors of 64 bytes
 constexpr int kGuard = 64;
 
 using Bytes = std::vector<std::uint8_t>;
+using Numbers = std::vector<double>;
+
+bool SameBits(const Numbers& a, const Numbers& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+}
 
 class Noise {
 public:
@@ -28,6 +33,13 @@ public:
             byte = bits % 3 == 0 ? (bits / 3 % 2 ? 255 : 0) : static_cast<std::uint8_t>(bits / 3);
         }
         return bytes;
+    }
+
+    // Of both signs.
+    Numbers RunOfNumbers(std::size_t size) {
+        Numbers numbers(size);
+        for (double& number : numbers) number = static_cast<double>(Bits() >> 12) / 1048.6 - 499.99;
+        return numbers;
     }
 
 private:
@@ -51,6 +63,8 @@ TEST_P(Twins, AgreeWithPlainInEverySlot) {
     if (!CanRun(tier)) GTEST_SKIP() << "this machine cannot run " << NameOf(tier);
     const KernelPick plain = PickKernels(CpuTier::plain), fast = PickKernels(tier);
     Noise noise;
+    const Numbers numbers =
+        noise.RunOfNumbers(kMaxUnits * KernelBytes::kMaxNumbersPerUnit + KernelBytes::kMoreNumbers + 2 * kGuard);
     for (int slot = 0; slot < kKernelSlots; ++slot) {
         const KernelCase* const kernel = CaseOfSlot(KernelSlotName(slot));
         ASSERT_NE(kernel, nullptr) << KernelSlotName(slot) << " has no case";
@@ -68,12 +82,20 @@ TEST_P(Twins, AgreeWithPlainInEverySlot) {
                 const std::size_t at = kGuard + noise.Bits() % 8;
                 Bytes expected = noise.Run(size), actual = expected;
                 const Bytes before[] = {inputs[0], inputs[1], inputs[2], inputs[3]};
+                bytes.numbersIn = numbers.data() + kGuard + noise.Bits() % 8;
+                const std::ptrdiff_t room = units * KernelBytes::kMaxNumbersPerUnit;
+                Numbers expectedNumbers(numbers.begin(), numbers.begin() + room + 2 * kGuard);
+                Numbers actualNumbers = expectedNumbers;
 
                 bytes.out = expected.data() + at;
+                bytes.numbersOut = expectedNumbers.data() + kGuard;
                 kernel->run(plain.table, bytes, units);
                 bytes.out = actual.data() + at;
+                bytes.numbersOut = actualNumbers.data() + kGuard;
                 kernel->run(fast.table, bytes, units);
                 ASSERT_EQ(FirstDifference(expected, actual), "")
+                    << kernel->slot << ", " << NameOf(fast.twin[slot]) << ", " << units << " units";
+                ASSERT_TRUE(SameBits(expectedNumbers, actualNumbers))
                     << kernel->slot << ", " << NameOf(fast.twin[slot]) << ", " << units << " units";
                 ASSERT_TRUE(std::equal(before, before + 4, inputs)) << kernel->slot << " changed what it reads";
             }

@@ -198,18 +198,19 @@ TEST(TapTable, HoldsTheSameWeightsWithGapsFilled) {
             const int columns = static_cast<int>(20 * scale);
             ASSERT_TRUE(table.Allocate(columns));
             table.Build(*KernelOfMode(mode), ScaleAxis::kHorizontal, scale, 20, columns, nullptr);
-            TapTable taps;
-            ASSERT_TRUE(taps.Build(table.lists(), columns));
-            ASSERT_EQ(taps.columns(), columns);
+            TapTable tapTable;
+            ASSERT_TRUE(tapTable.Build(table.lists(), columns));
+            const TapColumns taps = tapTable.columns();
+            ASSERT_EQ(taps.columns, columns);
             for (int x = 0; x < columns; ++x) {
                 const ContributionList& list = table.lists()[x];
                 double weights[20 + 64] = {};
                 for (int k = 0; k < list.count; ++k) {
                     weights[list.entries[k].pixel] = static_cast<double>(list.entries[k].weight);
                 }
-                ASSERT_EQ(taps.weightSums()[x], static_cast<double>(list.weightSum));
-                for (int k = 0; k < taps.taps(); ++k) {
-                    ASSERT_EQ(taps.weights()[x * taps.taps() + k], list.count ? weights[taps.first()[x] + k] : 0.0);
+                ASSERT_EQ(taps.weightSums[x], static_cast<double>(list.weightSum));
+                for (int k = 0; k < taps.taps; ++k) {
+                    ASSERT_EQ(taps.weights[x * taps.taps + k], list.count ? weights[taps.first[x] + k] : 0.0);
                 }
             }
         }

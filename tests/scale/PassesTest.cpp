@@ -36,7 +36,7 @@ struct Jobs {
 
 // The jobs of both passes between these images, each with its lists.
 Jobs JobsOf(const TestImage& source, const TestImage& temp, const TestImage& dest, const ScalePair& pair, int width,
-            const ContributionTable& across, const ContributionTable& down, const TapTable& taps) {
+            const ContributionTable& across, const ContributionTable& down, const TapColumns& taps) {
     Jobs jobs{};
     jobs.across.src = source.record();
     jobs.across.dst = temp.record();
@@ -45,13 +45,13 @@ Jobs JobsOf(const TestImage& source, const TestImage& temp, const TestImage& des
     jobs.across.srcWidth = source->Width;
     jobs.across.lists = across.lists();
     jobs.across.taps = &taps;
-    jobs.across.ops = &PickedScaleRowOps();
+    jobs.across.kernels = &Kernels();
     jobs.down.src = temp.record();
     jobs.down.dst = dest.record();
     jobs.down.width = width;
     jobs.down.pair = &pair;
     jobs.down.lists = down.lists();
-    jobs.down.ops = &PickedScaleRowOps();
+    jobs.down.kernels = &Kernels();
     return jobs;
 }
 
@@ -91,8 +91,9 @@ TEST_F(Passes, GiveTheSameBytesByRowsAsByPixels) {
             ASSERT_TRUE(down.Allocate(height));
             across.Build(kernel, ScaleAxis::kHorizontal, double(width) / source->Width, source->Width, width, nullptr);
             down.Build(kernel, ScaleAxis::kVertical, double(height) / source->Height, temp->Height, height, nullptr);
-            TapTable taps;
-            ASSERT_TRUE(taps.Build(across.lists(), width));
+            TapTable table;
+            ASSERT_TRUE(table.Build(across.lists(), width));
+            const TapColumns taps = table.columns();
             Jobs jobs = JobsOf(source, temp, dest, pair, width, across, down, taps);
 
             const Storage tempBefore = SnapshotOf(temp), destBefore = SnapshotOf(dest);
@@ -116,8 +117,9 @@ TEST_F(Passes, WorkByPixelsWithoutMemoryForRows) {
     ASSERT_TRUE(down.Allocate(7));
     across.Build(*KernelOfMode(3), ScaleAxis::kHorizontal, 9.0 / 20.0, 20, 9, nullptr);
     down.Build(*KernelOfMode(3), ScaleAxis::kVertical, 7.0 / 12.0, 12, 7, nullptr);
-    TapTable taps;
-    ASSERT_TRUE(taps.Build(across.lists(), 9));
+    TapTable table;
+    ASSERT_TRUE(table.Build(across.lists(), 9));
+    const TapColumns taps = table.columns();
     Jobs jobs = JobsOf(source, temp, dest, *PairOf(source.record(), dest.record()), 9, across, down, taps);
     const std::vector<std::uint8_t> expected = RunBoth(jobs, 7, temp, dest, false);
     for (int passed = 0; passed < 2; ++passed) {
@@ -127,52 +129,6 @@ TEST_F(Passes, WorkByPixelsWithoutMemoryForRows) {
     }
     jobs.across.taps = nullptr;
     EXPECT_EQ(RunBoth(jobs, 7, temp, dest, false), expected);
-}
-
-TEST(ScaledByte, TruncatesAndCutsToAByte) {
-    EXPECT_EQ(ScaledByte(254.9, 1.0), 254);
-    EXPECT_EQ(ScaledByte(255.0, 1.0), 255);
-    EXPECT_EQ(ScaledByte(300.0, 1.0), 255);
-    EXPECT_EQ(ScaledByte(1e300, 1.0), 255);
-    EXPECT_EQ(ScaledByte(-0.9, 1.0), 0);
-    EXPECT_EQ(ScaledByte(-5.0, 1.0), 0);
-    EXPECT_EQ(ScaledByte(0.0, 0.0), 0);  // an empty list
-    EXPECT_EQ(ScaledByte(1.0, 0.0), 255);
-    EXPECT_EQ(ScaledByte(-1.0, 0.0), 0);
-    EXPECT_EQ(ScaledByte(-100.0, -0.5), 200);
-}
-
-// Every row function against loops that can be checked by eye, over all widths and remainders.
-TEST(RowOps, AddRowsInOrder) {
-    Random random(3);
-    const ScaleRowOps& ops = PickedScaleRowOps();
-    for (int count = 1; count <= 70; ++count) {
-        for (int rowCount = 1; rowCount <= ScaleRowOps::kRowsAtOnce; ++rowCount) {
-            const auto size = static_cast<std::size_t>(count);
-            std::vector<std::vector<std::uint8_t>> rows(ScaleRowOps::kRowsAtOnce, std::vector<std::uint8_t>(size));
-            std::vector<double> expected(size), sums(size);
-            const std::uint8_t* pointers[ScaleRowOps::kRowsAtOnce];
-            double weights[ScaleRowOps::kRowsAtOnce];
-            for (std::size_t k = 0; k < rows.size(); ++k) {
-                for (std::uint8_t& byte : rows[k]) byte = random.Byte();
-                pointers[k] = rows[k].data();
-                weights[k] = static_cast<double>(static_cast<float>(random.Between(-1000, 1000)) / 777.0F);
-            }
-            for (std::size_t i = 0; i < size; ++i) {
-                expected[i] = sums[i] = random.Between(-100, 100) / 3.0;
-                for (std::size_t k = 0; k < static_cast<std::size_t>(rowCount); ++k) {
-                    expected[i] += static_cast<double>(rows[k][i]) * weights[k];
-                }
-            }
-            ops.accumulateRows(sums.data(), pointers, weights, rowCount, count);
-            ASSERT_EQ(sums, expected) << count << " bytes of " << rowCount << " rows";
-
-            std::vector<std::uint8_t> bytes(size + 1, 99);
-            ops.finishRow(sums.data(), 1.7, bytes.data(), count);
-            for (std::size_t i = 0; i < size; ++i) ASSERT_EQ(bytes[i], ScaledByte(expected[i], 1.7));
-            ASSERT_EQ(bytes[size], 99);
-        }
-    }
 }
 
 }  // namespace

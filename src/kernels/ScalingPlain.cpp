@@ -1,31 +1,40 @@
-#include "scale/RowOps.h"
+#include "kernels/Scaling.h"
+
+std::uint8_t ScaledByte(double sum, double weightSum) {
+    const double value = sum / weightSum;
+    const double atLeast0 = value > 0.0 ? value : 0.0;
+    const double cut = atLeast0 < 255.0 ? atLeast0 : 255.0;
+    return static_cast<std::uint8_t>(static_cast<int>(cut));
+}
 
 namespace {
 
-template <int kPlanes, int kRows>
-void WidenRow_Plain(const std::uint8_t* packed, int width, const double* factors, int row, double* block) {
+template <int kPlanes>
+void Widen_Plain(const std::uint8_t* packed, int width, const double* factors, int rows, double* lane) {
     double factor[kPlanes];
     for (int p = 0; p < kPlanes; ++p) factor[p] = factors[p];
-    double* lane = block + row;
-    for (int x = 0; x < width; ++x, packed += kPlanes, lane += kPlanes * kRows) {
-        for (int p = 0; p < kPlanes; ++p) lane[p * kRows] = static_cast<double>(packed[p]) * factor[p];
+    const std::ptrdiff_t column = std::ptrdiff_t{kPlanes} * rows;
+    for (int x = 0; x < width; ++x, packed += kPlanes, lane += column) {
+        for (int p = 0; p < kPlanes; ++p) lane[std::ptrdiff_t{p} * rows] = static_cast<double>(packed[p]) * factor[p];
     }
 }
 
 // The sums of a column are kept apart from each other, so that additions need not wait for one another. Counts of sums
-// that are a power of two are avoided in the blocks of several rows below: the compiler then turns the loop over the
+// that are a power of two are avoided in the blocks of several rows: the compiler then turns the loop over the
 // taps into vectors across taps, shuffles the samples for it, and ends up at half the speed.
-template <int kChannels, int kRows, bool kLuma>
-void Resample_Plain(const double* block, const TapTable& table, std::uint8_t* bytes) {
+template <ResampleShape kShape, int kBlock>
+void Resample_Plain(const double* block, const TapColumns& taps, std::uint8_t* bytes) {
+    constexpr bool kLuma = kShape >= kLumaOnly;
+    constexpr int kRows = kRowsInBlock[kShape][kBlock];
+    constexpr int kChannels = kShape - (kLuma ? kLumaOnly : kChannels1) + 1;
     constexpr int kPlanes = kLuma ? kChannels + 2 : kChannels;
     constexpr int kLanes = kPlanes * kRows;
     constexpr int kSums = kChannels * kRows;
-    const int taps = table.taps();
-    const double* weights = table.weights();
-    for (int x = 0; x < table.columns(); ++x, weights += taps, bytes += kSums) {
-        const double* sample = block + static_cast<std::ptrdiff_t>(table.first()[x]) * kLanes;
+    const double* weights = taps.weights;
+    for (int x = 0; x < taps.columns; ++x, weights += taps.taps, bytes += kSums) {
+        const double* sample = block + static_cast<std::ptrdiff_t>(taps.first[x]) * kLanes;
         double sums[kSums] = {};
-        for (int k = 0; k < taps; ++k, sample += kLanes) {
+        for (int k = 0; k < taps.taps; ++k, sample += kLanes) {
             const double weight = weights[k];
             if constexpr (kLuma) {
                 for (int r = 0; r < kRows; ++r) {
@@ -36,7 +45,7 @@ void Resample_Plain(const double* block, const TapTable& table, std::uint8_t* by
                 for (int i = 0; i < kSums; ++i) sums[i] += sample[i] * weight;
             }
         }
-        const double weightSum = table.weightSums()[x];
+        const double weightSum = taps.weightSums[x];
         for (int i = 0; i < kSums; ++i) bytes[i] = ScaledByte(sums[i], weightSum);
     }
 }
@@ -66,31 +75,14 @@ void FinishRow_Plain(const double* sums, double weightSum, std::uint8_t* bytes, 
     for (std::ptrdiff_t i = 0; i < count; ++i) bytes[i] = ScaledByte(sums[i], weightSum);
 }
 
-template <int kChannels, int kRows, bool kLuma = false>
-constexpr HorizontalOps Slot() {
-    return {kRows, WidenRow_Plain < kLuma ? kChannels + 2 : kChannels, kRows >,
-            Resample_Plain<kChannels, kRows, kLuma>};
-}
-
 }  // namespace
 
-void InitScaleRowOps_Plain(ScaleRowOps* ops) {
-    *ops = {{{},
-             {Slot<1, 1>(), Slot<1, 6>()},
-             {Slot<2, 1>(), Slot<2, 3>()},
-             {Slot<3, 1>(), Slot<3, 2>()},
-             {Slot<4, 1>(), Slot<4, 3>()},
-             {Slot<5, 1>(), Slot<5, 2>()}},
-            {{}, {Slot<1, 1, true>(), Slot<1, 6, true>()}, {Slot<2, 1, true>(), Slot<2, 3, true>()}},
-            AccumulateRows_Plain,
-            FinishRow_Plain};
-}
-
-const ScaleRowOps& PickedScaleRowOps() {
-    static const ScaleRowOps picked = [] {
-        ScaleRowOps ops;
-        InitScaleRowOps_Plain(&ops);
-        return ops;
-    }();
-    return picked;
+void InitScaling_Plain(ScalingKernels* kernels) {
+#define RESAMPLE(shape) {Resample_Plain<shape, 0>, Resample_Plain<shape, 1>}
+    *kernels = {{Widen_Plain<1>, Widen_Plain<2>, Widen_Plain<3>, Widen_Plain<4>, Widen_Plain<5>},
+                {RESAMPLE(kChannels1), RESAMPLE(kChannels2), RESAMPLE(kChannels3), RESAMPLE(kChannels4),
+                 RESAMPLE(kChannels5), RESAMPLE(kLumaOnly), RESAMPLE(kLumaAndAlpha)},
+                AccumulateRows_Plain,
+                FinishRow_Plain};
+#undef RESAMPLE
 }
