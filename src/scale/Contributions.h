@@ -15,7 +15,7 @@ struct Contribution {
 };
 
 struct ContributionList {
-    Contribution* entries;  // in ascending order of pixel; nil if there was no memory for them
+    Contribution* entries;  // in ascending order of pixel; null if there was no memory for them
     int count;
     float weightSum;  // added up in double precision from the unrounded weights, rounded once
 };

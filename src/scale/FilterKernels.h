@@ -16,5 +16,5 @@ struct FilterKernel {
 
 constexpr int kScaleModes = 7;
 
-// Nil for a mode outside 1 to 7.
+// Null for a mode outside 1 to 7.
 const FilterKernel* KernelOfMode(int mode);

@@ -44,13 +44,13 @@ Round RunRound(ResampleRequest request, REALobject suppliedTemp) {
     return Resample(request) ? Round::kDone : Round::kFailed;
 }
 
-// The kernel function of a mode; nil kernel: no such mode.
-bool ScaleWithKernel(const FilterKernel* kernel, REALobject target, REALobject source, REALobject temp, int width,
-                     int height, bool threaded, int threads) {
+// The kernel function of a mode; null kernel: no such mode.
+bool ScaleWithKernel(const FilterKernel* kernel, REALobject dst, REALobject src, REALobject temp, int width, int height,
+                     bool threaded, int threads) {
     if (!kernel) return false;
     ResampleRequest request{};
-    request.dst = ImageDataOf(target);
-    request.src = ImageDataOf(source);
+    request.dst = ImageDataOf(dst);
+    request.src = ImageDataOf(src);
     request.kernel = kernel;
     request.width = width;
     request.height = height;
@@ -68,17 +68,17 @@ bool ScaleWithKernel(const FilterKernel* kernel, REALobject target, REALobject s
 
 }  // namespace
 
-REALboolean PictureScaleZOR(REALobject target, REALobject source, REALobject temp, int mode, int width, int height) {
-    if (!target || !source || width <= 0 || height <= 0) return 0;
-    return ScaleWithKernel(KernelOfMode(mode), target, source, temp, width, height, false, 0) ? 1 : 0;
+REALboolean PictureScaleZOR(REALobject dst, REALobject src, REALobject temp, int mode, int width, int height) {
+    if (!dst || !src || width <= 0 || height <= 0) return 0;
+    return ScaleWithKernel(KernelOfMode(mode), dst, src, temp, width, height, false, 0) ? 1 : 0;
 }
 
-REALboolean PictureScaleZORMT(REALobject target, int threads, REALobject source, REALobject temp, int mode, int width,
+REALboolean PictureScaleZORMT(REALobject dst, int threads, REALobject src, REALobject temp, int mode, int width,
                               int height) {
-    if (!target || !source || width <= 0 || height <= 0) return 0;
+    if (!dst || !src || width <= 0 || height <= 0) return 0;
     // A window that moves belongs to one thread.
-    if (ImageDataOf(source)->IsMapping || ImageDataOf(target)->IsMapping) {
-        return PictureScaleZOR(target, source, temp, mode, width, height);
+    if (ImageDataOf(src)->IsMapping || ImageDataOf(dst)->IsMapping) {
+        return PictureScaleZOR(dst, src, temp, mode, width, height);
     }
-    return ScaleWithKernel(KernelOfMode(mode), target, source, temp, width, height, true, threads) ? 1 : 0;
+    return ScaleWithKernel(KernelOfMode(mode), dst, src, temp, width, height, true, threads) ? 1 : 0;
 }

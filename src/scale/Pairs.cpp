@@ -24,7 +24,7 @@ enum PairIndex {
 };
 
 struct PairRule {
-    unsigned source;    // family, with or without alpha
+    unsigned src;       // family, with or without alpha
     unsigned tested;    // flags of the target that matter
     unsigned expected;  // and what they are
     PairIndex pair;
@@ -80,12 +80,12 @@ constexpr ScalePair kScalePairTable[kScalePairs] = {
     {"CMYKA_to_CMYKA_Scale", ImageFormatScaling5, 5, false, 5, kCMRKA, {0, 1, 2, 3, 4}, kCMYKA, {0, 1, 2, 3, 4}, 0, 1},
 };
 
-const ScalePair* PairOf(const ImageClassData* source, const ImageClassData* target) {
-    const unsigned flags = FamilyFlagsOf(source);
+const ScalePair* PairOf(const ImageClassData* src, const ImageClassData* dst) {
+    const unsigned flags = FamilyFlagsOf(src);
     const unsigned family = flags & kIsCMYK ? kIsCMYK : flags & kIsRGB ? kIsRGB : flags & kIsGray;
-    const unsigned targetFlags = FamilyFlagsOf(target);
+    const unsigned dstFlags = FamilyFlagsOf(dst);
     for (const PairRule& rule : kRules) {
-        if (rule.source == (family | (flags & kWithAlpha)) && (targetFlags & rule.tested) == rule.expected) {
+        if (rule.src == (family | (flags & kWithAlpha)) && (dstFlags & rule.tested) == rule.expected) {
             return &kScalePairTable[rule.pair];
         }
     }

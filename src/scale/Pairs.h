@@ -26,6 +26,6 @@ struct ScalePair {
 constexpr int kScalePairs = 14;
 extern const ScalePair kScalePairTable[kScalePairs];
 
-// The pair for these two images by their flags; nil where the conversion does not exist. Alpha takes part only where
+// The pair for these two images by their flags; null where the conversion does not exist. Alpha takes part only where
 // both have it.
-const ScalePair* PairOf(const ImageClassData* source, const ImageClassData* target);
+const ScalePair* PairOf(const ImageClassData* src, const ImageClassData* dst);

@@ -1,6 +1,8 @@
 #pragma once
 // The two passes of the resampler: source rows along x into the temporary image, its columns along y into the target.
 //
+// Both take their rows themselves: a pixel comes of many columns or of many rows, which no walk hands out together.
+//
 // The temporary image holds one group of the pair's pitch per target column, whatever its own format says. Each pass is
 // there twice: pixel by pixel, which defines the result, and row by row. The two agree to the byte, unless the pass
 // writes to the image that it reads; then only the first shows the order in which pixels are worked on.

@@ -105,7 +105,7 @@ struct CapacityRow {
     std::int64_t horizontal, vertical;
 };
 
-TEST(Contributions, HaveTheToldCapacities) {
+TEST(Contributions, HaveTheirCapacities) {
     const CapacityRow rows[] = {
         {1.0, 1, 4, 4},
         {1.0, 2, 2, 3},

@@ -16,7 +16,7 @@ ImageClassData RecordOf(int format) {
 
 struct DriverRow {
     int source, target;
-    const char* pair;  // nil: no such conversion
+    const char* pair;  // null: no such conversion
 };
 
 TEST(Pairs, AreChosenByTheFlagsOfBothImages) {
@@ -104,7 +104,7 @@ struct PairRow {
     const char* writes;  // channel and byte of the group, in turn
 };
 
-TEST(Pairs, ReadAndWriteWhatTheyAreTold) {
+TEST(Pairs, ReadAndWriteTheirChannels) {
     // The third ink is read through the offset of red.
     const PairRow rows[] = {
         {"G_to_G_Scale", 33, 1, "w", "w0"},

@@ -26,7 +26,7 @@ Samples SamplesOf(int mode, bool horizontal, double scale, int size, double posi
 struct Pair {
     std::string name, group, writes;
 };
-const Pair* PairFor(const ModelImage& source, const ModelImage& target);  // nil: no such conversion
+const Pair* PairFor(const ModelImage& source, const ModelImage& target);  // null: no such conversion
 
 // False if there is no such conversion; nothing happens then.
 bool Scale(const ModelImage& target, const ModelImage& source, const ModelImage& temp, int mode, int width, int height);
