@@ -24,17 +24,19 @@ bool SameBits(const Numbers& a, const Numbers& b) {
 
 class Noise {
 public:
-    std::uint32_t Bits() { return static_cast<std::uint32_t>(engine_()); }
     // Runs of 0 and 255 among noise.
-    Bytes Run(std::size_t size) {
-        Bytes bytes(size);
-        for (std::uint8_t& byte : bytes) {
+    Noise() {
+        for (std::uint8_t& byte : pool_) {
             const std::uint32_t bits = Bits() >> 8;
             byte = bits % 3 == 0 ? (bits / 3 % 2 ? 255 : 0) : static_cast<std::uint8_t>(bits / 3);
         }
-        return bytes;
     }
-
+    std::uint32_t Bits() { return static_cast<std::uint32_t>(engine_()); }
+    // From anywhere in the pool: noise anew for every call would take most of the time of the test.
+    Bytes Run(std::size_t size) {
+        const auto first = pool_.begin() + static_cast<std::ptrdiff_t>(Bits() % (pool_.size() - size));
+        return {first, first + static_cast<std::ptrdiff_t>(size)};
+    }
     // Of both signs.
     Numbers RunOfNumbers(std::size_t size) {
         Numbers numbers(size);
@@ -44,6 +46,7 @@ public:
 
 private:
     std::mt19937 engine_{20};
+    Bytes pool_ = Bytes(std::size_t{1} << 20);
 };
 
 std::string FirstDifference(const Bytes& expected, const Bytes& actual) {
