@@ -49,6 +49,7 @@ constexpr Slot kSlots[] = {
     SLOTS_3(exports.pixels[2]),
     SLOT(exports.nativeWords),
     SLOT(exports.argbWords),
+    SLOTS_5(nearest.pick),
     SLOTS_5(scaling.widen),
     SLOTS_2(scaling.resample[kChannels1]),
     SLOTS_2(scaling.resample[kChannels2]),
@@ -81,6 +82,7 @@ void InitKernels_Plain(KernelTable* table) {
     InitWords_Plain(&table->words);
     InitTouch_Plain(&table->touch);
     InitExport_Plain(&table->exports);
+    InitNearest_Plain(&table->nearest);
     InitScaling_Plain(&table->scaling);
 }
 

@@ -13,6 +13,7 @@
 #include "kernels/Cpu.h"
 #include "kernels/Export.h"
 #include "kernels/Matrix.h"
+#include "kernels/Nearest.h"
 #include "kernels/Pack.h"
 #include "kernels/Scaling.h"
 #include "kernels/Touch.h"
@@ -28,6 +29,7 @@ struct KernelTable {
     WordsKernels words;
     TouchKernels touch;
     ExportKernels exports;
+    NearestKernels nearest;
     ScalingKernels scaling;
 };
 

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "core/ImageClassData.h"
-#include "core/RowSpan.h"
+#include "core/Storage.h"
+#include "core/Walk.h"
+#include "kernels/KernelTable.h"
 #include "scale/ChannelLists.h"
 
 namespace {
@@ -12,83 +13,32 @@ using namespace channel_lists;
 
 using Record = ImageClassData;
 
-// What is done to a pixel. Every channel of the target takes the sample of the same place in `read`; a luma conversion
-// has one luma of reads 0 to 2 in front; with `blackOnly` cyan, magenta and yellow become 0.
-struct Conversion {
+// What is done to a pixel. Where alpha goes along it is the last channel on both sides.
+struct Recolouring {
     ChannelList read;
     ChannelList written;
-    void (*row)(const RowSpan& dst, const RowSpan& src, const struct RowWork& work, int first, int last);
+    PixelRule rule;
+
+    bool withAlpha() const { return written.id[written.count - 1] == ChannelId::alpha; }
 };
 
-// The columns of a row, with everything that is looked up once per row.
-struct RowWork {
-    double xRatio;              // source columns per target column
-    int readSize, writtenSize;  // pixel sizes
-    ChannelSet read, written;
-};
-
-enum class Arithmetic { kSame, kLuma, kReplicate, kBlackOnly };
-
-template <Arithmetic kArithmetic, int kReads, int kWrites>
-void ConvertPixel(const std::uint8_t* in, std::uint8_t* out) {
-    if constexpr (kArithmetic == Arithmetic::kSame) {
-        static_assert(kReads == kWrites);
-        for (int c = 0; c < kWrites; ++c) out[c] = in[c];
-    } else if constexpr (kArithmetic == Arithmetic::kLuma) {
-        out[0] = static_cast<std::uint8_t>((in[1] * 151 + in[0] * 77 + in[2] * 28) >> 8);
-        for (int c = 1; c < kWrites; ++c) out[c] = in[c + 2];
-    } else if constexpr (kArithmetic == Arithmetic::kReplicate) {
-        for (int c = 0; c < kWrites; ++c) out[c] = in[0];
-    } else {
-        for (int c = 0; c < kWrites - 1; ++c) out[c] = 0;
-        out[kWrites - 1] = in[0];
-    }
-}
-
-// Target columns first to last - 1. All samples of a pixel are read before the first is written.
-template <Arithmetic kArithmetic, int kReads, int kWrites>
-void ConvertRow(const RowSpan& dst, const RowSpan& src, const RowWork& work, int first, int last) {
-    std::ptrdiff_t read[kReads], written[kWrites];
-    for (int c = 0; c < kReads; ++c) read[c] = work.read.offset[c];
-    for (int c = 0; c < kWrites; ++c) written[c] = work.written.offset[c];
-    const auto sourceByte = [&work](int x) { return static_cast<std::ptrdiff_t>(x * work.xRatio) * work.readSize; };
-    const auto targetByte = [&work](int x) { return static_cast<std::ptrdiff_t>(x) * work.writtenSize; };
-    std::uint8_t in[kReads], out[kWrites];
-    if (src.Covers(sourceByte(first) + work.read.lowest(), sourceByte(last - 1) + work.read.highest() + 1) &&
-        dst.Covers(targetByte(first) + work.written.lowest(), targetByte(last - 1) + work.written.highest() + 1)) {
-        for (int x = first; x < last; ++x) {
-            const std::uint8_t* const s = src.data + sourceByte(x);
-            std::uint8_t* const d = dst.data + targetByte(x);
-            for (int c = 0; c < kReads; ++c) in[c] = s[read[c]];
-            ConvertPixel<kArithmetic, kReads, kWrites>(in, out);
-            for (int c = 0; c < kWrites; ++c) d[written[c]] = out[c];
-        }
-        return;
-    }
-    for (int x = first; x < last; ++x) {
-        for (int c = 0; c < kReads; ++c) in[c] = src.Load(sourceByte(x) + read[c]);
-        ConvertPixel<kArithmetic, kReads, kWrites>(in, out);
-        for (int c = 0; c < kWrites; ++c) dst.Store(targetByte(x) + written[c], out[c]);
-    }
-}
-
-constexpr Conversion CMYK_to_CMYK_Scale = {kCMYK, kCMYK, ConvertRow<Arithmetic::kSame, 4, 4>};
-constexpr Conversion CMYK_to_G_Scale = {kK, kG, ConvertRow<Arithmetic::kSame, 1, 1>};
-constexpr Conversion CMYKA_to_CMYKA_Scale = {kCMYKA, kCMYKA, ConvertRow<Arithmetic::kSame, 5, 5>};
-constexpr Conversion CMYKA_to_GA_Scale = {kKA, kGA, ConvertRow<Arithmetic::kSame, 2, 2>};
-constexpr Conversion RGB_to_RGB_Scale = {kRGB, kRGB, ConvertRow<Arithmetic::kSame, 3, 3>};
-constexpr Conversion RGB_to_G_Scale = {kRGB, kG, ConvertRow<Arithmetic::kLuma, 3, 1>};
-constexpr Conversion RGBA_to_RGBA_Scale = {kRGBA, kRGBA, ConvertRow<Arithmetic::kSame, 4, 4>};
-constexpr Conversion RGBA_to_GA_Scale = {kRGBA, kGA, ConvertRow<Arithmetic::kLuma, 4, 2>};
-constexpr Conversion G_to_RGB_Scale = {kG, kRGB, ConvertRow<Arithmetic::kReplicate, 1, 3>};
-constexpr Conversion G_to_G_Scale = {kG, kG, ConvertRow<Arithmetic::kSame, 1, 1>};
-constexpr Conversion G_to_CMYK_Scale = {kG, kCMYK, ConvertRow<Arithmetic::kBlackOnly, 1, 4>};
-constexpr Conversion GA_to_GA_Scale = {kGA, kGA, ConvertRow<Arithmetic::kSame, 2, 2>};
+constexpr Recolouring CMYK_to_CMYK_Scale = {kCMYK, kCMYK, PixelRule::copy};
+constexpr Recolouring CMYK_to_G_Scale = {kK, kG, PixelRule::copy};
+constexpr Recolouring CMYKA_to_CMYKA_Scale = {kCMYKA, kCMYKA, PixelRule::copy};
+constexpr Recolouring CMYKA_to_GA_Scale = {kKA, kGA, PixelRule::copy};
+constexpr Recolouring RGB_to_RGB_Scale = {kRGB, kRGB, PixelRule::copy};
+constexpr Recolouring RGB_to_G_Scale = {kRGB, kG, PixelRule::luma};
+constexpr Recolouring RGBA_to_RGBA_Scale = {kRGBA, kRGBA, PixelRule::copy};
+constexpr Recolouring RGBA_to_GA_Scale = {kRGBA, kGA, PixelRule::luma};
+constexpr Recolouring G_to_RGB_Scale = {kG, kRGB, PixelRule::replicate};
+constexpr Recolouring G_to_G_Scale = {kG, kG, PixelRule::copy};
+constexpr Recolouring G_to_CMYK_Scale = {kG, kCMYK, PixelRule::blackOnly};
+constexpr Recolouring GA_to_GA_Scale = {kGA, kGA, PixelRule::copy};
 
 struct Rule {
     unsigned sourceTested, source;  // flags that matter, and what they are
     unsigned targetTested, target;
-    const Conversion* conversion;
+    const Recolouring* recolouring;
 };
 
 // The first rule that fits decides. A gray picture becomes CMYK only where both have alpha or neither has, and its
@@ -119,11 +69,11 @@ constexpr Rule kRules[] = {
     {kIsGray | kWithAlpha, kIsGray | kWithAlpha, kIsGray | kWithAlpha, kIsGray | kWithAlpha, &GA_to_GA_Scale},
 };
 
-const Conversion* ConversionOf(const Record* source, const Record* target) {
-    const unsigned sourceFlags = FamilyFlagsOf(source), targetFlags = FamilyFlagsOf(target);
+const Recolouring* RecolouringOf(const Record* src, const Record* dst) {
+    const unsigned srcFlags = FamilyFlagsOf(src), dstFlags = FamilyFlagsOf(dst);
     for (const Rule& rule : kRules) {
-        if ((sourceFlags & rule.sourceTested) == rule.source && (targetFlags & rule.targetTested) == rule.target) {
-            return rule.conversion;
+        if ((srcFlags & rule.sourceTested) == rule.source && (dstFlags & rule.targetTested) == rule.target) {
+            return rule.recolouring;
         }
     }
     return nullptr;
@@ -135,70 +85,110 @@ bool CheckAndYield(Record* record) {
     return true;
 }
 
-// An image in a file, scaled into itself: its one window may not reach from one row to the other, so that the samples
-// go through a buffer, some columns at a time. A column takes its sample from itself or from the right of it, which is
-// why reading ahead does not show.
-void ScaleRowThroughWindow(const Conversion& conversion, Record* image, int y, int sourceRow, const RowWork& work,
-                           int width) {
-    constexpr int kColumns = 256;
-    std::uint8_t samples[kColumns * ChannelSet::kMax];
-    RowWork packed = work;
-    packed.xRatio = 1.0;
-    packed.readSize = work.read.count;
-    for (int c = 0; c < work.read.count; ++c) packed.read.offset[c] = c;
-    for (int first = 0; first < width; first += kColumns) {
-        const int columns = std::min(kColumns, width - first);
-        const RowSpan src = GetRowSpan(image, sourceRow);
-        if (!src) return;
-        for (int i = 0; i < columns; ++i) {
-            const auto column = static_cast<std::ptrdiff_t>((first + i) * work.xRatio);
-            for (int c = 0; c < work.read.count; ++c) {
-                samples[i * work.read.count + c] = src.Load(column * work.readSize + work.read.offset[c]);
-            }
-        }
-        const RowSpan dst = GetRowSpan(image, y);
-        if (!dst) return;
-        const std::ptrdiff_t shift = static_cast<std::ptrdiff_t>(first) * work.writtenSize;
-        const RowSpan from = {samples, 0, static_cast<std::ptrdiff_t>(columns) * work.read.count};
-        conversion.row({dst.data + shift, dst.begin - shift, dst.end - shift}, from, packed, 0, columns);
+// --- a row ----------------------------------------------------------------------------------------------------------
+
+// The columns of a row, with everything that is looked up once per row.
+struct RowWork {
+    const Recolouring* recolouring;
+    double xRatio;  // source columns per target column
+    int width;
+    Record *src, *dst;
+    ChannelSet read, written;
+};
+
+constexpr ChannelSet Packed(int count) {
+    return {count, {0, 1, 2, 3, 4}};
+}
+
+std::ptrdiff_t SourceByte(const RowWork& work, int column) {
+    return static_cast<std::ptrdiff_t>(column * work.xRatio) * work.src->PixelSize;
+}
+
+bool CoversSource(const RowSpan& src, const RowWork& work, int first, int last) {
+    return src.Covers(SourceByte(work, first) + work.read.lowest(),
+                      SourceByte(work, last - 1) + work.read.highest() + 1);
+}
+
+// The samples of the target's columns first to last - 1, side by side.
+void PickSamples(const RowSpan& src, const RowWork& work, int first, int last, std::uint8_t* samples) {
+    const int count = work.read.count;
+    if (CoversSource(src, work, first, last)) {
+        const PixelRun packed = {samples, count, Packed(count)}, run = {src.data, work.src->PixelSize, work.read};
+        ByCount(Kernels().nearest.pick, count)(packed, run, work.xRatio, first, last - first);
+        return;
+    }
+    for (int x = first; x < last; ++x) {
+        for (int c = 0; c < count; ++c) *samples++ = src.Load(SourceByte(work, x) + work.read.offset[c]);
     }
 }
 
-void ScaleRow(const Conversion& conversion, Record* target, Record* source, int y, int sourceRow, double xRatio,
-              int width) {
-    RowWork work;
-    work.xRatio = xRatio;
-    work.readSize = source->PixelSize;
-    work.writtenSize = target->PixelSize;
-    work.read = OffsetsOf(source, conversion.read);
-    work.written = OffsetsOf(target, conversion.written);
-    if (target == source && target->IsMapping) {
-        ScaleRowThroughWindow(conversion, target, y, sourceRow, work, width);
-        return;
+// Samples go through a buffer, some columns at a time. Reading ahead does not show where an image is scaled into
+// itself: a column takes its sample from itself or from the right of it. Its rows are fetched again each time, since
+// its one window may not reach from one to the other.
+void ScaleThroughBuffer(const RowWork& work, int y, int srcRow, int atOnce) {
+    constexpr int kMaxColumns = 512;
+    std::uint8_t samples[kMaxColumns * ChannelSet::kMax];
+    const Recolouring& recolouring = *work.recolouring;
+    const bool alpha = recolouring.withAlpha();
+    const Conversion conversion = ConversionOf(recolouring.rule, work.read.count - alpha, work.written.count - alpha);
+    const ConvertFn convert = Kernels().convert.apart[conversion][alpha];
+    for (int first = 0, columns; first < work.width; first += columns) {
+        columns = std::min({atOnce, kMaxColumns, work.width - first});
+        const RowSpan src = GetRowSpan(work.src, srcRow);
+        if (!src) return;
+        PickSamples(src, work, first, first + columns, samples);
+        const Layer layers[] = {LayerOfRows(first, work.written, work.dst->PixelSize),
+                                LayerOfRows(0, Packed(work.read.count), work.read.count)};
+        const RowSpan rows[] = {GetRowSpan(work.dst, y), {samples, 0, sizeof samples}};
+        WorkRow({layers, 2, columns, 1, nullptr, false, false}, rows, 0,
+                [&](const RunSet& runs) { convert(runs.run[0], runs.run[1], runs.count, 0); });
     }
-    const RowSpan dst = GetRowSpan(target, y);
-    const RowSpan src = GetRowSpan(source, sourceRow);
-    if (dst && src) conversion.row(dst, src, work, 0, width);
+}
+
+// Straight from the source's pixels into the target's. False, with nothing done, where bytes lie outside the storage.
+bool ScaleDirectly(const RowWork& work, int y, int srcRow) {
+    const RowSpan dst = GetRowSpan(work.dst, y);
+    const RowSpan src = GetRowSpan(work.src, srcRow);
+    if (!dst || !src) return true;
+    const PixelRun to = {dst.data, work.dst->PixelSize, work.written},
+                   from = {src.data, work.src->PixelSize, work.read};
+    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(work.width - 1) * to.step;
+    if (!CoversSource(src, work, 0, work.width) ||
+        !dst.Covers(work.written.lowest(), last + work.written.highest() + 1)) {
+        return false;
+    }
+    ByCount(Kernels().nearest.pick, work.read.count)(to, from, work.xRatio, 0, work.width);
+    return true;
+}
+
+// Walks by itself: columns of the source lie at distances that need not be whole.
+void ScaleRow(const Recolouring& recolouring, Record* dst, Record* src, int y, int srcRow, double xRatio, int width) {
+    const RowWork work = {
+        &recolouring, xRatio, width, src, dst, OffsetsOf(src, recolouring.read), OffsetsOf(dst, recolouring.written)};
+    const bool overlap = ImagesOverlap(dst, src);
+    if (!overlap && recolouring.rule == PixelRule::copy && ScaleDirectly(work, y, srcRow)) return;
+    // Where two images share bytes a pixel may be read after it was written: one at a time.
+    ScaleThroughBuffer(work, y, srcRow, overlap && dst != src ? 1 : width);
 }
 
 }  // namespace
 
 REALboolean ScalePictureFast(REALobject target, REALobject source, int width, int height) {
     if (!target || !source) return 0;
-    Record* const to = ImageDataOf(target);
-    Record* const from = ImageDataOf(source);
-    if (!to->Valid || !from->Valid) return 0;
-    const int w = std::min(to->Width, width), h = std::min(to->Height, height);
+    Record* const dst = ImageDataOf(target);
+    Record* const src = ImageDataOf(source);
+    if (!dst->Valid || !src->Valid) return 0;
+    const int w = std::min(dst->Width, width), h = std::min(dst->Height, height);
     if (w <= 0 || h <= 0) return 0;
-    const Conversion* const conversion = ConversionOf(from, to);
-    if (!conversion) return 0;
-    if (!CheckAndYield(from)) return 0;
-    const double xRatio = static_cast<double>(from->Width) / w;
-    const double yRatio = static_cast<double>(from->Height) / h;
-    if (!CheckAndYield(to)) return 0;
+    const Recolouring* const recolouring = RecolouringOf(src, dst);
+    if (!recolouring) return 0;
+    if (!CheckAndYield(src)) return 0;
+    const double xRatio = static_cast<double>(src->Width) / w;
+    const double yRatio = static_cast<double>(src->Height) / h;
+    if (!CheckAndYield(dst)) return 0;
     for (int y = 0; y < h; ++y) {
-        ScaleRow(*conversion, to, from, y, static_cast<int>(y * yRatio), xRatio, w);
-        YieldIfAsked(to);
+        ScaleRow(*recolouring, dst, src, y, static_cast<int>(y * yRatio), xRatio, w);
+        YieldIfAsked(dst);
     }
     return 1;
 }

@@ -162,6 +162,14 @@ ChannelSet ChannelsOfAWord(std::uint32_t choice) {
     return AnyChannels(3, 4, choice);
 }
 
+// Columns are picked twice or left out: the ratio is below 1.2.
+template <int kCount>
+void Pick(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const double ratio = 0.1 + b.choice % 977 / 977.0;
+    const PixelRun dst = RunOf(b.out, kCount, b.choice), src = RunOf(b.in[0], kCount, b.choice / 32);
+    k.nearest.pick[kCount - 1](dst, src, ratio, 0, units);
+}
+
 const std::vector<KernelCase> kCases = {
     {"bytes.map",
      [](Kernels k, Bytes b, std::ptrdiff_t n) {
@@ -270,6 +278,12 @@ const std::vector<KernelCase> kCases = {
     {"touch.layOver[2]", LayOver<3>},
     {"touch.layOver[3]", LayOver<4>},
     {"touch.layOver[4]", LayOver<5>},
+
+    {"nearest.pick[0]", Pick<1>},
+    {"nearest.pick[1]", Pick<2>},
+    {"nearest.pick[2]", Pick<3>},
+    {"nearest.pick[3]", Pick<4>},
+    {"nearest.pick[4]", Pick<5>},
 
     {"exports.pixels[0][0]", Export<0, 0>},
     {"exports.pixels[0][1]", Export<0, 1>},
