@@ -1,20 +1,35 @@
 #include "kernels/Nearest.h"
 
-template <int kCount>
-static void Pick_Plain(const PixelRun& dstRun, const PixelRun& srcRun, double ratio, int first, std::ptrdiff_t count) {
-    std::ptrdiff_t from[kCount], to[kCount];
-    std::copy_n(srcRun.channels.offset, kCount, from);
-    std::copy_n(dstRun.channels.offset, kCount, to);
+#include "kernels/ConvertPixel.h"
+
+template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
+static void Nearest_Plain(const PixelRun& dstRun, const PixelRun& srcRun, double ratio, int first,
+                          std::ptrdiff_t count) {
+    std::ptrdiff_t from[kSrc + kAlpha], to[kDst + kAlpha];
+    std::copy_n(srcRun.channels.offset, kSrc + kAlpha, from);
+    std::copy_n(dstRun.channels.offset, kDst + kAlpha, to);
     const std::uint8_t* __restrict const row = srcRun.pixels;
     std::uint8_t* __restrict dst = dstRun.pixels;
     const std::ptrdiff_t srcStep = srcRun.step, dstStep = dstRun.step;
-    for (std::ptrdiff_t i = 0; i < count; ++i, dst += dstStep) {
-        const std::uint8_t* const src =
-            row + static_cast<std::ptrdiff_t>((first + static_cast<int>(i)) * ratio) * srcStep;
-        for (int c = 0; c < kCount; ++c) dst[to[c]] = src[from[c]];
+    const int last = first + static_cast<int>(count);
+    for (int x = first; x < last; ++x, dst += dstStep) {
+        const std::uint8_t* const src = row + static_cast<std::ptrdiff_t>(x * ratio) * srcStep;
+        ConvertPixel<kRule, kSrc, kDst, kAlpha>(src, from, dst, to, 0);
     }
 }
 
+template <PixelRule kRule, int kSrc, int kDst>
+static void InitRow(NearestKernels* kernels, Conversion conversion) {
+    kernels->apart[conversion][0] = Nearest_Plain<kRule, kSrc, kDst, false>;
+    kernels->apart[conversion][1] = Nearest_Plain<kRule, kSrc, kDst, true>;
+}
+
 void InitNearest_Plain(NearestKernels* kernels) {
-    *kernels = {{Pick_Plain<1>, Pick_Plain<2>, Pick_Plain<3>, Pick_Plain<4>, Pick_Plain<5>}};
+    InitRow<PixelRule::copy, 1, 1>(kernels, kCopy1);
+    InitRow<PixelRule::copy, 3, 3>(kernels, kCopy3);
+    InitRow<PixelRule::copy, 4, 4>(kernels, kCopy4);
+    InitRow<PixelRule::replicate, 1, 3>(kernels, kReplicate1To3);
+    InitRow<PixelRule::replicate, 1, 4>(kernels, kReplicate1To4);
+    InitRow<PixelRule::blackOnly, 1, 4>(kernels, kBlackOnly1To4);
+    InitRow<PixelRule::luma, 3, 1>(kernels, kLuma3To1);
 }

@@ -89,8 +89,10 @@ bool CheckAndYield(Record* record) {
 
 // The columns of a row, with everything that is looked up once per row.
 struct RowWork {
-    const Recolouring* recolouring;
-    double xRatio;  // source columns per target column
+    NearestFn nearest;  // from the source's pixels
+    NearestFn pick;     // the source's samples as they are
+    ConvertFn convert;  // from those
+    double xRatio;      // source columns per target column
     int width;
     Record *src, *dst;
     ChannelSet read, written;
@@ -114,7 +116,7 @@ void PickSamples(const RowSpan& src, const RowWork& work, int first, int last, s
     const int count = work.read.count;
     if (CoversSource(src, work, first, last)) {
         const PixelRun packed = {samples, count, Packed(count)}, run = {src.data, work.src->PixelSize, work.read};
-        ByCount(Kernels().nearest.pick, count)(packed, run, work.xRatio, first, last - first);
+        work.pick(packed, run, work.xRatio, first, last - first);
         return;
     }
     for (int x = first; x < last; ++x) {
@@ -128,10 +130,6 @@ void PickSamples(const RowSpan& src, const RowWork& work, int first, int last, s
 void ScaleThroughBuffer(const RowWork& work, int y, int srcRow, int atOnce) {
     constexpr int kMaxColumns = 512;
     std::uint8_t samples[kMaxColumns * ChannelSet::kMax];
-    const Recolouring& recolouring = *work.recolouring;
-    const bool alpha = recolouring.withAlpha();
-    const Conversion conversion = ConversionOf(recolouring.rule, work.read.count - alpha, work.written.count - alpha);
-    const ConvertFn convert = Kernels().convert.apart[conversion][alpha];
     for (int first = 0, columns; first < work.width; first += columns) {
         columns = std::min({atOnce, kMaxColumns, work.width - first});
         const RowSpan src = GetRowSpan(work.src, srcRow);
@@ -141,7 +139,7 @@ void ScaleThroughBuffer(const RowWork& work, int y, int srcRow, int atOnce) {
                                 LayerOfRows(0, Packed(work.read.count), work.read.count)};
         const RowSpan rows[] = {GetRowSpan(work.dst, y), {samples, 0, sizeof samples}};
         WorkRow({layers, 2, columns, 1, nullptr, false, false}, rows, 0,
-                [&](const RunSet& runs) { convert(runs.run[0], runs.run[1], runs.count, 0); });
+                [&](const RunSet& runs) { work.convert(runs.run[0], runs.run[1], runs.count, 0); });
     }
 }
 
@@ -157,16 +155,31 @@ bool ScaleDirectly(const RowWork& work, int y, int srcRow) {
         !dst.Covers(work.written.lowest(), last + work.written.highest() + 1)) {
         return false;
     }
-    ByCount(Kernels().nearest.pick, work.read.count)(to, from, work.xRatio, 0, work.width);
+    work.nearest(to, from, work.xRatio, 0, work.width);
     return true;
+}
+
+RowWork WorkOf(const Recolouring& recolouring, Record* dst, Record* src, double xRatio, int width) {
+    const bool alpha = recolouring.withAlpha();
+    const int colours = recolouring.read.count - alpha;
+    const Conversion conversion = ConversionOf(recolouring.rule, colours, recolouring.written.count - alpha);
+    const KernelTable& kernels = Kernels();
+    return {kernels.nearest.apart[conversion][alpha],
+            kernels.nearest.apart[ConversionOf(PixelRule::copy, colours, colours)][alpha],
+            kernels.convert.apart[conversion][alpha],
+            xRatio,
+            width,
+            src,
+            dst,
+            OffsetsOf(src, recolouring.read),
+            OffsetsOf(dst, recolouring.written)};
 }
 
 // Walks by itself: columns of the source lie at distances that need not be whole.
 void ScaleRow(const Recolouring& recolouring, Record* dst, Record* src, int y, int srcRow, double xRatio, int width) {
-    const RowWork work = {
-        &recolouring, xRatio, width, src, dst, OffsetsOf(src, recolouring.read), OffsetsOf(dst, recolouring.written)};
+    const RowWork work = WorkOf(recolouring, dst, src, xRatio, width);
     const bool overlap = ImagesOverlap(dst, src);
-    if (!overlap && recolouring.rule == PixelRule::copy && ScaleDirectly(work, y, srcRow)) return;
+    if (!overlap && ScaleDirectly(work, y, srcRow)) return;
     // Where two images share bytes a pixel may be read after it was written: one at a time.
     ScaleThroughBuffer(work, y, srcRow, overlap && dst != src ? 1 : width);
 }

@@ -163,11 +163,11 @@ ChannelSet ChannelsOfAWord(std::uint32_t choice) {
 }
 
 // Columns are picked twice or left out: the ratio is below 1.2.
-template <int kCount>
-void Pick(Kernels k, Bytes b, std::ptrdiff_t units) {
+template <Conversion kConversion, int kSrc, int kDst, bool kAlpha>
+void Nearest(Kernels k, Bytes b, std::ptrdiff_t units) {
     const double ratio = 0.1 + b.choice % 977 / 977.0;
-    const PixelRun dst = RunOf(b.out, kCount, b.choice), src = RunOf(b.in[0], kCount, b.choice / 32);
-    k.nearest.pick[kCount - 1](dst, src, ratio, 0, units);
+    const PixelRun src = RunOf(b.in[0], kSrc + kAlpha, b.choice), dst = RunOf(b.out, kDst + kAlpha, b.choice / 32);
+    k.nearest.apart[kConversion][kAlpha](dst, src, ratio, 0, units);
 }
 
 const std::vector<KernelCase> kCases = {
@@ -279,11 +279,20 @@ const std::vector<KernelCase> kCases = {
     {"touch.layOver[3]", LayOver<4>},
     {"touch.layOver[4]", LayOver<5>},
 
-    {"nearest.pick[0]", Pick<1>},
-    {"nearest.pick[1]", Pick<2>},
-    {"nearest.pick[2]", Pick<3>},
-    {"nearest.pick[3]", Pick<4>},
-    {"nearest.pick[4]", Pick<5>},
+    {"nearest.apart[kCopy1][0]", Nearest<kCopy1, 1, 1, false>},
+    {"nearest.apart[kCopy1][1]", Nearest<kCopy1, 1, 1, true>},
+    {"nearest.apart[kCopy3][0]", Nearest<kCopy3, 3, 3, false>},
+    {"nearest.apart[kCopy3][1]", Nearest<kCopy3, 3, 3, true>},
+    {"nearest.apart[kCopy4][0]", Nearest<kCopy4, 4, 4, false>},
+    {"nearest.apart[kCopy4][1]", Nearest<kCopy4, 4, 4, true>},
+    {"nearest.apart[kReplicate1To3][0]", Nearest<kReplicate1To3, 1, 3, false>},
+    {"nearest.apart[kReplicate1To3][1]", Nearest<kReplicate1To3, 1, 3, true>},
+    {"nearest.apart[kReplicate1To4][0]", Nearest<kReplicate1To4, 1, 4, false>},
+    {"nearest.apart[kReplicate1To4][1]", Nearest<kReplicate1To4, 1, 4, true>},
+    {"nearest.apart[kBlackOnly1To4][0]", Nearest<kBlackOnly1To4, 1, 4, false>},
+    {"nearest.apart[kBlackOnly1To4][1]", Nearest<kBlackOnly1To4, 1, 4, true>},
+    {"nearest.apart[kLuma3To1][0]", Nearest<kLuma3To1, 3, 1, false>},
+    {"nearest.apart[kLuma3To1][1]", Nearest<kLuma3To1, 3, 1, true>},
 
     {"exports.pixels[0][0]", Export<0, 0>},
     {"exports.pixels[0][1]", Export<0, 1>},
@@ -295,13 +304,11 @@ const std::vector<KernelCase> kCases = {
     {"exports.pixels[2][1]", Export<2, 1>},
     {"exports.pixels[2][2]", Export<2, 2>},
     {"exports.nativeWords",
-     [](Kernels k, Bytes b, std::ptrdiff_t n) {
-         k.exports.nativeWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out);
-     }},
+     [](Kernels k, Bytes b,
+        std::ptrdiff_t n) { k.exports.nativeWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out); }},
     {"exports.argbWords",
-     [](Kernels k, Bytes b, std::ptrdiff_t n) {
-         k.exports.argbWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out);
-     }},
+     [](Kernels k, Bytes b,
+        std::ptrdiff_t n) { k.exports.argbWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out); }},
 };
 
 }  // namespace
