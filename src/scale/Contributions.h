@@ -7,7 +7,6 @@
 #include "core/Yield.h"
 #include "kernels/Scaling.h"
 #include "scale/FilterKernels.h"
-#include "scale/FilterKernels.h"
 
 struct Contribution {
     float weight;  // rounded from double; the double was not 0
