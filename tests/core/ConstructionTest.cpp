@@ -311,6 +311,7 @@ constexpr bool kSanitized = false;
 
 TEST(ConstructionWithoutMemory, Raises) {
     if (kSanitized) GTEST_SKIP() << "sanitizers reserve more address space than the limit leaves";
+    if (kEmulated) GTEST_SKIP() << "the emulation passes over the limit of its address space";
     InFreshProcess([] {
         FakeHost host;
         const REALobject image = host.NewImage();

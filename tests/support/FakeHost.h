@@ -190,6 +190,13 @@ protected:
     void TearDown() override;
 };
 
+// Whether the tests run under an emulation of the processor.
+#ifdef ZOR_TESTS_EMULATED
+inline constexpr bool kEmulated = true;
+#else
+inline constexpr bool kEmulated = false;
+#endif
+
 // Runs the rest of a test in a process of its own in which the wrappers have found nothing yet, and fails with what
 // it reported. Use it as the only statement of a plain TEST and make the host inside:
 //     InFreshProcess([] { FakeHost host({"REALBuildString"}); EXPECT_...; });
