@@ -9,6 +9,9 @@
 #define HWY_COMPILE_ONLY_STATIC
 #define HWY_DISABLE_PCLMUL_AES
 #define HWY_DISABLE_F16C
+#ifdef __i386__
+#define HWY_BROKEN_TARGETS 0  // AVX2 is left out on 32-bit x86 otherwise, for the sake of compilers that failed on it
+#endif
 #include <hwy/highway.h>
 
 #define ZOR_JOIN_NAMES(name, tier) name##_##tier
