@@ -47,9 +47,9 @@ TEST(Objects, HaveZeroFilledAlignedData) {
         const Object probe = test.host.New("Probe", 0);
         const auto* const data = static_cast<const unsigned char*>(probe.InstanceData());
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(data) % 16, 0u);
-        const unsigned char zeros[80] = {};
+        const unsigned char zeros[sizeof(void*) == 8 ? 80 : 64] = {};  // what a Probe has
         EXPECT_EQ(std::memcmp(data, zeros, sizeof zeros), 0);
-        std::memset(probe.InstanceData(), 0, 80);
+        std::memset(probe.InstanceData(), 0, sizeof zeros);
         probe.Set("Number", round);
         EXPECT_EQ(std::memcmp(data, &round, sizeof round), 0);
     }
