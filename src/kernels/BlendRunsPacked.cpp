@@ -8,30 +8,30 @@ namespace {
 constexpr std::ptrdiff_t kStretch = 512;
 
 // What a stretch of another image says about the bytes of the target's pixels; at[c] is the byte of channel c.
-template <int kTarget, int kOther>
+template <int kDst, int kOther>
 void GatherFor(const PixelRun& other, std::ptrdiff_t first, std::ptrdiff_t count, const std::ptrdiff_t* at,
                std::uint8_t* out) {
-    const PixelRun from = other;
-    std::ptrdiff_t to[kTarget];
-    std::copy(at, at + kTarget, to);
-    const std::uint8_t* pixel = from.pixels + first * from.step;
-    for (std::ptrdiff_t i = 0; i < count; ++i, pixel += from.step, out += kTarget) {
-        std::uint8_t samples[kTarget];
-        ReadSamples<kTarget, kOther>(pixel, from.channels.offset, samples);
-        for (int c = 0; c < kTarget; ++c) out[to[c]] = samples[c];
+    const PixelRun run = other;
+    std::ptrdiff_t place[kDst];
+    std::copy(at, at + kDst, place);
+    const std::uint8_t* pixel = run.pixels + first * run.step;
+    for (std::ptrdiff_t i = 0; i < count; ++i, pixel += run.step, out += kDst) {
+        std::uint8_t samples[kDst];
+        ReadSamples<kDst, kOther>(pixel, run.channels.offset, samples);
+        for (int c = 0; c < kDst; ++c) out[place[c]] = samples[c];
     }
 }
 
 using GatherForFn = void (*)(const PixelRun&, std::ptrdiff_t, std::ptrdiff_t, const std::ptrdiff_t*, std::uint8_t*);
 
-template <int kTarget>
-constexpr GatherForFn kGatherFor[kMostChannels] = {GatherFor<kTarget, kG>, GatherFor<kTarget, kGA>,
-                                                   GatherFor<kTarget, kRGB>, GatherFor<kTarget, kRGBA>};
+template <int kDst>
+constexpr GatherForFn kGatherFor[kMaxChannels] = {GatherFor<kDst, kG>, GatherFor<kDst, kGA>, GatherFor<kDst, kRGB>,
+                                                  GatherFor<kDst, kRGBA>};
 
 // Byte of each channel inside a packed pixel.
 struct ByteOrder {
     std::ptrdiff_t lowest;
-    std::ptrdiff_t at[kMostChannels];
+    std::ptrdiff_t at[kMaxChannels];
 };
 
 ByteOrder OrderOf(const PixelRun& run) {
@@ -41,18 +41,18 @@ ByteOrder OrderOf(const PixelRun& run) {
 }
 
 // The same as a run of bytes: where the other image has them so already there, and otherwise in the buffer.
-template <int kTarget>
+template <int kDst>
 const std::uint8_t* BytesFor(const ByteOrder& order, const PixelRun& other, std::ptrdiff_t first, std::ptrdiff_t count,
                              const BlendKernels& ops, std::uint8_t* buffer) {
     if (other.step == 0 && first > 0) return buffer;  // still there from the first stretch
-    if (other.channels.count == kTarget && other.step == kTarget) {
+    if (other.channels.count == kDst && other.step == kDst) {
         const ByteOrder its = OrderOf(other);
-        if (std::equal(its.at, its.at + kTarget, order.at)) return other.pixels + its.lowest + first * kTarget;
+        if (std::equal(its.at, its.at + kDst, order.at)) return other.pixels + its.lowest + first * kDst;
     }
-    if constexpr (ColourCount(kTarget) == 3) {
+    if constexpr (ColourCount(kDst) == 3) {
         if (other.channels.count == kG && other.step == 1) {
             const std::uint8_t* const gray = other.pixels + other.channels.offset[0] + first;
-            if constexpr (kTarget == kRGB) {
+            if constexpr (kDst == kRGB) {
                 ops.replicate3(buffer, gray, count);
             } else {
                 ops.replicate4Opaque(buffer, gray, static_cast<int>(order.at[3]), count);
@@ -60,25 +60,25 @@ const std::uint8_t* BytesFor(const ByteOrder& order, const PixelRun& other, std:
             return buffer;
         }
     }
-    kGatherFor<kTarget>[other.channels.count - 1](other, first, count, order.at, buffer);
+    kGatherFor<kDst>[other.channels.count - 1](other, first, count, order.at, buffer);
     return buffer;
 }
 
-template <bool kPremultiplied, int kTarget>
+template <bool kPremultiplied, int kDst>
 void BlendPacked(const BlendKernels& ops, const PixelRun* runs, std::ptrdiff_t count, const ColourSamples&) {
     const ByteOrder order = OrderOf(runs[0]);
-    std::uint8_t sourceBuffer[kStretch * kTarget], maskBuffer[kStretch * kTarget], alphaBuffer[kStretch * kTarget];
+    std::uint8_t srcBuffer[kStretch * kDst], maskBuffer[kStretch * kDst], alphaBuffer[kStretch * kDst];
     for (std::ptrdiff_t first = 0; first < count; first += kStretch) {
-        const std::ptrdiff_t pixels = std::min(kStretch, count - first), bytes = pixels * kTarget;
-        std::uint8_t* const d = runs[0].pixels + order.lowest + first * kTarget;
-        const std::uint8_t* const s = BytesFor<kTarget>(order, runs[1], first, pixels, ops, sourceBuffer);
-        const std::uint8_t* const m = BytesFor<kTarget>(order, runs[2], first, pixels, ops, maskBuffer);
+        const std::ptrdiff_t pixels = std::min(kStretch, count - first), bytes = pixels * kDst;
+        std::uint8_t* const d = runs[0].pixels + order.lowest + first * kDst;
+        const std::uint8_t* const s = BytesFor<kDst>(order, runs[1], first, pixels, ops, srcBuffer);
+        const std::uint8_t* const m = BytesFor<kDst>(order, runs[2], first, pixels, ops, maskBuffer);
         if constexpr (!kPremultiplied) {
             ops.mix(d, s, m, bytes);
-        } else if constexpr (kTarget == kRGBA) {
+        } else if constexpr (kDst == kRGBA) {
             ops.replicateAlpha(alphaBuffer, d, static_cast<int>(order.at[3]), pixels);
             ops.addOverOther(d, s, m, alphaBuffer, bytes);
-        } else if constexpr (kTarget == kRGB) {
+        } else if constexpr (kDst == kRGB) {
             ops.add(d, s, m, bytes);  // the missing alpha is 255, and what is left of that is the mask itself
         } else {
             ops.addOver(d, s, m, bytes);
@@ -102,9 +102,8 @@ void BlendPadded(const BlendKernels& ops, const PixelRun* runs, std::ptrdiff_t c
 }
 
 template <bool kPremultiplied>
-constexpr BlendFn kPackedBlends[kMostChannels] = {BlendPacked<kPremultiplied, kG>, BlendPacked<kPremultiplied, kGA>,
-                                                  BlendPacked<kPremultiplied, kRGB>,
-                                                  BlendPacked<kPremultiplied, kRGBA>};
+constexpr BlendFn kPackedBlends[kMaxChannels] = {BlendPacked<kPremultiplied, kG>, BlendPacked<kPremultiplied, kGA>,
+                                                 BlendPacked<kPremultiplied, kRGB>, BlendPacked<kPremultiplied, kRGBA>};
 
 // A run of one pixel again and again. It refers to the samples.
 PixelRun ConstantRun(const std::uint8_t* samples, int channelCount) {

@@ -6,41 +6,41 @@ namespace {
 
 // --- one pixel ------------------------------------------------------------------------------------------------------
 
-// s and m hold what src and mask say about each channel of the dst pixel d.
-template <int kTarget>
+// s and m hold what source and mask say about each channel of the target pixel d.
+template <int kDst>
 inline void BlendPlain(std::uint8_t* d, const std::uint8_t* s, const std::uint8_t* m) {
-    for (int c = 0; c < kTarget; ++c) d[c] = Mix(s[c], m[c], d[c]);
+    for (int c = 0; c < kDst; ++c) d[c] = Mix(s[c], m[c], d[c]);
 }
 
-template <int kTarget>
+template <int kDst>
 inline void BlendPremultiplied(std::uint8_t* d, const std::uint8_t* s, const std::uint8_t* m) {
-    constexpr int kColours = ColourCount(kTarget);
-    const unsigned alpha = HasAlphaIn(kTarget) ? d[kTarget - 1] : 255;
+    constexpr int kColours = ColourCount(kDst);
+    const unsigned alpha = HasAlphaIn(kDst) ? d[kDst - 1] : 255;
     for (int c = 0; c < kColours; ++c) {
         const unsigned below = kColours == 1 ? d[c] : alpha;
         d[c] = static_cast<std::uint8_t>(AddOver(s[c], m[c], below));
     }
-    if constexpr (HasAlphaIn(kTarget)) {
+    if constexpr (HasAlphaIn(kDst)) {
         d[kColours] = static_cast<std::uint8_t>(AddOver(s[kColours], m[kColours], alpha));
     }
 }
 
 // --- one row --------------------------------------------------------------------------------------------------------
 
-template <bool kPremultiplied, int kTarget, int kSource, int kMask>
+template <bool kPremultiplied, int kDst, int kSrc, int kMask>
 void BlendRun(const BlendKernels&, const PixelRun* runs, std::ptrdiff_t count, const ColourSamples&) {
     PixelRun dst = runs[0], src = runs[1], mask = runs[2];
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        std::uint8_t d[kTarget], s[kTarget], m[kTarget];
-        ReadSamples<kTarget, kSource>(src.pixels, src.channels.offset, s);
-        ReadSamples<kTarget, kMask>(mask.pixels, mask.channels.offset, m);
-        ReadSamples<kTarget, kTarget>(dst.pixels, dst.channels.offset, d);
+        std::uint8_t d[kDst], s[kDst], m[kDst];
+        ReadSamples<kDst, kSrc>(src.pixels, src.channels.offset, s);
+        ReadSamples<kDst, kMask>(mask.pixels, mask.channels.offset, m);
+        ReadSamples<kDst, kDst>(dst.pixels, dst.channels.offset, d);
         if constexpr (kPremultiplied) {
-            BlendPremultiplied<kTarget>(d, s, m);
+            BlendPremultiplied<kDst>(d, s, m);
         } else {
-            BlendPlain<kTarget>(d, s, m);
+            BlendPlain<kDst>(d, s, m);
         }
-        for (int c = 0; c < kTarget; ++c) dst.pixels[dst.channels.offset[c]] = d[c];
+        for (int c = 0; c < kDst; ++c) dst.pixels[dst.channels.offset[c]] = d[c];
         EndOfPixel();
         dst.pixels += dst.step;
         src.pixels += src.step;
@@ -48,25 +48,24 @@ void BlendRun(const BlendKernels&, const PixelRun* runs, std::ptrdiff_t count, c
     }
 }
 
-// --- which row it is: [dst][source][mask], each G, GA, RGB, RGBA --------------------------------------------------
+// --- which row it is: [dst][src][mask], each G, GA, RGB, RGBA -----------------------------------------------------
 
-using MaskCases = std::array<BlendFn, kMostChannels>;
-using SourceCases = std::array<MaskCases, kMostChannels>;
-using TargetCases = std::array<SourceCases, kMostChannels>;
+using MaskCases = std::array<BlendFn, kMaxChannels>;
+using SrcCases = std::array<MaskCases, kMaxChannels>;
+using DstCases = std::array<SrcCases, kMaxChannels>;
 
-template <bool kPremultiplied, int kTarget, int kSource>
-constexpr MaskCases kMaskCases = {
-    BlendRun<kPremultiplied, kTarget, kSource, kG>, BlendRun<kPremultiplied, kTarget, kSource, kGA>,
-    BlendRun<kPremultiplied, kTarget, kSource, kRGB>, BlendRun<kPremultiplied, kTarget, kSource, kRGBA>};
+template <bool kPremultiplied, int kDst, int kSrc>
+constexpr MaskCases kMaskCases = {BlendRun<kPremultiplied, kDst, kSrc, kG>, BlendRun<kPremultiplied, kDst, kSrc, kGA>,
+                                  BlendRun<kPremultiplied, kDst, kSrc, kRGB>,
+                                  BlendRun<kPremultiplied, kDst, kSrc, kRGBA>};
 
-template <bool kPremultiplied, int kTarget>
-constexpr SourceCases kSourceCases = {kMaskCases<kPremultiplied, kTarget, kG>, kMaskCases<kPremultiplied, kTarget, kGA>,
-                                      kMaskCases<kPremultiplied, kTarget, kRGB>,
-                                      kMaskCases<kPremultiplied, kTarget, kRGBA>};
+template <bool kPremultiplied, int kDst>
+constexpr SrcCases kSrcCases = {kMaskCases<kPremultiplied, kDst, kG>, kMaskCases<kPremultiplied, kDst, kGA>,
+                                kMaskCases<kPremultiplied, kDst, kRGB>, kMaskCases<kPremultiplied, kDst, kRGBA>};
 
 template <bool kPremultiplied>
-constexpr TargetCases kTargetCases = {kSourceCases<kPremultiplied, kG>, kSourceCases<kPremultiplied, kGA>,
-                                      kSourceCases<kPremultiplied, kRGB>, kSourceCases<kPremultiplied, kRGBA>};
+constexpr DstCases kDstCases = {kSrcCases<kPremultiplied, kG>, kSrcCases<kPremultiplied, kGA>,
+                                kSrcCases<kPremultiplied, kRGB>, kSrcCases<kPremultiplied, kRGBA>};
 
 // --- one row --------------------------------------------------------------------------------------------------------
 
@@ -82,7 +81,7 @@ inline unsigned MaskOf(const std::uint8_t* pixel, const std::ptrdiff_t* channels
     return (unsigned{pixel[channels[0]]} + pixel[channels[1]] + pixel[channels[2]]) / 3;
 }
 
-template <bool kPremultiplied, int kTarget, int kImage>
+template <bool kPremultiplied, int kDst, int kImage>
 void PaintColour(const BlendKernels&, const PixelRun* runs, std::ptrdiff_t count, const ColourSamples& colour) {
     PixelRun dst = runs[0], image = runs[1];
     const ColourSamples c = colour;
@@ -90,10 +89,10 @@ void PaintColour(const BlendKernels&, const PixelRun* runs, std::ptrdiff_t count
         const unsigned m = MaskOf<kImage>(image.pixels, image.channels.offset);
         unsigned painted[3];
         for (int k = 0; k < 3; ++k) {
-            const unsigned below = dst.pixels[dst.channels.offset[kTarget == kG ? 0 : k]];
+            const unsigned below = dst.pixels[dst.channels.offset[kDst == kG ? 0 : k]];
             painted[k] = Lay<kPremultiplied>(c.rgb[k], m, below);
         }
-        if constexpr (kTarget == kG) {
+        if constexpr (kDst == kG) {
             // The sums go into the gray as they are, before anything is cut to a byte.
             dst.pixels[dst.channels.offset[0]] = GrayOf(painted[0], painted[1], painted[2]);
         } else {
@@ -105,16 +104,16 @@ void PaintColour(const BlendKernels&, const PixelRun* runs, std::ptrdiff_t count
     }
 }
 
-// The colour holds the mask value of each channel of the dst.
-template <bool kPremultiplied, int kTarget, int kImage>
+// The colour holds the mask value of each channel of the target.
+template <bool kPremultiplied, int kDst, int kImage>
 void LayThroughColour(const BlendKernels&, const PixelRun* runs, std::ptrdiff_t count, const ColourSamples& colour) {
     PixelRun dst = runs[0], image = runs[1];
     const ColourSamples mask = colour;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-        std::uint8_t s[kTarget], d[kTarget];
-        ReadSamples<kTarget, kImage>(image.pixels, image.channels.offset, s);
-        ReadSamples<kTarget, kTarget>(dst.pixels, dst.channels.offset, d);
-        for (int k = 0; k < kTarget; ++k) {
+        std::uint8_t s[kDst], d[kDst];
+        ReadSamples<kDst, kImage>(image.pixels, image.channels.offset, s);
+        ReadSamples<kDst, kDst>(dst.pixels, dst.channels.offset, d);
+        for (int k = 0; k < kDst; ++k) {
             dst.pixels[dst.channels.offset[k]] =
                 static_cast<std::uint8_t>(Lay<kPremultiplied>(s[k], mask.rgb[k], d[k]));
         }
@@ -138,7 +137,7 @@ constexpr BlendFn kLays[2][2] = {
 
 BlendFn MaskedBlend(bool premultiplied, int dstClass, int srcClass, int maskClass) {
     const auto index = [](int pixelClass) { return static_cast<std::size_t>(pixelClass - 1); };
-    const TargetCases& cases = premultiplied ? kTargetCases<true> : kTargetCases<false>;
+    const DstCases& cases = premultiplied ? kDstCases<true> : kDstCases<false>;
     return cases[index(dstClass)][index(srcClass)][index(maskClass)];
 }
 

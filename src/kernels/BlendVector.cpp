@@ -106,9 +106,9 @@ void Replicate4Opaque(std::uint8_t* dst, const std::uint8_t* src, int alphaAt, s
 
 // Byte alphaAt of each pixel of four into all four: a shuffle that stays within blocks of four pixels.
 void ReplicateAlpha(std::uint8_t* dst, const std::uint8_t* pixels, int alphaAt, std::ptrdiff_t count) {
-    alignas(16) std::uint8_t from[16];
-    for (int k = 0; k < 16; ++k) from[k] = static_cast<std::uint8_t>(k / 4 * 4 + alphaAt);
-    const Bytes indices = hn::LoadDup128(kBytes, from);
+    alignas(16) std::uint8_t alphaOf[16];
+    for (int k = 0; k < 16; ++k) alphaOf[k] = static_cast<std::uint8_t>(k / 4 * 4 + alphaAt);
+    const Bytes indices = hn::LoadDup128(kBytes, alphaOf);
     const std::ptrdiff_t bytes = 4 * count;
     std::ptrdiff_t i = 0;
     for (; i + kLanes <= bytes; i += kLanes) {

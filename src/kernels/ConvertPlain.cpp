@@ -5,10 +5,11 @@ namespace {
 template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
 void Convert_InOrder(const PixelRun& dstRun, const PixelRun& srcRun, std::ptrdiff_t count, std::uint8_t alphaMask) {
     const PixelRun src = srcRun, dst = dstRun;  // the stores below cannot change copies
-    const std::uint8_t* from = src.pixels;
-    std::uint8_t* to = dst.pixels;
-    for (std::ptrdiff_t i = 0; i < count; ++i, from += src.step, to += dst.step) {
-        ConvertPixel<kRule, kSrc, kDst, kAlpha>(from, src.channels.offset, to, dst.channels.offset, alphaMask);
+    const std::uint8_t* srcPixel = src.pixels;
+    std::uint8_t* dstPixel = dst.pixels;
+    for (std::ptrdiff_t i = 0; i < count; ++i, srcPixel += src.step, dstPixel += dst.step) {
+        ConvertPixel<kRule, kSrc, kDst, kAlpha>(srcPixel, src.channels.offset, dstPixel, dst.channels.offset,
+                                                alphaMask);
         EndOfPixel();
     }
 }
@@ -16,10 +17,11 @@ void Convert_InOrder(const PixelRun& dstRun, const PixelRun& srcRun, std::ptrdif
 template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
 void Convert_Plain(const PixelRun& dstRun, const PixelRun& srcRun, std::ptrdiff_t count, std::uint8_t alphaMask) {
     const PixelRun src = srcRun, dst = dstRun;
-    const std::uint8_t* __restrict from = src.pixels;
-    std::uint8_t* __restrict to = dst.pixels;
-    for (std::ptrdiff_t i = 0; i < count; ++i, from += src.step, to += dst.step) {
-        ConvertPixel<kRule, kSrc, kDst, kAlpha>(from, src.channels.offset, to, dst.channels.offset, alphaMask);
+    const std::uint8_t* __restrict srcPixel = src.pixels;
+    std::uint8_t* __restrict dstPixel = dst.pixels;
+    for (std::ptrdiff_t i = 0; i < count; ++i, srcPixel += src.step, dstPixel += dst.step) {
+        ConvertPixel<kRule, kSrc, kDst, kAlpha>(srcPixel, src.channels.offset, dstPixel, dst.channels.offset,
+                                                alphaMask);
     }
 }
 

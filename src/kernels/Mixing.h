@@ -28,7 +28,7 @@ constexpr std::uint8_t GrayOf(unsigned red, unsigned green, unsigned blue) {
 
 // The channel count of a gray or RGB pixel says which of four classes it is of: its colours come first, alpha last.
 enum PixelClass : int { kG = 1, kGA = 2, kRGB = 3, kRGBA = 4 };
-constexpr int kMostChannels = kRGBA;
+constexpr int kMaxChannels = kRGBA;
 
 constexpr int ColourCount(int pixelClass) {
     return pixelClass >= kRGB ? 3 : 1;
@@ -39,9 +39,9 @@ constexpr bool HasAlphaIn(int pixelClass) {
 
 // What a pixel of another class has to say about each channel of a target pixel: one gray for all three colours, or
 // the gray of three colours. What has no alpha is opaque. channels holds the byte offsets of the other pixel.
-template <int kTarget, int kOther>
+template <int kDst, int kOther>
 inline void ReadSamples(const std::uint8_t* pixel, const std::ptrdiff_t* channels, std::uint8_t* samples) {
-    constexpr int kColours = ColourCount(kTarget);
+    constexpr int kColours = ColourCount(kDst);
     if constexpr (kColours == ColourCount(kOther)) {
         for (int c = 0; c < kColours; ++c) samples[c] = pixel[channels[c]];
     } else if constexpr (kColours == 1) {
@@ -49,6 +49,5 @@ inline void ReadSamples(const std::uint8_t* pixel, const std::ptrdiff_t* channel
     } else {
         samples[0] = samples[1] = samples[2] = pixel[channels[0]];
     }
-    if constexpr (HasAlphaIn(kTarget))
-        samples[kColours] = HasAlphaIn(kOther) ? pixel[channels[ColourCount(kOther)]] : 255;
+    if constexpr (HasAlphaIn(kDst)) samples[kColours] = HasAlphaIn(kOther) ? pixel[channels[ColourCount(kOther)]] : 255;
 }

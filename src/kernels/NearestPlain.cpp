@@ -5,16 +5,16 @@
 template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
 static void Nearest_Plain(const PixelRun& dstRun, const PixelRun& srcRun, double ratio, int first,
                           std::ptrdiff_t count) {
-    std::ptrdiff_t from[kSrc + kAlpha], to[kDst + kAlpha];
-    std::copy_n(srcRun.channels.offset, kSrc + kAlpha, from);
-    std::copy_n(dstRun.channels.offset, kDst + kAlpha, to);
+    std::ptrdiff_t srcOffset[kSrc + kAlpha], dstOffset[kDst + kAlpha];
+    std::copy_n(srcRun.channels.offset, kSrc + kAlpha, srcOffset);
+    std::copy_n(dstRun.channels.offset, kDst + kAlpha, dstOffset);
     const std::uint8_t* __restrict const row = srcRun.pixels;
     std::uint8_t* __restrict dst = dstRun.pixels;
     const std::ptrdiff_t srcStep = srcRun.step, dstStep = dstRun.step;
     const int last = first + static_cast<int>(count);
     for (int x = first; x < last; ++x, dst += dstStep) {
         const std::uint8_t* const src = row + static_cast<std::ptrdiff_t>(x * ratio) * srcStep;
-        ConvertPixel<kRule, kSrc, kDst, kAlpha>(src, from, dst, to, 0);
+        ConvertPixel<kRule, kSrc, kDst, kAlpha>(src, srcOffset, dst, dstOffset, 0);
     }
 }
 

@@ -37,14 +37,14 @@ struct TapColumns {
 };
 
 struct ScalingKernels {
-    static constexpr int kMostPlanes = 5;
+    static constexpr int kMaxPlanes = 5;
     static constexpr int kRowsAtOnce = 8;
     using Widen = void (*)(const std::uint8_t* packed, int width, const double* factors, int rows, double* lane);
     using Resample = void (*)(const double* block, const TapColumns& taps, std::uint8_t* bytes);
 
     // Widens one packed row into the lane of its row in a block of so many rows, each plane times its factor. By
     // planes, [0] for one.
-    Widen widen[kMostPlanes];
+    Widen widen[kMaxPlanes];
 
     // Resamples a block to one byte per column of the table, channel and row, in this order: x, channel, row. The block
     // has taps.taps columns of finite numbers behind the last source column. By shape and block, as kRowsInBlock.

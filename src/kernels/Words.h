@@ -8,10 +8,10 @@
 struct WordMove {
     std::uint32_t keep;  // bytes of the target that stay
     std::uint32_t fill;  // what the result is exclusive-or'ed with: a constant, or what complements the mask's byte
-    int from[3];         // shifts of the colours
-    int to[3];
-    int maskFrom;  // shift of the byte of the mask that goes along, and of its place
-    int maskTo;
+    int srcShift[3];     // of the colours
+    int dstShift[3];
+    int maskShift;   // of the byte of the mask that goes along
+    int alphaShift;  // of its place
 };
 
 // Whole pixels are read and written, also bytes that stay. dst overlaps neither of the others; mask is a run of pixels

@@ -11,14 +11,14 @@ constexpr int ShiftOfByte(std::ptrdiff_t offset) {
     return static_cast<int>(kLittleEndian ? 8 * offset : 24 - 8 * offset);
 }
 
-std::uint32_t LoadWord(const std::uint8_t* from) {
+std::uint32_t LoadWord(const std::uint8_t* src) {
     std::uint32_t word;
-    std::memcpy(&word, from, sizeof word);
+    std::memcpy(&word, src, sizeof word);
     return word;
 }
 
-void StoreWord(std::uint8_t* to, std::uint32_t word) {
-    std::memcpy(to, &word, sizeof word);
+void StoreWord(std::uint8_t* dst, std::uint32_t word) {
+    std::memcpy(dst, &word, sizeof word);
 }
 
 template <bool kMask>
@@ -26,10 +26,10 @@ void Move_Plain(const WordMove& given, std::uint8_t* __restrict dst, const std::
                 const std::uint8_t* __restrict mask, std::ptrdiff_t count) {
     const WordMove move = given;  // the stores below cannot change a copy
     for (std::ptrdiff_t i = 0; i < 4 * count; i += 4) {
-        const std::uint32_t from = LoadWord(src + i);
+        const std::uint32_t srcWord = LoadWord(src + i);
         std::uint32_t word = LoadWord(dst + i) & move.keep;
-        for (int c = 0; c < 3; ++c) word |= (from >> move.from[c] & 255) << move.to[c];
-        if constexpr (kMask) word |= (LoadWord(mask + i) >> move.maskFrom & 255) << move.maskTo;
+        for (int c = 0; c < 3; ++c) word |= (srcWord >> move.srcShift[c] & 255) << move.dstShift[c];
+        if constexpr (kMask) word |= (LoadWord(mask + i) >> move.maskShift & 255) << move.alphaShift;
         StoreWord(dst + i, word ^ move.fill);
     }
 }
@@ -67,8 +67,8 @@ WordsFn PickPack(const WordsKernels& kernels, const WordMove& move) {
         const int shift = i % 2 * 8;
         bool fits = true;
         for (int c = 0; c < 3; ++c) {
-            const int from = reversed ? 24 - move.from[c] : move.from[c];
-            fits = fits && from - shift == move.to[c];
+            const int srcShift = reversed ? 24 - move.srcShift[c] : move.srcShift[c];
+            fits = fits && srcShift - shift == move.dstShift[c];
         }
         if (fits) return kernels.pack[i];
     }
@@ -90,9 +90,9 @@ WordsFn PickWords(const WordsKernels& kernels, const WordPixel& dst, const WordP
     *move = {};
     std::uint32_t written = 0;
     for (int c = 0; c < 3; ++c) {
-        move->from[c] = ShiftOfByte(src.colours[c]);
-        move->to[c] = ShiftOfByte(dst.colours[c]);
-        written |= std::uint32_t{255} << move->to[c];
+        move->srcShift[c] = ShiftOfByte(src.colours[c]);
+        move->dstShift[c] = ShiftOfByte(dst.colours[c]);
+        written |= std::uint32_t{255} << move->dstShift[c];
     }
     const bool onColour = alpha.at == dst.colours[0] || alpha.at == dst.colours[1] || alpha.at == dst.colours[2];
     const bool hasAlpha = alpha.from != WordAlpha::From::nowhere && !onColour;
@@ -101,13 +101,13 @@ WordsFn PickWords(const WordsKernels& kernels, const WordPixel& dst, const WordP
     const bool masked = hasAlpha && alpha.from == WordAlpha::From::mask;
     if (masked && (alpha.maskAt < 0 || alpha.maskAt >= 4)) return nullptr;
     if (hasAlpha) {
-        move->maskTo = ShiftOfByte(alpha.at);
-        written |= std::uint32_t{255} << move->maskTo;
-        move->fill = std::uint32_t{alpha.value} << move->maskTo;
+        move->alphaShift = ShiftOfByte(alpha.at);
+        written |= std::uint32_t{255} << move->alphaShift;
+        move->fill = std::uint32_t{alpha.value} << move->alphaShift;
     }
     move->keep = ~written;
     if (!masked) return kernels.move;
-    move->maskFrom = ShiftOfByte(alpha.maskAt);
+    move->maskShift = ShiftOfByte(alpha.maskAt);
     return kernels.moveMasked;
 }
 

@@ -47,14 +47,14 @@ WordMove AnyMove(std::uint32_t choice) {
     const int turn = static_cast<int>(choice % 4), fourth = 8 * ((3 + turn) % 4);
     WordMove move{};
     for (int c = 0; c < 3; ++c) {
-        move.from[c] = 8 * ((c + static_cast<int>(choice / 4 % 4)) % 4);
-        move.to[c] = 8 * ((c + turn) % 4);
+        move.srcShift[c] = 8 * ((c + static_cast<int>(choice / 4 % 4)) % 4);
+        move.dstShift[c] = 8 * ((c + turn) % 4);
     }
     const bool keeps = choice / 16 % 2;
     move.keep = keeps ? std::uint32_t{255} << fourth : 0;
     move.fill = keeps ? 0 : (choice / 32 & 255) << fourth;
-    move.maskFrom = 8 * static_cast<int>(choice / 8192 % 4);
-    move.maskTo = fourth;
+    move.maskShift = 8 * static_cast<int>(choice / 8192 % 4);
+    move.alphaShift = fourth;
     return move;
 }
 
@@ -86,7 +86,7 @@ void Convolve(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.matrix.convolve(taps, count, finish, units, b.out);
 }
 
-constexpr double kFactors[ScalingKernels::kMostPlanes] = {0.3, 0.59, 0.11, 1.0, 1.0};
+constexpr double kFactors[ScalingKernels::kMaxPlanes] = {0.3, 0.59, 0.11, 1.0, 1.0};
 
 // Into one of the lanes of a block of several rows.
 template <int kPlanes>

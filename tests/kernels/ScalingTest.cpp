@@ -69,9 +69,9 @@ TEST(ScalingKernelsTiers, AddRowsInOrder) {
 
 TEST(ScalingKernelsTiers, WidenIntoTheLaneOfTheRow) {
     Random random(5);
-    const double factors[ScalingKernels::kMostPlanes] = {0.3, 0.59, 0.11, 1.0, 1.0};
+    const double factors[ScalingKernels::kMaxPlanes] = {0.3, 0.59, 0.11, 1.0, 1.0};
     for (const KernelTier& tier : RunnableTiers()) {
-        for (int planes = 1; planes <= ScalingKernels::kMostPlanes; ++planes) {
+        for (int planes = 1; planes <= ScalingKernels::kMaxPlanes; ++planes) {
             for (int width = 0; width <= 40; ++width) {
                 const int rows = random.Between(1, 6), row = random.Between(0, rows - 1), lanes = planes * rows;
                 Bytes packed(Size(width * planes) + 1);
