@@ -5,7 +5,7 @@
 #include "host/ObjectHolder.h"  // for what CreatePicture gives
 
 // An image at least as large as asked for, of whatever format the factory chose, locked for the caller; or nil.
-// record is the image on whose behalf it is made, or nil.
+// record is the image on whose behalf it is made, or null.
 REALobject CreatePicture(ImageClassData* record, int width, int height, int format);
 
 // Class members.

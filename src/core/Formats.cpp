@@ -13,9 +13,9 @@
 int AllocationGranularity = 4096;
 
 int GetAllocationGranularity() {
-    constexpr int kLeast = 4096;
+    constexpr int kMinGranularity = 4096;
     const int pageSize = getpagesize();
-    AllocationGranularity = std::max(pageSize, kLeast);
+    AllocationGranularity = std::max(pageSize, kMinGranularity);
     return pageSize;
 }
 

@@ -13,7 +13,7 @@
 
 struct ImageClassData;
 
-// The address of row y, or nil. On a file-backed image it is good until the next call on the same record. Pixel
+// The address of row y, or null. On a file-backed image it is good until the next call on the same record. Pixel
 // loops do not call this themselves: they take their rows from core/RowSpan.h, which knows where the storage ends.
 using GetRowFunction = std::uint8_t* (*)(ImageClassData* record, int y);
 
@@ -65,7 +65,7 @@ struct ImageClassData : YieldData {
     REALstring DataString;  // nothing sets it; released at the teardown
 
     bool OwnsBuffer;             // Pixels was allocated here
-    std::uint8_t* Pixels;        // base of the pixel memory or of the mapped window, or nil
+    std::uint8_t* Pixels;        // base of the pixel memory or of the mapped window, or null
     bool OwnsFile;               // the mapping file was created here and goes with this image
     bool IsMapped;               // a window is mapped right now
     std::int32_t MappingHandle;  // reads 0 always
@@ -73,7 +73,7 @@ struct ImageClassData : YieldData {
     bool IsMapping;              // the image lives in a file
     int MappingBlockSize;        // bytes of one window
     std::uint8_t** RowPointers;  // rows of a host picture in console form
-    GetRowFunction GetRow;       // nil: no pixels
+    GetRowFunction GetRow;       // null: no pixels
     int MappedFirstRow;          // rows of the current window; -1 if none
     int MappedLastRow;
     int MappedRowCount;  // rows of one window
@@ -82,11 +82,11 @@ struct ImageClassData : YieldData {
     std::int64_t StorageBytes;  // linear storage: bytes from Pixels that may be touched; host picture: bytes of a row
     std::int64_t WindowBytes;   // bytes of the current window that lie inside the file
     int TableRows;              // host picture in console form: entries of RowPointers
-    StorageMark* Mark;          // shared by an image and its views; nil where no view was ever made
+    StorageMark* Mark;          // shared by an image and its views; null where no view was ever made
 };
 static_assert(std::is_standard_layout_v<YieldData>);
 
-// The record of an image object: it lies where the host said at registration. The object must not be nil.
+// The record of an image object: it lies where the host said at registration. The object must not be null.
 ImageClassData* ImageDataOf(REALobject object);
 
 // The test almost every method makes on every image it touches: a closed image keeps Valid and loses only GetRow.

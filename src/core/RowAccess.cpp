@@ -9,7 +9,7 @@
 
 // --- memory ---------------------------------------------------------------------------------------------------------
 
-// Rows may lie outside the storage: what may be touched of them is told by StorageOfRow. So the address is a plain
+// Rows may lie outside the storage: StorageOfRow says what may be touched of them. So the address is a plain
 // sum, formed without the rules of pointers.
 static std::uint8_t* LinearRow(const ImageClassData* record, std::int64_t row) {
     if (StorageIsGone(record)) return nullptr;
@@ -133,12 +133,12 @@ GetRowFunction MirroredTwin(GetRowFunction accessor) {
 // --- size of the window ---------------------------------------------------------------------------------------------
 
 void ApplyBlockSizeRule(ImageClassData* record, int wish) {
-    constexpr std::int64_t kLeastRows = 5;
+    constexpr std::int64_t kMinRows = 5;
     const std::int64_t unit = AllocationGranularity;
     // At least the unit squared, whatever the wish: small windows would move at every other row.
     std::int64_t block = std::max<std::int64_t>(wish / unit, unit) * unit;
     if (block > record->TotalSize) block = static_cast<std::int32_t>(record->TotalSize);
-    block = std::max(block, kLeastRows * record->RowSize);
+    block = std::max(block, kMinRows * record->RowSize);
     if (block % unit > 0) block += unit;
     block -= block % unit;
     block = std::min<std::int64_t>(block, INT32_MAX / unit * unit);

@@ -13,7 +13,7 @@ std::uint8_t* GetRowMappingMirrored(ImageClassData* record, int y);
 // The accessor that reads the same rows upside down.
 GetRowFunction MirroredTwin(GetRowFunction accessor);
 
-// Unmaps the current window, if there is one. UnmapWindow leaves its rows told in the record.
+// Unmaps the current window, if there is one. UnmapWindow leaves its row numbers in the record.
 void ReleaseWindow(ImageClassData* record);
 bool UnmapWindow(ImageClassData* record);  // false: there was none
 

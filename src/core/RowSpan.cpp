@@ -22,13 +22,13 @@ ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast
     return {row.data + begin, static_cast<std::size_t>(end - begin)};
 }
 
-void CopyRun(const RowSpan& dst, std::ptrdiff_t to, const RowSpan& src, std::ptrdiff_t from, std::ptrdiff_t count) {
+void CopyRun(const RowSpan& dst, std::ptrdiff_t dstAt, const RowSpan& src, std::ptrdiff_t srcAt, std::ptrdiff_t count) {
     if (!dst || !src) return;
     // What both rows have, as distances from the start of the run.
-    const std::ptrdiff_t first = std::max({std::ptrdiff_t{0}, dst.begin - to, src.begin - from});
-    const std::ptrdiff_t last = std::min({count, dst.end - to, src.end - from});
+    const std::ptrdiff_t first = std::max({std::ptrdiff_t{0}, dst.begin - dstAt, src.begin - srcAt});
+    const std::ptrdiff_t last = std::min({count, dst.end - dstAt, src.end - srcAt});
     if (first >= last) return;
-    std::memmove(dst.data + to + first, src.data + from + first, static_cast<std::size_t>(last - first));
+    std::memmove(dst.data + dstAt + first, src.data + srcAt + first, static_cast<std::size_t>(last - first));
 }
 
 void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std::uint8_t* buffer) {

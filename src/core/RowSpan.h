@@ -1,5 +1,5 @@
 #pragma once
-// A row of an image together with the bytes that may be touched from it: the road of every pixel loop.
+// A row of an image together with the bytes that may be touched from it. Every pixel loop takes its rows here.
 //
 // Many operations run past the end of their rectangle, row or image on purpose, and callers can see what that does
 // inside the storage. What would lie outside is neither read nor written: writes are dropped, reads give 0, a run of
@@ -11,7 +11,7 @@
 #include "core/Channels.h"
 
 struct RowSpan {
-    std::uint8_t* data;    // address of column 0; nil: the row does not exist, skip it
+    std::uint8_t* data;    // address of column 0; null: the row does not exist, skip it
     std::ptrdiff_t begin;  // bytes from data that may be touched, half-open; may lie anywhere relative to data
     std::ptrdiff_t end;
 
@@ -37,12 +37,12 @@ struct ByteRun {
 };
 ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast);
 
-// Copies `count` bytes starting at `from` in one row to `to` in another. The run is cut to the bytes that both rows may
-// touch. The two may overlap: the result is that of a copy through a buffer.
-void CopyRun(const RowSpan& dst, std::ptrdiff_t to, const RowSpan& src, std::ptrdiff_t from, std::ptrdiff_t count);
+// Copies `count` bytes starting at `srcAt` in one row to `dstAt` in another. The run is cut to the bytes that both rows
+// may touch. The two may overlap: the result is that of a copy through a buffer.
+void CopyRun(const RowSpan& dst, std::ptrdiff_t dstAt, const RowSpan& src, std::ptrdiff_t srcAt, std::ptrdiff_t count);
 
-// Reads `count` bytes starting at `from` into a buffer of that size. Bytes that the row does not have read 0; a nil row
-// has none.
+// Reads `count` bytes starting at `from` into a buffer of that size. Bytes that the row does not have read 0; a null
+// row has none.
 void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std::uint8_t* buffer);
 
 // A stretch of a run of pixels, as half-open range of indices into the run.
@@ -58,7 +58,7 @@ PixelRange PixelsInside(const RowSpan& row, int pixelSize, const ChannelSet& cha
 PixelRange PixelsReached(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
                          std::ptrdiff_t width);
 
-// Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A nil row
+// Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A null row
 // gives zeros.
 void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,
                   std::uint8_t* packed);

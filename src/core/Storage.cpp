@@ -72,11 +72,11 @@ StorageRange WholeRange(const ImageClassData* record) {
 
 }  // namespace
 
-bool ShareStorageMark(ImageClassData* view, ImageClassData* source) {
-    if (!source->Mark) source->Mark = NewMark();
-    if (!source->Mark) return false;
-    ++source->Mark->references;
-    view->Mark = source->Mark;
+bool ShareStorageMark(ImageClassData* view, ImageClassData* src) {
+    if (!src->Mark) src->Mark = NewMark();
+    if (!src->Mark) return false;
+    ++src->Mark->references;
+    view->Mark = src->Mark;
     return true;
 }
 

@@ -4,7 +4,7 @@
 #include "core/ImageClassData.h"
 
 // Shared by an image that owns storage and all views of it, directly or through other views. It outlives the image,
-// so that a view finds out that the bytes behind it are gone: its rows then come back nil.
+// so that a view finds out that the bytes behind it are gone: its rows then come back null.
 struct StorageMark {
     int references;
     bool gone;
@@ -17,7 +17,7 @@ struct StorageMark {
 };
 
 // Lets a view share the mark of its source, which gets one if it has none yet. False when out of memory.
-bool ShareStorageMark(ImageClassData* view, ImageClassData* source);
+bool ShareStorageMark(ImageClassData* view, ImageClassData* src);
 
 // Gives a record that now lives in the open file its mark. False when out of memory.
 bool MarkAsFileStorage(ImageClassData* record, int descriptor);
@@ -51,7 +51,7 @@ public:
     StoragePin(const StoragePin&) = delete;
     StoragePin& operator=(const StoragePin&) = delete;
 
-    // The copy; nil without memory for the pin.
+    // The copy; null without memory for the pin.
     ImageClassData* record() { return pinned_ ? &copy_ : nullptr; }
 
 private:

@@ -118,14 +118,14 @@ bool IsSameRun(const PixelRun& a, const PixelRun& b) {
 
 Sharing SharingOf(const Walk& walk, const RunSet& set) {
     Sharing sharing = Sharing::apart;
-    const Layer& target = walk.layers[0];
-    const StorageRange written = BytesOf(set.run[0], target, set.count);
+    const Layer& dst = walk.layers[0];
+    const StorageRange written = BytesOf(set.run[0], dst, set.count);
     for (int i = 1; i < walk.layerCount; ++i) {
         const Layer& layer = walk.layers[i];
         const StorageRange read = BytesOf(set.run[i], layer, set.count);
-        const bool bothInFiles = target.image && layer.image && target.image->IsMapping && layer.image->IsMapping;
+        const bool bothInFiles = dst.image && layer.image && dst.image->IsMapping && layer.image->IsMapping;
         const bool meet = written.begin < read.end && read.begin < written.end;
-        if (!meet && !(bothInFiles && ImagesOverlap(target.image, layer.image))) continue;
+        if (!meet && !(bothInFiles && ImagesOverlap(dst.image, layer.image))) continue;
         if (!IsSameRun(set.run[0], set.run[i])) return Sharing::mixed;
         sharing = Sharing::same;
     }
@@ -154,12 +154,12 @@ void WorkRow(const Walk& walk, const RowSpan* rows, std::int64_t step, RunFn run
         if (!rows[i] || walk.layers[i].channels.count < 1) return;
     }
     if (walk.width < 1) return;
-    const Layer& target = walk.layers[0];
+    const Layer& dst = walk.layers[0];
     const Range free = FreePixels(walk, rows);
     // Nothing is written outside of these.
-    const Range reached = walk.everyPixel ? Range{0, walk.width}
-                                          : PixelsWithin(rows[0], target, target.channels.highest(),
-                                                         target.channels.lowest(), walk.width);
+    const Range reached = walk.everyPixel
+                              ? Range{0, walk.width}
+                              : PixelsWithin(rows[0], dst, dst.channels.highest(), dst.channels.lowest(), walk.width);
     for (std::int64_t x = reached.first; x < std::min(free.first, reached.last); ++x) {
         WorkEdgePixel(walk, rows, step, x, run, work);
     }

@@ -16,7 +16,7 @@
 struct Layer {
     static constexpr int kMax = 4;
 
-    ImageClassData* image;  // null where rowAt tells the rows
+    ImageClassData* image;  // null where rowAt gives the rows
     std::int64_t x;         // corner of the rectangle in this layer, in pixels
     std::int64_t y;
     ChannelSet channels;
