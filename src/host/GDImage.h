@@ -3,7 +3,7 @@
 // field that is read here; the record goes on behind it. A test holds the offsets against the library's own header.
 
 struct GDImage {
-    unsigned char** pixels;  // rows of a palette image; nil for true colour
+    unsigned char** pixels;  // rows of a palette image; null for true colour
     int width;
     int height;
     int colorsTotal;

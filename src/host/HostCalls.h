@@ -18,7 +18,7 @@ void* REALGetClassRef(const char* name);
 REALobject REALnewInstance(const char* className);  // locked for the caller, or nil
 void REALLockObject(REALobject object);
 void REALUnlockObject(REALobject object);
-void* REALGetEventInstance(REALobject object, const REALevent* event);  // nil: the class does not implement it
+void* REALGetEventInstance(REALobject object, const REALevent* event);  // null: the class does not implement it
 REALboolean REALGetPropValue(REALobject object, const char* property, int* value);
 REALboolean REALSetPropValue(REALobject object, const char* property, REALstring value);
 void* REALLoadObjectMethod(REALobject object, const char* declaration);

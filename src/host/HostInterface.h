@@ -19,7 +19,7 @@ using REALword = std::intptr_t;   // a field of a table record
 using REALboolean = signed char;  // as an argument; of a result only the low byte counts
 using REALcolor = std::int32_t;   // red in bits 16-23, green in bits 8-15, blue in bits 0-7; top byte ignored
 using REALfunction = void (*)();  // any function, before it is cast to its own type
-using REALresolver = void* (*)(const char* name);  // address of the host function of that name, or nil
+using REALresolver = void* (*)(const char* name);  // address of the host function of that name, or null
 
 // Flag bits of classes, methods, shared methods and properties.
 enum : REALword {
@@ -41,7 +41,7 @@ enum : unsigned {
 };
 
 struct REALproperty {
-    const char* group;  // nil
+    const char* group;  // null
     const char* name;
     const char* type;  // type name in the host language
     REALword flags;
@@ -53,7 +53,7 @@ struct REALproperty {
 
 struct REALmethodDefinition {
     REALfunction function;
-    REALfunction setterFunction;  // assignment form, or nil
+    REALfunction setterFunction;  // assignment form, or null
     const char* declaration;
     REALword flags;
 };

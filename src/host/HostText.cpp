@@ -19,18 +19,18 @@ static void ReadStringRecord(REALstring string, const void** data, int* length) 
     *data = record->buffer ? record->buffer + 1 : nullptr;  // the first byte of the buffer is not text
 }
 
-rbData::rbData(REALstring source) {
-    if (!source) return;
+rbData::rbData(REALstring src) {
+    if (!src) return;
     if (HostHandsOutCopies()) {
-        if (REALGetStringData(source, kREALEncodingBytes, &stringData)) {
+        if (REALGetStringData(src, kREALEncodingBytes, &stringData)) {
             data = stringData.data;
             length = stringData.length;
             filled = true;
         }
     } else {
-        REALLockString(source);
-        string = source;
-        ReadStringRecord(source, &data, &length);
+        REALLockString(src);
+        string = src;
+        ReadStringRecord(src, &data, &length);
     }
 }
 
@@ -45,15 +45,15 @@ rbText::rbText(REALstring string) {
     if (!string) return;
     if (REALGetStringEncoding(string) == kREALEncodingBytes) {
         const rbData bytes(string);
-        source = REALBuildUnicodeString(bytes.data, bytes.length, kREALEncodingMacRoman);
+        src = REALBuildUnicodeString(bytes.data, bytes.length, kREALEncodingMacRoman);
     } else {
         REALLockString(string);
-        source = string;
+        src = string;
     }
 }
 
 rbText::~rbText() {
-    REALUnlockString(source);
+    REALUnlockString(src);
     for (int slot = 0; slot < kSlots; ++slot) {
         REALUnlockString(converted[slot]);
         if (filled[slot]) REALDisposeStringData(&stringData[slot]);
@@ -64,14 +64,14 @@ const char* rbText::GetUTF8() {
     if (length[kUTF8] < 0) {
         length[kUTF8] = 0;
         data[kUTF8] = "";
-        if (source && HostHandsOutCopies()) {
-            if (REALGetStringData(source, kREALEncodingUTF8, &stringData[kUTF8])) {
+        if (src && HostHandsOutCopies()) {
+            if (REALGetStringData(src, kREALEncodingUTF8, &stringData[kUTF8])) {
                 filled[kUTF8] = true;
                 length[kUTF8] = stringData[kUTF8].length;
                 if (stringData[kUTF8].data) data[kUTF8] = stringData[kUTF8].data;
             }
-        } else if (source) {
-            converted[kUTF8] = REALConvertString(source, kREALEncodingUTF8);
+        } else if (src) {
+            converted[kUTF8] = REALConvertString(src, kREALEncodingUTF8);
             if (converted[kUTF8]) {
                 const void* text = nullptr;
                 ReadStringRecord(converted[kUTF8], &text, &length[kUTF8]);

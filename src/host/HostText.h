@@ -12,7 +12,7 @@ struct rbData {
     const void* data = nullptr;
     int length = 0;
 
-    explicit rbData(REALstring source);
+    explicit rbData(REALstring src);
     ~rbData();
     rbData(const rbData&) = delete;
     rbData& operator=(const rbData&) = delete;
@@ -23,7 +23,7 @@ struct rbText {
     static constexpr int kSlots = 5;  // one per kind of conversion; only UTF-8 is in use
     static constexpr int kUTF8 = 0;
 
-    REALstring source = nullptr;  // locked
+    REALstring src = nullptr;  // locked
     REALstring converted[kSlots] = {};
     int length[kSlots];  // -1 until the conversion has been done
     const void* data[kSlots] = {};
@@ -35,7 +35,7 @@ struct rbText {
     rbText(const rbText&) = delete;
     rbText& operator=(const rbText&) = delete;
 
-    const char* GetUTF8();  // never nil; valid while this holder lives
+    const char* GetUTF8();  // never null; valid while this holder lives
 };
 
 // Writes a line to the system log and to the standard error stream.

@@ -44,14 +44,14 @@ void SetThreadName(const char* name) {
     if (setName) setName(pthread_self(), name);
 }
 
-// Present where the system brings a dispatch library; the addresses are nil otherwise.
+// Present where the system brings a dispatch library; the addresses are null otherwise.
 extern "C" {
 __attribute__((weak)) void* dispatch_get_global_queue(long priority, unsigned long flags);
 __attribute__((weak)) void dispatch_async_f(void* queue, void* context, void (*work)(void*));
 }
 
 bool DispatchAsync(void (*function)(void*), void* argument) {
-    // Read through volatile: a compiler may take the address of a declared function for never nil.
+    // Read through volatile: a compiler may take the address of a declared function for never null.
     void* (*volatile getQueue)(long, unsigned long) = dispatch_get_global_queue;
     void (*volatile async)(void*, void*, void (*)(void*)) = dispatch_async_f;
     if (!getQueue || !async) return false;

@@ -22,7 +22,7 @@ void SetThreadName(const char* name);
 // Runs function(argument) on the system's queue of workers. False where the system has none; nothing runs then.
 bool DispatchAsync(void (*function)(void*), void* argument);
 
-// The address of a function that this process has in its global scope, or nil.
+// The address of a function that this process has in its global scope, or null.
 void* FindInProcess(const char* name);
 
 // Writes a line to the system log.

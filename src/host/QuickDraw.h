@@ -19,7 +19,7 @@ struct QuickDrawRect {
 };
 
 std::int32_t GetPixRowBytes(PixMap** pixMap);   // bytes from one row to the next; 0
-std::uint8_t* GetPixBaseAddr(PixMap** pixMap);  // row 0; nil
+std::uint8_t* GetPixBaseAddr(PixMap** pixMap);  // row 0; null
 PixMap** GetGWorldPixMap(OpaqueGrafPtr* gworld);
 REALboolean LockPixels(PixMap** pixMap);  // false: the pixels are gone
 void UnlockPixels(PixMap** pixMap);
