@@ -2,10 +2,10 @@
 
 #include "compositing/BlendWalk.h"
 
-static void Blend(bool premultiplied, ImageClassData* target, ImageClassData* source, ImageClassData* mask, int destX,
-                  int destY, int width, int height, int sourceX, int sourceY) {
-    const Layer layers[] = {BlendLayer(target, destX, destY, true), BlendLayer(source, sourceX, sourceY, true),
-                            BlendLayer(mask, sourceX, sourceY, true)};
+static void Blend(bool premultiplied, ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int dstX,
+                  int dstY, int width, int height, int srcX, int srcY) {
+    const Layer layers[] = {BlendLayer(dst, dstX, dstY, true), BlendLayer(src, srcX, srcY, true),
+                            BlendLayer(mask, srcX, srcY, true)};
     for (const Layer& layer : layers) {
         if (layer.channels.count == 0) return;
     }
@@ -15,12 +15,12 @@ static void Blend(bool premultiplied, ImageClassData* target, ImageClassData* so
               {});
 }
 
-void Case2pf(ImageClassData* target, ImageClassData* source, ImageClassData* mask, int destX, int destY, int width,
-             int height, int sourceX, int sourceY) {
-    Blend(false, target, source, mask, destX, destY, width, height, sourceX, sourceY);
+void Case2pf(ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int dstX, int dstY, int width, int height,
+             int srcX, int srcY) {
+    Blend(false, dst, src, mask, dstX, dstY, width, height, srcX, srcY);
 }
 
-void Case2pt(ImageClassData* target, ImageClassData* source, ImageClassData* mask, int destX, int destY, int width,
-             int height, int sourceX, int sourceY) {
-    Blend(true, target, source, mask, destX, destY, width, height, sourceX, sourceY);
+void Case2pt(ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int dstX, int dstY, int width, int height,
+             int srcX, int srcY) {
+    Blend(true, dst, src, mask, dstX, dstY, width, height, srcX, srcY);
 }

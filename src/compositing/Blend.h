@@ -10,10 +10,10 @@
 // Yields on the target after each row.
 
 // For a source with plain colours. No result leaves a byte.
-void Case2pf(ImageClassData* target, ImageClassData* source, ImageClassData* mask, int destX, int destY, int width,
-             int height, int sourceX, int sourceY);
+void Case2pf(ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int dstX, int dstY, int width, int height,
+             int srcX, int srcY);
 
 // For a source whose colours were multiplied by its alpha beforehand. Sums above 255 keep their low byte. A gray target
 // counts by its gray, an RGB target by its alpha, whatever its colours were: full where it has none.
-void Case2pt(ImageClassData* target, ImageClassData* source, ImageClassData* mask, int destX, int destY, int width,
-             int height, int sourceX, int sourceY);
+void Case2pt(ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int dstX, int dstY, int width, int height,
+             int srcX, int srcY);

@@ -10,10 +10,10 @@
 
 // Paints foreColour where the image is black and keeps the target where it is white. Colours of the image count by
 // their mean.
-bool Case3(ImageClassData* target, ImageClassData* image, bool preMultipliedSource, int destX, int destY, int sourceX,
-           int sourceY, int width, int height, int foreColour);
+bool Case3(ImageClassData* dst, ImageClassData* image, bool premultiplied, int dstX, int dstY, int srcX, int srcY,
+           int width, int height, int foreColour);
 
 // Lays the image on by the channels of maskColour: 0 gives the image, 255 keeps the target. Without useColours the mask
 // colour counts as black.
-bool Case4(ImageClassData* target, ImageClassData* image, bool preMultipliedSource, int destX, int destY, int sourceX,
-           int sourceY, int width, int height, bool useColours, int maskColour);
+bool Case4(ImageClassData* dst, ImageClassData* image, bool premultiplied, int dstX, int dstY, int srcX, int srcY,
+           int width, int height, bool useColours, int maskColour);

@@ -5,46 +5,46 @@ namespace {
 // One axis of a transfer. Neither axis ever looks at the other before the end, so each goes through the steps by
 // itself.
 struct Axis {
-    std::int64_t dest;
+    std::int64_t dst;
     std::int64_t size;
-    std::int64_t source;
+    std::int64_t src;
 };
 
-void ClipAxis(Axis* axis, std::int64_t destLimit, std::int64_t sourceLimit) {
-    if (axis->source < 0) {
-        axis->dest += axis->source;
-        axis->size += axis->source;
-        axis->source = 0;
+void ClipAxis(Axis* axis, std::int64_t dstLimit, std::int64_t srcLimit) {
+    if (axis->src < 0) {
+        axis->dst += axis->src;
+        axis->size += axis->src;
+        axis->src = 0;
     }
     if (axis->size < 0) {
-        axis->dest += axis->size;
+        axis->dst += axis->size;
         axis->size = -axis->size;
     }
-    if (axis->dest < 0) {
-        axis->source -= axis->dest;
-        axis->size += axis->dest;
-        axis->dest = 0;
+    if (axis->dst < 0) {
+        axis->src -= axis->dst;
+        axis->size += axis->dst;
+        axis->dst = 0;
     }
-    if (axis->dest >= destLimit) axis->size = 0;
-    if (axis->dest + axis->size > destLimit) axis->size = destLimit - axis->dest;
-    if (axis->source + axis->size > sourceLimit) axis->size = sourceLimit - axis->source;
+    if (axis->dst >= dstLimit) axis->size = 0;
+    if (axis->dst + axis->size > dstLimit) axis->size = dstLimit - axis->dst;
+    if (axis->src + axis->size > srcLimit) axis->size = srcLimit - axis->src;
 }
 
 }  // namespace
 
-bool ClipTransfer(TransferRect* rect, TransferSize dest, TransferSize source) {
-    Axis x{rect->destX, rect->width, rect->sourceX};
-    Axis y{rect->destY, rect->height, rect->sourceY};
-    ClipAxis(&x, dest.width, source.width);
-    ClipAxis(&y, dest.height, source.height);
-    *rect = {x.dest, y.dest, x.size, y.size, x.source, y.source};
+bool ClipTransfer(TransferRect* rect, TransferSize dst, TransferSize src) {
+    Axis x{rect->dstX, rect->width, rect->srcX};
+    Axis y{rect->dstY, rect->height, rect->srcY};
+    ClipAxis(&x, dst.width, src.width);
+    ClipAxis(&y, dst.height, src.height);
+    *rect = {x.dst, y.dst, x.size, y.size, x.src, y.src};
     return rect->width > 0 && rect->height > 0;
 }
 
-bool PassTransferGate(ImageClassData* destination, ImageClassData* source) {
-    if (!source || !source->Valid || !IsUsable(destination)) return false;
-    YieldIfAsked(destination);
-    if (!IsUsable(source)) return false;
-    YieldIfAsked(source);
+bool PassTransferGate(ImageClassData* dst, ImageClassData* src) {
+    if (!src || !src->Valid || !IsUsable(dst)) return false;
+    YieldIfAsked(dst);
+    if (!IsUsable(src)) return false;
+    YieldIfAsked(src);
     return true;
 }

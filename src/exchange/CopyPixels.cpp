@@ -11,26 +11,26 @@ namespace {
 
 // --- what is done to a row ------------------------------------------------------------------------------------------
 
-// `count` pixels from column `from` of the source's row to column `to` of the destination's. Where whole runs of bytes
-// are moved, every byte counts as a pixel.
+// `count` pixels from column `srcX` of the source's row to column `dstX` of the destination's. Where whole runs of
+// bytes are moved, every byte counts as a pixel.
 struct RowCopy {
     PixelPlan plan;
     bool asRun;
-    std::ptrdiff_t to;
-    std::ptrdiff_t from;
+    std::ptrdiff_t dstX;
+    std::ptrdiff_t srcX;
     std::ptrdiff_t count;
 };
 
 constexpr ChannelSet kByte = {1, {0}};
 
 // The run goes on for DestX pixels behind the rectangle; applications build on the bytes that this writes.
-RowCopy RunCopy(const ImageClassData* destination, const ImageClassData* source, const TransferRect& rect) {
-    const std::ptrdiff_t destSize = destination->PixelSize, sourceSize = source->PixelSize;
-    PixelPlan plan = MakePlan(PixelRule::copy, source, kByte, destination, kByte, false, 0);
-    plan.sourceSize = plan.destSize = 1;
-    return {plan, true, static_cast<std::ptrdiff_t>(rect.destX) * destSize + GetMinOffset(destination),
-            static_cast<std::ptrdiff_t>(rect.sourceX) * sourceSize + GetMinOffset(source),
-            static_cast<std::ptrdiff_t>(rect.width + rect.destX) * destSize};
+RowCopy RunCopy(const ImageClassData* dst, const ImageClassData* src, const TransferRect& rect) {
+    const std::ptrdiff_t dstSize = dst->PixelSize, srcSize = src->PixelSize;
+    PixelPlan plan = MakePlan(PixelRule::copy, src, kByte, dst, kByte, false, 0);
+    plan.srcSize = plan.dstSize = 1;
+    return {plan, true, static_cast<std::ptrdiff_t>(rect.dstX) * dstSize + GetMinOffset(dst),
+            static_cast<std::ptrdiff_t>(rect.srcX) * srcSize + GetMinOffset(src),
+            static_cast<std::ptrdiff_t>(rect.width + rect.dstX) * dstSize};
 }
 
 // By destination, then source. A family without channels has no row and no column.
@@ -41,38 +41,38 @@ constexpr PixelRule kRules[3][3] = {
     {PixelRule::blackOnly, PixelRule::refused, PixelRule::copy},  // to CMYK
 };
 
-PixelPlan PlanOf(const ImageClassData* destination, const ImageClassData* source) {
-    const PixelFamily to = FamilyOf(destination), from = FamilyOf(source);
-    ChannelSet sourceChannels = ChannelsOf(source, false);
+PixelPlan PlanOf(const ImageClassData* dst, const ImageClassData* src) {
+    const PixelFamily dstFamily = FamilyOf(dst), srcFamily = FamilyOf(src);
+    ChannelSet srcChannels = ChannelsOf(src, false);
     PixelRule rule = PixelRule::refused;
-    if (to != PixelFamily::none && from != PixelFamily::none)
-        rule = kRules[static_cast<int>(to)][static_cast<int>(from)];
-    bool withAlpha = destination->HasAlpha && source->HasAlpha;
-    if (to == PixelFamily::gray && from == PixelFamily::rgb) {
+    if (dstFamily != PixelFamily::none && srcFamily != PixelFamily::none)
+        rule = kRules[static_cast<int>(dstFamily)][static_cast<int>(srcFamily)];
+    bool withAlpha = dst->HasAlpha && src->HasAlpha;
+    if (dstFamily == PixelFamily::gray && srcFamily == PixelFamily::rgb) {
         withAlpha = false;  // of all pairs with alpha on both sides the only one that drops it
-    } else if (to == PixelFamily::gray && from == PixelFamily::cmyk && withAlpha) {
+    } else if (dstFamily == PixelFamily::gray && srcFamily == PixelFamily::cmyk && withAlpha) {
         // Reads the places of red, green and blue, which CMYK images do not have: mostly three times the first byte.
         rule = PixelRule::luma;
-        sourceChannels = OffsetsOf(source, {ChannelId::red, ChannelId::green, ChannelId::blue});
-    } else if (to == PixelFamily::gray && from == PixelFamily::cmyk) {
-        sourceChannels = OffsetsOf(source, {ChannelId::black});
+        srcChannels = OffsetsOf(src, {ChannelId::red, ChannelId::green, ChannelId::blue});
+    } else if (dstFamily == PixelFamily::gray && srcFamily == PixelFamily::cmyk) {
+        srcChannels = OffsetsOf(src, {ChannelId::black});
     }
-    return MakePlan(rule, source, sourceChannels, destination, ChannelsOf(destination, false), withAlpha, 0);
+    return MakePlan(rule, src, srcChannels, dst, ChannelsOf(dst, false), withAlpha, 0);
 }
 
-RowCopy PrepareCopy(const ImageClassData* destination, const ImageClassData* source, const TransferRect& rect) {
-    if (HasPixelsOnBlock(source) && HasPixelsOnBlock(destination) && PictureBlockCompatible(source, destination)) {
-        return RunCopy(destination, source, rect);
+RowCopy PrepareCopy(const ImageClassData* dst, const ImageClassData* src, const TransferRect& rect) {
+    if (HasPixelsOnBlock(src) && HasPixelsOnBlock(dst) && PictureBlockCompatible(src, dst)) {
+        return RunCopy(dst, src, rect);
     }
-    return {PlanOf(destination, source), false, static_cast<std::ptrdiff_t>(rect.destX),
-            static_cast<std::ptrdiff_t>(rect.sourceX), static_cast<std::ptrdiff_t>(rect.width)};
+    return {PlanOf(dst, src), false, static_cast<std::ptrdiff_t>(rect.dstX), static_cast<std::ptrdiff_t>(rect.srcX),
+            static_cast<std::ptrdiff_t>(rect.width)};
 }
 
-void CopyRow(const RowCopy& copy, const RowSpan& dst, const RowSpan& src) {
+void CopyRow(const RowCopy& copy, const RowSpan& dstRow, const RowSpan& srcRow) {
     if (copy.asRun) {
-        CopyRun(dst, copy.to, src, copy.from, copy.count);
+        CopyRun(dstRow, copy.dstX, srcRow, copy.srcX, copy.count);
     } else {
-        ConvertPixels(copy.plan, dst, copy.to, src, copy.from, copy.count);
+        ConvertPixels(copy.plan, dstRow, copy.dstX, srcRow, copy.srcX, copy.count);
     }
 }
 
@@ -94,107 +94,106 @@ FileStretch StretchOf(const ImageClassData* record, const RowSpan& row, const Ch
 
 // A row of a copy within one file, `atOnce` pixels at a time by way of a buffer. Both rows are fetched again each
 // time, since one fetch may take the other row out of memory.
-void CopyThroughBuffer(const RowCopy& copy, ImageClassData* destination, int destY, ImageClassData* source, int sourceY,
+void CopyThroughBuffer(const RowCopy& copy, ImageClassData* dst, int dstY, ImageClassData* src, int srcY,
                        std::ptrdiff_t atOnce, bool fromTheRight) {
-    constexpr std::ptrdiff_t kMostPixels = 4096;
-    std::uint8_t buffer[kMostPixels * ChannelSet::kMax];
+    constexpr std::ptrdiff_t kMaxPixels = 4096;
+    std::uint8_t buffer[kMaxPixels * ChannelSet::kMax];
     const RowSpan packed = {buffer, 0, sizeof buffer};
-    const PixelPlan fromBuffer = ForPackedSource(copy.plan);
-    atOnce = std::min(atOnce, kMostPixels);
+    const PixelPlan fromBuffer = ForPackedSrc(copy.plan);
+    atOnce = std::min(atOnce, kMaxPixels);
     for (std::ptrdiff_t done = 0, count; done < copy.count; done += count) {
         count = std::min(atOnce, copy.count - done);
         const std::ptrdiff_t at = fromTheRight ? copy.count - done - count : done;
-        const RowSpan src = GetRowSpan(source, sourceY);
-        if (!src) return;
+        const RowSpan srcRow = GetRowSpan(src, srcY);
+        if (!srcRow) return;
         std::ptrdiff_t skipped = 0, taken = count;
         if (copy.asRun) {  // cut to what the source has, as all runs are
-            skipped = std::clamp<std::ptrdiff_t>(src.begin - (copy.from + at), 0, count);
-            taken = std::clamp<std::ptrdiff_t>(src.end - (copy.from + at), skipped, count) - skipped;
+            skipped = std::clamp<std::ptrdiff_t>(srcRow.begin - (copy.srcX + at), 0, count);
+            taken = std::clamp<std::ptrdiff_t>(srcRow.end - (copy.srcX + at), skipped, count) - skipped;
         }
-        GatherPixels(src, copy.plan.sourceSize, copy.plan.source, copy.from + at + skipped, taken, buffer);
-        ConvertPixels(fromBuffer, GetRowSpan(destination, destY), copy.to + at + skipped, packed, 0, taken);
+        GatherPixels(srcRow, copy.plan.srcSize, copy.plan.src, copy.srcX + at + skipped, taken, buffer);
+        ConvertPixels(fromBuffer, GetRowSpan(dst, dstY), copy.dstX + at + skipped, packed, 0, taken);
     }
 }
 
 // One image has one window, which the fetch of the second row may take away from the first. Where it cannot show both,
 // the pixels go through the buffer. Images in memory come here too, as a yield may have made another image of this one.
-void CopyRowWithin(const RowCopy& copy, ImageClassData* image, int destY, int sourceY) {
-    GetRowSpan(image, destY);
-    const RowSpan src = GetRowSpan(image, sourceY);
+void CopyRowWithin(const RowCopy& copy, ImageClassData* image, int dstY, int srcY) {
+    GetRowSpan(image, dstY);
+    const RowSpan srcRow = GetRowSpan(image, srcY);
     const std::uint8_t* const window = image->Pixels;
     const int firstRow = image->MappedFirstRow;
-    const RowSpan dst = GetRowSpan(image, destY);
+    const RowSpan dstRow = GetRowSpan(image, dstY);
     if (image->Pixels == window && image->MappedFirstRow == firstRow) {
-        CopyRow(copy, dst, src);
+        CopyRow(copy, dstRow, srcRow);
     } else {
-        CopyThroughBuffer(copy, image, destY, image, sourceY, copy.count, false);
+        CopyThroughBuffer(copy, image, dstY, image, srcY, copy.count, false);
     }
 }
 
 // Two images with a window each on the same file: a byte may have two addresses, so that neither memmove nor the
-// compiler can tell where the rows share bytes. There the told order is kept pixel by pixel, and the one of memmove
-// by going from the side from which nothing is overwritten before it is read.
-void CopyRowBetweenWindows(const RowCopy& copy, ImageClassData* destination, int destY, ImageClassData* source,
-                           int sourceY) {
-    const RowSpan dst = GetRowSpan(destination, destY);
-    const RowSpan src = GetRowSpan(source, sourceY);
-    if (!dst || !src) return;
+// compiler can tell where the rows share bytes. There the order from the left is kept pixel by pixel, and the one of
+// memmove by going from the side from which nothing is overwritten before it is read.
+void CopyRowBetweenWindows(const RowCopy& copy, ImageClassData* dst, int dstY, ImageClassData* src, int srcY) {
+    const RowSpan dstRow = GetRowSpan(dst, dstY);
+    const RowSpan srcRow = GetRowSpan(src, srcY);
+    if (!dstRow || !srcRow) return;
     const PixelPlan& plan = copy.plan;
-    const FileStretch to = StretchOf(destination, dst, plan.dest, plan.destSize, copy.to, copy.count);
-    const FileStretch from = StretchOf(source, src, plan.source, plan.sourceSize, copy.from, copy.count);
-    if (to.end <= from.begin || from.end <= to.begin) {
-        CopyRow(copy, dst, src);
+    const FileStretch dstBytes = StretchOf(dst, dstRow, plan.dst, plan.dstSize, copy.dstX, copy.count);
+    const FileStretch srcBytes = StretchOf(src, srcRow, plan.src, plan.srcSize, copy.srcX, copy.count);
+    if (dstBytes.end <= srcBytes.begin || srcBytes.end <= dstBytes.begin) {
+        CopyRow(copy, dstRow, srcRow);
     } else if (copy.asRun) {
-        CopyThroughBuffer(copy, destination, destY, source, sourceY, copy.count, to.begin > from.begin);
+        CopyThroughBuffer(copy, dst, dstY, src, srcY, copy.count, dstBytes.begin > srcBytes.begin);
     } else {
-        CopyThroughBuffer(copy, destination, destY, source, sourceY, 1, false);
+        CopyThroughBuffer(copy, dst, dstY, src, srcY, 1, false);
     }
 }
 
 }  // namespace
 
-REALboolean rbCopyPixels8(REALobject object, REALobject sourceObject, int destX, int destY, int destWidth,
-                          int destHeight, int sourceX, int sourceY) {
-    ImageClassData* const destination = ImageDataOf(object);
-    ImageClassData* const source = sourceObject ? ImageDataOf(sourceObject) : nullptr;
-    if (!PassTransferGate(destination, source)) return false;
-    TransferRect rect = {destX, destY, destWidth, destHeight, sourceX, sourceY};
-    if (!ClipTransfer(&rect, SizeOf(destination), SizeOf(source))) return false;
+REALboolean rbCopyPixels8(REALobject object, REALobject srcObject, int dstX, int dstY, int dstWidth, int dstHeight,
+                          int srcX, int srcY) {
+    ImageClassData* const dst = ImageDataOf(object);
+    ImageClassData* const src = srcObject ? ImageDataOf(srcObject) : nullptr;
+    if (!PassTransferGate(dst, src)) return false;
+    TransferRect rect = {dstX, dstY, dstWidth, dstHeight, srcX, srcY};
+    if (!ClipTransfer(&rect, SizeOf(dst), SizeOf(src))) return false;
 
-    const RowCopy copy = PrepareCopy(destination, source, rect);
-    const bool oneFile = destination->IsMapping && source->IsMapping && ImagesOverlap(destination, source);
-    if (copy.plan.convert && !copy.asRun && destination != source && !oneFile) {
-        const Layer layers[] = {LayerOf(destination, rect.destX, rect.destY, copy.plan.dest),
-                                LayerOf(source, rect.sourceX, rect.sourceY, copy.plan.source)};
-        return WalkRuns({layers, 2, rect.width, rect.height, destination, false, false},
+    const RowCopy copy = PrepareCopy(dst, src, rect);
+    const bool oneFile = dst->IsMapping && src->IsMapping && ImagesOverlap(dst, src);
+    if (copy.plan.convert && !copy.asRun && dst != src && !oneFile) {
+        const Layer layers[] = {LayerOf(dst, rect.dstX, rect.dstY, copy.plan.dst),
+                                LayerOf(src, rect.srcX, rect.srcY, copy.plan.src)};
+        return WalkRuns({layers, 2, rect.width, rect.height, dst, false, false},
                         [&](const RunSet& runs) { ConvertRun(copy.plan, runs); });
     }
     // By rows of its own: runs of bytes are moved whole, and one file may show its bytes at two addresses.
     for (std::int64_t row = 0; row < rect.height; ++row) {
-        const int toY = static_cast<int>(rect.destY + row), fromY = static_cast<int>(rect.sourceY + row);
+        const int dstIndex = static_cast<int>(rect.dstY + row), srcIndex = static_cast<int>(rect.srcY + row);
         if (!copy.plan.convert) {  // refused only now: the windows of both images have moved to their first rows
-            GetRowSpan(destination, toY);
-            GetRowSpan(source, fromY);
+            GetRowSpan(dst, dstIndex);
+            GetRowSpan(src, srcIndex);
             return false;
         }
-        if (destination == source) {
-            CopyRowWithin(copy, destination, toY, fromY);
+        if (dst == src) {
+            CopyRowWithin(copy, dst, dstIndex, srcIndex);
         } else if (oneFile) {
-            CopyRowBetweenWindows(copy, destination, toY, source, fromY);
+            CopyRowBetweenWindows(copy, dst, dstIndex, src, srcIndex);
         } else {
-            const RowSpan dst = GetRowSpan(destination, toY);
-            CopyRow(copy, dst, GetRowSpan(source, fromY));
+            const RowSpan dstRow = GetRowSpan(dst, dstIndex);
+            CopyRow(copy, dstRow, GetRowSpan(src, srcIndex));
         }
-        YieldIfAsked(destination);
+        YieldIfAsked(dst);
     }
     return true;
 }
 
-REALboolean rbCopyPixels6(REALobject object, REALobject source, int destX, int destY, int destWidth, int destHeight) {
-    return rbCopyPixels8(object, source, destX, destY, destWidth, destHeight, 0, 0);
+REALboolean rbCopyPixels6(REALobject object, REALobject src, int dstX, int dstY, int dstWidth, int dstHeight) {
+    return rbCopyPixels8(object, src, dstX, dstY, dstWidth, dstHeight, 0, 0);
 }
 
-REALboolean rbCopyPixels2(REALobject object, REALobject source) {
+REALboolean rbCopyPixels2(REALobject object, REALobject src) {
     const ImageClassData* const record = ImageDataOf(object);
-    return rbCopyPixels8(object, source, 0, 0, record->Width, record->Height, 0, 0);
+    return rbCopyPixels8(object, src, 0, 0, record->Width, record->Height, 0, 0);
 }

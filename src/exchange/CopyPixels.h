@@ -8,7 +8,7 @@
 
 #include "core/ImageClassData.h"
 
-REALboolean rbCopyPixels2(REALobject object, REALobject source);
-REALboolean rbCopyPixels6(REALobject object, REALobject source, int destX, int destY, int destWidth, int destHeight);
-REALboolean rbCopyPixels8(REALobject object, REALobject source, int destX, int destY, int destWidth, int destHeight,
-                          int sourceX, int sourceY);
+REALboolean rbCopyPixels2(REALobject object, REALobject src);
+REALboolean rbCopyPixels6(REALobject object, REALobject src, int dstX, int dstY, int dstWidth, int dstHeight);
+REALboolean rbCopyPixels8(REALobject object, REALobject src, int dstX, int dstY, int dstWidth, int dstHeight, int srcX,
+                          int srcY);

@@ -33,23 +33,22 @@ void ExportGathered(const ExportPlan& plan, const RowSpan& row, std::ptrdiff_t x
     std::uint8_t packed[kAtOnce * std::size(kPackedOffsets)];
     for (std::ptrdiff_t done = 0, count; done < width; done += count) {
         count = std::min(kAtOnce, width - done);
-        GatherPixels(row, static_cast<int>(plan.sourceSize), plan.source, x + done, count, packed);
-        plan.plain(packed, plan.source.count, kPackedOffsets, count, dst + done * plan.pictureSize);
+        GatherPixels(row, static_cast<int>(plan.srcSize), plan.src, x + done, count, packed);
+        plan.plain(packed, plan.src.count, kPackedOffsets, count, dst + done * plan.pictureSize);
     }
 }
 
 }  // namespace
 
-ExportPlan MakeExportPlan(ExportColours colours, const ChannelSet& source, int sourceSize, int pixelType) {
+ExportPlan MakeExportPlan(ExportColours colours, const ChannelSet& src, int srcSize, int pixelType) {
     const ExportKernels& kernels = Kernels().exports;
     const PicturePixel pixel = PixelOf(pixelType);
     const ExportRowFunction plain = kernels.pixels[static_cast<int>(colours)][static_cast<int>(pixel)];
     const bool isWord = pixel != PicturePixel::rgb24;
-    ExportPlan plan = {plain, plain, source.lowest(), source.highest() + 1, sourceSize, isWord ? kPictureWord : 3,
-                       source};
-    if (colours == ExportColours::rgb && isWord && LieInOneWord(source, sourceSize)) {
+    ExportPlan plan = {plain, plain, src.lowest(), src.highest() + 1, srcSize, isWord ? kPictureWord : 3, src};
+    if (colours == ExportColours::rgb && isWord && LieInOneWord(src, srcSize)) {
         plan.quick = pixel == PicturePixel::native32 ? kernels.nativeWords : kernels.argbWords;
-        plan.first = WordOf(source.lowest());
+        plan.first = WordOf(src.lowest());
         plan.last = plan.first + kPictureWord;
     }
     return plan;
@@ -57,9 +56,9 @@ ExportPlan MakeExportPlan(ExportColours colours, const ChannelSet& source, int s
 
 void ExportRow(const ExportPlan& plan, const RowSpan& row, std::ptrdiff_t x, std::ptrdiff_t width, std::uint8_t* dst) {
     if (!row || width < 1) return;
-    const std::ptrdiff_t start = x * plan.sourceSize;
-    if (row.Covers(start + plan.first, start + (width - 1) * plan.sourceSize + plan.last)) {
-        plan.quick(row.data + start, plan.sourceSize, plan.source.offset, width, dst);
+    const std::ptrdiff_t start = x * plan.srcSize;
+    if (row.Covers(start + plan.first, start + (width - 1) * plan.srcSize + plan.last)) {
+        plan.quick(row.data + start, plan.srcSize, plan.src.offset, width, dst);
     } else {
         ExportGathered(plan, row, x, width, dst);
     }

@@ -10,13 +10,13 @@ struct ExportPlan {
     ExportRowFunction quick;  // stores the same
     std::ptrdiff_t first;     // bytes of a pixel that the quick one reads, half-open, from the pixel's start
     std::ptrdiff_t last;
-    std::ptrdiff_t sourceSize;   // bytes from one pixel of the image to the next
+    std::ptrdiff_t srcSize;      // bytes from one pixel of the image to the next
     std::ptrdiff_t pictureSize;  // the same of the picture
-    ChannelSet source;           // as many channels as the colours take
+    ChannelSet src;              // as many channels as the colours take
 };
 
 // pixelType is one of the three of exchange/PictureEditor.h.
-ExportPlan MakeExportPlan(ExportColours colours, const ChannelSet& source, int sourceSize, int pixelType);
+ExportPlan MakeExportPlan(ExportColours colours, const ChannelSet& src, int srcSize, int pixelType);
 
 // Writes `width` pixels from column `x` of the row on. Samples that the row does not have read 0; a row that does not
 // exist writes nothing.

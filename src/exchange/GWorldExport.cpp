@@ -24,7 +24,7 @@ void HandOver(REALobject instance, OpaqueGrafPtr* gworld) {
 
 // A GWorld whose pixels are locked, and the instance of GWorldZOR that owns it.
 struct OwnedGWorld {
-    REALobject instance;  // nil: there is none of all this
+    REALobject instance;  // null: there is none of all this
     PixMap** pixMap;
 };
 

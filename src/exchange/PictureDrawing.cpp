@@ -9,7 +9,7 @@ namespace {
 constexpr char kDrawPicture[] =
     "DrawPicture(Image as Picture, x as Integer, y as Integer, w as Integer, h as Integer, sx as Integer = 0, sy as "
     "Integer = 0, sw as Integer = -10000, sh as Integer = -10000)";
-using DrawPictureFunction = void (*)(REALobject graphics, REALobject source, int x, int y, int w, int h, int sx, int sy,
+using DrawPictureFunction = void (*)(REALobject graphics, REALobject src, int x, int y, int w, int h, int sx, int sy,
                                      int sw, int sh);
 
 int SideOf(REALobject picture, const char* property) {
@@ -19,13 +19,13 @@ int SideOf(REALobject picture, const char* property) {
 }
 
 // Copies all rows where both are true-colour images of one size.
-bool CopyAllRows(const GDImage* destination, const GDImage* source) {
-    if (!destination || !source || destination->width != source->width || destination->height != source->height ||
-        destination->pixels || source->pixels || !destination->tpixels || !source->tpixels || source->width < 0) {
+bool CopyAllRows(const GDImage* dst, const GDImage* src) {
+    if (!dst || !src || dst->width != src->width || dst->height != src->height || dst->pixels || src->pixels ||
+        !dst->tpixels || !src->tpixels || src->width < 0) {
         return false;
     }
-    const std::size_t bytes = static_cast<std::size_t>(source->width) * 4;
-    for (int y = 0; y < source->height; ++y) std::memmove(destination->tpixels[y], source->tpixels[y], bytes);
+    const std::size_t bytes = static_cast<std::size_t>(src->width) * 4;
+    for (int y = 0; y < src->height; ++y) std::memmove(dst->tpixels[y], src->tpixels[y], bytes);
     return true;
 }
 
@@ -67,39 +67,39 @@ bool AddPictureMask(REALobject picture, REALobject mask, int w, int h) {
     return drawn;
 }
 
-bool GraphicsDrawPicture(REALobject graphics, REALobject destination, REALobject source, int x, int y, int w, int h,
-                         int sx, int sy, int sw, int sh) {
-    if (graphics && source) {
+bool GraphicsDrawPicture(REALobject graphics, REALobject dst, REALobject src, int x, int y, int w, int h, int sx,
+                         int sy, int sw, int sh) {
+    if (graphics && src) {
         const DrawPictureFunction draw =
             reinterpret_cast<DrawPictureFunction>(REALLoadObjectMethod(graphics, kDrawPicture));
         if (draw) {
-            draw(graphics, source, x, y, w, h, sx, sy, sw, sh);
+            draw(graphics, src, x, y, w, h, sx, sy, sw, sh);
             return true;
         }
         // Hosts before 2012.0 are asked for a drawing function of their own, which is not used.
         if (rbversion_rbversion < 2012.0 && gResolver) gResolver("RuntimeGraphicsDrawPicture");
     }
-    return OwnCopy(destination, source, x, y, w, h, sx, sy, sw, sh);
+    return OwnCopy(dst, src, x, y, w, h, sx, sy, sw, sh);
 }
 
-bool GraphicsDrawPicture(REALobject destination, REALobject source, int x, int y, int w, int h, int sx, int sy, int sw,
-                         int sh) {
-    const REALobject graphics = destination ? REALGetPictureGraphics(destination) : nullptr;
-    const bool drawn = GraphicsDrawPicture(graphics, destination, source, x, y, w, h, sx, sy, sw, sh);
+bool GraphicsDrawPicture(REALobject dst, REALobject src, int x, int y, int w, int h, int sx, int sy, int sw, int sh) {
+    const REALobject graphics = dst ? REALGetPictureGraphics(dst) : nullptr;
+    const bool drawn = GraphicsDrawPicture(graphics, dst, src, x, y, w, h, sx, sy, sw, sh);
     if (graphics) REALUnlockObject(graphics);
     return drawn;
 }
 
-bool OwnCopy(REALobject destination, REALobject source, int x, int y, int w, int h, int sx, int sy, int sw, int sh) {
-    if (!source || !destination || sw != w || sh != h || x != 0 || y != 0 || sx != 0 || sy != 0) return false;
-    REALpictureDescription from{}, to{};
-    if (!REALLockPictureDescriptionX(source, &from, kPictureKindGDImage)) return false;
+bool OwnCopy(REALobject dst, REALobject src, int x, int y, int w, int h, int sx, int sy, int sw, int sh) {
+    if (!src || !dst || sw != w || sh != h || x != 0 || y != 0 || sx != 0 || sy != 0) return false;
+    REALpictureDescription srcPicture{}, dstPicture{};
+    if (!REALLockPictureDescriptionX(src, &srcPicture, kPictureKindGDImage)) return false;
     bool copied = false;
-    if (REALLockPictureDescriptionX(destination, &to, kPictureKindGDImage)) {
-        copied = CopyAllRows(static_cast<const GDImage*>(to.data), static_cast<const GDImage*>(from.data));
-        REALUnlockPictureDescription(destination);
+    if (REALLockPictureDescriptionX(dst, &dstPicture, kPictureKindGDImage)) {
+        copied =
+            CopyAllRows(static_cast<const GDImage*>(dstPicture.data), static_cast<const GDImage*>(srcPicture.data));
+        REALUnlockPictureDescription(dst);
     }
-    REALUnlockPictureDescription(source);
-    REALPictureClearCache(destination);  // also where nothing was copied
+    REALUnlockPictureDescription(src);
+    REALPictureClearCache(dst);  // also where nothing was copied
     return copied;
 }

@@ -21,10 +21,9 @@ bool AddPictureMask(REALobject picture, REALobject mask, int w, int h);
 
 // Draws a part of source at a place of destination, through the graphics object (locked by the caller) or without one.
 // Falls back on OwnCopy. True if it was drawn.
-bool GraphicsDrawPicture(REALobject graphics, REALobject destination, REALobject source, int x, int y, int w, int h,
-                         int sx, int sy, int sw, int sh);
-bool GraphicsDrawPicture(REALobject destination, REALobject source, int x, int y, int w, int h, int sx, int sy, int sw,
-                         int sh);
+bool GraphicsDrawPicture(REALobject graphics, REALobject dst, REALobject src, int x, int y, int w, int h, int sx,
+                         int sy, int sw, int sh);
+bool GraphicsDrawPicture(REALobject dst, REALobject src, int x, int y, int w, int h, int sx, int sy, int sw, int sh);
 
 // Copies a whole GD image onto one of the same size; anything else is false. For hosts without a drawing method.
-bool OwnCopy(REALobject destination, REALobject source, int x, int y, int w, int h, int sx, int sy, int sw, int sh);
+bool OwnCopy(REALobject dst, REALobject src, int x, int y, int w, int h, int sx, int sy, int sw, int sh);

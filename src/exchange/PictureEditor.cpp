@@ -115,7 +115,7 @@ bool GetPictureReader(PictureEditor& editor, REALobject picture) {
 
 bool NewPictureWriter(PictureEditor& editor, int width, int height) {
     editor = {};
-    if (width < 1 || height < 1 || width > kLongestPictureSide || height > kLongestPictureSide) return false;
+    if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide) return false;
     const REALobject picture = REALNewPicture(width, height, 32);
     if (!picture) return false;
     const bool opened = GetPictureReader(editor, picture, false, true);

@@ -37,8 +37,8 @@ struct PictureEditor {
     std::uint8_t* Buffer;                // a writer's own pixels in place of a picture; no opening sets it
     REALobject Picture;                  // locked once for the editor
     REALpictureDescription Description;  // locked from opening to closing
-    ::PixMap** PixMap;                   // its pixels are locked; nil for a GD image
-    int** RowTable;                      // rows of a GD image; nil for a GWorld
+    ::PixMap** PixMap;                   // its pixels are locked; null for a GD image
+    int** RowTable;                      // rows of a GD image; null for a GWorld
     int ColumnIndex;                     // 0 after every step
     int RowIndex;                        // number of CurrentRow; goes on counting behind the last row
     REALboolean AllowCopy;               // a picture of an unreadable kind may be drawn into one that is readable
@@ -52,7 +52,7 @@ bool GetPictureReader(PictureEditor& editor, REALobject picture, REALboolean all
 bool GetPictureReader(PictureEditor& editor, REALobject picture);
 
 // Longest side of a host picture, in pixels.
-inline constexpr int kLongestPictureSide = 32767;
+inline constexpr int kMaxPictureSide = 32767;
 
 // Makes a picture of 1 to kLongestPictureSide pixels a side and opens an editor on it. True if that worked; a size
 // out of range is refused without a call of the host.

@@ -8,7 +8,7 @@
 #include "exchange/PictureDrawing.h"
 #include "exchange/PictureEditor.h"
 
-// Makes a picture of a rectangle that lies on the image. Nil: the host gives none.
+// Makes a picture of a rectangle that lies on the image. Null: the host gives none.
 static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect, ExportColours colours,
                                   const ChannelSet& channels) {
     EditorHolder holder;

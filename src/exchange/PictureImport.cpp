@@ -63,14 +63,14 @@ RowSpan EditorRow(void* editor, std::int64_t step) {
 // picture: its editor begins again, or narrower: what it does not have reads 0.
 void ImportRectangle(ImageClassData* image, PictureEditor& picture, PictureEditor* mask, const TransferRect& rect,
                      const ImportWay& way) {
-    for (std::int64_t y = 0; y < rect.sourceY; ++y) {
+    for (std::int64_t y = 0; y < rect.srcY; ++y) {
         NextRow(picture);
         if (mask) NextRow(*mask);
     }
     const ImportPlan plan = PlanOf(way, image, picture, mask);
-    ImportLayers layers = LayersOf(plan, rect.destX, rect.sourceX);
+    ImportLayers layers = LayersOf(plan, rect.dstX, rect.srcX);
     layers.layer[0].image = image;
-    layers.layer[0].y = rect.destY;
+    layers.layer[0].y = rect.dstY;
     PictureEditor* const editors[] = {nullptr, &picture, mask};
     for (int i = 1; i < layers.count; ++i) {
         layers.layer[i].rowAt = EditorRow;
@@ -80,7 +80,7 @@ void ImportRectangle(ImageClassData* image, PictureEditor& picture, PictureEdito
              [&](const RunSet& runs) { ImportRun(plan, layers, runs); });
 }
 
-// Everything behind the gate, its yield included. The mask may be nil.
+// Everything behind the gate, its yield included. The mask may be null.
 void Import(ImageClassData* image, REALobject pictureObject, REALobject maskObject, TransferRect rect,
             const ImportWay& way) {
     YieldIfAsked(image);
@@ -111,20 +111,20 @@ void DrawToGray(REALobject object, REALobject picture, const TransferRect& rect,
 
 // --- colours --------------------------------------------------------------------------------------------------------
 
-void rbDrawPictureRGB8(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight,
-                       int sourceX, int sourceY) {
+void rbDrawPictureRGB8(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth, int dstHeight, int srcX,
+                       int srcY) {
     ImageClassData* const image = ImageDataOf(object);
     if (!HasColours(image) || !IsUsable(image)) return;
-    Import(image, picture, nullptr, {destX, destY, destWidth, destHeight, sourceX, sourceY}, kColours);
+    Import(image, picture, nullptr, {dstX, dstY, dstWidth, dstHeight, srcX, srcY}, kColours);
 }
 
-void rbDrawPictureRGB6(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight) {
-    rbDrawPictureRGB8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+void rbDrawPictureRGB6(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth, int dstHeight) {
+    rbDrawPictureRGB8(object, picture, dstX, dstY, dstWidth, dstHeight, 0, 0);
 }
 
-void rbDrawPictureRGB4(REALobject object, REALobject picture, int destX, int destY) {
+void rbDrawPictureRGB4(REALobject object, REALobject picture, int dstX, int dstY) {
     const int width = GetPictureWidth(picture), height = GetPictureHeight(picture);
-    rbDrawPictureRGB6(object, picture, destX, destY, width, height);
+    rbDrawPictureRGB6(object, picture, dstX, dstY, width, height);
 }
 
 void rbDrawPictureRGB2(REALobject object, REALobject picture) {
@@ -133,58 +133,58 @@ void rbDrawPictureRGB2(REALobject object, REALobject picture) {
 
 // --- one colour to gray ---------------------------------------------------------------------------------------------
 
-void rbDrawPictureRedToGrayChannel8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                    int destHeight, int sourceX, int sourceY) {
-    DrawToGray(object, picture, {destX, destY, destWidth, destHeight, sourceX, sourceY}, fromRed);
+void rbDrawPictureRedToGrayChannel8(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth,
+                                    int dstHeight, int srcX, int srcY) {
+    DrawToGray(object, picture, {dstX, dstY, dstWidth, dstHeight, srcX, srcY}, fromRed);
 }
 
-void rbDrawPictureRedToGrayChannel6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                    int destHeight) {
-    rbDrawPictureRedToGrayChannel8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+void rbDrawPictureRedToGrayChannel6(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth,
+                                    int dstHeight) {
+    rbDrawPictureRedToGrayChannel8(object, picture, dstX, dstY, dstWidth, dstHeight, 0, 0);
 }
 
-void rbDrawPictureGreenToGrayChannel8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                      int destHeight, int sourceX, int sourceY) {
-    DrawToGray(object, picture, {destX, destY, destWidth, destHeight, sourceX, sourceY}, fromGreen);
+void rbDrawPictureGreenToGrayChannel8(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth,
+                                      int dstHeight, int srcX, int srcY) {
+    DrawToGray(object, picture, {dstX, dstY, dstWidth, dstHeight, srcX, srcY}, fromGreen);
 }
 
-void rbDrawPictureGreenToGrayChannel6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                      int destHeight) {
-    rbDrawPictureGreenToGrayChannel8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+void rbDrawPictureGreenToGrayChannel6(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth,
+                                      int dstHeight) {
+    rbDrawPictureGreenToGrayChannel8(object, picture, dstX, dstY, dstWidth, dstHeight, 0, 0);
 }
 
-void rbDrawPictureBlueToGrayChannel8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                     int destHeight, int sourceX, int sourceY) {
-    DrawToGray(object, picture, {destX, destY, destWidth, destHeight, sourceX, sourceY}, fromBlue);
+void rbDrawPictureBlueToGrayChannel8(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth,
+                                     int dstHeight, int srcX, int srcY) {
+    DrawToGray(object, picture, {dstX, dstY, dstWidth, dstHeight, srcX, srcY}, fromBlue);
 }
 
-void rbDrawPictureBlueToGrayChannel6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                     int destHeight) {
-    rbDrawPictureBlueToGrayChannel8(object, picture, destX, destY, destWidth, destHeight, 0, 0);
+void rbDrawPictureBlueToGrayChannel6(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth,
+                                     int dstHeight) {
+    rbDrawPictureBlueToGrayChannel8(object, picture, dstX, dstY, dstWidth, dstHeight, 0, 0);
 }
 
 // --- colours and mask -----------------------------------------------------------------------------------------------
 
 // The mask that the host gives here is its picture's own, and no reference to it is given back.
-void rbDrawMaskedPictureRGB8(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight,
-                             int sourceX, int sourceY, REALboolean invertMask) {
+void rbDrawMaskedPictureRGB8(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth, int dstHeight,
+                             int srcX, int srcY, REALboolean invertMask) {
     ImageClassData* const image = ImageDataOf(object);
     if (!HasColours(image)) return;
     const REALobject mask = REALGetPictureMask(picture, false);
     if (!IsUsable(image)) return;
     const ImportRule rule = mask ? ImportRule::maskToAlpha : ImportRule::constant;
-    Import(image, picture, mask, {destX, destY, destWidth, destHeight, sourceX, sourceY},
+    Import(image, picture, mask, {dstX, dstY, dstWidth, dstHeight, srcX, srcY},
            {rule, false, fromRed, invertMask != 0, true});
 }
 
-void rbDrawMaskedPictureRGB6(REALobject object, REALobject picture, int destX, int destY, int destWidth, int destHeight,
+void rbDrawMaskedPictureRGB6(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth, int dstHeight,
                              REALboolean invertMask) {
-    rbDrawMaskedPictureRGB8(object, picture, destX, destY, destWidth, destHeight, 0, 0, invertMask);
+    rbDrawMaskedPictureRGB8(object, picture, dstX, dstY, dstWidth, dstHeight, 0, 0, invertMask);
 }
 
-void rbDrawMaskedPictureRGB4(REALobject object, REALobject picture, int destX, int destY, REALboolean invertMask) {
+void rbDrawMaskedPictureRGB4(REALobject object, REALobject picture, int dstX, int dstY, REALboolean invertMask) {
     const int width = GetPictureWidth(picture), height = GetPictureHeight(picture);
-    rbDrawMaskedPictureRGB6(object, picture, destX, destY, width, height, invertMask);
+    rbDrawMaskedPictureRGB6(object, picture, dstX, dstY, width, height, invertMask);
 }
 
 void rbDrawMaskedPictureRGB2(REALobject object, REALobject picture, REALboolean invertMask) {
@@ -193,25 +193,25 @@ void rbDrawMaskedPictureRGB2(REALobject object, REALobject picture, REALboolean 
 
 // --- mixed by the mask ----------------------------------------------------------------------------------------------
 
-void rbDrawPictureApplyMaskRGB8(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                int destHeight, int sourceX, int sourceY, REALboolean invertMask) {
+void rbDrawPictureApplyMaskRGB8(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth, int dstHeight,
+                                int srcX, int srcY, REALboolean invertMask) {
     ImageClassData* const image = ImageDataOf(object);
     if (!HasColours(image)) return;
     const REALobject mask = REALGetPictureMask(picture, false);
-    if (!mask) return rbDrawPictureRGB8(object, picture, destX, destY, destWidth, destHeight, sourceX, sourceY);
+    if (!mask) return rbDrawPictureRGB8(object, picture, dstX, dstY, dstWidth, dstHeight, srcX, srcY);
     if (!IsUsable(image)) return;
-    Import(image, picture, mask, {destX, destY, destWidth, destHeight, sourceX, sourceY},
+    Import(image, picture, mask, {dstX, dstY, dstWidth, dstHeight, srcX, srcY},
            {ImportRule::blend, false, fromRed, invertMask != 0, true});
 }
 
-void rbDrawPictureApplyMaskRGB6(REALobject object, REALobject picture, int destX, int destY, int destWidth,
-                                int destHeight, REALboolean invertMask) {
-    rbDrawPictureApplyMaskRGB8(object, picture, destX, destY, destWidth, destHeight, 0, 0, invertMask);
+void rbDrawPictureApplyMaskRGB6(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth, int dstHeight,
+                                REALboolean invertMask) {
+    rbDrawPictureApplyMaskRGB8(object, picture, dstX, dstY, dstWidth, dstHeight, 0, 0, invertMask);
 }
 
-void rbDrawPictureApplyMaskRGB4(REALobject object, REALobject picture, int destX, int destY, REALboolean invertMask) {
+void rbDrawPictureApplyMaskRGB4(REALobject object, REALobject picture, int dstX, int dstY, REALboolean invertMask) {
     const int width = GetPictureWidth(picture), height = GetPictureHeight(picture);
-    rbDrawPictureApplyMaskRGB6(object, picture, destX, destY, width, height, invertMask);
+    rbDrawPictureApplyMaskRGB6(object, picture, dstX, dstY, width, height, invertMask);
 }
 
 void rbDrawPictureApplyMaskRGB2(REALobject object, REALobject picture, REALboolean invertMask) {

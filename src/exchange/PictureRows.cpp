@@ -52,21 +52,21 @@ bool ImportWords(const ImportPlan& plan, const ImportLayers& layers, const RunSe
     if (plan.rule == ImportRule::blend || plan.picture.count != 3) return false;
     const Layer &image = layers.layer[0], &picture = layers.layer[1];
     const int firstColour = WritesAlpha(plan.rule) ? 1 : 0;
-    std::ptrdiff_t to[3], from[3];
+    std::ptrdiff_t imageAt[3], pictureAt[3];
     for (int c = 0; c < 3; ++c) {
-        to[c] = plan.image.offset[firstColour + c] - image.first;
-        from[c] = plan.picture.offset[c] - picture.first;
+        imageAt[c] = plan.image.offset[firstColour + c] - image.first;
+        pictureAt[c] = plan.picture.offset[c] - picture.first;
     }
     std::uint8_t* const dst = runs.run[0].pixels + image.first;
     const std::uint8_t* const src = runs.run[1].pixels + picture.first;
     if (plan.rule == ImportRule::colours && plan.imageSize == 3 && plan.pictureSize == 3) {
-        if (!std::equal(to, to + 3, from)) return false;
+        if (!std::equal(imageAt, imageAt + 3, pictureAt)) return false;
         std::memcpy(dst, src, static_cast<std::size_t>(runs.count) * 3);
         return true;
     }
     WordMove move{};
-    const WordsFn words =
-        PickWords(Kernels().words, {plan.imageSize, to}, {plan.pictureSize, from}, AlphaOf(plan, layers), &move);
+    const WordsFn words = PickWords(Kernels().words, {plan.imageSize, imageAt}, {plan.pictureSize, pictureAt},
+                                    AlphaOf(plan, layers), &move);
     if (!words) return false;
     words(move, dst, src, layers.count > 2 ? runs.run[2].pixels + layers.layer[2].first : nullptr, runs.count);
     return true;

@@ -20,7 +20,7 @@ struct ImportPlan {
 // Red, green and blue in a pixel of one of the three types.
 ChannelSet ColoursOfPixelType(int pixelType);
 
-// The layers of an import, their rows still to be told: image, picture, and a mask where the rule has one. A kernel for
+// The layers of an import, without their rows: image, picture, and a mask where the rule has one. A kernel for
 // the whole of a row may reach all bytes of their pixels.
 struct ImportLayers {
     Layer layer[3];

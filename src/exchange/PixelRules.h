@@ -11,20 +11,20 @@
 struct PixelPlan {
     ConvertFn convert;  // in order; null: refused
     ConvertFn apart;    // for pixels that share no byte
-    ChannelSet source;  // read
-    ChannelSet dest;    // written, in this order
-    int sourceSize;     // bytes from one pixel to the next
-    int destSize;
+    ChannelSet src;     // read
+    ChannelSet dst;     // written, in this order
+    int srcSize;        // bytes from one pixel to the next
+    int dstSize;
     std::uint8_t alphaMask;  // alpha is written exclusive-or'ed with this: 0, or 255 for the complement
 };
 
-// sourceChannels and destChannels are the colours that the rule works on. Alpha goes along where withAlpha is set; both
+// srcChannels and dstChannels are the colours that the rule works on. Alpha goes along where withAlpha is set; both
 // images must have it then.
-PixelPlan MakePlan(PixelRule rule, const ImageClassData* source, const ChannelSet& sourceChannels,
-                   const ImageClassData* dest, const ChannelSet& destChannels, bool withAlpha, std::uint8_t alphaMask);
+PixelPlan MakePlan(PixelRule rule, const ImageClassData* src, const ChannelSet& srcChannels, const ImageClassData* dst,
+                   const ChannelSet& dstChannels, bool withAlpha, std::uint8_t alphaMask);
 
-// The same plan for source pixels that GatherPixels has packed by plan.source.
-PixelPlan ForPackedSource(const PixelPlan& plan);
+// The same plan for source pixels that GatherPixels has packed by plan.src.
+PixelPlan ForPackedSrc(const PixelPlan& plan);
 
 // The pixels of a walk whose layers are the two sides, the one that is written first.
 void ConvertRun(const PixelPlan& plan, const RunSet& runs);

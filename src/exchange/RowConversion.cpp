@@ -57,21 +57,22 @@ constexpr PixelRule kRules[3][3] = {
     {PixelRule::copy, PixelRule::refused, PixelRule::copy},         // from CMYK
 };
 
-// The plan for a pair of layouts. Nil conversion where there is none; for pairs of colour and CMYK the exception is
+// The plan for a pair of layouts. Null conversion where there is none; for pairs of colour and CMYK the exception is
 // raised then.
-PixelPlan PlanOrRaise(const ImageClassData* source, const ImageClassData* dest, bool invertAlpha) {
-    const PixelFamily from = FamilyOf(source), to = FamilyOf(dest);
-    if (from == PixelFamily::none || to == PixelFamily::none) return {};
-    const PixelRule rule = kRules[static_cast<int>(from)][static_cast<int>(to)];
+PixelPlan PlanOrRaise(const ImageClassData* src, const ImageClassData* dst, bool invertAlpha) {
+    const PixelFamily srcFamily = FamilyOf(src), dstFamily = FamilyOf(dst);
+    if (srcFamily == PixelFamily::none || dstFamily == PixelFamily::none) return {};
+    const PixelRule rule = kRules[static_cast<int>(srcFamily)][static_cast<int>(dstFamily)];
     if (rule == PixelRule::refused) {
-        RaiseException("UnsupportedOperationException", from == PixelFamily::rgb
+        RaiseException("UnsupportedOperationException", srcFamily == PixelFamily::rgb
                                                             ? "Conversion from RGB to CMYK is not supported."
                                                             : "Conversion from CMYK to RGB is not supported.");
         return {};
     }
-    ChannelSet sourceChannels = ChannelsOf(source, false);
-    if (from == PixelFamily::cmyk && to == PixelFamily::gray) sourceChannels = OffsetsOf(source, {ChannelId::black});
-    return MakePlan(rule, source, sourceChannels, dest, ChannelsOf(dest, false), source->HasAlpha && dest->HasAlpha,
+    ChannelSet srcChannels = ChannelsOf(src, false);
+    if (srcFamily == PixelFamily::cmyk && dstFamily == PixelFamily::gray)
+        srcChannels = OffsetsOf(src, {ChannelId::black});
+    return MakePlan(rule, src, srcChannels, dst, ChannelsOf(dst, false), src->HasAlpha && dst->HasAlpha,
                     invertAlpha ? 255 : 0);
 }
 
@@ -100,10 +101,10 @@ bool ConvertRows(Way way, ImageClassData* image, int firstRow, const ImageClassD
     const PixelPlan plan = PlanOrRaise(toData ? image : layout, toData ? layout : image, invertAlpha);
     if (!plan.convert) return false;
     DataRows rows{bytes, RowBytesOf(layout)};
-    Layer data = LayerOfRows(0, toData ? plan.dest : plan.source, layout->PixelSize);
+    Layer data = LayerOfRows(0, toData ? plan.dst : plan.src, layout->PixelSize);
     data.rowAt = DataRowAt;
     data.rows = &rows;
-    const Layer pixels = LayerOf(image, 0, firstRow, toData ? plan.source : plan.dest);
+    const Layer pixels = LayerOf(image, 0, firstRow, toData ? plan.src : plan.dst);
     const Layer layers[] = {toData ? data : pixels, toData ? pixels : data};
     return WalkRuns({layers, 2, layout->Width, layout->Height, nullptr, false, true},
                     [&](const RunSet& runs) { ConvertRun(plan, runs); });
@@ -148,7 +149,7 @@ void WriteRowFromBlock(ImageClassData* image, int index, int format, bool invert
 
 // --- strings --------------------------------------------------------------------------------------------------------
 
-// A string of zeros in the given layout, filled by read(span), or nil if read says false.
+// A string of zeros in the given layout, filled by read(span), or null if read says false.
 template <class Read>
 REALstring BuildString(const ImageClassData* layout, Read read) {
     const int size = SizeOfData(layout);

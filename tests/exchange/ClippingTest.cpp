@@ -18,7 +18,7 @@ struct Case {
 
 std::string TextOf(const TransferRect& r) {
     std::string text;
-    for (const std::int64_t number : {r.destX, r.destY, r.width, r.height, r.sourceX, r.sourceY}) {
+    for (const std::int64_t number : {r.dstX, r.dstY, r.width, r.height, r.srcX, r.srcY}) {
         text += std::to_string(number) + " ";
     }
     return text;
@@ -73,10 +73,10 @@ TEST(Clipping, LeavesOnlyWhatLiesInsideBothSides) {
         const TransferRect wanted = rect;
         if (!ClipTransfer(&rect, dest, source)) continue;
         ++left;
-        const bool inside = rect.width >= 1 && rect.height >= 1 && rect.destX >= 0 && rect.destY >= 0 &&
-                            rect.sourceX >= 0 && rect.sourceY >= 0 && rect.destX + rect.width <= dest.width &&
-                            rect.destY + rect.height <= dest.height && rect.sourceX + rect.width <= source.width &&
-                            rect.sourceY + rect.height <= source.height;
+        const bool inside = rect.width >= 1 && rect.height >= 1 && rect.dstX >= 0 && rect.dstY >= 0 && rect.srcX >= 0 &&
+                            rect.srcY >= 0 && rect.dstX + rect.width <= dest.width &&
+                            rect.dstY + rect.height <= dest.height && rect.srcX + rect.width <= source.width &&
+                            rect.srcY + rect.height <= source.height;
         ASSERT_TRUE(inside) << TextOf(wanted) << "became " << TextOf(rect);
     }
     EXPECT_GT(left, 1000);
