@@ -40,40 +40,31 @@ void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std:
 
 // --- columns --------------------------------------------------------------------------------------------------------
 
-static std::ptrdiff_t FloorDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
+static std::int64_t FloorDiv(std::int64_t a, std::int64_t b) {
     return a / b - (a % b < 0);
 }
-static std::ptrdiff_t CeilDiv(std::ptrdiff_t a, std::ptrdiff_t b) {
+static std::int64_t CeilDiv(std::int64_t a, std::int64_t b) {
     return a / b + (a % b > 0);
 }
 
-// The pixels of which the bytes from offset `low` to offset `high` may be touched.
-static PixelRange PixelsWithin(const RowSpan& row, std::ptrdiff_t pixelSize, std::ptrdiff_t low, std::ptrdiff_t high,
-                               std::ptrdiff_t x, std::ptrdiff_t width) {
+PixelRange PixelsWithin(const RowSpan& row, std::int64_t pixelSize, std::int64_t low, std::int64_t high, std::int64_t x,
+                        std::int64_t width) {
     if (pixelSize <= 0) return {0, low >= row.begin && high < row.end ? width : 0};  // all pixels are the same bytes
-    const std::ptrdiff_t first = CeilDiv(row.begin - low, pixelSize) - x;
-    const std::ptrdiff_t last = FloorDiv(row.end - 1 - high, pixelSize) - x + 1;
-    const std::ptrdiff_t from = std::clamp<std::ptrdiff_t>(first, 0, width);
-    return {from, std::clamp<std::ptrdiff_t>(last, from, width)};
-}
-
-PixelRange PixelsInside(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                        std::ptrdiff_t width) {
-    return PixelsWithin(row, pixelSize, channels.lowest(), channels.highest(), x, width);
-}
-
-PixelRange PixelsReached(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                         std::ptrdiff_t width) {
-    return PixelsWithin(row, pixelSize, channels.highest(), channels.lowest(), x, width);
+    const std::int64_t first = CeilDiv(row.begin - low, pixelSize) - x;
+    const std::int64_t last = FloorDiv(row.end - 1 - high, pixelSize) - x + 1;
+    const std::int64_t from = std::clamp<std::int64_t>(first, 0, width);
+    return {from, std::clamp<std::int64_t>(last, from, width)};
 }
 
 // --- gathering and scattering ---------------------------------------------------------------------------------------
 
 namespace {
 
+// Pixels first to last - 1, of which some bytes may lie outside.
+
 void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                  PixelRange run, std::uint8_t* packed) {
-    for (std::ptrdiff_t i = run.first; i < run.last; ++i) {
+                  std::ptrdiff_t first, std::ptrdiff_t last, std::uint8_t* packed) {
+    for (std::ptrdiff_t i = first; i < last; ++i) {
         for (int c = 0; c < channels.count; ++c) {
             packed[i * channels.count + c] = row.Load((x + i) * pixelSize + channels.offset[c]);
         }
@@ -81,8 +72,8 @@ void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet
 }
 
 void ScatterByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                   PixelRange run, const std::uint8_t* packed) {
-    for (std::ptrdiff_t i = run.first; i < run.last; ++i) {
+                   std::ptrdiff_t first, std::ptrdiff_t last, const std::uint8_t* packed) {
+    for (std::ptrdiff_t i = first; i < last; ++i) {
         for (int c = 0; c < channels.count; ++c) {
             row.Store((x + i) * pixelSize + channels.offset[c], packed[i * channels.count + c]);
         }
@@ -99,22 +90,26 @@ void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels,
         return;
     }
     const PixelRange inside = PixelsInside(row, pixelSize, channels, x, width);
-    GatherByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
-    if (inside.first < inside.last) {
-        Kernels().pack.gather[channels.count - 1]({row.data + (x + inside.first) * pixelSize, pixelSize, channels},
-                                                  inside.last - inside.first, packed + inside.first * channels.count);
+    const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(inside.first);
+    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(inside.last);
+    GatherByByte(row, pixelSize, channels, x, 0, first, packed);
+    if (first < last) {
+        Kernels().pack.gather[channels.count - 1]({row.data + (x + first) * pixelSize, pixelSize, channels},
+                                                  last - first, packed + first * channels.count);
     }
-    GatherByByte(row, pixelSize, channels, x, {inside.last, width}, packed);
+    GatherByByte(row, pixelSize, channels, x, last, width, packed);
 }
 
 void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
                    std::ptrdiff_t width, const std::uint8_t* packed) {
     if (width <= 0 || channels.count < 1 || !row) return;
     const PixelRange inside = PixelsInside(row, pixelSize, channels, x, width);
-    ScatterByByte(row, pixelSize, channels, x, {0, inside.first}, packed);
-    if (inside.first < inside.last) {
-        Kernels().pack.scatter[channels.count - 1]({row.data + (x + inside.first) * pixelSize, pixelSize, channels},
-                                                   inside.last - inside.first, packed + inside.first * channels.count);
+    const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(inside.first);
+    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(inside.last);
+    ScatterByByte(row, pixelSize, channels, x, 0, first, packed);
+    if (first < last) {
+        Kernels().pack.scatter[channels.count - 1]({row.data + (x + first) * pixelSize, pixelSize, channels},
+                                                   last - first, packed + first * channels.count);
     }
-    ScatterByByte(row, pixelSize, channels, x, {inside.last, width}, packed);
+    ScatterByByte(row, pixelSize, channels, x, last, width, packed);
 }

@@ -47,16 +47,21 @@ void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std:
 
 // A stretch of a run of pixels, as half-open range of indices into the run.
 struct PixelRange {
-    std::ptrdiff_t first;
-    std::ptrdiff_t last;
+    std::int64_t first;
+    std::int64_t last;
 };
 
-// Of the `width` pixels from column `x` on: those whose every channel byte may be touched, and those outside of which
-// no channel byte may. Both lie within 0 to width, also where they are empty, and the first within the second.
-PixelRange PixelsInside(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                        std::ptrdiff_t width);
-PixelRange PixelsReached(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                         std::ptrdiff_t width);
+// Of the `width` pixels from column `x` on: those of which every byte from offset `low` to offset `high` of the pixel
+// may be touched; with low above high, those outside of which no byte between the two may be. Within 0 to width, also
+// where it is empty. Worked out in 64 bits, so that no column wraps.
+PixelRange PixelsWithin(const RowSpan& row, std::int64_t pixelSize, std::int64_t low, std::int64_t high, std::int64_t x,
+                        std::int64_t width);
+
+// Those whose every channel byte may be touched.
+inline PixelRange PixelsInside(const RowSpan& row, std::int64_t pixelSize, const ChannelSet& channels, std::int64_t x,
+                               std::int64_t width) {
+    return PixelsWithin(row, pixelSize, channels.lowest(), channels.highest(), x, width);
+}
 
 // Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A null row
 // gives zeros.

@@ -35,33 +35,13 @@ bool ReachWholePixels(Layer* layer) {
 
 namespace {
 
-struct Range {
-    std::int64_t first;
-    std::int64_t last;
-};
-
-std::int64_t FloorDiv(std::int64_t a, std::int64_t b) {
-    return a / b - (a % b < 0);
-}
-std::int64_t CeilDiv(std::int64_t a, std::int64_t b) {
-    return a / b + (a % b > 0);
-}
-
-// The pixels of a row of the rectangle of which the bytes from `low` to `high`, both included, may be touched.
-Range PixelsWithin(const RowSpan& row, const Layer& layer, std::int64_t low, std::int64_t high, std::int64_t width) {
-    if (layer.pixelSize <= 0) return {0, low >= row.begin && high < row.end ? width : 0};  // all are the same bytes
-    const std::int64_t first = CeilDiv(row.begin - low, layer.pixelSize) - layer.x;
-    const std::int64_t last = FloorDiv(row.end - 1 - high, layer.pixelSize) - layer.x + 1;
-    const std::int64_t from = std::clamp<std::int64_t>(first, 0, width);
-    return {from, std::clamp<std::int64_t>(last, from, width)};
-}
-
 // Those that kernels may work on freely in all layers.
-Range FreePixels(const Walk& walk, const RowSpan* rows) {
-    Range free{0, walk.width};
+PixelRange FreePixels(const Walk& walk, const RowSpan* rows) {
+    PixelRange free{0, walk.width};
     for (int i = 0; i < walk.layerCount; ++i) {
         const Layer& layer = walk.layers[i];
-        const Range inside = PixelsWithin(rows[i], layer, layer.first, layer.end - 1, walk.width);
+        const PixelRange inside =
+            PixelsWithin(rows[i], layer.pixelSize, layer.first, layer.end - 1, layer.x, walk.width);
         free.first = i == 0 ? inside.first : std::clamp(inside.first, free.first, free.last);
         free.last = std::clamp(inside.last, free.first, i == 0 ? walk.width : free.last);
     }
@@ -132,7 +112,7 @@ Sharing SharingOf(const Walk& walk, const RunSet& set) {
     return sharing;
 }
 
-void WorkFreePixels(const Walk& walk, const RowSpan* rows, std::int64_t step, Range free, RunFn run, void* work) {
+void WorkFreePixels(const Walk& walk, const RowSpan* rows, std::int64_t step, PixelRange free, RunFn run, void* work) {
     RunSet set{{},
                static_cast<std::ptrdiff_t>(free.last - free.first),
                static_cast<std::ptrdiff_t>(free.first),
@@ -155,11 +135,11 @@ void WorkRow(const Walk& walk, const RowSpan* rows, std::int64_t step, RunFn run
     }
     if (walk.width < 1) return;
     const Layer& dst = walk.layers[0];
-    const Range free = FreePixels(walk, rows);
+    const PixelRange free = FreePixels(walk, rows);
     // Nothing is written outside of these.
-    const Range reached = walk.everyPixel
-                              ? Range{0, walk.width}
-                              : PixelsWithin(rows[0], dst, dst.channels.highest(), dst.channels.lowest(), walk.width);
+    const PixelRange reached = walk.everyPixel ? PixelRange{0, walk.width}
+                                               : PixelsWithin(rows[0], dst.pixelSize, dst.channels.highest(),
+                                                              dst.channels.lowest(), dst.x, walk.width);
     for (std::int64_t x = reached.first; x < std::min(free.first, reached.last); ++x) {
         WorkEdgePixel(walk, rows, step, x, run, work);
     }

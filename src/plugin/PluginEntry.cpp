@@ -8,6 +8,7 @@
 #include "core/Formats.h"
 #include "host/HostCalls.h"
 #include "host/Platform.h"
+#include "kernels/KernelTable.h"
 #include "plugin/ClassTables.h"
 
 // The host knows console pictures from this version on.
@@ -68,6 +69,7 @@ void MyREALRegisterClass(REALclassDefinition* definition) {
 void PluginEntry() {
     std::srand(static_cast<unsigned>(std::time(nullptr)));
     GetAllocationGranularity();
+    ProcessKernels();  // picked now: a host may set ZOR_CPU for the time of this call only
     DescribeClasses();
     FixConstants(&ImageClass, 0, false, false);
     FixConsoleFlags(&ImageClass);

@@ -6,6 +6,7 @@
 
 #include "core/Formats.h"
 #include "host/HostCalls.h"
+#include "kernels/KernelTable.h"
 #include "plugin/ClassTables.h"
 #include "support/FakeHost.h"
 
@@ -184,6 +185,15 @@ TEST_F(PluginEntry, RegistersImageThenFactory) {
 TEST_F(PluginEntry, ReadsThePageSize) {
     EXPECT_GE(AllocationGranularity, 4096);
     EXPECT_EQ(AllocationGranularity % 4096, 0);
+}
+
+TEST(PluginStart, PicksTheKernelsWhileTheHostWaits) {
+    InFreshProcess([] {
+        setenv("ZOR_CPU", "plain", 1);
+        const FakeHost host;
+        unsetenv("ZOR_CPU");  // a host may set it for the time of the call only
+        EXPECT_EQ(ProcessKernels().tier, CpuTier::plain);
+    });
 }
 
 TEST(PluginStart, AsksForTheVersionsFirst) {
