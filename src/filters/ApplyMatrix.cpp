@@ -1,7 +1,9 @@
 #include "filters/ApplyMatrix.h"
 
 #include <algorithm>
+#include <cstring>
 
+#include "core/RowAccess.h"
 #include "core/Storage.h"
 #include "filters/FilterFrame.h"
 #include "filters/PixelSide.h"
@@ -44,23 +46,43 @@ struct Convolution {
 
 // --- pixel by pixel: defines the result -----------------------------------------------------------------------------
 
-// The destination's row is fetched again behind the source's, which may have moved it where both are one image.
+// The rows of the source that may lie somewhere in the destination's storage, as far as that can be told beforehand. An
+// image of the application's own can be said to have more rows than any loop could visit.
+PixelRange RowsReached(const Convolution& job) {
+    const PixelSide& dst = job.sides.dst;
+    const std::ptrdiff_t height = static_cast<std::ptrdiff_t>(job.height);
+    const std::int64_t end = (job.width - 1) * dst.pixelSize + dst.channels.highest();
+    const bool rowsFollow = dst.record->GetRow == GetRowLinear && dst.record->RowSize > 0;
+    if (!rowsFollow || end > PTRDIFF_MAX / 2) return {0, height};
+    const ChannelSet row{2, {dst.channels.lowest(), static_cast<std::ptrdiff_t>(end)}};
+    return PixelsReached(GetRowSpan(dst.record, 0), dst.record->RowSize, row, 0, height);
+}
+
+// Only pixels that can be stored are worked out. The destination's row is fetched again behind the source's, which may
+// have moved it where both are one image.
 template <int kCount>
 void Convolve_Plain(const Convolution& job, const Cells& cells) {
-    const PixelSide &source = job.sides.source, &dest = job.sides.dest;
-    for (std::int64_t y = 0; y < job.height; ++y) {
-        for (std::int64_t x = 0; x < job.width; ++x) {
+    const PixelSide &src = job.sides.src, &dst = job.sides.dst;
+    const PixelRange rows = RowsReached(job);
+    for (std::ptrdiff_t y = rows.first; y < rows.last; ++y) {
+        const int dstY = static_cast<int>(y);
+        const RowSpan written = GetRowSpan(dst.record, dstY);
+        if (!written) continue;
+        const PixelRange columns = PixelsReached(written, static_cast<int>(dst.pixelSize), dst.channels, 0,
+                                                 static_cast<std::ptrdiff_t>(job.width));
+        for (std::ptrdiff_t x = columns.first; x < columns.last; ++x) {
             std::uint32_t sum[kCount] = {};
             std::uint8_t samples[kCount];
             for (int i = 0; i < cells.count; ++i) {
                 const Cell& cell = cells.cell[i];
                 const std::int64_t row = std::clamp<std::int64_t>(y + cell.row, 0, job.height - 1);
                 const std::int64_t column = std::clamp<std::int64_t>(x + cell.column, 0, job.width - 1);
-                Load<kCount>(GetRowSpan(source.record, static_cast<int>(row)), source, column, samples);
+                Load<kCount>(GetRowSpan(src.record, static_cast<int>(row)), src, static_cast<std::ptrdiff_t>(column),
+                             samples);
                 for (int c = 0; c < kCount; ++c) sum[c] += samples[c] * static_cast<std::uint32_t>(cell.weight);
             }
             for (int c = 0; c < kCount; ++c) samples[c] = job.finish(sum[c]);
-            if (const RowSpan row = GetRowSpan(dest.record, static_cast<int>(y))) Store<kCount>(row, dest, x, samples);
+            if (const RowSpan row = GetRowSpan(dst.record, dstY)) Store<kCount>(row, dst, x, samples);
         }
     }
 }
@@ -92,42 +114,43 @@ Reach ReachOf(const Cells& cells, const Convolution& job) {
 class SourceRows {
 public:
     SourceRows(const Convolution& job, const Reach& reach)
-        : source_(job.sides.source),
+        : src_(job.sides.src),
           width_(static_cast<std::ptrdiff_t>(job.width)),
           reach_(reach),
           rowBytes_((job.width + reach.left + reach.right) * job.sides.count()),
-          bytes_(rowBytes_ * reach.rows()) {}
+          bytes_(reach.rows(), rowBytes_) {}
     explicit operator bool() const { return static_cast<bool>(bytes_); }
 
     // Address of column 0.
     std::uint8_t* Row(std::int64_t y) const {
-        return bytes_.get() + y % reach_.rows() * rowBytes_ + reach_.left * source_.channels.count;
+        return bytes_.get() + y % reach_.rows() * rowBytes_ + reach_.left * src_.channels.count;
     }
     void Take(std::int64_t y) const {
-        const std::ptrdiff_t count = source_.channels.count;
+        const std::ptrdiff_t count = src_.channels.count;
         std::uint8_t* const row = Row(y);
-        CopyPackedSamples(GetRowSpan(source_.record, static_cast<int>(y)), source_, width_, row);
+        CopyPackedSamples(GetRowSpan(src_.record, static_cast<int>(y)), src_, width_, row);
         const std::uint8_t* const last = row + (width_ - 1) * count;
         for (std::ptrdiff_t i = 1; i <= reach_.left; ++i) std::memcpy(row - i * count, row, count);
         for (std::ptrdiff_t i = 0; i < reach_.right; ++i) std::memcpy(row + (width_ + i) * count, last, count);
     }
 
 private:
-    PixelSide source_;
+    PixelSide src_;
     std::ptrdiff_t width_;
     Reach reach_;
     std::int64_t rowBytes_;
     HeapArray<std::uint8_t> bytes_;
 };
 
-// For images that share no byte. Rows are stored in the order of the pixels, so a destination whose rows run into
-// each other comes out the same. False, with nothing stored, where memory is short.
+// Walks by itself, as each row of the result needs many of the source. For images that share no byte. Rows are stored
+// in the order of the pixels, so a destination whose rows run into each other comes out the same. False, with nothing
+// stored, where memory is short.
 bool ConvolveRows(const Convolution& job, const Cells& cells) {
     const Reach reach = ReachOf(cells, job);
-    const PixelSide& dest = job.sides.dest;
+    const PixelSide& dst = job.sides.dst;
     const std::ptrdiff_t count = job.sides.count(), width = static_cast<std::ptrdiff_t>(job.width);
     const SourceRows rows(job, reach);
-    const HeapArray<std::uint8_t> written(width * count);
+    const HeapArray<std::uint8_t> written(job.width, count);
     const HeapArray<MatrixTap> taps(cells.count);
     if (!rows || !written || !taps) return false;
     for (std::int64_t y = 0; y < std::min(reach.below, job.height); ++y) rows.Take(y);
@@ -139,10 +162,10 @@ bool ConvolveRows(const Convolution& job, const Cells& cells) {
             const std::int64_t column = std::clamp(cell.column, -reach.left, reach.right);
             taps.get()[i] = {rows.Row(row) + column * count, cell.weight};
         }
-        if (const RowSpan row = GetRowSpan(dest.record, static_cast<int>(y))) {
-            std::uint8_t* const bytes = BeginPacked(row, dest, width, written.get());
+        if (const RowSpan row = GetRowSpan(dst.record, static_cast<int>(y))) {
+            std::uint8_t* const bytes = BeginPacked(row, dst, width, written.get());
             Kernels().matrix.convolve(taps.get(), cells.count, job.finish, width * count, bytes);
-            EndPacked(row, dest, width, bytes);
+            EndPacked(row, dst, width, bytes);
         }
     }
     return true;
@@ -150,25 +173,25 @@ bool ConvolveRows(const Convolution& job, const Cells& cells) {
 
 }  // namespace
 
-REALobject PictureMatrix3(REALobject object, REALobject dest, int dimension, REALarray matrix) {
-    return PictureMatrix5(object, dest, dimension, matrix, 0, 1.0);
+REALobject PictureMatrix3(REALobject object, REALobject dst, int dimension, REALarray matrix) {
+    return PictureMatrix5(object, dst, dimension, matrix, 0, 1.0);
 }
 
-REALobject PictureMatrix4(REALobject object, REALobject dest, int dimension, REALarray matrix, int delta) {
-    return PictureMatrix5(object, dest, dimension, matrix, delta, 1.0);
+REALobject PictureMatrix4(REALobject object, REALobject dst, int dimension, REALarray matrix, int delta) {
+    return PictureMatrix5(object, dst, dimension, matrix, delta, 1.0);
 }
 
-REALobject PictureMatrix5(REALobject object, REALobject dest, int dimension, REALarray matrix, int delta,
+REALobject PictureMatrix5(REALobject object, REALobject dst, int dimension, REALarray matrix, int delta,
                           double scaleFactor) {
     Cells cells;
     ReadCells(matrix, dimension, &cells);
-    ImageClassData* const source = ImageDataOf(object);
-    const REALobject result = OpenDestination(source, dest, NewShape::turned);
+    ImageClassData* const src = ImageDataOf(object);
+    const REALobject result = OpenDestination(src, dst, NewShape::turned);
     if (!result) return nullptr;
     ImageClassData* const target = ImageDataOf(result);
-    Convolution job{SidesOf(source, target), source->Width, source->Height, {delta, scaleFactor}};
-    if (job.sides.count() < 1 || job.width < 1 || !HasRows(source)) return result;
-    if (!ImagesOverlap(source, target)) {
+    Convolution job{SidesOf(src, target), src->Width, src->Height, {delta, scaleFactor}};
+    if (job.sides.count() < 1 || job.width < 1 || !HasRows(src)) return result;
+    if (!ImagesOverlap(src, target)) {
         OrderByBytes(&job.sides);
         if (ConvolveRows(job, cells)) return result;
     }

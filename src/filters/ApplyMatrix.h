@@ -6,14 +6,14 @@
 // leaves its cell out. A channel becomes sum + delta or, where scaleFactor is not 1, (sum + delta) * scaleFactor
 // truncated toward zero; both are cut to 0 to 255. Sums are 32 bits wide and wrap. Alpha is treated like a colour.
 //
-// dest receives the picture at the source's coordinates, whatever its own size. A nil dest makes an image of the
+// dst receives the picture at the source's coordinates, whatever its own size. A null dst makes an image of the
 // source's height as its width and the source's width as its height, so only square images come back whole that way.
-// The result is dest or that image, locked for the caller; nil where an image cannot be used or made. An image of no
+// The result is dst or that image, locked for the caller; null where an image cannot be used or made. An image of no
 // family leaves the destination as it was.
 
 #include "core/ImageClassData.h"
 
-REALobject PictureMatrix3(REALobject object, REALobject dest, int dimension, REALarray matrix);
-REALobject PictureMatrix4(REALobject object, REALobject dest, int dimension, REALarray matrix, int delta);
-REALobject PictureMatrix5(REALobject object, REALobject dest, int dimension, REALarray matrix, int delta,
+REALobject PictureMatrix3(REALobject object, REALobject dst, int dimension, REALarray matrix);
+REALobject PictureMatrix4(REALobject object, REALobject dst, int dimension, REALarray matrix, int delta);
+REALobject PictureMatrix5(REALobject object, REALobject dst, int dimension, REALarray matrix, int delta,
                           double scaleFactor);

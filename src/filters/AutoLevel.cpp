@@ -1,8 +1,8 @@
 #include "filters/AutoLevel.h"
 
-#include "core/Walk.h"
 #include "filters/TableWalk.h"
 #include "filters/Truncate.h"
+#include "kernels/KernelTable.h"
 
 namespace {
 
@@ -10,13 +10,7 @@ constexpr int kBytes = 256;
 
 // --- luminance ------------------------------------------------------------------------------------------------------
 
-// What each channel adds to the luminance of a pixel. The three are summed from red to blue in double precision.
-struct LuminanceParts {
-    double red[kBytes];
-    double green[kBytes];
-    double blue[kBytes];
-};
-
+// The three are summed in double precision.
 LuminanceParts MakeLuminanceParts() {
     LuminanceParts parts;
     for (int i = 0; i < kBytes; ++i) {
@@ -32,30 +26,12 @@ struct Histogram {
     std::uint32_t count[kBytes];
 };
 
-void CountPixel(const LuminanceParts& parts, std::uint8_t red, std::uint8_t green, std::uint8_t blue,
-                Histogram* histogram) {
-    const double luminance = parts.red[red] + parts.green[green] + parts.blue[blue];
-    ++histogram->count[static_cast<int>(luminance)];
-}
-
-void CountRow(const RowSpan& row, const PixelSide& rgb, const PixelRect& rect, const LuminanceParts& parts,
+// The channels are found out for every row: the application can close an image or build it anew in its turns.
+void CountRow(const RowSpan& row, const ImageClassData* record, const PixelRect& rect, const LuminanceParts& parts,
               Histogram* histogram) {
-    const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(rect.x), width = static_cast<std::ptrdiff_t>(rect.width);
-    const PixelRange inside = PixelsInside(row, static_cast<int>(rgb.pixelSize), rgb.channels, left, width);
-    const auto countByByte = [&](std::ptrdiff_t first, std::ptrdiff_t last) {
-        for (std::ptrdiff_t x = left + first; x < left + last; ++x) {
-            std::uint8_t samples[3];
-            Load<3>(row, rgb, x, samples);
-            CountPixel(parts, samples[0], samples[1], samples[2], histogram);
-        }
-    };
-    countByByte(0, inside.first);
-    const std::uint8_t* pixel = row.data + (left + inside.first) * rgb.pixelSize;
-    const std::ptrdiff_t red = rgb.channels.offset[0], green = rgb.channels.offset[1], blue = rgb.channels.offset[2];
-    for (std::ptrdiff_t i = inside.first; i < inside.last; ++i, pixel += rgb.pixelSize) {
-        CountPixel(parts, pixel[red], pixel[green], pixel[blue], histogram);
-    }
-    countByByte(inside.last, width);
+    const Layer rgb = LayerOfRows(rect.x, OffsetsOf(record, ColoursOf(PixelFamily::rgb)), record->PixelSize);
+    WorkRow({&rgb, 1, rect.width, 1, nullptr, true, false}, &row, 0,
+            [&](const RunSet& runs) { Kernels().tone.luminance(runs.run[0], runs.count, parts, histogram->count); });
 }
 
 // --- limits ---------------------------------------------------------------------------------------------------------
@@ -103,11 +79,6 @@ ByteTable StretchTable(const Limits& limits) {
     return table;
 }
 
-// Told afresh wherever the host may have run in between: the application can close an image or build it anew.
-PixelSide ColourSide(ImageClassData* record) {
-    return {record, record->PixelSize, OffsetsOf(record, ColoursOf(PixelFamily::rgb))};
-}
-
 }  // namespace
 
 REALboolean AutoLevel5(REALobject object, int x, int y, int width, int height) {
@@ -118,10 +89,11 @@ REALboolean AutoLevel5(REALobject object, int x, int y, int width, int height) {
     YieldIfAsked(record);
     const LuminanceParts parts = MakeLuminanceParts();
     Histogram histogram{};
-    WalkRows(record, rect, [&](const RowSpan& row) { CountRow(row, ColourSide(record), rect, parts, &histogram); });
+    WalkRows(record, rect, [&](const RowSpan& row) { CountRow(row, record, rect, parts, &histogram); });
     const ByteTable table = StretchTable(LimitsOf(histogram));
     const ByteTable tables[] = {table, table, table};
-    MapThroughTables({ColourSide(record), ColourSide(record)}, rect, tables);
+    const PixelSide side = SideOf(record, ColoursOf(PixelFamily::rgb));
+    MapThroughTables({side, side}, rect, tables);
     return true;
 }
 

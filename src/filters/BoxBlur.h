@@ -7,15 +7,15 @@
 // blurred like a colour. Each pass truncates. A radius of -1 or less, and one whose sums cannot be had in memory,
 // changes no pixel.
 //
-// The result is dest or, where that is nil, a new image like the source, locked for the caller; nil where an image
-// cannot be used or made. Source and dest should not share pixels: rows already written would be subtracted.
+// The result is dst or, where that is null, a new image like the source, locked for the caller; null where an image
+// cannot be used or made. Source and dst should not share pixels: rows already written would be subtracted.
 
 #include "core/ImageClassData.h"
 
-REALobject BoxBlurFilter(REALobject object, REALobject dest, double radius, REALboolean vertical,
+REALobject BoxBlurFilter(REALobject object, REALobject dst, double radius, REALboolean vertical,
                          REALboolean horizontal);
 
-// The same several times over; the first step writes to dest, every later one to a fresh image. Fewer than one
+// The same several times over; the first step writes to dst, every later one to a fresh image. Fewer than one
 // iteration gives the image itself.
-REALobject BoxBlurFilter2(REALobject object, REALobject dest, double radius, int iterations, REALboolean vertical,
+REALobject BoxBlurFilter2(REALobject object, REALobject dst, double radius, int iterations, REALboolean vertical,
                           REALboolean horizontal);

@@ -14,27 +14,27 @@ static int RandomNeighbour(int at, int level, int extent) {
 
 template <int kCount>
 static void Scatter(const PixelSides& sides, int level) {
-    ImageClassData* const source = sides.source.record;
-    ImageClassData* const dest = sides.dest.record;
-    for (int y = 0; y < source->Height; ++y) {
-        RowSpan dst = GetRowSpan(dest, y);
-        for (int x = 0; x < source->Width; ++x) {
-            const int fromX = RandomNeighbour(x, level, source->Width);
-            const int fromY = RandomNeighbour(y, level, source->Height);
-            const RowSpan src = GetRowSpan(source, fromY);
-            if (!src) continue;
+    ImageClassData* const src = sides.src.record;
+    ImageClassData* const dst = sides.dst.record;
+    for (int y = 0; y < src->Height; ++y) {
+        RowSpan dstRow = GetRowSpan(dst, y);
+        for (int x = 0; x < src->Width; ++x) {
+            const int fromX = RandomNeighbour(x, level, src->Width);
+            const int fromY = RandomNeighbour(y, level, src->Height);
+            const RowSpan srcRow = GetRowSpan(src, fromY);
+            if (!srcRow) continue;
             std::uint8_t samples[kCount];
-            Load<kCount>(src, sides.source, fromX, samples);
-            if (source == dest) dst = GetRowSpan(dest, y);  // its window may have moved
-            if (dst) Store<kCount>(dst, sides.dest, x, samples);
+            Load<kCount>(srcRow, sides.src, fromX, samples);
+            if (src == dst) dstRow = GetRowSpan(dst, y);  // its window may have moved
+            if (dstRow) Store<kCount>(dstRow, sides.dst, x, samples);
         }
     }
 }
 
-REALobject DifuseFilter(REALobject object, REALobject dest, int level) {
-    return FilterInto(object, dest, [level](ImageClassData* source, ImageClassData* target) {
-        if (!source->IsGray && !source->IsRGB) return;
-        const PixelSides sides = SidesOf(source, target);
+REALobject DifuseFilter(REALobject object, REALobject dst, int level) {
+    return FilterInto(object, dst, [level](ImageClassData* from, ImageClassData* to) {
+        if (!from->IsGray && !from->IsRGB) return;
+        const PixelSides sides = SidesOf(from, to);
         WithChannelCount(sides.count(), [&](auto kCount) { Scatter<kCount>(sides, level); });
     });
 }

@@ -7,4 +7,4 @@
 // columns and rows away, from the generator rand(): one number for the column, then one for the row, for each pixel,
 // also where no choice is left. Gray and RGB images, alpha included; other images: the destination comes back with no
 // pixel changed and no number drawn.
-REALobject DifuseFilter(REALobject object, REALobject dest, int level);
+REALobject DifuseFilter(REALobject object, REALobject dst, int level);

@@ -2,6 +2,7 @@
 
 #include "filters/FilterFrame.h"
 #include "filters/TableWalk.h"
+#include "kernels/KernelTable.h"
 
 DitherTables MakeDitherTables(int levels, int side) {
     DitherTables tables{};
@@ -13,31 +14,13 @@ DitherTables MakeDitherTables(int levels, int side) {
     return tables;
 }
 
-void DitherImage_Plain(ImageClassData* source, ImageClassData* dest, int matrix, int levels) {
-    const int* values;
-    int side;
-    SetMatrixValues(matrix, values, side);
-    const DitherTables tables = MakeDitherTables(levels, side);
-    const PixelSides sides = SidesOf(source, dest);
-    WithChannelCount(sides.count(), [&](auto kCount) {
-        WalkPixels_Plain<kCount>(sides, WholeImage(source), [&](std::ptrdiff_t x, int y, std::uint8_t* samples) {
-            const int threshold = values[y % side * side + x % side];
-            for (int c = 0; c < kCount; ++c) {
-                samples[c] = DitherByte(tables, threshold, samples[c]);
-            }
-        });
-    });
-}
-
-// --- runs -----------------------------------------------------------------------------------------------------------
-
 namespace {
 
-constexpr int kLargestSide = 16;
+constexpr int kMaxSide = 16;
 
 // One table of bytes for every cell of the matrix, so that a channel byte costs one look-up.
 struct Cells {
-    ByteTable cell[kLargestSide * kLargestSide];
+    ByteTable cell[kMaxSide * kMaxSide];
 };
 
 void MakeCells(const int* values, int side, const DitherTables& tables, Cells* cells) {
@@ -48,52 +31,52 @@ void MakeCells(const int* values, int side, const DitherTables& tables, Cells* c
     }
 }
 
-template <int kCount>
-void DitherRun(const PointRun& run, const Cells& cells, int side) {
-    std::ptrdiff_t from[kCount], to[kCount];
-    std::copy_n(run.from->offset, kCount, from);
-    std::copy_n(run.to->offset, kCount, to);
-    const ByteTable* const row = cells.cell + run.y % side * side;
-    const ByteTable* const rowEnd = row + side;
-    const ByteTable* cell = row + run.x % side;
-    const std::uint8_t* src = run.src;
-    std::uint8_t* dst = run.dst;
-    for (std::ptrdiff_t i = 0; i < run.width; ++i, src += run.srcStep, dst += run.dstStep) {
-        std::uint8_t samples[kCount];
-        for (int c = 0; c < kCount; ++c) samples[c] = cell->entry[src[from[c]]];
-        for (int c = 0; c < kCount; ++c) dst[to[c]] = samples[c];
-        if (++cell == rowEnd) cell = row;
+struct Dither {
+    const int* values;
+    int side;
+    DitherTables tables;
+};
+
+void DitherInOrder(const RunSet& runs, const Dither& dither) {
+    const int side = dither.side, count = runs.run[1].channels.count;
+    const int* const row = dither.values + runs.row % side * side;
+    const int first = static_cast<int>(runs.column % side);
+    MapInOrder(runs, [&](std::ptrdiff_t i, std::uint8_t* samples) {
+        const int threshold = row[(first + i) % side];
+        for (int c = 0; c < count; ++c) samples[c] = DitherByte(dither.tables, threshold, samples[c]);
+    });
+}
+
+// Gray and RGB images; levels 2 to 256.
+void DitherImage(ImageClassData* src, ImageClassData* dst, Dither dither, int levels) {
+    // Below this the cells cost more to make than they save.
+    constexpr std::int64_t kFewPixels = 4096;
+    const PixelSides sides = SidesOf(src, dst);
+    const PixelRect area = WholeImage(src);
+    dither.tables = MakeDitherTables(levels, dither.side);
+    if (area.width * area.height < kFewPixels) {
+        WalkSides(sides, area, [&](const RunSet& runs) { DitherInOrder(runs, dither); });
+        return;
     }
+    Cells cells;
+    MakeCells(dither.values, dither.side, dither.tables, &cells);
+    const auto cycle = ByCount(Kernels().tables.cycle, sides.count());
+    WalkSides(sides, area, [&](const RunSet& runs) {
+        if (runs.sharing == Sharing::mixed) return DitherInOrder(runs, dither);
+        const ByteTable* const row = cells.cell + runs.row % dither.side * dither.side;
+        const int first = static_cast<int>(runs.column % dither.side);
+        cycle(runs.run[0], runs.run[1], runs.count, {row, dither.side, first});
+    });
 }
 
 }  // namespace
 
-void DitherImage(ImageClassData* source, ImageClassData* dest, int matrix, int levels) {
-    // Below this the cells cost more to make than they save.
-    constexpr std::int64_t kFewPixels = 4096;
-    const PixelSides sides = SidesOf(source, dest);
-    if (static_cast<std::int64_t>(source->Width) * source->Height < kFewPixels ||
-        !PointOrderIsHidden(sides.source.record, sides.dest.record, ChannelsOf(sides))) {
-        DitherImage_Plain(source, dest, matrix, levels);
-        return;
-    }
-    const int* values;
-    int side;
-    SetMatrixValues(matrix, values, side);
-    Cells cells;
-    MakeCells(values, side, MakeDitherTables(levels, side), &cells);
-    WithChannelCount(sides.count(), [&](auto kCount) {
-        WalkRuns<kCount>(sides, WholeImage(source), [&](const PointRun& run) { DitherRun<kCount>(run, cells, side); });
-    });
-}
-
-REALobject DitherFilter(REALobject object, REALobject dest, int matrix, int levels) {
-    return FilterInto(object, dest, [matrix, levels](ImageClassData* source, ImageClassData* target) {
-        const int* values;
-        int side;
-        SetMatrixValues(matrix, values, side);
-        if (!source->IsGray && !source->IsRGB) return;
-        if (!values || levels < 2 || levels > 256) return;
-        DitherImage(source, target, matrix, levels);
+REALobject DitherFilter(REALobject object, REALobject dst, int matrix, int levels) {
+    return FilterInto(object, dst, [matrix, levels](ImageClassData* from, ImageClassData* to) {
+        Dither dither{};
+        SetMatrixValues(matrix, dither.values, dither.side);
+        if (!from->IsGray && !from->IsRGB) return;
+        if (!dither.values || levels < 2 || levels > 256) return;
+        DitherImage(from, to, dither, levels);
     });
 }

@@ -1,12 +1,12 @@
 #pragma once
 // Ordered dither: every channel byte becomes one of a few levels, by a threshold matrix that repeats over the image.
 
-#include "filters/PointWalk.h"
+#include "core/ImageClassData.h"
 
 // Class member. matrix is one of the Dither... constants, 1 to 10; levels 2 to 256. Gray and RGB images, alpha like
 // any channel. With two levels the result is a negative. Anything else: the destination comes back with no pixel
 // changed.
-REALobject DitherFilter(REALobject object, REALobject dest, int matrix, int levels);
+REALobject DitherFilter(REALobject object, REALobject dst, int matrix, int levels);
 
 // The threshold of pixel (x, y) stands at (y mod side) * side + (x mod side). No values and a side of 0 for a number
 // that is no matrix.
@@ -27,7 +27,3 @@ inline std::uint8_t DitherByte(const DitherTables& tables, int threshold, std::u
     const int upper = tables.remainder[byte] <= threshold ? 1 : 0;
     return static_cast<std::uint8_t>(tables.level[tables.quotient[byte] + upper]);
 }
-
-// The walk in its two forms. The plain one defines the result.
-void DitherImage(ImageClassData* source, ImageClassData* dest, int matrix, int levels);
-void DitherImage_Plain(ImageClassData* source, ImageClassData* dest, int matrix, int levels);

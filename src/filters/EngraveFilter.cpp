@@ -4,6 +4,7 @@
 
 #include "core/Storage.h"
 #include "filters/FilterFrame.h"
+#include "kernels/KernelTable.h"
 
 static std::uint8_t Relief(int here, int there) {
     return static_cast<std::uint8_t>(std::clamp(here - there + 128, 0, 255));
@@ -14,35 +15,29 @@ static std::int64_t Neighbour(std::int64_t at, int level, int extent) {
 }
 
 void EngraveImage_Plain(const PixelSides& sides, int level) {
-    ImageClassData* const source = sides.source.record;
-    ImageClassData* const dest = sides.dest.record;
+    ImageClassData* const src = sides.src.record;
+    ImageClassData* const dst = sides.dst.record;
     WithChannelCount(sides.count(), [&](auto kCount) {
-        for (int y = 0; y < source->Height; ++y) {
-            RowSpan dst = GetRowSpan(dest, y);
-            const int neighbourRow = static_cast<int>(Neighbour(y, level, source->Height));
-            for (int x = 0; x < source->Width; ++x) {
+        for (int y = 0; y < src->Height; ++y) {
+            RowSpan dstRow = GetRowSpan(dst, y);
+            const int neighbourRow = static_cast<int>(Neighbour(y, level, src->Height));
+            for (int x = 0; x < src->Width; ++x) {
                 std::uint8_t here[kCount], there[kCount];
-                const RowSpan row = GetRowSpan(source, y);
-                if (!dst || !row) break;
-                Load<kCount>(row, sides.source, x, here);
-                const RowSpan other = GetRowSpan(source, neighbourRow);
+                const RowSpan row = GetRowSpan(src, y);
+                if (!dstRow || !row) break;
+                Load<kCount>(row, sides.src, x, here);
+                const RowSpan other = GetRowSpan(src, neighbourRow);
                 if (!other) break;
-                Load<kCount>(other, sides.source, static_cast<std::ptrdiff_t>(Neighbour(x, level, source->Width)),
-                             there);
+                Load<kCount>(other, sides.src, static_cast<std::ptrdiff_t>(Neighbour(x, level, src->Width)), there);
                 for (int c = 0; c < kCount; ++c) here[c] = Relief(here[c], there[c]);
-                if (source == dest) dst = GetRowSpan(dest, y);  // its window may have moved
-                Store<kCount>(dst, sides.dest, x, here);
+                if (src == dst) dstRow = GetRowSpan(dst, y);  // its window may have moved
+                Store<kCount>(dstRow, sides.dst, x, here);
             }
         }
     });
 }
 
 // --- whole rows -----------------------------------------------------------------------------------------------------
-
-static void ReliefOfBytes(const std::uint8_t* __restrict here, const std::uint8_t* __restrict there,
-                          std::uint8_t* __restrict out, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) out[i] = Relief(here[i], there[i]);
-}
 
 // Packed samples of one row and of the row of its neighbours; out is neither of them.
 template <int kCount>
@@ -58,47 +53,47 @@ static void ReliefOfRow(const std::uint8_t* here, const std::uint8_t* there, std
     };
     againstEdge(0, first, 0);
     if (first < last) {
-        ReliefOfBytes(here + first * kCount, there + (first + level) * kCount, out + first * kCount,
-                      (last - first) * kCount);
+        Kernels().bytes.relief(here + first * kCount, there + (first + level) * kCount, out + first * kCount,
+                               (last - first) * kCount);
     }
     againstEdge(last, width, width - 1);
 }
 
 void EngraveImage(const PixelSides& wanted, int level) {
-    ImageClassData* const source = wanted.source.record;
-    ImageClassData* const dest = wanted.dest.record;
-    const int width = source->Width;
+    ImageClassData* const src = wanted.src.record;
+    ImageClassData* const dst = wanted.dst.record;
+    const int width = src->Width;
     const std::int64_t rowBytes = static_cast<std::int64_t>(width) * wanted.count();
     const HeapArray<std::uint8_t> hereCopy(rowBytes), thereCopy(rowBytes), outCopy(rowBytes);
-    if (ImagesOverlap(source, dest) || !hereCopy || !thereCopy || !outCopy) {
+    if (ImagesOverlap(src, dst) || !hereCopy || !thereCopy || !outCopy) {
         EngraveImage_Plain(wanted, level);
         return;
     }
     PixelSides sides = wanted;
     OrderByBytes(&sides);
     WithChannelCount(sides.count(), [&](auto kCount) {
-        for (int y = 0; y < source->Height; ++y) {
-            const RowSpan dst = GetRowSpan(dest, y);
-            const RowSpan row = GetRowSpan(source, y);
-            if (!dst || !row) continue;
+        for (int y = 0; y < src->Height; ++y) {
+            const RowSpan dstRow = GetRowSpan(dst, y);
+            const RowSpan row = GetRowSpan(src, y);
+            if (!dstRow || !row) continue;
             const std::uint8_t* here = hereCopy.get();
-            if (source->IsMapping) {  // the next row may take the window
-                CopyPackedSamples(row, sides.source, width, hereCopy.get());
+            if (src->IsMapping) {  // the next row may take the window
+                CopyPackedSamples(row, sides.src, width, hereCopy.get());
             } else {
-                here = PackedSamples(row, sides.source, width, hereCopy.get());
+                here = PackedSamples(row, sides.src, width, hereCopy.get());
             }
-            const RowSpan other = GetRowSpan(source, static_cast<int>(Neighbour(y, level, source->Height)));
+            const RowSpan other = GetRowSpan(src, static_cast<int>(Neighbour(y, level, src->Height)));
             if (!other) continue;
-            const std::uint8_t* const there = PackedSamples(other, sides.source, width, thereCopy.get());
-            std::uint8_t* const out = BeginPacked(dst, sides.dest, width, outCopy.get());
+            const std::uint8_t* const there = PackedSamples(other, sides.src, width, thereCopy.get());
+            std::uint8_t* const out = BeginPacked(dstRow, sides.dst, width, outCopy.get());
             ReliefOfRow<kCount>(here, there, out, width, level);
-            EndPacked(dst, sides.dest, width, out);
+            EndPacked(dstRow, sides.dst, width, out);
         }
     });
 }
 
-REALobject EngraveFilter(REALobject object, REALobject dest, int level) {
-    return FilterInto(object, dest, [level](ImageClassData* source, ImageClassData* target) {
-        if (source->IsGray || source->IsRGB) EngraveImage(SidesOf(source, target), level);
+REALobject EngraveFilter(REALobject object, REALobject dst, int level) {
+    return FilterInto(object, dst, [level](ImageClassData* from, ImageClassData* to) {
+        if (from->IsGray || from->IsRGB) EngraveImage(SidesOf(from, to), level);
     });
 }

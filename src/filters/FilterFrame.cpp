@@ -1,14 +1,14 @@
 #include "filters/FilterFrame.h"
 
-REALobject OpenDestination(ImageClassData* source, REALobject dest, NewShape shape) {
-    if (!IsUsable(source)) return nullptr;
-    YieldIfAsked(source);
-    if (dest) REALLockObject(dest);
+REALobject OpenDestination(ImageClassData* src, REALobject dst, NewShape shape) {
+    if (!IsUsable(src)) return nullptr;
+    YieldIfAsked(src);
+    if (dst) REALLockObject(dst);
     // Only now: the application may have made another image of the source in its turn.
     const bool turned = shape == NewShape::turned;
-    const int width = turned ? source->Height : source->Width;
-    const int height = turned ? source->Width : source->Height;
-    ObjectHolder target(dest ? dest : CreatePicture(source, width, height, source->ImageFormat));
+    const int width = turned ? src->Height : src->Width;
+    const int height = turned ? src->Width : src->Height;
+    ObjectHolder target(dst ? dst : CreatePicture(src, width, height, src->ImageFormat));
     if (!target.get()) return nullptr;
     ImageClassData* const record = ImageDataOf(target.get());
     if (!IsUsable(record)) return nullptr;

@@ -7,18 +7,18 @@
 // format is the source's.
 enum class NewShape { asSource, turned };
 
-// Checks the source and yields on it; locks dest, or makes a new image on the source's behalf if it is nil; checks
-// that and yields on it. The result is the destination, locked for the caller; nil if any of this fails, with dest's
+// Checks the source and yields on it; locks dst, or makes a new image on the source's behalf if it is null; checks
+// that and yields on it. The result is the destination, locked for the caller; null if any of this fails, with dst's
 // lock given back. Nothing is read or written, and the destination's size and format are not looked at.
-REALobject OpenDestination(ImageClassData* source, REALobject dest, NewShape shape = NewShape::asSource);
+REALobject OpenDestination(ImageClassData* src, REALobject dst, NewShape shape = NewShape::asSource);
 
 // The frame around a filter whose new image is like its source: work(source, destination) runs on the two records in
 // between. It may change pixels only; whether it does is its own affair, the destination is the result either way.
 template <class Work>
-REALobject FilterInto(REALobject object, REALobject dest, Work work) {
-    ImageClassData* const source = ImageDataOf(object);
-    ObjectHolder result(OpenDestination(source, dest));
+REALobject FilterInto(REALobject object, REALobject dst, Work work) {
+    ImageClassData* const src = ImageDataOf(object);
+    ObjectHolder result(OpenDestination(src, dst));
     if (!result.get()) return nullptr;
-    work(source, ImageDataOf(result.get()));
+    work(src, ImageDataOf(result.get()));
     return result.release();
 }

@@ -8,81 +8,76 @@
 #include "core/Factory.h"
 #include "filters/FilterFrame.h"
 #include "filters/PixelSide.h"
+#include "kernels/KernelTable.h"
 
 namespace {
 
-// One filtered byte from a sample and the sum of its two neighbours. All edges are cases of this: a pixel alone has
-// itself twice for neighbours. It never leaves 0 to 255.
-struct ThreeTaps {
-    explicit ThreeTaps(double radius) {
-        const double whole = std::floor(radius);
-        f = radius - whole;
-        if (!(f == f)) f = 0;  // of an infinite radius, too
-        norm = 1.0 / (f + f + 1.0);
-    }
-    std::uint8_t operator()(int sample, int neighbours) const {
-        return static_cast<std::uint8_t>(static_cast<int>((sample + neighbours * f) * norm));
-    }
-    double f;
-    double norm;
-};
+ThreeTaps TapsOf(double radius) {
+    double weight = radius - std::floor(radius);
+    if (!(weight == weight)) weight = 0;  // of an infinite radius, too
+    return {weight, 1.0 / (weight + weight + 1.0)};
+}
 
-// All that the taps can give, for images with more samples than this has entries.
-class TapTable {
+// The filtered bytes of a run of samples. All edges are cases of this: a pixel alone has itself twice for neighbours.
+class TapRun {
 public:
-    static constexpr std::ptrdiff_t kNeighbourSums = 511;
-    explicit TapTable(const ThreeTaps& taps) : entries_(256 * kNeighbourSums) {
+    explicit TapRun(double radius, bool byTable) : taps_(TapsOf(radius)), entries_(byTable ? kTapEntries : 0) {
+        byTable_ = byTable && entries_;
         std::uint8_t* entry = entries_.get();
-        if (!entry) return;
-        for (int sample = 0; sample < 256; ++sample) {
-            for (int neighbours = 0; neighbours < kNeighbourSums; ++neighbours) *entry++ = taps(sample, neighbours);
+        for (int sample = 0; byTable_ && sample < 256; ++sample) {
+            for (int neighbours = 0; neighbours < kNeighbourSums; ++neighbours) *entry++ = taps_(sample, neighbours);
         }
     }
-    explicit operator bool() const { return static_cast<bool>(entries_); }
-    std::uint8_t operator()(int sample, int neighbours) const {
-        return entries_.get()[sample * kNeighbourSums + neighbours];
+    void operator()(const TapRows& rows, std::ptrdiff_t count, std::uint8_t* dst) const {
+        if (byTable_) {
+            Kernels().blur.tapsByTable(rows, count, entries_.get(), dst);
+        } else {
+            Kernels().blur.taps(rows, count, taps_, dst);
+        }
     }
 
 private:
+    ThreeTaps taps_;
     HeapArray<std::uint8_t> entries_;
+    bool byTable_;
 };
 
 struct FractionalBlur {
     PixelSides sides;
     std::ptrdiff_t width;  // of the source
     int height;
-    std::ptrdiff_t samples() const { return width * sides.count(); }
+    std::int64_t samples() const { return std::int64_t{width} * sides.count(); }
 };
 
 // Three packed rows that slide down the source.
 struct SlidingRows {
-    explicit SlidingRows(std::ptrdiff_t samples) : a(samples), b(samples), c(samples), d(samples) {}
+    explicit SlidingRows(std::int64_t samples) : a(samples), b(samples), c(samples), d(samples) {}
     HeapArray<std::uint8_t> a, b, c, d;
     explicit operator bool() const { return a && b && c && d; }
 };
 
 // The last row takes the row above and itself; in an image of one row that is the row before the image, which reads 0
 // unless the image is a view of a larger one.
-template <class Taps>
-void BlurColumns(const FractionalBlur& blur, const SlidingRows& rows, const Taps& taps) {
-    const PixelSide &source = blur.sides.source, &dest = blur.sides.dest;
-    const std::ptrdiff_t samples = blur.samples();
+//
+// Walks by itself, as each row of the result needs three of the source.
+void BlurColumns(const FractionalBlur& blur, const SlidingRows& rows, const TapRun& taps) {
+    const PixelSide &src = blur.sides.src, &dst = blur.sides.dst;
+    const std::ptrdiff_t samples = static_cast<std::ptrdiff_t>(blur.samples());
     std::uint8_t *above = rows.a.get(), *row = rows.b.get(), *below = rows.c.get();
     const auto take = [&](int y, std::uint8_t* bytes) {
-        CopyPackedSamples(GetRowSpan(source.record, y), source, blur.width, bytes);
+        CopyPackedSamples(GetRowSpan(src.record, y), src, blur.width, bytes);
     };
     take(0, row);
     if (blur.height == 1) take(-1, above);
     for (int y = 0; y < blur.height; ++y) {
         const bool first = y == 0, last = y == blur.height - 1;
         if (!last) take(y + 1, below);
-        // Within the range that the loop below looks at: the neighbours' sum is above + below.
         const std::uint8_t* const upper = first && !last ? row : above;
         const std::uint8_t* const lower = first || last ? row : below;
-        if (const RowSpan span = GetRowSpan(dest.record, y)) {
-            std::uint8_t* const bytes = BeginPacked(span, dest, blur.width, rows.d.get());
-            for (std::ptrdiff_t i = 0; i < samples; ++i) bytes[i] = taps(row[i], upper[i] + lower[i]);
-            EndPacked(span, dest, blur.width, bytes);
+        if (const RowSpan span = GetRowSpan(dst.record, y)) {
+            std::uint8_t* const bytes = BeginPacked(span, dst, blur.width, rows.d.get());
+            taps({row, upper, lower}, samples, bytes);
+            EndPacked(span, dst, blur.width, bytes);
         }
         std::swap(above, row);
         std::swap(row, below);
@@ -90,75 +85,73 @@ void BlurColumns(const FractionalBlur& blur, const SlidingRows& rows, const Taps
 }
 
 // In place on the destination. What a row is read from holds RowSize bytes; pixels beyond them read 0.
-template <int kCount, class Taps>
-void BlurRows(const FractionalBlur& blur, const SlidingRows& rows, const Taps& taps) {
-    const PixelSide& dest = blur.sides.dest;
+void BlurRows(const FractionalBlur& blur, const SlidingRows& rows, const TapRun& taps) {
+    const PixelSide& dst = blur.sides.dst;
     std::uint8_t* const read = rows.a.get();
-    const std::ptrdiff_t samples = blur.samples(), last = samples - kCount;
+    const std::ptrdiff_t pixel = blur.sides.count();  // samples of one
+    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(blur.samples()) - pixel;
     for (int y = 0; y < blur.height; ++y) {
-        const RowSpan row = GetRowSpan(dest.record, y);
+        const RowSpan row = GetRowSpan(dst.record, y);
         if (!row) continue;
         const RowSpan own{row.data, std::max<std::ptrdiff_t>(row.begin, 0),
-                          std::min<std::ptrdiff_t>(row.end, dest.record->RowSize)};
-        CopyPackedSamples(own, dest, blur.width, read);
-        std::uint8_t* const bytes = BeginPacked(row, dest, blur.width, rows.d.get());
-        for (std::ptrdiff_t i = 0; i < kCount && last > 0; ++i) bytes[i] = taps(read[i], read[i + kCount] + read[i]);
-        for (std::ptrdiff_t i = kCount; i < last; ++i) bytes[i] = taps(read[i], read[i - kCount] + read[i + kCount]);
-        for (std::ptrdiff_t i = last; i < samples; ++i) bytes[i] = taps(read[i], read[i] * 2);
-        EndPacked(row, dest, blur.width, bytes);
+                          std::min<std::ptrdiff_t>(row.end, dst.record->RowSize)};
+        CopyPackedSamples(own, dst, blur.width, read);
+        std::uint8_t* const bytes = BeginPacked(row, dst, blur.width, rows.d.get());
+        if (last > 0) {
+            taps({read, read, read + pixel}, pixel, bytes);
+            taps({read + pixel, read, read + 2 * pixel}, last - pixel, bytes + pixel);
+        }
+        taps({read + last, read + last, read + last}, pixel, bytes + last);
+        EndPacked(row, dst, blur.width, bytes);
     }
-}
-
-template <class Taps>
-void BlurBothWays(const FractionalBlur& blur, const SlidingRows& rows, const Taps& taps) {
-    BlurColumns(blur, rows, taps);
-    WithChannelCount(blur.sides.count(), [&](auto kCount) { BlurRows<kCount>(blur, rows, taps); });
 }
 
 void BlurSides(PixelSides sides, double radius) {
     constexpr std::int64_t kSpareBytes = 20;
     OrderByBytes(&sides);
-    const std::int64_t rowBytes = static_cast<std::int64_t>(sides.dest.record->RowSize) + kSpareBytes;
-    const FractionalBlur blur{sides, sides.source.record->Width, sides.source.record->Height};
-    if (rowBytes < 0 || rowBytes > INT_MAX || blur.width < 1 || !HasRows(sides.source.record)) return;
+    const std::int64_t rowBytes = static_cast<std::int64_t>(sides.dst.record->RowSize) + kSpareBytes;
+    const FractionalBlur blur{sides, sides.src.record->Width, sides.src.record->Height};
+    if (rowBytes < 0 || rowBytes > INT_MAX || blur.width < 1 || blur.height < 1) return;
+    if (!HasRows(sides.src.record)) return;
     const SlidingRows rows(blur.samples());
     if (!rows) return;
-    const ThreeTaps taps(radius);
-    constexpr std::int64_t kWorthATable = 4 * 256 * TapTable::kNeighbourSums;
-    if (static_cast<std::int64_t>(blur.samples()) * blur.height > kWorthATable) {
-        if (const TapTable table(taps); table) return BlurBothWays(blur, rows, table);
-    }
-    BlurBothWays(blur, rows, taps);
+    // For images with more samples than the table has entries.
+    const bool byTable = blur.samples() > std::int64_t{4} * kTapEntries / blur.height;
+    const TapRun taps(radius, byTable);
+    BlurColumns(blur, rows, taps);
+    BlurRows(blur, rows, taps);
 }
 
-PixelSide RGBSide(ImageClassData* record, bool withAlpha) {
+// By the fields of red, green and blue, of whatever family the images are.
+void BlurRGB(ImageClassData* src, ImageClassData* dst, bool withAlpha, double radius) {
     const ChannelList colours = ColoursOf(PixelFamily::rgb);
-    return {record, record->PixelSize, OffsetsOf(record, withAlpha ? WithAlphaLast(colours) : colours)};
+    const ChannelList channels = withAlpha ? WithAlphaLast(colours) : colours;
+    BlurSides({SideOf(src, channels), SideOf(dst, channels)}, radius);
 }
 
 }  // namespace
 
-void BoxBlurFractionalFilterRGB(ImageClassData* source, ImageClassData* dest, double radius) {
-    BlurSides({RGBSide(source, false), RGBSide(dest, false)}, radius);
+void BoxBlurFractionalFilterRGB(ImageClassData* src, ImageClassData* dst, double radius) {
+    BlurRGB(src, dst, false, radius);
 }
 
-void BoxBlurFractionalFilterRGBA(ImageClassData* source, ImageClassData* dest, double radius) {
-    BlurSides({RGBSide(source, true), RGBSide(dest, true)}, radius);
+void BoxBlurFractionalFilterRGBA(ImageClassData* src, ImageClassData* dst, double radius) {
+    BlurRGB(src, dst, true, radius);
 }
 
-REALobject BoxBlurFractionalFilter(REALobject object, REALobject dest, double radius) {
-    ImageClassData* const source = ImageDataOf(object);
-    ObjectHolder result(OpenDestination(source, dest));
+REALobject BoxBlurFractionalFilter(REALobject object, REALobject dst, double radius) {
+    ImageClassData* const src = ImageDataOf(object);
+    ObjectHolder result(OpenDestination(src, dst));
     if (!result.get()) return nullptr;
     ImageClassData* const target = ImageDataOf(result.get());
-    if (source->IsGray) {
-        BlurSides(SidesOf(source, target), radius);
-    } else if (!source->IsRGB && !source->IsCMYK) {
+    if (src->IsGray) {
+        BlurSides(SidesOf(src, target), radius);
+    } else if (!src->IsRGB && !src->IsCMYK) {
         return nullptr;
-    } else if (source->HasAlpha) {
-        BoxBlurFractionalFilterRGBA(source, target, radius);
+    } else if (src->HasAlpha) {
+        BoxBlurFractionalFilterRGBA(src, target, radius);
     } else {
-        BoxBlurFractionalFilterRGB(source, target, radius);
+        BoxBlurFractionalFilterRGB(src, target, radius);
     }
     return result.release();
 }

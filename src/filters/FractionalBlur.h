@@ -6,14 +6,14 @@
 // column fold the pixel itself in for the neighbour that they lack. A CMYK image has only the byte filtered that lies
 // where its record keeps red, green and blue, which is the first of each pixel.
 //
-// The result is dest or, where that is nil, a new image like the source, locked for the caller; nil for an image of
-// no family and where an image cannot be used or made. Rows are copied before they are overwritten, so dest may be
+// The result is dst or, where that is null, a new image like the source, locked for the caller; null for an image of
+// no family and where an image cannot be used or made. Rows are copied before they are overwritten, so dst may be
 // the source.
 
 #include "core/ImageClassData.h"
 
-REALobject BoxBlurFractionalFilter(REALobject object, REALobject dest, double radius);
+REALobject BoxBlurFractionalFilter(REALobject object, REALobject dst, double radius);
 
 // The filter for images that are not gray, without and with alpha.
-void BoxBlurFractionalFilterRGB(ImageClassData* source, ImageClassData* dest, double radius);
-void BoxBlurFractionalFilterRGBA(ImageClassData* source, ImageClassData* dest, double radius);
+void BoxBlurFractionalFilterRGB(ImageClassData* src, ImageClassData* dst, double radius);
+void BoxBlurFractionalFilterRGBA(ImageClassData* src, ImageClassData* dst, double radius);

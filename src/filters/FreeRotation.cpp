@@ -32,27 +32,27 @@ public:
     }
     int count() const { return channels_.count; }
     const ShearColour& background() const { return background_; }
-    PixelSides Sides(ImageClassData* source, ImageClassData* dest) const { return {Side(source), Side(dest)}; }
+    PixelSides Sides(ImageClassData* src, ImageClassData* dst) const {
+        return {SideOf(src, channels_), SideOf(dst, channels_)};
+    }
 
 private:
-    PixelSide Side(ImageClassData* record) const { return {record, record->PixelSize, OffsetsOf(record, channels_)}; }
-
     ChannelList channels_;
     ShearColour background_{};
 };
 
 // Both images of a shear are looked at, and each yields once.
-bool ReadyForShear(ImageClassData* source, ImageClassData* dest) {
-    if (!IsUsable(source)) return false;
-    YieldIfAsked(source);
-    if (!IsUsable(dest)) return false;
-    YieldIfAsked(dest);
+bool ReadyForShear(ImageClassData* src, ImageClassData* dst) {
+    if (!IsUsable(src)) return false;
+    YieldIfAsked(src);
+    if (!IsUsable(dst)) return false;
+    YieldIfAsked(dst);
     return true;
 }
 
-REALobject NewShearImage(ImageClassData* source, std::int64_t width, std::int64_t height) {
+REALobject NewShearImage(ImageClassData* src, std::int64_t width, std::int64_t height) {
     if (width > INT_MAX || height > INT_MAX) return nullptr;
-    return CreatePicture(source, static_cast<int>(width), static_cast<int>(height), source->ImageFormat);
+    return CreatePicture(src, static_cast<int>(width), static_cast<int>(height), src->ImageFormat);
 }
 
 std::int64_t Whole(double value) {
@@ -60,25 +60,26 @@ std::int64_t Whole(double value) {
 }
 
 // By at most 45 degrees to either side; angles near 360 stand for negative ones.
-REALobject RotateByShears(ImageClassData* source, double angle, const ShearFamily& family) {
+REALobject RotateByShears(ImageClassData* src, double angle, const ShearFamily& family) {
     const double radians = angle * 3.141592653589793 / 180.0;
     const double tangent = std::tan(0.5 * radians), sine = std::sin(radians), cosine = std::cos(radians);
-    if (!IsUsable(source)) return nullptr;
-    YieldIfAsked(source);
-    const int width = source->Width, height = source->Height;
+    if (!IsUsable(src)) return nullptr;
+    YieldIfAsked(src);
+    const int width = src->Width, height = src->Height;
 
-    ObjectHolder first(NewShearImage(source, width + Whole(height * std::fabs(tangent)), height));
+    ObjectHolder first(NewShearImage(src, width + Whole(height * std::fabs(tangent)), height));
     if (!first.get()) return nullptr;
     ImageClassData* const firstImage = ImageDataOf(first.get());
-    if (!ReadyForShear(source, firstImage)) return nullptr;
+    if (!ReadyForShear(src, firstImage)) return nullptr;
+    const RowShear firstShear(family.Sides(src, firstImage), family.background());
     for (int row = 0; row < height; ++row) {
         const double shear = tangent >= 0 ? (row + 0.5) * tangent : (row - height + 0.5) * tangent;
-        HorizSkew(family.Sides(source, firstImage), row, StepOf(shear), family.background());
+        firstShear.Skew(row, StepOf(shear));
     }
 
     const std::int64_t newHeight = Whole(height * cosine + width * std::fabs(sine)) + 1;
     const int firstWidth = firstImage->Width;
-    ObjectHolder second(NewShearImage(source, firstWidth, newHeight));
+    ObjectHolder second(NewShearImage(src, firstWidth, newHeight));
     if (!second.get()) return nullptr;
     ImageClassData* const secondImage = ImageDataOf(second.get());
     if (!ReadyForShear(firstImage, secondImage)) return nullptr;
@@ -87,13 +88,14 @@ REALobject RotateByShears(ImageClassData* source, double angle, const ShearFamil
     SkewColumns(family.Sides(firstImage, secondImage), {height, rows, firstWidth, start, sine}, family.background());
     { const ObjectHolder done(first.release()); }  // one shear after the one that filled it
 
-    ObjectHolder third(NewShearImage(source, Whole(width * cosine + height * std::fabs(sine)) + 1, newHeight));
+    ObjectHolder third(NewShearImage(src, Whole(width * cosine + height * std::fabs(sine)) + 1, newHeight));
     if (!third.get()) return nullptr;
     ImageClassData* const thirdImage = ImageDataOf(third.get());
     if (!ReadyForShear(secondImage, thirdImage)) return nullptr;
+    const RowShear thirdShear(family.Sides(secondImage, thirdImage), family.background());
     double shear = sine >= 0 ? -tangent * ((width - 1) * sine) : (-(rows - 1) - (width - 1) * sine) * tangent;
     for (int row = 0; row < rows; ++row) {
-        HorizSkew(family.Sides(secondImage, thirdImage), row, StepOf(shear), family.background());
+        thirdShear.Skew(row, StepOf(shear));
         shear = shear + tangent;
     }
     return third.release();

@@ -7,7 +7,7 @@
 // same format that holds the whole picture, with the corners in the background colour; of the colour arguments those
 // count that the format has channels for, with their low 8 bits.
 //
-// Locked for the caller; nil where an image cannot be used or made, for an image of no family, and for an angle that
+// Locked for the caller; null where an image cannot be used or made, for an image of no family, and for an angle that
 // is not finite.
 REALobject rbRotate(REALobject object, double angle, int red, int green, int blue, int alpha, int gray, int cyan,
                     int magenta, int yellow, int black);

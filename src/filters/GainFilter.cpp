@@ -1,5 +1,6 @@
 #include "filters/GainFilter.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "filters/FilterFrame.h"
@@ -33,12 +34,8 @@ ByteTable GainTable(double gain, double bias) {
     return table;
 }
 
-REALobject GainFilter(REALobject object, REALobject dest, double gain, double bias) {
-    return FilterInto(object, dest, [gain, bias](ImageClassData* source, ImageClassData* target) {
-        if (!source->IsGray && !source->IsRGB) return;
-        const PixelSides sides = SidesOf(source, target);
-        ByteTable tables[ChannelSet::kMax];
-        std::fill_n(tables, sides.count(), GainTable(gain, bias));
-        MapThroughTables(sides, WholeImage(source), tables);
+REALobject GainFilter(REALobject object, REALobject dst, double gain, double bias) {
+    return FilterInto(object, dst, [gain, bias](ImageClassData* from, ImageClassData* to) {
+        if (from->IsGray || from->IsRGB) MapThroughTable(SidesOf(from, to), GainTable(gain, bias));
     });
 }

@@ -5,6 +5,6 @@
 
 // Class member. One curve for every channel of a gray or RGB image, alpha included; a gain and a bias of 0.5 change
 // nothing. Images of other families: the destination comes back with no pixel changed.
-REALobject GainFilter(REALobject object, REALobject dest, double gain, double bias);
+REALobject GainFilter(REALobject object, REALobject dst, double gain, double bias);
 
 ByteTable GainTable(double gain, double bias);

@@ -5,17 +5,16 @@
 
 // Class members. A gray source takes one whole-numbered mix of three gamma values. Forms without a gamma for alpha
 // leave the destination's alpha alone. Images of other families: the destination comes back with no pixel changed.
-REALobject GammaFilterG(REALobject object, REALobject dest, double gamma);
-REALobject GammaFilterGA(REALobject object, REALobject dest, double gamma, double alphaGamma);
-REALobject GammaFilterRGB(REALobject object, REALobject dest, double redGamma, double greenGamma, double blueGamma);
-REALobject GammaFilterRGBA(REALobject object, REALobject dest, double redGamma, double greenGamma, double blueGamma,
+REALobject GammaFilterG(REALobject object, REALobject dst, double gamma);
+REALobject GammaFilterGA(REALobject object, REALobject dst, double gamma, double alphaGamma);
+REALobject GammaFilterRGB(REALobject object, REALobject dst, double redGamma, double greenGamma, double blueGamma);
+REALobject GammaFilterRGBA(REALobject object, REALobject dst, double redGamma, double greenGamma, double blueGamma,
                            double alphaGamma);
 
 // Workers: the channel sets behind the members.
-void rbGammaFilterG(ImageClassData* source, ImageClassData* dest, double gamma);
-void rbGammaFilterGA(ImageClassData* source, ImageClassData* dest, double gamma, double alphaGamma);
-void rbGammaFilterRGB(ImageClassData* source, ImageClassData* dest, double red, double green, double blue);
-void rbGammaFilterRGBA(ImageClassData* source, ImageClassData* dest, double red, double green, double blue,
-                       double alpha);
+void rbGammaFilterG(ImageClassData* src, ImageClassData* dst, double gamma);
+void rbGammaFilterGA(ImageClassData* src, ImageClassData* dst, double gamma, double alphaGamma);
+void rbGammaFilterRGB(ImageClassData* src, ImageClassData* dst, double red, double green, double blue);
+void rbGammaFilterRGBA(ImageClassData* src, ImageClassData* dst, double red, double green, double blue, double alpha);
 
 ByteTable GammaTable(double gamma);

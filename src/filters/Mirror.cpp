@@ -1,12 +1,26 @@
 #include "filters/Mirror.h"
 
-#include <utility>
-
 #include "filters/PixelSide.h"
+#include "kernels/KernelTable.h"
+
+// Exchanges of pixels within one image have a shape of their own: they walk by themselves.
 
 // The image's own channels, or none.
 static PixelSide OwnSide(ImageClassData* record) {
-    return {record, record->PixelSize, ChannelsOf(record, true)};
+    return SideOf(record, ChannelListOf(record, true));
+}
+
+// True if every channel byte of a row belongs to one channel of one pixel.
+static bool IsOrderly(const PixelSide& side) {
+    return PixelsAreApart(side) && AreDistinct(side.channels);
+}
+
+// The first `width` pixels of a row, from the last on if they are turned.
+static PixelRun RunOfRow(const RowSpan& row, const PixelSide& side, std::ptrdiff_t width, bool turned) {
+    if (!turned) return RunAt(row, side, 0);
+    PixelRun run = RunAt(row, side, width - 1);
+    run.step = -run.step;
+    return run;
 }
 
 // --- left and right -------------------------------------------------------------------------------------------------
@@ -24,89 +38,60 @@ static void MirrorRow_Plain(const RowSpan& row, const PixelSide& side, std::ptrd
     }
 }
 
-// For rows that lie inside the storage.
-template <class PixelCopy>
-static void MirrorRow(std::uint8_t* row, std::ptrdiff_t pixelSize, std::ptrdiff_t width, const PixelCopy& pixel) {
-    const PixelCopy local = pixel;
-    std::uint8_t* left = row;
-    std::uint8_t* right = row + (width - 1) * pixelSize;
-    for (std::ptrdiff_t i = 0; i < width / 2; ++i, left += pixelSize, right -= pixelSize) local.Swap(left, right);
-}
-
 void HMirrorSelf(REALobject object) {
     ImageClassData* const record = ImageDataOf(object);
     if (!IsUsable(record)) return;
     YieldIfAsked(record);
     const PixelSide side = OwnSide(record);
     const std::ptrdiff_t width = record->Width;
-    const int height = record->Height;
-    WithChannelCount(side.channels.count, [&](auto kCount) {
-        WithPixelCopy<kCount>({side, side}, [&](const auto& pixel) {
-            for (int y = 0; y < height; ++y) {
-                const RowSpan row = GetRowSpan(record, y);
-                if (row && Covers(row, side, 0, width)) {
-                    MirrorRow(row.data, side.pixelSize, width, pixel);
-                } else if (row) {
-                    MirrorRow_Plain<kCount>(row, side, width);
-                }
-                YieldIfAsked(record);
-            }
-        });
-    });
+    const int height = record->Height, count = side.channels.count;
+    if (count < 1) return;
+    const bool orderly = IsOrderly(side);
+    const auto exchange = ByCount(Kernels().geometry.exchange, count);
+    for (int y = 0; y < height; ++y) {
+        const RowSpan row = GetRowSpan(record, y);
+        if (row && orderly && width > 1 && Covers(row, side, 0, width)) {
+            exchange(RunOfRow(row, side, width, false), RunOfRow(row, side, width, true), width / 2);
+        } else if (row) {
+            WithChannelCount(count, [&](auto kCount) { MirrorRow_Plain<kCount>(row, side, width); });
+        }
+        YieldIfAsked(record);
+    }
 }
 
 // --- top and bottom -------------------------------------------------------------------------------------------------
 
-template <int kCount, bool kTurned>
-static void StoreFromBuffer_Plain(const RowSpan& row, const RowSpan& buffer, const PixelSide& side,
-                                  std::ptrdiff_t width) {
-    for (std::ptrdiff_t i = 0; i < width; ++i) {
-        std::uint8_t samples[kCount];
-        Load<kCount>(buffer, side, kTurned ? width - 1 - i : i, samples);
-        Store<kCount>(row, side, i, samples);
-    }
-}
-
-// For rows and buffers that hold all of the pixels.
-template <bool kTurned, class PixelCopy>
-static void StoreFromBuffer(std::uint8_t* row, const std::uint8_t* buffer, std::ptrdiff_t pixelSize,
-                            std::ptrdiff_t width, const PixelCopy& pixel) {
-    const PixelCopy local = pixel;
-    const std::uint8_t* from = kTurned ? buffer + (width - 1) * pixelSize : buffer;
-    const std::ptrdiff_t step = kTurned ? -pixelSize : pixelSize;
-    for (std::ptrdiff_t i = 0; i < width; ++i, row += pixelSize, from += step) local.Copy(from, row);
-}
-
-template <int kCount, bool kTurned>
-static void StoreRow(const RowSpan& row, const RowSpan& buffer, const PixelSide& side, std::ptrdiff_t width) {
+// The pixels of a buffer that holds a row go into a row, turned round or not.
+static void StoreRow(const RowSpan& row, const RowSpan& buffer, const PixelSide& side, std::ptrdiff_t width,
+                     bool turned) {
     if (!row || width < 1) return;
-    if (!Covers(row, side, 0, width) || !Covers(buffer, side, 0, width)) {
-        StoreFromBuffer_Plain<kCount, kTurned>(row, buffer, side, width);
-    } else if (!kTurned && side.pixelSize == kCount) {  // nothing between the channels
-        const std::ptrdiff_t first = side.channels.lowest();
-        std::memcpy(row.data + first, buffer.data + first, static_cast<std::size_t>(width * kCount));
-    } else {
-        WithPixelCopy<kCount>({side, side}, [&](const auto& pixel) {
-            StoreFromBuffer<kTurned>(row.data, buffer.data, side.pixelSize, width, pixel);
-        });
+    if (Covers(row, side, 0, width) && Covers(buffer, side, 0, width)) {
+        ByCount(Kernels().geometry.copy, side.channels.count)(RunAt(row, side, 0),
+                                                              RunOfRow(buffer, side, width, turned), width);
+        return;
     }
+    WithChannelCount(side.channels.count, [&](auto kCount) {
+        for (std::ptrdiff_t i = 0; i < width; ++i) {
+            std::uint8_t samples[kCount];
+            Load<kCount>(buffer, side, turned ? width - 1 - i : i, samples);
+            Store<kCount>(row, side, i, samples);
+        }
+    });
 }
 
 // Exchanges row y with its partner z through the two buffers, since rows of a mapped image are only good until the
 // next one is fetched. Rows that share bytes are stored in the order y, z; otherwise z first, which is at hand.
-template <int kCount, bool kTurned>
 static void ExchangeRows(const PixelSide& side, std::ptrdiff_t width, int y, int z, const RowSpan& first,
-                         const RowSpan& second, bool apart) {
+                         const RowSpan& second, bool apart, bool turned) {
     LoadRun(GetRowSpan(side.record, y), 0, first.end, first.data);
     const RowSpan partner = GetRowSpan(side.record, z);
     LoadRun(partner, 0, second.end, second.data);
-    if (apart) StoreRow<kCount, kTurned>(partner, first, side, width);
-    StoreRow<kCount, kTurned>(GetRowSpan(side.record, y), second, side, width);
-    if (!apart) StoreRow<kCount, kTurned>(GetRowSpan(side.record, z), first, side, width);
+    if (apart) StoreRow(partner, first, side, width, turned);
+    StoreRow(GetRowSpan(side.record, y), second, side, width, turned);
+    if (!apart) StoreRow(GetRowSpan(side.record, z), first, side, width, turned);
 }
 
-template <bool kTurned>
-static void ExchangeHalves(REALobject object) {
+static void ExchangeHalves(REALobject object, bool turned) {
     ImageClassData* const record = ImageDataOf(object);
     if (!IsUsable(record)) return;
     YieldIfAsked(record);
@@ -118,19 +103,18 @@ static void ExchangeHalves(REALobject object) {
     const PixelSide side = OwnSide(record);
     const std::ptrdiff_t width = record->Width;
     const int height = record->Height;
-    WithChannelCount(side.channels.count, [&](auto kCount) {
-        const bool apart = RowsAreApart(side, width);
-        for (int y = 0; y < height / 2; ++y) {
-            ExchangeRows<kCount, kTurned>(side, width, y, height - 1 - y, first, second, apart);
-            YieldIfAsked(record);
-        }
-    });
+    if (side.channels.count < 1) return;
+    const bool apart = RowsAreApart(side, width);
+    for (int y = 0; y < height / 2; ++y) {
+        ExchangeRows(side, width, y, height - 1 - y, first, second, apart, turned);
+        YieldIfAsked(record);
+    }
 }
 
 void VMirrorSelf(REALobject object) {
-    ExchangeHalves<false>(object);
+    ExchangeHalves(object, false);
 }
 
 void Rotate180Self(REALobject object) {
-    ExchangeHalves<true>(object);
+    ExchangeHalves(object, true);
 }

@@ -1,13 +1,9 @@
 #pragma once
 // Edge glow: how steeply each channel changes to the right and down.
 
-#include "filters/PixelSide.h"
+#include "core/ImageClassData.h"
 
 // Class member. Every channel of an image of any family, alpha included. Below the last row lie zeros, and right of
 // the last column lies what follows in the row: its padding, or zeros. Without memory for two rows the destination
 // comes back with no pixel changed.
-REALobject NeonFilter(REALobject object, REALobject dest);
-
-// The glow of a pixel whose squared differences to its two neighbours add up to that; 0 to 130050.
-std::uint8_t NeonGlow_Plain(int squares);
-std::uint8_t NeonGlow(int squares);
+REALobject NeonFilter(REALobject object, REALobject dst);

@@ -24,13 +24,13 @@ struct ClassCounts {
 };
 
 template <int kCount>
-void CountWindow(const PixelSide& source, Span rows, Span columns, int classes, ClassCounts<kCount>* counts) {
+void CountWindow(const PixelSide& src, Span rows, Span columns, int classes, ClassCounts<kCount>* counts) {
     for (int y = rows.first; y <= rows.last; ++y) {
-        const RowSpan row = GetRowSpan(source.record, y);
+        const RowSpan row = GetRowSpan(src.record, y);
         if (!row) continue;
         for (int x = columns.first; x <= columns.last; ++x) {
             std::uint8_t samples[kCount];
-            Load<kCount>(row, source, x, samples);
+            Load<kCount>(row, src, x, samples);
             for (int c = 0; c < kCount; ++c) {
                 const int k = samples[c] * classes / 256;
                 ++counts->count[c][k];
@@ -53,25 +53,25 @@ bool MeanOfMode(const std::uint32_t* count, const std::uint32_t* sum, int classe
 
 template <int kCount>
 void Paint_Plain(const PixelSides& sides, int classes, int range) {
-    ImageClassData* const source = sides.source.record;
-    ImageClassData* const dest = sides.dest.record;
+    ImageClassData* const src = sides.src.record;
+    ImageClassData* const dst = sides.dst.record;
     ClassCounts<kCount> counts;
-    for (int y = 0; y < source->Height; ++y) {
-        RowSpan dst = GetRowSpan(dest, y);
-        for (int x = 0; x < source->Width && dst; ++x) {
+    for (int y = 0; y < src->Height; ++y) {
+        RowSpan dstRow = GetRowSpan(dst, y);
+        for (int x = 0; x < src->Width && dstRow; ++x) {
             for (int c = 0; c < kCount; ++c) {
                 std::fill_n(counts.count[c], classes, 0);
                 std::fill_n(counts.sum[c], classes, 0);
             }
-            CountWindow<kCount>(sides.source, WindowAlong(y, range, source->Height),
-                                WindowAlong(x, range, source->Width), classes, &counts);
+            CountWindow<kCount>(sides.src, WindowAlong(y, range, src->Height), WindowAlong(x, range, src->Width),
+                                classes, &counts);
             std::uint8_t samples[kCount];
             bool any = true;
             for (int c = 0; c < kCount; ++c) {
                 any = MeanOfMode(counts.count[c], counts.sum[c], classes, &samples[c]) && any;
             }
-            if (source == dest) dst = GetRowSpan(dest, y);  // its window may have moved
-            if (any) Store<kCount>(dst, sides.dest, x, samples);
+            if (src == dst) dstRow = GetRowSpan(dst, y);  // its window may have moved
+            if (any) Store<kCount>(dstRow, sides.dst, x, samples);
         }
     }
 }
@@ -82,9 +82,9 @@ void OilImage_Plain(const PixelSides& sides, int classes, int range) {
     WithChannelCount(sides.count(), [&](auto kCount) { Paint_Plain<kCount>(sides, classes, range); });
 }
 
-REALobject OilFilter(REALobject object, REALobject dest, int levels, int range) {
-    return FilterInto(object, dest, [levels, range](ImageClassData* source, ImageClassData* target) {
+REALobject OilFilter(REALobject object, REALobject dst, int levels, int range) {
+    return FilterInto(object, dst, [levels, range](ImageClassData* from, ImageClassData* to) {
         if (levels < 1 || range < 0) return;
-        OilImage(SidesOf(source, target), std::min(levels, 256), range);
+        OilImage(SidesOf(from, to), std::min(levels, 256), range);
     });
 }

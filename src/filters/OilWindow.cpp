@@ -24,16 +24,16 @@ int FirstOf(const std::uint8_t* count, int number, std::uint8_t wanted) {
 // samples as Count can tell has sums that Sum can hold, up to the widest, whose sums wrap and come back.
 template <class Count, class Sum>
 struct Classes {
-    static constexpr int kMost = 256;
+    static constexpr int kMaxClasses = 256;
     static constexpr int kBlock = 16;  // as many as a vector of the smallest counts has
 
-    Count count[kMost];
-    Sum sum[kMost];
+    Count count[kMaxClasses];
+    Sum sum[kMaxClasses];
     int best;
 
     void Clear() {
-        std::fill_n(count, kMost, Count{0});
-        std::fill_n(sum, kMost, Sum{0});
+        std::fill_n(count, kMaxClasses, Count{0});
+        std::fill_n(sum, kMaxClasses, Sum{0});
         best = 0;
     }
     void Add(int k, int sample) {
@@ -63,7 +63,7 @@ private:
 using SmallClasses = Classes<std::uint8_t, std::uint16_t>;  // 255 samples add up to 65025 at most
 using MediumClasses = Classes<std::uint16_t, std::uint32_t>;
 using LargeClasses = Classes<std::uint32_t, std::uint32_t>;
-constexpr std::int64_t kMostOfSmall = 255, kMostOfMedium = 65535;
+constexpr std::int64_t kMaxSmall = 255, kMaxMedium = 65535;
 
 // --- the rows of the window -----------------------------------------------------------------------------------------
 
@@ -75,11 +75,11 @@ struct RowRing {
     std::int64_t slots;
 };
 
-void BringRow(const PixelSide& source, int y, int width, const RowRing& ring) {
-    const RowSpan row = GetRowSpan(source.record, y);
+void BringRow(const PixelSide& src, int y, int width, const RowRing& ring) {
+    const RowSpan row = GetRowSpan(src.record, y);
     const std::int64_t slot = y % ring.slots;
     ring.exists[slot] = static_cast<bool>(row);
-    if (row) CopyPackedSamples(row, source, width, ring.samples + slot * ring.rowBytes);
+    if (row) CopyPackedSamples(row, src, width, ring.samples + slot * ring.rowBytes);
 }
 
 // --- the walk -------------------------------------------------------------------------------------------------------
@@ -122,27 +122,27 @@ struct OilWindow {
 template <int kCount, class ClassesOf>
 void Paint(const PixelSides& sides, int classes, std::int64_t range, const RowRing& ring, const std::uint8_t** rows,
            std::uint8_t* outCopy) {
-    ImageClassData* const source = sides.source.record;
-    const int width = source->Width;
+    ImageClassData* const src = sides.src.record;
+    const int width = src->Width;
     OilWindow<kCount, ClassesOf> window;
     window.classes = classes;
     window.rows = rows;
     for (int i = 0; i < 256; ++i) window.classOf[i] = static_cast<std::uint8_t>(i * classes / 256);
     std::int64_t arrived = 0;  // rows copied so far
-    for (int y = 0; y < source->Height; ++y) {
+    for (int y = 0; y < src->Height; ++y) {
         const std::int64_t first = std::max<std::int64_t>(y - range, 0);
-        const std::int64_t last = std::min<std::int64_t>(y + range, source->Height - 1);
-        for (; arrived <= last; ++arrived) BringRow(sides.source, static_cast<int>(arrived), width, ring);
+        const std::int64_t last = std::min<std::int64_t>(y + range, src->Height - 1);
+        for (; arrived <= last; ++arrived) BringRow(sides.src, static_cast<int>(arrived), width, ring);
         window.rowCount = 0;
         for (std::int64_t row = first; row <= last; ++row) {
             const std::int64_t slot = row % ring.slots;
             if (ring.exists[slot]) rows[window.rowCount++] = ring.samples + slot * ring.rowBytes;
         }
-        const RowSpan dst = GetRowSpan(sides.dest.record, y);
-        if (!dst || window.rowCount == 0) continue;
-        std::uint8_t* const out = BeginPacked(dst, sides.dest, width, outCopy);
+        const RowSpan dstRow = GetRowSpan(sides.dst.record, y);
+        if (!dstRow || window.rowCount == 0) continue;
+        std::uint8_t* const out = BeginPacked(dstRow, sides.dst, width, outCopy);
         window.PaintRow(width, range, out);
-        EndPacked(dst, sides.dest, width, out);
+        EndPacked(dstRow, sides.dst, width, out);
     }
 }
 
@@ -150,23 +150,23 @@ using PaintFn = void (*)(const PixelSides&, int, std::int64_t, const RowRing&, c
 
 template <int kCount>
 PaintFn Painter(std::int64_t samples) {
-    if (samples <= kMostOfSmall) return Paint<kCount, SmallClasses>;
-    if (samples <= kMostOfMedium) return Paint<kCount, MediumClasses>;
+    if (samples <= kMaxSmall) return Paint<kCount, SmallClasses>;
+    if (samples <= kMaxMedium) return Paint<kCount, MediumClasses>;
     return Paint<kCount, LargeClasses>;
 }
 
 }  // namespace
 
 void OilImage(const PixelSides& wanted, int classes, int range) {
-    constexpr std::int64_t kMostRingBytes = std::int64_t{1} << 30;
-    ImageClassData* const source = wanted.source.record;
-    if (wanted.count() < 1 || source->Width < 1) return;
+    constexpr std::int64_t kMaxRingBytes = std::int64_t{1} << 30;
+    ImageClassData* const src = wanted.src.record;
+    if (wanted.count() < 1 || src->Width < 1) return;
     const std::int64_t reach = 2 * static_cast<std::int64_t>(range) + 1;
-    const std::int64_t slots = std::min<std::int64_t>(reach, source->Height);
+    const std::int64_t slots = std::min<std::int64_t>(reach, src->Height);
     // One column more than the window has: a new one comes before the old one goes.
-    const std::int64_t columns = std::min<std::int64_t>(reach + 1, source->Width);
-    const std::int64_t rowBytes = static_cast<std::int64_t>(source->Width) * wanted.count();
-    if (slots > kMostRingBytes / rowBytes || ImagesOverlap(source, wanted.dest.record)) {
+    const std::int64_t columns = std::min<std::int64_t>(reach + 1, src->Width);
+    const std::int64_t rowBytes = static_cast<std::int64_t>(src->Width) * wanted.count();
+    if (slots > kMaxRingBytes / rowBytes || ImagesOverlap(src, wanted.dst.record)) {
         OilImage_Plain(wanted, classes, range);
         return;
     }

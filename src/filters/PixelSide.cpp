@@ -1,17 +1,28 @@
 #include "filters/PixelSide.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <numeric>
 
-PixelSides SidesOf(ImageClassData* source, ImageClassData* dest) {
-    const ChannelPair channels = PairChannels(source, dest, true);
-    return {{source, source->PixelSize, channels.from}, {dest, dest->PixelSize, channels.to}};
+PixelSide SideOf(ImageClassData* record, const ChannelList& channels) {
+    return {record, record->PixelSize, OffsetsOf(record, channels)};
+}
+
+static PixelSides SidesWith(const ChannelList& channels, ImageClassData* src, ImageClassData* dst) {
+    return {SideOf(src, channels), SideOf(dst, channels)};
+}
+
+PixelSides SidesOf(ImageClassData* src, ImageClassData* dst) {
+    return SidesWith(ChannelListOf(src, true), src, dst);
+}
+
+PixelSides ColourSidesOf(ImageClassData* src, ImageClassData* dst) {
+    return SidesWith(ChannelListOf(src, false), src, dst);
 }
 
 bool ShareWholePixels(const PixelSides& sides) {
-    const ChannelSet &from = sides.source.channels, &to = sides.dest.channels;
-    return FillPixel(from, sides.source.pixelSize) && sides.dest.pixelSize == sides.source.pixelSize &&
-           SameOffsets(from, to);
+    return FillPixel(sides.src.channels, sides.src.pixelSize) && sides.dst.pixelSize == sides.src.pixelSize &&
+           SameOffsets(sides.src.channels, sides.dst.channels);
 }
 
 bool PixelsAreApart(const PixelSide& side) {
@@ -24,17 +35,23 @@ bool RowsAreApart(const PixelSide& side, std::int64_t width) {
                                               std::abs(static_cast<std::int64_t>(side.record->RowSize));
 }
 
+bool Covers(const RowSpan& row, const PixelSide& side, std::ptrdiff_t first, std::ptrdiff_t width) {
+    if (width < 1) return true;
+    return row && row.Covers(first * side.pixelSize + side.channels.lowest(),
+                             (first + width - 1) * side.pixelSize + side.channels.highest() + 1);
+}
+
 // --- rows as packed samples -----------------------------------------------------------------------------------------
 
 void OrderByBytes(PixelSides* sides) {
-    const ChannelSet source = sides->source.channels, dest = sides->dest.channels;
-    if (!AreDistinct(dest)) return;
+    const ChannelSet src = sides->src.channels, dst = sides->dst.channels;
+    if (!AreDistinct(dst)) return;
     int order[ChannelSet::kMax];
-    std::iota(order, order + source.count, 0);
-    std::stable_sort(order, order + source.count, [&](int a, int b) { return source.offset[a] < source.offset[b]; });
-    for (int c = 0; c < source.count; ++c) {
-        sides->source.channels.offset[c] = source.offset[order[c]];
-        sides->dest.channels.offset[c] = dest.offset[order[c]];
+    std::iota(order, order + src.count, 0);
+    std::stable_sort(order, order + src.count, [&](int a, int b) { return src.offset[a] < src.offset[b]; });
+    for (int c = 0; c < src.count; ++c) {
+        sides->src.channels.offset[c] = src.offset[order[c]];
+        sides->dst.channels.offset[c] = dst.offset[order[c]];
     }
 }
 

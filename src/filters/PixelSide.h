@@ -1,12 +1,9 @@
 #pragma once
-// An image as the filters that reach beyond one pixel see it, rows as packed samples, and the tests that tell when
-// such a filter may visit pixels in another order than the one it is defined by.
+// The two images of a filter with the channels that go from the one to the other, their rows as packed samples, and the
+// tests that tell when a filter may visit pixels in another order than the one it is defined by.
 
-#include <cstdlib>
-#include <memory>
-#include <utility>
-
-#include "filters/ChannelPair.h"
+#include "core/HeapArray.h"
+#include "core/Walk.h"
 
 struct PixelSide {
     ImageClassData* record;
@@ -14,13 +11,27 @@ struct PixelSide {
     ChannelSet channels;       // in the order of their stores
 };
 
-// A source and a destination, with the channels of the source's family. No channels for a source of no family.
+// The channels of the source's family, each at the source's and at the destination's own offset. None for a source of
+// no family. The destination may be of another format, or of another family: a channel that it lacks goes to the offset
+// that its record carries for it, which is mostly 0.
 struct PixelSides {
-    PixelSide source;
-    PixelSide dest;
-    int count() const { return source.channels.count; }
+    PixelSide src;
+    PixelSide dst;
+    int count() const { return src.channels.count; }
 };
-PixelSides SidesOf(ImageClassData* source, ImageClassData* dest);
+PixelSides SidesOf(ImageClassData* src, ImageClassData* dst);
+PixelSides ColourSidesOf(ImageClassData* src, ImageClassData* dst);  // without alpha
+
+PixelSide SideOf(ImageClassData* record, const ChannelList& channels);
+
+inline Layer LayerOf(const PixelSide& side, std::int64_t x, std::int64_t y) {
+    return LayerOf(side.record, x, y, side.channels);
+}
+
+// The pixels of a row from column x on, which must lie inside the storage.
+inline PixelRun RunAt(const RowSpan& row, const PixelSide& side, std::ptrdiff_t x) {
+    return {row.data + x * side.pixelSize, side.pixelSize, side.channels};
+}
 
 // False for an image that has lost its pixels, closed during a yield or with the image that it is a view of. Nothing
 // is written from such a source.
@@ -34,81 +45,21 @@ bool PixelsAreApart(const PixelSide& side);
 // True if the first `width` pixels of a row keep to the RowSize bytes of that row, so that rows share no byte.
 bool RowsAreApart(const PixelSide& side, std::int64_t width);
 
-inline bool Covers(const RowSpan& row, const PixelSide& side, std::ptrdiff_t first, std::ptrdiff_t width) {
-    return width < 1 || CoversPixels(row, side.channels, side.pixelSize, first, width);
-}
+// True if every channel byte of those pixels may be touched.
+bool Covers(const RowSpan& row, const PixelSide& side, std::ptrdiff_t first, std::ptrdiff_t width);
+
+// A pixel that may lie outside the storage, wholly or in part.
 template <int kCount>
 void Load(const RowSpan& row, const PixelSide& side, std::ptrdiff_t x, std::uint8_t* samples) {
-    LoadPixel<kCount>(row, side.pixelSize, side.channels, x, samples);
+    for (int c = 0; c < kCount; ++c) samples[c] = row.Load(x * side.pixelSize + side.channels.offset[c]);
 }
 template <int kCount>
 void Store(const RowSpan& row, const PixelSide& side, std::ptrdiff_t x, const std::uint8_t* samples) {
-    StorePixel<kCount>(row, side.pixelSize, side.channels, x, samples);
+    for (int c = 0; c < kCount; ++c) row.Store(x * side.pixelSize + side.channels.offset[c], samples[c]);
 }
-
-// Zero-filled memory that is freed at the end of the scope. False where it cannot be had.
-template <class T>
-class HeapArray {
-public:
-    explicit HeapArray(std::int64_t count)
-        : memory_(static_cast<T*>(std::calloc(static_cast<std::size_t>(count > 0 ? count : 1), sizeof(T)))) {}
-    T* get() const { return memory_.get(); }
-    explicit operator bool() const { return memory_ != nullptr; }
-
-private:
-    struct Free {
-        void operator()(T* memory) const { std::free(memory); }
-    };
-    std::unique_ptr<T, Free> memory_;
-};
 
 // True if the pixels of both images are made of the channels, in the same order, and have no other byte.
 bool ShareWholePixels(const PixelSides& sides);
-
-// Where the channels of a pixel lie, for loops over pixels that are all inside the storage.
-template <int kCount>
-struct ChannelBytes {
-    explicit ChannelBytes(const PixelSides& sides) {
-        for (int c = 0; c < kCount; ++c) {
-            from[c] = sides.source.channels.offset[c];
-            to[c] = sides.dest.channels.offset[c];
-        }
-    }
-    void Copy(const std::uint8_t* source, std::uint8_t* dest) const {
-        for (int c = 0; c < kCount; ++c) dest[to[c]] = source[from[c]];
-    }
-    // Of one image with itself.
-    void Swap(std::uint8_t* a, std::uint8_t* b) const {
-        for (int c = 0; c < kCount; ++c) std::swap(a[from[c]], b[from[c]]);
-    }
-    std::ptrdiff_t from[kCount], to[kCount];
-};
-
-// The same where the pixels of both images are those bytes, in the same order, and nothing else.
-template <int kCount>
-struct WholePixel {
-    explicit WholePixel(const PixelSides& sides) : lowest(sides.source.channels.lowest()) {}
-    void Copy(const std::uint8_t* source, std::uint8_t* dest) const {
-        std::memcpy(dest + lowest, source + lowest, kCount);
-    }
-    void Swap(std::uint8_t* a, std::uint8_t* b) const {
-        std::uint8_t kept[kCount];
-        std::memcpy(kept, a + lowest, kCount);
-        std::memcpy(a + lowest, b + lowest, kCount);
-        std::memcpy(b + lowest, kept, kCount);
-    }
-    std::ptrdiff_t lowest;
-};
-
-// Calls work with whichever of the two fits.
-template <int kCount, class Work>
-void WithPixelCopy(const PixelSides& sides, Work work) {
-    if (ShareWholePixels(sides)) {
-        work(WholePixel<kCount>(sides));
-    } else {
-        work(ChannelBytes<kCount>(sides));
-    }
-}
 
 // --- rows as packed samples -----------------------------------------------------------------------------------------
 

@@ -7,16 +7,19 @@
 #include "core/Storage.h"
 #include "filters/FilterFrame.h"
 #include "filters/PixelSide.h"
+#include "kernels/KernelTable.h"
+
+// Rows are turned round or become columns, which no walk over runs can do: turns walk by themselves.
 
 // Pixel (sx, sy) of one image to pixel (dx, dy) of the other. The source is read before the destination's row is
 // fetched, which may move the window of an image that is both.
 template <int kCount>
 static void MovePixel(const PixelSides& sides, int sx, int sy, int dx, int dy) {
     std::uint8_t samples[kCount];
-    const RowSpan src = GetRowSpan(sides.source.record, sy);
+    const RowSpan src = GetRowSpan(sides.src.record, sy);
     if (!src) return;
-    Load<kCount>(src, sides.source, sx, samples);
-    if (const RowSpan dst = GetRowSpan(sides.dest.record, dy)) Store<kCount>(dst, sides.dest, dx, samples);
+    Load<kCount>(src, sides.src, sx, samples);
+    if (const RowSpan dst = GetRowSpan(sides.dst.record, dy)) Store<kCount>(dst, sides.dst, dx, samples);
 }
 
 // --- half turn ------------------------------------------------------------------------------------------------------
@@ -29,46 +32,41 @@ static void HalfTurn_Plain(const PixelSides& sides, int width, int height) {
 }
 
 // One row for images that share no byte.
-template <int kCount, class PixelCopy>
-static void TurnRow(const RowSpan& src, const RowSpan& dst, const PixelSides& sides, std::ptrdiff_t width,
-                    const PixelCopy& pixel) {
-    if (!Covers(src, sides.source, 0, width) || !Covers(dst, sides.dest, 0, width)) {
-        std::uint8_t samples[kCount];
-        for (std::ptrdiff_t i = 0; i < width; ++i) {
-            Load<kCount>(src, sides.source, width - 1 - i, samples);
-            Store<kCount>(dst, sides.dest, i, samples);
-        }
+static void TurnRow(const RowSpan& src, const RowSpan& dst, const PixelSides& sides, std::ptrdiff_t width) {
+    if (Covers(src, sides.src, 0, width) && Covers(dst, sides.dst, 0, width)) {
+        PixelRun backwards = RunAt(src, sides.src, width - 1);
+        backwards.step = -backwards.step;
+        ByCount(Kernels().geometry.copy, sides.count())(RunAt(dst, sides.dst, 0), backwards, width);
         return;
     }
-    const PixelCopy local = pixel;
-    const std::ptrdiff_t step = sides.source.pixelSize, destStep = sides.dest.pixelSize;
-    const std::uint8_t* from = src.data + (width - 1) * step;
-    std::uint8_t* to = dst.data;
-    for (std::ptrdiff_t i = 0; i < width; ++i, from -= step, to += destStep) local.Copy(from, to);
-}
-
-template <int kCount>
-static void HalfTurn(const PixelSides& sides, int width, int height) {
-    if (width < 1) return;
-    WithPixelCopy<kCount>(sides, [&](const auto& pixel) {
-        for (int y = 0; y < height; ++y) {
-            const RowSpan src = GetRowSpan(sides.source.record, y);
-            const RowSpan dst = GetRowSpan(sides.dest.record, height - 1 - y);
-            if (src && dst) TurnRow<kCount>(src, dst, sides, width, pixel);
+    WithChannelCount(sides.count(), [&](auto kCount) {
+        std::uint8_t samples[kCount];
+        for (std::ptrdiff_t i = 0; i < width; ++i) {
+            Load<kCount>(src, sides.src, width - 1 - i, samples);
+            Store<kCount>(dst, sides.dst, i, samples);
         }
     });
 }
 
-REALobject Rotate180(REALobject object, REALobject dest) {
-    ImageClassData* const source = ImageDataOf(object);
-    const REALobject result = OpenDestination(source, dest);
+static void HalfTurn(const PixelSides& sides, int width, int height) {
+    if (width < 1) return;
+    for (int y = 0; y < height; ++y) {
+        const RowSpan src = GetRowSpan(sides.src.record, y);
+        const RowSpan dst = GetRowSpan(sides.dst.record, height - 1 - y);
+        if (src && dst) TurnRow(src, dst, sides, width);
+    }
+}
+
+REALobject Rotate180(REALobject object, REALobject dst) {
+    ImageClassData* const src = ImageDataOf(object);
+    const REALobject result = OpenDestination(src, dst);
     if (!result) return nullptr;
-    const PixelSides sides = SidesOf(source, ImageDataOf(result));
+    const PixelSides sides = SidesOf(src, ImageDataOf(result));
     WithChannelCount(sides.count(), [&](auto kCount) {
-        if (ImagesOverlap(source, sides.dest.record)) {
-            HalfTurn_Plain<kCount>(sides, source->Width, source->Height);
+        if (ImagesOverlap(src, sides.dst.record)) {
+            HalfTurn_Plain<kCount>(sides, src->Width, src->Height);
         } else {
-            HalfTurn<kCount>(sides, source->Width, source->Height);
+            HalfTurn(sides, src->Width, src->Height);
         }
     });
     return result;
@@ -83,8 +81,8 @@ struct QuarterTurn {
     int height;
     bool clockwise;
 
-    int DestRow(int x) const { return clockwise ? x : width - 1 - x; }
-    int DestColumn(int y) const { return clockwise ? height - 1 - y : y; }
+    int DstRow(int x) const { return clockwise ? x : width - 1 - x; }
+    int DstColumn(int y) const { return clockwise ? height - 1 - y : y; }
 };
 
 // Half-open part of the source.
@@ -108,7 +106,7 @@ template <int kCount>
 static void TurnBlock_Plain(const QuarterTurn& turn, const Block& block) {
     for (int y = block.top; y < block.bottom; ++y) {
         for (int x = block.left; x < block.right; ++x) {
-            MovePixel<kCount>(turn.sides, x, y, turn.DestColumn(y), turn.DestRow(x));
+            MovePixel<kCount>(turn.sides, x, y, turn.DstColumn(y), turn.DstRow(x));
         }
     }
 }
@@ -133,38 +131,36 @@ static bool AllCover(const RowSpan* rows, int count, const PixelSide& side, std:
     return std::all_of(rows, rows + count, [&](const RowSpan& row) { return Covers(row, side, first, width); });
 }
 
-// Turns a tile whose rows are at hand and hold all of its pixels. sources are the rows in the order of the
-// destination's columns, dests those of the destination from the top.
-template <class PixelCopy>
-static void TurnTile(const RowSpan* sources, const RowSpan* dests, const QuarterTurn& turn, const Block& tile,
-                     const PixelCopy& pixel) {
-    const PixelCopy local = pixel;
-    const std::ptrdiff_t step = turn.sides.source.pixelSize, destStep = turn.sides.dest.pixelSize;
+// Turns a tile whose rows are at hand and hold all of its pixels. srcRows are in the order of the destination's
+// columns, dstRows from the top.
+static void TurnTile(const RowSpan* srcRows, const RowSpan* dstRows, const QuarterTurn& turn, const Block& tile) {
+    const PixelSide &src = turn.sides.src, &dst = turn.sides.dst;
     const int columns = tile.right - tile.left, rows = tile.bottom - tile.top;
-    const std::ptrdiff_t firstColumn = std::min(turn.DestColumn(tile.top), turn.DestColumn(tile.bottom - 1));
-    for (int i = 0; i < columns; ++i) {
-        const std::ptrdiff_t at = (turn.clockwise ? tile.left + i : tile.right - 1 - i) * step;
-        std::uint8_t* to = dests[i].data + firstColumn * destStep;
-        for (int j = 0; j < rows; ++j, to += destStep) local.Copy(sources[j].data + at, to);
-    }
+    const std::ptrdiff_t firstColumn = std::min(turn.DstColumn(tile.top), turn.DstColumn(tile.bottom - 1));
+    const std::ptrdiff_t firstPixel = turn.clockwise ? tile.left : tile.right - 1;
+    const std::uint8_t* from[kTileRows];
+    std::uint8_t* to[kTileColumns];
+    for (int j = 0; j < rows; ++j) from[j] = srcRows[j].data + firstPixel * src.pixelSize;
+    for (int i = 0; i < columns; ++i) to[i] = dstRows[i].data + firstColumn * dst.pixelSize;
+    ByCount(Kernels().geometry.turn,
+            turn.sides.count())({to, from, dst.pixelSize, turn.clockwise ? src.pixelSize : -src.pixelSize, columns,
+                                 rows, dst.channels, src.channels});
 }
 
 // One tile of images that share no byte and whose pixels and rows are apart, so that no order shows.
-template <int kCount, class PixelCopy>
-static void TurnTileOrPlain(const QuarterTurn& turn, const Block& tile, const PixelCopy& pixel) {
+static void TurnTileOrPlain(const QuarterTurn& turn, const Block& tile) {
     const PixelSides& sides = turn.sides;
     const int columns = tile.right - tile.left, rows = tile.bottom - tile.top;
-    const int firstRow = std::min(turn.DestRow(tile.left), turn.DestRow(tile.right - 1));
-    const int firstColumn = std::min(turn.DestColumn(tile.top), turn.DestColumn(tile.bottom - 1));
-    RowSpan sources[kTileRows], dests[kTileColumns];
-    if (TakeRows(sides.source.record, tile.top, rows, sources) &&
-        TakeRows(sides.dest.record, firstRow, columns, dests) &&
-        AllCover(sources, rows, sides.source, tile.left, columns) &&
-        AllCover(dests, columns, sides.dest, firstColumn, rows)) {
-        if (turn.clockwise) std::reverse(sources, sources + rows);
-        TurnTile(sources, dests, turn, tile, pixel);
+    const int firstRow = std::min(turn.DstRow(tile.left), turn.DstRow(tile.right - 1));
+    const int firstColumn = std::min(turn.DstColumn(tile.top), turn.DstColumn(tile.bottom - 1));
+    RowSpan srcRows[kTileRows], dstRows[kTileColumns];
+    if (TakeRows(sides.src.record, tile.top, rows, srcRows) && TakeRows(sides.dst.record, firstRow, columns, dstRows) &&
+        AllCover(srcRows, rows, sides.src, tile.left, columns) &&
+        AllCover(dstRows, columns, sides.dst, firstColumn, rows)) {
+        if (turn.clockwise) std::reverse(srcRows, srcRows + rows);
+        TurnTile(srcRows, dstRows, turn, tile);
     } else {
-        TurnBlock_Plain<kCount>(turn, tile);
+        WithChannelCount(sides.count(), [&](auto kCount) { TurnBlock_Plain<kCount>(turn, tile); });
     }
 }
 
@@ -183,64 +179,60 @@ static void BringIntoReach(ImageClassData* record, int first, int last) {
     GetRowSpan(record, first);
 }
 
-template <int kCount>
 static void TurnInTiles(const QuarterTurn& turn, const Block& whole) {
-    ImageClassData* const source = turn.sides.source.record;
-    ImageClassData* const dest = turn.sides.dest.record;
-    WithPixelCopy<kCount>(turn.sides, [&](const auto& pixel) {
-        ForBlocks(whole, RowsInReach(dest), RowsInReach(source), [&](const Block& block) {
-            const int a = turn.DestRow(block.left), b = turn.DestRow(block.right - 1);
-            BringIntoReach(dest, std::min(a, b), std::max(a, b));
-            BringIntoReach(source, block.top, block.bottom - 1);
-            ForBlocks(block, kTileColumns, kTileRows,
-                      [&](const Block& tile) { TurnTileOrPlain<kCount>(turn, tile, pixel); });
-        });
+    ImageClassData* const src = turn.sides.src.record;
+    ImageClassData* const dst = turn.sides.dst.record;
+    ForBlocks(whole, RowsInReach(dst), RowsInReach(src), [&](const Block& block) {
+        const int a = turn.DstRow(block.left), b = turn.DstRow(block.right - 1);
+        BringIntoReach(dst, std::min(a, b), std::max(a, b));
+        BringIntoReach(src, block.top, block.bottom - 1);
+        ForBlocks(block, kTileColumns, kTileRows, [&](const Block& tile) { TurnTileOrPlain(turn, tile); });
     });
 }
 
 static bool OrderIsHidden(const QuarterTurn& turn) {
     const PixelSides& sides = turn.sides;
-    return !ImagesOverlap(sides.source.record, sides.dest.record) && PixelsAreApart(sides.dest) &&
-           RowsAreApart(sides.dest, turn.height);
+    return !ImagesOverlap(sides.src.record, sides.dst.record) && PixelsAreApart(sides.dst) &&
+           RowsAreApart(sides.dst, turn.height);
 }
 
 // The side of the blocks of a walk that keeps to the windows: what both windows hold. Images in memory count with their
 // height. Where a window holds fewer than three rows the walk goes without blocks.
-static int WindowBlock(const ImageClassData* source, const ImageClassData* dest) {
-    const std::int64_t block = std::min<std::int64_t>(source->MappedRowCount, dest->MappedRowCount) - 2;
+static int WindowBlock(const ImageClassData* src, const ImageClassData* dst) {
+    const std::int64_t block = std::min<std::int64_t>(src->MappedRowCount, dst->MappedRowCount) - 2;
     return block < 1 ? INT_MAX : static_cast<int>(block);
 }
 
-static REALobject TurnByQuarter(REALobject object, REALobject dest, bool clockwise, bool inBlocks) {
-    ImageClassData* const source = ImageDataOf(object);
-    const REALobject result = OpenDestination(source, dest, NewShape::turned);
+static REALobject TurnByQuarter(REALobject object, REALobject dst, bool clockwise, bool inBlocks) {
+    ImageClassData* const src = ImageDataOf(object);
+    const REALobject result = OpenDestination(src, dst, NewShape::turned);
     if (!result) return nullptr;
     ImageClassData* const target = ImageDataOf(result);
-    const QuarterTurn turn{SidesOf(source, target), source->Width, source->Height, clockwise};
+    const QuarterTurn turn{SidesOf(src, target), src->Width, src->Height, clockwise};
     const Block whole{0, 0, turn.width, turn.height};
     WithChannelCount(turn.sides.count(), [&](auto kCount) {
         if (OrderIsHidden(turn)) {
-            TurnInTiles<kCount>(turn, whole);
+            TurnInTiles(turn, whole);
         } else {
-            const int block = inBlocks ? WindowBlock(source, target) : INT_MAX;
+            const int block = inBlocks ? WindowBlock(src, target) : INT_MAX;
             ForBlocks(whole, block, block, [&](const Block& part) { TurnBlock_Plain<kCount>(turn, part); });
         }
     });
     return result;
 }
 
-REALobject Rotate90(REALobject object, REALobject dest) {
-    return TurnByQuarter(object, dest, false, false);
+REALobject Rotate90(REALobject object, REALobject dst) {
+    return TurnByQuarter(object, dst, false, false);
 }
 
-REALobject Rotate270(REALobject object, REALobject dest) {
-    return TurnByQuarter(object, dest, true, false);
+REALobject Rotate270(REALobject object, REALobject dst) {
+    return TurnByQuarter(object, dst, true, false);
 }
 
-REALobject Rotate90fast(REALobject object, REALobject dest) {
-    return TurnByQuarter(object, dest, false, true);
+REALobject Rotate90fast(REALobject object, REALobject dst) {
+    return TurnByQuarter(object, dst, false, true);
 }
 
-REALobject Rotate270fast(REALobject object, REALobject dest) {
-    return TurnByQuarter(object, dest, true, true);
+REALobject Rotate270fast(REALobject object, REALobject dst) {
+    return TurnByQuarter(object, dst, true, true);
 }

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "core/Storage.h"
+#include "kernels/KernelTable.h"
 
 ShearStep StepOf(double shear) {
     const double whole = std::floor(shear);
@@ -46,28 +48,28 @@ private:
 // --- pixel by pixel -------------------------------------------------------------------------------------------------
 
 template <int kCount>
-static void StoreAt(const PixelSide& dest, std::int64_t x, std::int64_t y, const std::uint8_t* samples) {
-    Store<kCount>(GetRowSpan(dest.record, static_cast<int>(y)), dest, x, samples);
+static void StoreAt(const PixelSide& dst, std::int64_t x, std::int64_t y, const std::uint8_t* samples) {
+    Store<kCount>(GetRowSpan(dst.record, static_cast<int>(y)), dst, x, samples);
 }
 
 template <int kCount>
 static void HorizSkewBy(const PixelSides& sides, int row, ShearStep step, const ShearColour& background) {
-    const PixelSide &source = sides.source, &dest = sides.dest;
-    const std::int64_t width = source.record->Width, destWidth = dest.record->Width;
-    for (std::int64_t x = 0; x < destWidth; ++x) StoreAt<kCount>(dest, x, row, background.channel);
-    if (!GetRowSpan(source.record, row)) return;
+    const PixelSide &src = sides.src, &dst = sides.dst;
+    const std::int64_t width = src.record->Width, dstWidth = dst.record->Width;
+    for (std::int64_t x = 0; x < dstWidth; ++x) StoreAt<kCount>(dst, x, row, background.channel);
+    if (!GetRowSpan(src.record, row)) return;
     LineBlender<kCount> blender(background, step.weight);
     std::uint8_t samples[kCount];
     for (std::int64_t i = 0; i < width; ++i) {
-        Load<kCount>(GetRowSpan(source.record, row), source, i, samples);
+        Load<kCount>(GetRowSpan(src.record, row), src, i, samples);
         blender.Next(samples, samples);
         const std::int64_t x = step.offset + i;
-        if (x >= 0 && x < destWidth) StoreAt<kCount>(dest, x, row, samples);
+        if (x >= 0 && x < dstWidth) StoreAt<kCount>(dst, x, row, samples);
     }
     const std::int64_t closing = width + step.offset;
-    if (closing >= destWidth) return;
+    if (closing >= dstWidth) return;
     blender.Close(background, samples);
-    StoreAt<kCount>(dest, closing, row, samples);
+    StoreAt<kCount>(dst, closing, row, samples);
 }
 
 void HorizSkew_Plain(const PixelSides& sides, int row, ShearStep step, const ShearColour& background) {
@@ -77,20 +79,20 @@ void HorizSkew_Plain(const PixelSides& sides, int row, ShearStep step, const She
 template <int kCount>
 static void SkewColumn(const PixelSides& sides, std::int64_t column, const ColumnShear& job, ShearStep step,
                        const ShearColour& background) {
-    const PixelSide &source = sides.source, &dest = sides.dest;
-    for (int y = 0; y < job.destRows; ++y) StoreAt<kCount>(dest, column, y, background.channel);
+    const PixelSide &src = sides.src, &dst = sides.dst;
+    for (int y = 0; y < job.dstRows; ++y) StoreAt<kCount>(dst, column, y, background.channel);
     LineBlender<kCount> blender(background, step.weight);
     std::uint8_t samples[kCount];
     for (int i = 0; i < job.rows; ++i) {
-        Load<kCount>(GetRowSpan(source.record, i), source, column, samples);
+        Load<kCount>(GetRowSpan(src.record, i), src, column, samples);
         blender.Next(samples, samples);
         const std::int64_t y = step.offset + i;
-        if (y >= 0 && y < job.destRows) StoreAt<kCount>(dest, column, y, samples);
+        if (y >= 0 && y < job.dstRows) StoreAt<kCount>(dst, column, y, samples);
     }
     const std::int64_t closing = step.offset + job.rows - 1;
-    if (closing >= job.destRows) return;
+    if (closing >= job.dstRows) return;
     blender.Close(background, samples);
-    StoreAt<kCount>(dest, column, closing, samples);
+    StoreAt<kCount>(dst, column, closing, samples);
 }
 
 void SkewColumns_Plain(const PixelSides& sides, const ColumnShear& job, const ShearColour& background) {
@@ -106,73 +108,76 @@ void SkewColumns_Plain(const PixelSides& sides, const ColumnShear& job, const Sh
 // --- a row at a time ------------------------------------------------------------------------------------------------
 
 // The parts of all values for one weight.
-struct PartTable {
-    std::uint8_t part[256];
-    void Fill(double weight) {
-        for (int value = 0; value < 256; ++value) part[value] = Part(static_cast<std::uint8_t>(value), weight);
-    }
-};
-
-template <int kCount>
-static void FillWith(const ShearColour& background, std::uint8_t* pixels, std::ptrdiff_t width) {
-    for (std::ptrdiff_t x = 0; x < width; ++x, pixels += kCount) std::memcpy(pixels, background.channel, kCount);
+static void FillParts(double weight, PartTable* table) {
+    for (int value = 0; value < 256; ++value) table->part[value] = Part(static_cast<std::uint8_t>(value), weight);
 }
 
-// A run of pixels of a row; `before` is the pixel to the left of the run.
-template <int kCount>
-static void BlendRun(const std::uint8_t* row, const std::uint8_t* before, std::ptrdiff_t width, const PartTable& table,
-                     std::uint8_t* pixels) {
-    std::uint8_t left[kCount];
-    for (int c = 0; c < kCount; ++c) left[c] = table.part[before[c]];
-    for (std::ptrdiff_t i = 0; i < width; ++i, row += kCount, pixels += kCount) {
-        for (int c = 0; c < kCount; ++c) {
-            const std::uint8_t part = table.part[row[c]];
-            pixels[c] = static_cast<std::uint8_t>(row[c] + left[c] - part);
-            left[c] = part;
-        }
+RowShear::RowShear(const PixelSides& sides, const ShearColour& background)
+    : sides_(sides),
+      background_(background),
+      width_(sides.src.record->Width),
+      dstWidth_(sides.dst.record->Width),
+      read_(width_, sides.count()),
+      written_(dstWidth_, sides.count()) {
+    isPacked_ = sides.count() > 0 && dstWidth_ > 0 && read_ && written_ &&
+                !ImagesOverlap(sides.src.record, sides.dst.record) && PixelsAreApart(sides.dst);
+}
+
+// Shears have a shape of their own, a row moves by as much as no other: they walk by themselves.
+void RowShear::Skew(int row, ShearStep step) const {
+    // A view whose source was closed has no rows; what it leaves is background.
+    const RowSpan srcRow = isPacked_ ? GetRowSpan(sides_.src.record, row) : RowSpan{};
+    if (srcRow) {
+        SkewPacked(srcRow, row, step);
+    } else {
+        HorizSkew_Plain(sides_, row, step, background_);
     }
 }
 
-template <int kCount>
-static bool HorizSkewPacked(const PixelSides& sides, int row, ShearStep step, const ShearColour& background) {
-    const PixelSide &source = sides.source, &dest = sides.dest;
-    const std::int64_t width = source.record->Width, destWidth = dest.record->Width;
-    const HeapArray<std::uint8_t> read(width * kCount), written(destWidth * kCount);
-    if (!read || !written) return false;
-    const std::uint8_t* const samples = PackedSamples(GetRowSpan(source.record, row), source, width, read.get());
-    const RowSpan span = GetRowSpan(dest.record, row);
-    if (!span) return true;
-    std::uint8_t* const pixels = BeginPacked(span, dest, destWidth, written.get());
-    FillWith<kCount>(background, pixels, destWidth);
+void RowShear::FillWithBackground(std::uint8_t* pixels, std::ptrdiff_t first, std::ptrdiff_t last) const {
+    if (first >= last) return;
+    const int count = sides_.count();
+    const PixelRun run{pixels + first * count, count, {count, {0, 1, 2, 3, 4}}};
+    ByCount(Kernels().touch.store, count)(run, last - first, background_.channel);
+}
+
+void RowShear::SkewPacked(const RowSpan& srcRow, int row, ShearStep step) const {
+    const PixelSide& dst = sides_.dst;
+    const int count = sides_.count();
+    const std::uint8_t* const samples = PackedSamples(srcRow, sides_.src, width_, read_.get());
+    const RowSpan span = GetRowSpan(dst.record, row);
+    if (!span) return;
+    std::uint8_t* const pixels = BeginPacked(span, dst, dstWidth_, written_.get());
     PartTable table;
-    table.Fill(step.weight);
-    const std::int64_t first = std::clamp<std::int64_t>(-step.offset, 0, width);
-    const std::int64_t last = std::clamp<std::int64_t>(destWidth - step.offset, first, width);
+    FillParts(step.weight, &table);
+    const std::int64_t first = std::clamp<std::int64_t>(-step.offset, 0, width_);
+    const std::int64_t last = std::clamp<std::int64_t>(dstWidth_ - step.offset, first, width_);
     if (first < last) {
-        BlendRun<kCount>(samples + first * kCount, first > 0 ? samples + (first - 1) * kCount : background.channel,
-                         last - first, table, pixels + (first + step.offset) * kCount);
+        const std::ptrdiff_t to = static_cast<std::ptrdiff_t>(first + step.offset);
+        const std::ptrdiff_t moved = static_cast<std::ptrdiff_t>(last - first);
+        const std::uint8_t* const from = samples + first * count;
+        FillWithBackground(pixels, 0, to);
+        ByCount(Kernels().geometry.shear, count)(from, first > 0 ? from - count : background_.channel, moved, table,
+                                                 pixels + to * count);
+        FillWithBackground(pixels, to + moved, dstWidth_);
+    } else {
+        FillWithBackground(pixels, 0, dstWidth_);
     }
-    const std::int64_t closing = width + step.offset;
-    std::uint8_t rest[kCount];
-    const std::uint8_t* const end = width > 0 ? samples + (width - 1) * kCount : background.channel;
-    for (int c = 0; c < kCount; ++c) rest[c] = Closing(background.channel[c], step.weight, table.part[end[c]]);
-    if (closing >= 0 && closing < destWidth) std::memcpy(pixels + closing * kCount, rest, kCount);
-    EndPacked(span, dest, destWidth, pixels);
+    const std::int64_t closing = width_ + step.offset;
+    std::uint8_t rest[ChannelSet::kMax];
+    const std::uint8_t* const end = width_ > 0 ? samples + (width_ - 1) * count : background_.channel;
+    for (int c = 0; c < count; ++c) rest[c] = Closing(background_.channel[c], step.weight, table.part[end[c]]);
+    if (closing >= 0 && closing < dstWidth_) {
+        std::memcpy(pixels + closing * count, rest, static_cast<std::size_t>(count));
+    }
+    EndPacked(span, dst, dstWidth_, pixels);
     // Left of column 0 there may be storage, too.
-    if (closing < 0) Store<kCount>(span, dest, closing, rest);
-    return true;
+    if (closing >= 0) return;
+    WithChannelCount(count, [&](auto kCount) { Store<kCount>(span, dst, static_cast<std::ptrdiff_t>(closing), rest); });
 }
 
 void HorizSkew(const PixelSides& sides, int row, ShearStep step, const ShearColour& background) {
-    bool done = false;
-    // A view whose source was closed has no rows; what it leaves is background.
-    const bool hasRow = static_cast<bool>(GetRowSpan(sides.source.record, row));
-    if (hasRow && sides.dest.record->Width > 0 && !ImagesOverlap(sides.source.record, sides.dest.record)) {
-        WithChannelCount(sides.count(), [&](auto kCount) {
-            done = PixelsAreApart(sides.dest) && HorizSkewPacked<kCount>(sides, row, step, background);
-        });
-    }
-    if (!done) HorizSkew_Plain(sides, row, step, background);
+    RowShear(sides, background).Skew(row, step);
 }
 
 // --- columns, a strip at a time -------------------------------------------------------------------------------------
@@ -185,24 +190,24 @@ public:
     static constexpr int kColumns = 64;
 
     ColumnStrip(const PixelSides& sides, const ColumnShear& job, const ShearColour& background)
-        : source_(sides.source), dest_(sides.dest), job_(job), background_(background), ring_(0) {}
+        : src_(sides.src), dst_(sides.dst), job_(job), background_(background), ring_(0) {}
 
     // The columns first to first + count - 1, with their steps. False, with nothing stored, where memory is short.
     bool Shear(int first, int count, const ShearStep* steps) {
         first_ = first;
         count_ = count;
-        std::int64_t least = steps[0].offset, most = steps[0].offset;
+        std::int64_t lowest = steps[0].offset, highest = steps[0].offset;
         for (int k = 0; k < count; ++k) {
-            least = std::min(least, steps[k].offset);
-            most = std::max(most, steps[k].offset);
-            tables_[k].Fill(steps[k].weight);
+            lowest = std::min(lowest, steps[k].offset);
+            highest = std::max(highest, steps[k].offset);
+            FillParts(steps[k].weight, &tables_[k]);
         }
-        rows_ = std::min<std::int64_t>(most - least + 2, job_.rows);
-        ring_ = HeapArray<std::uint8_t>(rows_ * kColumns * kCount);
+        rows_ = std::min<std::int64_t>(highest - lowest + 2, job_.rows);
+        ring_ = HeapArray<std::uint8_t>(rows_, kColumns * kCount);
         if (!ring_) return false;
         std::int64_t taken = 0;
-        for (int y = 0; y < job_.destRows; ++y) {
-            for (; taken < job_.rows && taken <= y - least; ++taken) Take(taken);
+        for (int y = 0; y < job_.dstRows; ++y) {
+            for (; taken < job_.rows && taken <= y - lowest; ++taken) Take(taken);
             StoreRow(y, steps);
         }
         for (int k = 0; k < count; ++k) CloseAbove(k, steps[k]);
@@ -212,8 +217,8 @@ public:
 private:
     std::uint8_t* Piece(std::int64_t y) const { return ring_.get() + y % rows_ * kColumns * kCount; }
     void Take(std::int64_t y) const {
-        GatherPixels(GetRowSpan(source_.record, static_cast<int>(y)), static_cast<int>(source_.pixelSize),
-                     source_.channels, first_, count_, Piece(y));
+        GatherPixels(GetRowSpan(src_.record, static_cast<int>(y)), static_cast<int>(src_.pixelSize), src_.channels,
+                     first_, count_, Piece(y));
     }
     void StoreRow(int y, const ShearStep* steps) const {
         std::uint8_t pixels[kColumns * kCount];
@@ -232,7 +237,7 @@ private:
                                              : Closing(background_.channel[c], steps[k].weight, part[value[c]]);
             }
         }
-        ScatterPixels(GetRowSpan(dest_.record, y), static_cast<int>(dest_.pixelSize), dest_.channels, first_, count_,
+        ScatterPixels(GetRowSpan(dst_.record, y), static_cast<int>(dst_.pixelSize), dst_.channels, first_, count_,
                       pixels);
     }
     // A closing pixel above row 0 is stored all the same, if there is storage.
@@ -240,14 +245,14 @@ private:
         const std::int64_t y = step.offset + job_.rows - 1;
         if (y >= 0) return;
         std::uint8_t samples[kCount];
-        Load<kCount>(GetRowSpan(source_.record, job_.rows - 1), source_, first_ + k, samples);
+        Load<kCount>(GetRowSpan(src_.record, job_.rows - 1), src_, first_ + k, samples);
         for (int c = 0; c < kCount; ++c) {
             samples[c] = Closing(background_.channel[c], step.weight, tables_[k].part[samples[c]]);
         }
-        StoreAt<kCount>(dest_, first_ + k, y, samples);
+        StoreAt<kCount>(dst_, first_ + k, y, samples);
     }
 
-    PixelSide source_, dest_;
+    PixelSide src_, dst_;
     ColumnShear job_;
     ShearColour background_;
     HeapArray<std::uint8_t> ring_;
@@ -277,8 +282,8 @@ static void SkewInStrips(const PixelSides& sides, const ColumnShear& job, const 
 
 void SkewColumns(const PixelSides& sides, const ColumnShear& job, const ShearColour& background) {
     WithChannelCount(sides.count(), [&](auto kCount) {
-        if (job.rows > 0 && !ImagesOverlap(sides.source.record, sides.dest.record) && PixelsAreApart(sides.dest) &&
-            RowsAreApart(sides.dest, job.columns)) {
+        if (job.rows > 0 && !ImagesOverlap(sides.src.record, sides.dst.record) && PixelsAreApart(sides.dst) &&
+            RowsAreApart(sides.dst, job.columns)) {
             SkewInStrips<kCount>(sides, job, background);
         } else {
             SkewColumns_Plain(sides, job, background);

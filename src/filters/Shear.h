@@ -19,15 +19,35 @@ struct ShearStep {
 };
 ShearStep StepOf(double shear);
 
-// Row `row` of the source into the same row of the destination, whose whole width is written. The pixel behind the
-// last one takes the rest.
+// Shears rows, each by a step of its own. What all of them need is worked out once.
+class RowShear {
+public:
+    RowShear(const PixelSides& sides, const ShearColour& background);
+
+    // Row `row` of the source into the same row of the destination, whose whole width is written. The pixel behind the
+    // last one takes the rest.
+    void Skew(int row, ShearStep step) const;
+
+private:
+    void SkewPacked(const RowSpan& srcRow, int row, ShearStep step) const;
+    void FillWithBackground(std::uint8_t* pixels, std::ptrdiff_t first, std::ptrdiff_t last) const;
+
+    PixelSides sides_;
+    ShearColour background_;
+    std::ptrdiff_t width_;  // of the source
+    std::ptrdiff_t dstWidth_;
+    HeapArray<std::uint8_t> read_, written_;  // packed rows
+    bool isPacked_;                           // false: rows go pixel by pixel
+};
+
+// One row by itself.
 void HorizSkew(const PixelSides& sides, int row, ShearStep step, const ShearColour& background);
 
 // All columns of the source into those of the destination. Column u moves by shear - u * slope, counted down column
 // by column. The pixel stored last is written over with the rest.
 struct ColumnShear {
     int rows;      // of the source that are moved
-    int destRows;  // of the destination that are written
+    int dstRows;   // of the destination that are written
     int columns;   // of both
     double shear;  // of column 0
     double slope;

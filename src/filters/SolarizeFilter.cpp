@@ -24,11 +24,8 @@ const ByteTable SolarizeTable = {{
 }};
 // clang-format on
 
-REALobject SolarizeFilter(REALobject object, REALobject dest) {
-    return FilterInto(object, dest, [](ImageClassData* source, ImageClassData* target) {
-        const PixelSides sides = SidesOf(source, target);
-        ByteTable tables[ChannelSet::kMax];
-        std::fill_n(tables, sides.count(), SolarizeTable);
-        MapThroughTables(sides, WholeImage(source), tables);
+REALobject SolarizeFilter(REALobject object, REALobject dst) {
+    return FilterInto(object, dst, [](ImageClassData* from, ImageClassData* to) {
+        MapThroughTable(SidesOf(from, to), SolarizeTable);
     });
 }

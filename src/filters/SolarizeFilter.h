@@ -4,6 +4,6 @@
 #include "filters/TableWalk.h"
 
 // Class member. Every channel of an image of any family passes the same curve, alpha included.
-REALobject SolarizeFilter(REALobject object, REALobject dest);
+REALobject SolarizeFilter(REALobject object, REALobject dst);
 
 extern const ByteTable SolarizeTable;

@@ -23,28 +23,28 @@ ByteTable StampTable(double threshold, double softness, int black, int white) {
     return table;
 }
 
-REALobject StampFilter2(REALobject object, REALobject dest, double, double threshold, double softness, int black,
+REALobject StampFilter2(REALobject object, REALobject dst, double, double threshold, double softness, int black,
                         int white) {
-    return FilterInto(object, dest, [=](ImageClassData* source, ImageClassData* target) {
+    return FilterInto(object, dst, [=](ImageClassData* from, ImageClassData* to) {
         const auto table = [=](int shift) {
             return StampTable(threshold, softness, black >> shift & 255, white >> shift & 255);
         };
         constexpr int kRed = 16, kGreen = 8, kBlue = 0;
-        const PixelSides sides = ColourSidesOf(source, target);
-        if (source->IsGray) {
+        const PixelSides sides = ColourSidesOf(from, to);
+        if (from->IsGray) {
             const ByteTable tables[] = {table(kGreen)};
-            MapThroughTables(sides, WholeImage(source), tables);
-        } else if (source->IsRGB) {
+            MapThroughTables(sides, WholeImage(from), tables);
+        } else if (from->IsRGB) {
             const ByteTable tables[] = {table(kRed), table(kGreen), table(kBlue)};
-            MapThroughTables(sides, WholeImage(source), tables);
+            MapThroughTables(sides, WholeImage(from), tables);
         }
     });
 }
 
-REALobject StampFilter(REALobject object, REALobject dest, double radius, double threshold, double softness,
+REALobject StampFilter(REALobject object, REALobject dst, double radius, double threshold, double softness,
                        REALcolor black, REALcolor white) {
     constexpr int kSteps = 3;
-    const ObjectHolder blurred(BoxBlurFilter2(object, dest, radius / 3.0, kSteps, true, true));
+    const ObjectHolder blurred(BoxBlurFilter2(object, dst, radius / 3.0, kSteps, true, true));
     if (!blurred.get()) return nullptr;
     return StampFilter2(blurred.get(), nullptr, radius, threshold, softness, black, white);
 }

@@ -1,6 +1,8 @@
 #include "filters/TransferFilter.h"
 
-#include "filters/FilterFrame.h"
+#include <algorithm>
+
+#include "filters/FamilyFilter.h"
 
 static ByteTable TransferTable(REALarray curve) {
     ByteTable table{};
@@ -12,69 +14,42 @@ static ByteTable TransferTable(REALarray curve) {
 
 // --- workers --------------------------------------------------------------------------------------------------------
 
-void rbTransferFilterG(ImageClassData* source, ImageClassData* dest, REALarray gray) {
-    const ByteTable tables[] = {TransferTable(gray)};
-    MapThroughTables(ColourSidesOf(source, dest), WholeImage(source), tables);
+void rbTransferFilterG(ImageClassData* src, ImageClassData* dst, REALarray gray) {
+    MapColours(src, dst, {TransferTable(gray)});
 }
 
-void rbTransferFilterGA(ImageClassData* source, ImageClassData* dest, REALarray gray, REALarray alpha) {
-    const ByteTable tables[] = {TransferTable(gray), TransferTable(alpha)};
-    MapThroughTables(SidesOf(source, dest), WholeImage(source), tables);
+void rbTransferFilterGA(ImageClassData* src, ImageClassData* dst, REALarray gray, REALarray alpha) {
+    MapColoursAndAlpha(src, dst, {TransferTable(gray), TransferTable(alpha)});
 }
 
-void rbTransferFilterRGB(ImageClassData* source, ImageClassData* dest, REALarray red, REALarray green, REALarray blue) {
-    const ByteTable tables[] = {TransferTable(red), TransferTable(green), TransferTable(blue)};
-    MapThroughTables(ColourSidesOf(source, dest), WholeImage(source), tables);
+void rbTransferFilterRGB(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue) {
+    MapColours(src, dst, {TransferTable(red), TransferTable(green), TransferTable(blue)});
 }
 
-void rbTransferFilterRGBA(ImageClassData* source, ImageClassData* dest, REALarray red, REALarray green, REALarray blue,
+void rbTransferFilterRGBA(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue,
                           REALarray alpha) {
-    const ByteTable tables[] = {TransferTable(red), TransferTable(green), TransferTable(blue), TransferTable(alpha)};
-    MapThroughTables(SidesOf(source, dest), WholeImage(source), tables);
+    MapColoursAndAlpha(src, dst, {TransferTable(red), TransferTable(green), TransferTable(blue), TransferTable(alpha)});
 }
 
 // --- members --------------------------------------------------------------------------------------------------------
 
-namespace {
+static constexpr FamilyWorkers<REALarray> kTransfer = {rbTransferFilterG, rbTransferFilterGA, rbTransferFilterRGB,
+                                                       rbTransferFilterRGBA};
 
-struct CurveSet {
-    REALarray red;
-    REALarray green;  // of a gray image too
-    REALarray blue;
-    bool toAlpha;  // an alpha channel is filtered too
-    REALarray alpha;
-};
-
-REALobject FilterByFamily(REALobject object, REALobject dest, const CurveSet& curve) {
-    return FilterInto(object, dest, [&curve](ImageClassData* source, ImageClassData* target) {
-        const bool toAlpha = curve.toAlpha && source->HasAlpha;
-        if (source->IsGray && toAlpha) {
-            rbTransferFilterGA(source, target, curve.green, curve.alpha);
-        } else if (source->IsGray) {
-            rbTransferFilterG(source, target, curve.green);
-        } else if (source->IsRGB && toAlpha) {
-            rbTransferFilterRGBA(source, target, curve.red, curve.green, curve.blue, curve.alpha);
-        } else if (source->IsRGB) {
-            rbTransferFilterRGB(source, target, curve.red, curve.green, curve.blue);
-        }
-    });
+REALobject TransferFilterG(REALobject object, REALobject dst, REALarray gray) {
+    return FilterByFamily(object, dst, kTransfer, {gray, gray, gray, gray, false, nullptr});
 }
 
-}  // namespace
-
-REALobject TransferFilterG(REALobject object, REALobject dest, REALarray gray) {
-    return FilterByFamily(object, dest, {gray, gray, gray, false, nullptr});
+REALobject TransferFilterGA(REALobject object, REALobject dst, REALarray gray, REALarray alpha) {
+    return FilterByFamily(object, dst, kTransfer, {gray, gray, gray, gray, true, alpha});
 }
 
-REALobject TransferFilterGA(REALobject object, REALobject dest, REALarray gray, REALarray alpha) {
-    return FilterByFamily(object, dest, {gray, gray, gray, true, alpha});
+// A gray image takes the green curve.
+REALobject TransferFilterRGB(REALobject object, REALobject dst, REALarray red, REALarray green, REALarray blue) {
+    return FilterByFamily(object, dst, kTransfer, {green, red, green, blue, false, nullptr});
 }
 
-REALobject TransferFilterRGB(REALobject object, REALobject dest, REALarray red, REALarray green, REALarray blue) {
-    return FilterByFamily(object, dest, {red, green, blue, false, nullptr});
-}
-
-REALobject TransferFilterRGBA(REALobject object, REALobject dest, REALarray red, REALarray green, REALarray blue,
+REALobject TransferFilterRGBA(REALobject object, REALobject dst, REALarray red, REALarray green, REALarray blue,
                               REALarray alpha) {
-    return FilterByFamily(object, dest, {red, green, blue, true, alpha});
+    return FilterByFamily(object, dst, kTransfer, {green, red, green, blue, true, alpha});
 }

@@ -4,17 +4,17 @@
 #include "filters/TableWalk.h"
 
 // Class members. Entry i of a curve is what a byte of i becomes, its low 8 bits. Bytes beyond the end of a curve, and
-// all bytes of a nil one, become 0. A gray source takes the green curve; forms without a curve for alpha leave the
+// all bytes of a null one, become 0. A gray source takes the green curve; forms without a curve for alpha leave the
 // destination's alpha alone. Images of other families: the destination comes back with no pixel changed.
-REALobject TransferFilterG(REALobject object, REALobject dest, REALarray gray);
-REALobject TransferFilterGA(REALobject object, REALobject dest, REALarray gray, REALarray alpha);
-REALobject TransferFilterRGB(REALobject object, REALobject dest, REALarray red, REALarray green, REALarray blue);
-REALobject TransferFilterRGBA(REALobject object, REALobject dest, REALarray red, REALarray green, REALarray blue,
+REALobject TransferFilterG(REALobject object, REALobject dst, REALarray gray);
+REALobject TransferFilterGA(REALobject object, REALobject dst, REALarray gray, REALarray alpha);
+REALobject TransferFilterRGB(REALobject object, REALobject dst, REALarray red, REALarray green, REALarray blue);
+REALobject TransferFilterRGBA(REALobject object, REALobject dst, REALarray red, REALarray green, REALarray blue,
                               REALarray alpha);
 
 // Workers: the channel sets behind the members.
-void rbTransferFilterG(ImageClassData* source, ImageClassData* dest, REALarray gray);
-void rbTransferFilterGA(ImageClassData* source, ImageClassData* dest, REALarray gray, REALarray alpha);
-void rbTransferFilterRGB(ImageClassData* source, ImageClassData* dest, REALarray red, REALarray green, REALarray blue);
-void rbTransferFilterRGBA(ImageClassData* source, ImageClassData* dest, REALarray red, REALarray green, REALarray blue,
+void rbTransferFilterG(ImageClassData* src, ImageClassData* dst, REALarray gray);
+void rbTransferFilterGA(ImageClassData* src, ImageClassData* dst, REALarray gray, REALarray alpha);
+void rbTransferFilterRGB(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue);
+void rbTransferFilterRGBA(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue,
                           REALarray alpha);

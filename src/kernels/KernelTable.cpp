@@ -66,6 +66,26 @@ constexpr Slot kSlots[] = {
     SLOTS_2(scaling.resample[kLumaAndAlpha]),
     SLOT(scaling.accumulateRows),
     SLOT(scaling.finishRow),
+    SLOTS_5(tables.map),
+    SLOTS_5(tables.cycle),
+    SLOTS_5(tables.combine),
+    SLOT(tone.luminance),
+    SLOTS_5(tone.glow),
+    SLOT(blur.narrow.add),
+    SLOT(blur.narrow.slide),
+    SLOT(blur.narrow.divide),
+    SLOTS_5(blur.narrow.run),
+    SLOT(blur.wide.add),
+    SLOT(blur.wide.slide),
+    SLOT(blur.wide.divide),
+    SLOTS_5(blur.wide.run),
+    SLOT(blur.divideTested),
+    SLOT(blur.taps),
+    SLOT(blur.tapsByTable),
+    SLOTS_5(geometry.copy),
+    SLOTS_5(geometry.exchange),
+    SLOTS_5(geometry.turn),
+    SLOTS_5(geometry.shear),
 };
 
 // Every pointer of the record has its name, and every name stands at its pointer.
@@ -90,6 +110,10 @@ void InitKernels_Plain(KernelTable* table) {
     InitExport_Plain(&table->exports);
     InitNearest_Plain(&table->nearest);
     InitScaling_Plain(&table->scaling);
+    InitTables_Plain(&table->tables);
+    InitTone_Plain(&table->tone);
+    InitBlur_Plain(&table->blur);
+    InitGeometry_Plain(&table->geometry);
 }
 
 // Overwrites the slots that have a twin of that set.

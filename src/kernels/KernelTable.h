@@ -8,14 +8,18 @@
 // benchmark are made. A vector twin goes into <Family>Vector.cpp, which is compiled once for each instruction set.
 
 #include "kernels/Blend.h"
+#include "kernels/Blur.h"
 #include "kernels/Bytes.h"
 #include "kernels/Convert.h"
 #include "kernels/Cpu.h"
 #include "kernels/Export.h"
+#include "kernels/Geometry.h"
 #include "kernels/Matrix.h"
 #include "kernels/Nearest.h"
 #include "kernels/Pack.h"
 #include "kernels/Scaling.h"
+#include "kernels/Tables.h"
+#include "kernels/Tone.h"
 #include "kernels/Touch.h"
 #include "kernels/Words.h"
 
@@ -31,6 +35,10 @@ struct KernelTable {
     ExportKernels exports;
     NearestKernels nearest;
     ScalingKernels scaling;
+    TablesKernels tables;
+    ToneKernels tone;
+    BlurKernels blur;
+    GeometryKernels geometry;
 };
 
 constexpr int kKernelSlots = static_cast<int>(sizeof(KernelTable) / sizeof(void (*)()));

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "core/Construction.h"
 #include "core/Formats.h"
 #include "filters/Canvas.h"
 #include "kernels/KernelTable.h"
@@ -263,6 +264,37 @@ TEST_F(ApplyMatrixTest, TheFastRowGivesTheBytesOfThePlainOne) {
         Kernels().matrix.convolve(taps.data(), static_cast<int>(taps.size()), by, width, fast.data());
         plainKernels.table.matrix.convolve(taps.data(), static_cast<int>(taps.size()), by, width, plain.data());
         ASSERT_TRUE(SameBytes(plain, fast)) << "width " << width;
+    }
+}
+
+// --- images of absurd size ------------------------------------------------------------------------------------------
+
+// An application can say of 16 bytes that they are such an image. No pixel of it lies in rows of no bytes.
+TestImage HugeImage(FakeHost& host, int format) {
+    const REALobject block = host.NewBlock(16);
+    TestImage image(host.NewImage());
+    ImageConstructorMemory(image.object(), block, INT_MAX, 1 << 30, format, 0);
+    REALUnlockObject(block);
+    for (int i = 0; i < 16; ++i) image->Pixels[i] = static_cast<std::uint8_t>(100 + i);
+    return image;
+}
+
+TEST_F(ApplyMatrixTest, OfAnImageWhoseRowsNoMemoryHoldsEndsAndWritesIntoTheDestinationOnly) {
+    const REALarray one = host.NewArray({1});
+    for (const int format : {ImageFormatG, ImageFormatRGB, ImageFormatARGB, ImageFormatCMYKA}) {
+        const TestImage source = HugeImage(host, format);
+        ASSERT_EQ(source->Width, INT_MAX);
+        ASSERT_EQ(source->Height, 1 << 30);
+        const TestImage dest = MakePlain(10, 10, format);
+        const std::size_t channels = ChannelsOfFamily(dest.record(), dest.record()).size();
+        FillPixels(dest, std::vector<int>(channels, 7));
+        const TestImage result(PictureMatrix3(source.object(), dest.object(), INT_MAX, one));
+        ASSERT_EQ(result.object(), dest.object());
+        for (int y = 0; y < 10; ++y) {
+            for (int x = 0; x < 10; ++x)
+                ASSERT_EQ(PixelAt(dest, x, y), std::vector<int>(channels, 0)) << x << ", " << y;
+        }
+        for (int i = 0; i < 16; ++i) ASSERT_EQ(source->Pixels[i], 100 + i);
     }
 }
 

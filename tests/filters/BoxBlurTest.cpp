@@ -8,8 +8,8 @@
 
 #include "core/Construction.h"
 #include "core/Formats.h"
-#include "filters/BoxBlurSums.h"
 #include "filters/Canvas.h"
+#include "kernels/KernelTable.h"
 
 namespace {
 
@@ -266,7 +266,7 @@ TEST(BoxBlurSums, NarrowDivisionIsExactForEverySum) {
         for (int sum = 0; sum <= std::min(65535, 256 * divisor - 1); ++sum) {
             const std::uint16_t wide = static_cast<std::uint16_t>(sum);
             std::uint8_t byte = 0;
-            DivideSums(&wide, 1, by, &byte);
+            Kernels().blur.narrow.divide(&wide, 1, by, &byte);
             ASSERT_EQ(byte, sum / divisor) << sum << " / " << divisor;
         }
     }
@@ -281,7 +281,7 @@ TEST(BoxBlurSums, WideDivisionIsExactAtBothEndsOfEveryQuotient) {
         for (std::uint32_t quotient = 0; quotient < 256; ++quotient) {
             const std::uint32_t ends[2] = {quotient * divisor, quotient * divisor + divisor - 1};
             std::uint8_t bytes[2];
-            DivideSums(ends, 2, by, bytes);
+            Kernels().blur.wide.divide(ends, 2, by, bytes);
             ASSERT_EQ(bytes[0], quotient) << divisor;
             ASSERT_EQ(bytes[1], quotient) << divisor;
         }
@@ -289,7 +289,7 @@ TEST(BoxBlurSums, WideDivisionIsExactAtBothEndsOfEveryQuotient) {
     const WideDivision by = MakeWideDivision(2097151);
     const std::uint32_t most = 256u * 2097151u - 1;
     std::uint8_t byte = 0;
-    DivideSums(&most, 1, by, &byte);
+    Kernels().blur.wide.divide(&most, 1, by, &byte);
     EXPECT_EQ(byte, 255);
 }
 

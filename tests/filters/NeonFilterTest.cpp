@@ -6,6 +6,7 @@
 #include "core/Construction.h"
 #include "core/Formats.h"
 #include "filters/FilterModel.h"
+#include "kernels/Tone.h"
 
 namespace {
 

@@ -1,6 +1,8 @@
 #include "kernels/KernelCases.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -168,6 +170,219 @@ void Nearest(Kernels k, Bytes b, std::ptrdiff_t units) {
     const double ratio = 0.1 + b.choice % 977 / 977.0;
     const PixelRun src = RunOf(b.in[0], kSrc + kAlpha, b.choice), dst = RunOf(b.out, kDst + kAlpha, b.choice / 32);
     k.nearest.apart[kConversion][kAlpha](dst, src, ratio, 0, units);
+// --- tables ---------------------------------------------------------------------------------------------------------
+
+struct TestTables {
+    ByteTable bytes[24];
+    PairTable pair;
+    LuminanceParts luminance;
+    std::uint8_t taps[kTapEntries];
+};
+
+// Made once: they take longer to fill than kernels take to run.
+const TestTables& Tables() {
+    static const TestTables tables = [] {
+        TestTables made{};
+        std::uint32_t state = 1;
+        const auto next = [&state] {
+            state = state * 1664525u + 1013904223u;
+            return static_cast<std::uint8_t>(state >> 24);
+        };
+        for (ByteTable& table : made.bytes) std::generate(std::begin(table.entry), std::end(table.entry), next);
+        for (auto& row : made.pair.entry) std::generate(std::begin(row), std::end(row), next);
+        for (int i = 0; i < 256; ++i) {
+            made.luminance.red[i] = 0.2 * i;
+            made.luminance.green[i] = 0.7 * i;
+            made.luminance.blue[i] = 0.1 * i;
+        }
+        std::generate(std::begin(made.taps), std::end(made.taps), next);
+        return made;
+    }();
+    return tables;
+}
+
+// The pixels of dst are those of src where the choice says so.
+template <int kCount, class Run>
+void Tabled(Bytes b, std::ptrdiff_t units, Run run) {
+    const PixelRun dst = RunOf(b.out, kCount, b.choice);
+    if (b.choice / 32 % 4 == 0) {
+        Start(b, units * dst.step);
+        run(dst, dst);
+    } else {
+        Start(b, units * dst.step);
+        run(dst, RunOf(b.in[0], kCount, b.choice / 128));
+    }
+}
+
+template <int kCount>
+void MapByTables(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const ByteTable* const tables = Tables().bytes + b.choice / 64 % 16;
+    Tabled<kCount>(
+        b, units, [&](const PixelRun& dst, const PixelRun& src) { k.tables.map[kCount - 1](dst, src, units, tables); });
+}
+
+template <int kCount>
+void CycleTables(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const int length = 1 + static_cast<int>(b.choice / 64 % 16), first = static_cast<int>(b.choice / 1024) % length;
+    Tabled<kCount>(b, units, [&](const PixelRun& dst, const PixelRun& src) {
+        k.tables.cycle[kCount - 1](dst, src, units, {Tables().bytes, length, first});
+    });
+}
+
+template <int kCount>
+void CombineByTable(Kernels k, Bytes b, std::ptrdiff_t units) {
+    Tabled<kCount>(b, units, [&](const PixelRun& dst, const PixelRun& src) {
+        k.tables.combine[kCount - 1](dst, src, units, Tables().pair);
+    });
+}
+
+// --- tone -----------------------------------------------------------------------------------------------------------
+
+// The counts go into as many bytes as the units have.
+void Luminance(Kernels k, Bytes b, std::ptrdiff_t units) {
+    std::uint32_t counts[256] = {};
+    k.tone.luminance(RunOf(b.in[0], 3, b.choice), units, Tables().luminance, counts);
+    const std::ptrdiff_t size = units * KernelBytes::kMaxBytesPerUnit;
+    std::memset(b.out, 0, static_cast<std::size_t>(size));
+    for (std::ptrdiff_t level = 0; level < 256 && size > 0; ++level) {
+        std::uint8_t* const byte = b.out + level % size;
+        *byte = static_cast<std::uint8_t>(*byte * 31 + counts[level]);
+    }
+}
+
+template <int kCount>
+void Glow(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const PixelRun here = RunOf(b.in[0], kCount, b.choice), below = RunOf(b.in[1], kCount, b.choice);
+    PixelRun right = here;
+    right.pixels += here.step;
+    k.tone.glow[kCount - 1](RunOf(b.out, kCount, b.choice / 32), here, right, below, units);
+}
+
+// --- blurs ----------------------------------------------------------------------------------------------------------
+
+// Sums at a place of their own, with room for one that must stay as it is, which goes out with them.
+template <class Sum>
+class TestSums {
+public:
+    TestSums(Bytes b, std::ptrdiff_t count) : sums_(static_cast<std::size_t>(count) + 1) {
+        std::memcpy(sums_.data(), b.in[3], sums_.size() * sizeof(Sum));
+    }
+    Sum* get() { return sums_.data(); }
+    void KeepBelow(std::uint32_t limit) {
+        for (Sum& sum : sums_) sum = static_cast<Sum>(sum % limit);
+    }
+    void GoOut(Bytes b) const {
+        if (sums_.size() > 1) std::memcpy(b.out, sums_.data(), sums_.size() * sizeof(Sum));
+    }
+
+private:
+    std::vector<Sum> sums_;
+};
+
+template <class Sum, class Division>
+void AddSums(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t units) {
+    TestSums<Sum> sums(b, units);
+    kernels.add(sums.get(), b.in[0], units, b.choice % 1000);
+    sums.GoOut(b);
+}
+
+template <class Sum, class Division>
+void SlideSums(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t units) {
+    TestSums<Sum> sums(b, units);
+    kernels.slide(sums.get(), b.in[0], b.in[1], units);
+    sums.GoOut(b);
+}
+
+template <int kCount, class Sum, class Division>
+void RunSums(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t units) {
+    const std::ptrdiff_t pixels = units / kCount;
+    std::uint32_t first[kCount];
+    for (std::uint32_t& sum : first) sum = b.choice * static_cast<std::uint32_t>(1 + (&sum - first));
+    TestSums<Sum> sums(b, pixels * kCount);
+    kernels.run[kCount - 1](sums.get(), b.in[0], b.in[1], pixels, first);
+    sums.GoOut(b);
+}
+template <int kCount>
+void RunNarrow(Kernels k, Bytes b, std::ptrdiff_t units) {
+    RunSums<kCount>(k.blur.narrow, b, units);
+}
+template <int kCount>
+void RunWide(Kernels k, Bytes b, std::ptrdiff_t units) {
+    RunSums<kCount>(k.blur.wide, b, units);
+}
+
+void DivideNarrow(Kernels k, Bytes b, std::ptrdiff_t units) {
+    NarrowDivision by{};
+    std::uint32_t divisor = 3 + b.choice % 127 * 2;
+    if (!MakeNarrowDivision(divisor, &by)) MakeNarrowDivision(divisor = 3, &by);
+    TestSums<std::uint16_t> sums(b, units);
+    sums.KeepBelow(std::min(65536u, 256 * divisor));
+    k.blur.narrow.divide(sums.get(), units, by, b.out);
+}
+
+void DivideWide(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const std::uint32_t divisor = 3 + b.choice % 1048575 * 2;
+    TestSums<std::uint32_t> sums(b, units);
+    sums.KeepBelow(256 * divisor);
+    k.blur.wide.divide(sums.get(), units, MakeWideDivision(divisor), b.out);
+}
+
+void DivideTested(Kernels k, Bytes b, std::ptrdiff_t units) {
+    TestSums<std::uint32_t> sums(b, units);
+    k.blur.divideTested(sums.get(), units, {3 + b.choice % 1048575 * 2}, b.out);
+}
+
+void Taps(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const double weight = b.choice % 1000 / 1000.0;
+    k.blur.taps({b.in[0], b.in[1], b.in[2]}, units, {weight, 1.0 / (weight + weight + 1.0)}, b.out);
+}
+
+void TapsByTable(Kernels k, Bytes b, std::ptrdiff_t units) {
+    k.blur.tapsByTable({b.in[0], b.in[1], b.in[2]}, units, Tables().taps, b.out);
+}
+
+// --- geometry -------------------------------------------------------------------------------------------------------
+
+// The same pixels from the last to the first.
+PixelRun Backwards(const PixelRun& run, std::ptrdiff_t units) {
+    return {run.pixels + (units - 1) * run.step, -run.step, run.channels};
+}
+
+template <int kCount>
+void CopyPixelRun(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const PixelRun dst = RunOf(b.out, kCount, b.choice);
+    const PixelRun src = RunOf(b.in[0], kCount, b.choice / 32 % 2 ? b.choice : b.choice / 64);
+    if (units < 1) return;
+    k.geometry.copy[kCount - 1](dst, b.choice / 4096 % 2 ? Backwards(src, units) : src, units);
+}
+
+// The ends of one run, as a mirror exchanges them.
+template <int kCount>
+void ExchangePixels(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const PixelRun run = RunOf(b.out, kCount, b.choice);
+    Start(b, units * run.step);
+    if (units < 2) return;
+    k.geometry.exchange[kCount - 1](run, Backwards(run, units), units / 2);
+}
+
+template <int kCount>
+void TurnTile(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kMaxColumns = 8, kMaxRows = 64;
+    const PixelRun dst = RunOf(b.out, kCount, b.choice), src = RunOf(b.in[0], kCount, b.choice / 64);
+    const int columns = 1 + static_cast<int>(b.choice / 4096 % kMaxColumns);
+    const int rows = static_cast<int>(std::min<std::ptrdiff_t>(units / columns, kMaxRows));
+    std::uint8_t* dstRows[kMaxColumns];
+    const std::uint8_t* srcRows[kMaxRows];
+    for (int i = 0; i < columns; ++i) dstRows[i] = dst.pixels + i * rows * dst.step;
+    for (int j = 0; j < rows; ++j) srcRows[j] = src.pixels + (rows - 1 - j) * columns * src.step;
+    k.geometry.turn[kCount - 1]({dstRows, srcRows, dst.step, src.step, columns, rows, dst.channels, src.channels});
+}
+
+template <int kCount>
+void ShearRow(Kernels k, Bytes b, std::ptrdiff_t units) {
+    PartTable parts;
+    for (int i = 0; i < 256; ++i) parts.part[i] = static_cast<std::uint8_t>(i * static_cast<int>(b.choice % 256) / 256);
+    k.geometry.shear[kCount - 1](b.in[0], b.in[1], units, parts, b.out);
 }
 
 const std::vector<KernelCase> kCases = {
@@ -309,6 +524,76 @@ const std::vector<KernelCase> kCases = {
     {"exports.argbWords",
      [](Kernels k, Bytes b,
         std::ptrdiff_t n) { k.exports.argbWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out); }},
+    {"tables.map[0]", MapByTables<1>},
+    {"tables.map[1]", MapByTables<2>},
+    {"tables.map[2]", MapByTables<3>},
+    {"tables.map[3]", MapByTables<4>},
+    {"tables.map[4]", MapByTables<5>},
+
+    {"tables.cycle[0]", CycleTables<1>},
+    {"tables.cycle[1]", CycleTables<2>},
+    {"tables.cycle[2]", CycleTables<3>},
+    {"tables.cycle[3]", CycleTables<4>},
+    {"tables.cycle[4]", CycleTables<5>},
+
+    {"tables.combine[0]", CombineByTable<1>},
+    {"tables.combine[1]", CombineByTable<2>},
+    {"tables.combine[2]", CombineByTable<3>},
+    {"tables.combine[3]", CombineByTable<4>},
+    {"tables.combine[4]", CombineByTable<5>},
+
+    {"tone.luminance", Luminance},
+    {"tone.glow[0]", Glow<1>},
+    {"tone.glow[1]", Glow<2>},
+    {"tone.glow[2]", Glow<3>},
+    {"tone.glow[3]", Glow<4>},
+    {"tone.glow[4]", Glow<5>},
+
+    {"blur.narrow.add", [](Kernels k, Bytes b, std::ptrdiff_t n) { AddSums(k.blur.narrow, b, n); }},
+    {"blur.narrow.slide", [](Kernels k, Bytes b, std::ptrdiff_t n) { SlideSums(k.blur.narrow, b, n); }},
+    {"blur.narrow.divide", DivideNarrow},
+    {"blur.narrow.run[0]", RunNarrow<1>},
+    {"blur.narrow.run[1]", RunNarrow<2>},
+    {"blur.narrow.run[2]", RunNarrow<3>},
+    {"blur.narrow.run[3]", RunNarrow<4>},
+    {"blur.narrow.run[4]", RunNarrow<5>},
+
+    {"blur.wide.add", [](Kernels k, Bytes b, std::ptrdiff_t n) { AddSums(k.blur.wide, b, n); }},
+    {"blur.wide.slide", [](Kernels k, Bytes b, std::ptrdiff_t n) { SlideSums(k.blur.wide, b, n); }},
+    {"blur.wide.divide", DivideWide},
+    {"blur.wide.run[0]", RunWide<1>},
+    {"blur.wide.run[1]", RunWide<2>},
+    {"blur.wide.run[2]", RunWide<3>},
+    {"blur.wide.run[3]", RunWide<4>},
+    {"blur.wide.run[4]", RunWide<5>},
+
+    {"blur.divideTested", DivideTested},
+    {"blur.taps", Taps},
+    {"blur.tapsByTable", TapsByTable},
+
+    {"geometry.copy[0]", CopyPixelRun<1>},
+    {"geometry.copy[1]", CopyPixelRun<2>},
+    {"geometry.copy[2]", CopyPixelRun<3>},
+    {"geometry.copy[3]", CopyPixelRun<4>},
+    {"geometry.copy[4]", CopyPixelRun<5>},
+
+    {"geometry.exchange[0]", ExchangePixels<1>},
+    {"geometry.exchange[1]", ExchangePixels<2>},
+    {"geometry.exchange[2]", ExchangePixels<3>},
+    {"geometry.exchange[3]", ExchangePixels<4>},
+    {"geometry.exchange[4]", ExchangePixels<5>},
+
+    {"geometry.turn[0]", TurnTile<1>},
+    {"geometry.turn[1]", TurnTile<2>},
+    {"geometry.turn[2]", TurnTile<3>},
+    {"geometry.turn[3]", TurnTile<4>},
+    {"geometry.turn[4]", TurnTile<5>},
+
+    {"geometry.shear[0]", ShearRow<1>},
+    {"geometry.shear[1]", ShearRow<2>},
+    {"geometry.shear[2]", ShearRow<3>},
+    {"geometry.shear[3]", ShearRow<4>},
+    {"geometry.shear[4]", ShearRow<5>},
 };
 
 }  // namespace

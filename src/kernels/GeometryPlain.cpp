@@ -1,0 +1,112 @@
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "kernels/Geometry.h"
+
+namespace {
+
+// Where the channels of a pixel lie.
+template <int kCount>
+struct ChannelBytes {
+    ChannelBytes(const ChannelSet& dst, const ChannelSet& src) {
+        std::copy_n(src.offset, kCount, from);
+        std::copy_n(dst.offset, kCount, to);
+    }
+    void Copy(std::uint8_t* dst, const std::uint8_t* src) const {
+        for (int c = 0; c < kCount; ++c) dst[to[c]] = src[from[c]];
+    }
+    void Exchange(std::uint8_t* a, std::uint8_t* b) const {
+        for (int c = 0; c < kCount; ++c) std::swap(a[to[c]], b[to[c]]);
+    }
+    std::ptrdiff_t from[kCount], to[kCount];
+};
+
+// The same where they lie side by side, in the same order on both sides.
+template <int kCount>
+struct WholePixel {
+    explicit WholePixel(const ChannelSet& channels) : first(channels.lowest()) {}
+    void Copy(std::uint8_t* dst, const std::uint8_t* src) const { std::memcpy(dst + first, src + first, kCount); }
+    void Exchange(std::uint8_t* a, std::uint8_t* b) const {
+        std::uint8_t kept[kCount];
+        std::memcpy(kept, a + first, kCount);
+        std::memcpy(a + first, b + first, kCount);
+        std::memcpy(b + first, kept, kCount);
+    }
+    std::ptrdiff_t first;
+};
+
+bool AreWhole(const ChannelSet& dst, const ChannelSet& src, int count) {
+    return SameOffsets(dst, src) && AreDistinct(src) && src.highest() - src.lowest() == count - 1;
+}
+
+// Calls work with whichever of the two fits.
+template <int kCount, class Work>
+void WithPixel(const ChannelSet& dst, const ChannelSet& src, Work work) {
+    if (AreWhole(dst, src, kCount)) {
+        work(WholePixel<kCount>(src));
+    } else {
+        work(ChannelBytes<kCount>(dst, src));
+    }
+}
+
+template <int kCount>
+void Copy_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count) {
+    const std::ptrdiff_t dstStep = dst.step, srcStep = src.step;
+    if (dstStep == kCount && srcStep == kCount && AreWhole(dst.channels, src.channels, kCount)) {
+        const std::ptrdiff_t first = src.channels.lowest();
+        std::memcpy(dst.pixels + first, src.pixels + first, static_cast<std::size_t>(count * kCount));
+        return;
+    }
+    WithPixel<kCount>(dst.channels, src.channels, [&](const auto pixel) {
+        std::uint8_t* to = dst.pixels;
+        const std::uint8_t* from = src.pixels;
+        for (std::ptrdiff_t i = 0; i < count; ++i, to += dstStep, from += srcStep) pixel.Copy(to, from);
+    });
+}
+
+template <int kCount>
+void Exchange_Plain(const PixelRun& aRun, const PixelRun& bRun, std::ptrdiff_t count) {
+    const std::ptrdiff_t aStep = aRun.step, bStep = bRun.step;
+    WithPixel<kCount>(aRun.channels, aRun.channels, [&](const auto pixel) {
+        std::uint8_t *a = aRun.pixels, *b = bRun.pixels;
+        for (std::ptrdiff_t i = 0; i < count; ++i, a += aStep, b += bStep) pixel.Exchange(a, b);
+    });
+}
+
+template <int kCount>
+void Turn_Plain(const PixelTile& tile) {
+    const std::ptrdiff_t dstStep = tile.dstStep, srcStep = tile.srcStep;
+    const std::uint8_t* const* const rows = tile.src;
+    const int rowCount = tile.rows;
+    WithPixel<kCount>(tile.dstChannels, tile.srcChannels, [&](const auto pixel) {
+        for (int i = 0; i < tile.columns; ++i) {
+            const std::ptrdiff_t at = i * srcStep;
+            std::uint8_t* to = tile.dst[i];
+            for (int j = 0; j < rowCount; ++j, to += dstStep) pixel.Copy(to, rows[j] + at);
+        }
+    });
+}
+
+template <int kCount>
+void Shear_Plain(const std::uint8_t* row, const std::uint8_t* before, std::ptrdiff_t count, const PartTable& parts,
+                 std::uint8_t* dst) {
+    std::uint8_t left[kCount];
+    for (int c = 0; c < kCount; ++c) left[c] = parts.part[before[c]];
+    for (std::ptrdiff_t i = 0; i < count; ++i, row += kCount, dst += kCount) {
+        for (int c = 0; c < kCount; ++c) {
+            const std::uint8_t part = parts.part[row[c]];
+            dst[c] = static_cast<std::uint8_t>(row[c] + left[c] - part);
+            left[c] = part;
+        }
+    }
+}
+
+}  // namespace
+
+void InitGeometry_Plain(GeometryKernels* kernels) {
+    *kernels = {{Copy_Plain<1>, Copy_Plain<2>, Copy_Plain<3>, Copy_Plain<4>, Copy_Plain<5>},
+                {Exchange_Plain<1>, Exchange_Plain<2>, Exchange_Plain<3>, Exchange_Plain<4>, Exchange_Plain<5>},
+                {Turn_Plain<1>, Turn_Plain<2>, Turn_Plain<3>, Turn_Plain<4>, Turn_Plain<5>},
+                {Shear_Plain<1>, Shear_Plain<2>, Shear_Plain<3>, Shear_Plain<4>, Shear_Plain<5>}};
+}
