@@ -50,7 +50,7 @@ void GlowRows(const PixelSides& sides, std::int64_t rowSize, RowSpan here, RowSp
         if (exists) {
             WorkRow(walk, rows, y, [&](const RunSet& runs) {
                 if (runs.sharing == Sharing::mixed) return GlowAtEdge(runs);
-                glow(runs.run[0], runs.run[1], runs.run[2], runs.run[3], runs.count);
+                glow(runs.run[0], runs.run[1], runs.run[3], runs.count);
             });
         }
         std::swap(here, below);

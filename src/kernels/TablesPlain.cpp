@@ -2,57 +2,51 @@
 
 namespace {
 
-// The offsets of a run, which stores cannot change here.
+// Goes along a run. Channels are told from the first one, which leaves the loops below a register more.
 template <int kCount>
-struct Offsets {
-    explicit Offsets(const PixelRun& run) { std::copy_n(run.channels.offset, kCount, at); }
-    std::ptrdiff_t at[kCount];
+class Cursor {
+public:
+    explicit Cursor(const PixelRun& run) : pixel_(run.pixels + run.channels.offset[0]), step_(run.step) {
+        for (int c = 0; c < kCount; ++c) at_[c] = run.channels.offset[c] - run.channels.offset[0];
+    }
+    std::uint8_t& operator[](int channel) const { return channel == 0 ? *pixel_ : pixel_[at_[channel]]; }
+    void operator++() { pixel_ += step_; }
+
+private:
+    std::uint8_t* pixel_;
+    std::ptrdiff_t step_;
+    std::ptrdiff_t at_[kCount];
 };
 
-// tableOf(channel) for the pixel that is next.
-template <int kCount, class TableOf>
-void MapRun(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, TableOf tableOf) {
-    const Offsets<kCount> from(src), to(dst);
-    const std::ptrdiff_t srcStep = src.step, dstStep = dst.step;
-    const std::uint8_t* read = src.pixels;
-    std::uint8_t* written = dst.pixels;
-    for (std::ptrdiff_t i = 0; i < count; ++i, read += srcStep, written += dstStep) {
-        const auto tables = tableOf();
+template <int kCount>
+void Map_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, const ByteTable* tables) {
+    Cursor<kCount> from(src), to(dst);
+    for (std::ptrdiff_t i = 0; i < count; ++i, ++from, ++to) {
         std::uint8_t samples[kCount];
-        for (int c = 0; c < kCount; ++c) samples[c] = tables(c).entry[read[from.at[c]]];
-        for (int c = 0; c < kCount; ++c) written[to.at[c]] = samples[c];
+        for (int c = 0; c < kCount; ++c) samples[c] = tables[c].entry[from[c]];
+        for (int c = 0; c < kCount; ++c) to[c] = samples[c];
     }
 }
 
 template <int kCount>
-void Map_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, const ByteTable* tables) {
-    MapRun<kCount>(dst, src, count,
-                   [tables] { return [tables](int channel) -> const ByteTable& { return tables[channel]; }; });
-}
-
-template <int kCount>
 void Cycle_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, const TableCycle& cycle) {
+    Cursor<kCount> from(src), to(dst);
     const ByteTable* const first = cycle.tables;
     const ByteTable* const end = first + cycle.length;
-    const ByteTable* next = first + cycle.first;
-    MapRun<kCount>(dst, src, count, [first, end, &next] {
-        const ByteTable* const table = next;
-        if (++next == end) next = first;
-        return [table](int) -> const ByteTable& { return *table; };
-    });
+    const ByteTable* table = first + cycle.first;
+    for (std::ptrdiff_t i = 0; i < count; ++i, ++from, ++to) {
+        std::uint8_t samples[kCount];
+        for (int c = 0; c < kCount; ++c) samples[c] = table->entry[from[c]];
+        for (int c = 0; c < kCount; ++c) to[c] = samples[c];
+        if (++table == end) table = first;
+    }
 }
 
 template <int kCount>
 void Combine_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, const PairTable& table) {
-    const Offsets<kCount> from(src), to(dst);
-    const std::ptrdiff_t srcStep = src.step, dstStep = dst.step;
-    const std::uint8_t* read = src.pixels;
-    std::uint8_t* written = dst.pixels;
-    for (std::ptrdiff_t i = 0; i < count; ++i, read += srcStep, written += dstStep) {
-        for (int c = 0; c < kCount; ++c) {
-            std::uint8_t* const byte = written + to.at[c];
-            *byte = table.entry[*byte][read[from.at[c]]];
-        }
+    Cursor<kCount> from(src), to(dst);
+    for (std::ptrdiff_t i = 0; i < count; ++i, ++from, ++to) {
+        for (int c = 0; c < kCount; ++c) to[c] = table.entry[to[c]][from[c]];
     }
 }
 

@@ -15,14 +15,14 @@ std::uint8_t NeonGlow_Plain(int squares);
 std::uint8_t NeonGlow(int squares);
 
 struct ToneKernels {
-    using Glow = void (*)(const PixelRun& dst, const PixelRun& here, const PixelRun& right, const PixelRun& below,
-                          std::ptrdiff_t count);
+    using Glow = void (*)(const PixelRun& dst, const PixelRun& here, const PixelRun& below, std::ptrdiff_t count);
 
     // Adds the pixels of a run of three channels, red, green and blue, to the counts of their luminance, rounded down.
     void (*luminance)(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts,
                       std::uint32_t* countOfLevel);
-    // The glow of each sample beside its neighbours, by channel count, [0] for one channel. dst shares no byte with the
-    // others, whose steps and channels are the same.
+    // The glow of each sample beside those of the next pixel and of the one below, by channel count, [0] for one
+    // channel. So one pixel more is read here. dst shares no byte with the others, whose steps and channels are the
+    // same.
     Glow glow[ChannelSet::kMax];
 };
 

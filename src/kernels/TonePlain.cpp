@@ -41,19 +41,18 @@ const GlowTable& Glows() {
 }
 
 template <int kCount>
-void Glow_Plain(const PixelRun& dst, const PixelRun& hereRun, const PixelRun& rightRun, const PixelRun& belowRun,
-                std::ptrdiff_t count) {
+void Glow_Plain(const PixelRun& dst, const PixelRun& hereRun, const PixelRun& belowRun, std::ptrdiff_t count) {
     const GlowTable& table = Glows();
+    const std::ptrdiff_t step = hereRun.step, dstStep = dst.step;
     std::ptrdiff_t from[kCount], to[kCount];
     std::copy_n(hereRun.channels.offset, kCount, from);
     std::copy_n(dst.channels.offset, kCount, to);
-    const std::ptrdiff_t step = hereRun.step, dstStep = dst.step;
-    const std::uint8_t *here = hereRun.pixels, *right = rightRun.pixels, *below = belowRun.pixels;
+    const std::uint8_t *here = hereRun.pixels, *below = belowRun.pixels;
     std::uint8_t* out = dst.pixels;
-    for (std::ptrdiff_t i = 0; i < count; ++i, here += step, right += step, below += step, out += dstStep) {
+    for (std::ptrdiff_t i = 0; i < count; ++i, here += step, below += step, out += dstStep) {
         std::uint8_t samples[kCount];
         for (int c = 0; c < kCount; ++c) {
-            const int down = here[from[c]] - below[from[c]], aside = here[from[c]] - right[from[c]];
+            const int sample = here[from[c]], aside = sample - here[step + from[c]], down = sample - below[from[c]];
             samples[c] = table.Of(down * down + aside * aside);
         }
         for (int c = 0; c < kCount; ++c) out[to[c]] = samples[c];

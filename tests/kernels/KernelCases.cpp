@@ -170,6 +170,8 @@ void Nearest(Kernels k, Bytes b, std::ptrdiff_t units) {
     const double ratio = 0.1 + b.choice % 977 / 977.0;
     const PixelRun src = RunOf(b.in[0], kSrc + kAlpha, b.choice), dst = RunOf(b.out, kDst + kAlpha, b.choice / 32);
     k.nearest.apart[kConversion][kAlpha](dst, src, ratio, 0, units);
+}
+
 // --- tables ---------------------------------------------------------------------------------------------------------
 
 struct TestTables {
@@ -253,9 +255,7 @@ void Luminance(Kernels k, Bytes b, std::ptrdiff_t units) {
 template <int kCount>
 void Glow(Kernels k, Bytes b, std::ptrdiff_t units) {
     const PixelRun here = RunOf(b.in[0], kCount, b.choice), below = RunOf(b.in[1], kCount, b.choice);
-    PixelRun right = here;
-    right.pixels += here.step;
-    k.tone.glow[kCount - 1](RunOf(b.out, kCount, b.choice / 32), here, right, below, units);
+    k.tone.glow[kCount - 1](RunOf(b.out, kCount, b.choice / 32), here, below, units);
 }
 
 // --- blurs ----------------------------------------------------------------------------------------------------------
