@@ -63,6 +63,12 @@ inline PixelRange PixelsInside(const RowSpan& row, std::int64_t pixelSize, const
     return PixelsWithin(row, pixelSize, channels.lowest(), channels.highest(), x, width);
 }
 
+// Those outside of which no channel byte may be.
+inline PixelRange PixelsReached(const RowSpan& row, std::int64_t pixelSize, const ChannelSet& channels, std::int64_t x,
+                                std::int64_t width) {
+    return PixelsWithin(row, pixelSize, channels.highest(), channels.lowest(), x, width);
+}
+
 // Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A null row
 // gives zeros.
 void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,

@@ -138,8 +138,7 @@ void WorkRow(const Walk& walk, const RowSpan* rows, std::int64_t step, RunFn run
     const PixelRange free = FreePixels(walk, rows);
     // Nothing is written outside of these.
     const PixelRange reached = walk.everyPixel ? PixelRange{0, walk.width}
-                                               : PixelsWithin(rows[0], dst.pixelSize, dst.channels.highest(),
-                                                              dst.channels.lowest(), dst.x, walk.width);
+                                               : PixelsReached(rows[0], dst.pixelSize, dst.channels, dst.x, walk.width);
     for (std::int64_t x = reached.first; x < std::min(free.first, reached.last); ++x) {
         WorkEdgePixel(walk, rows, step, x, run, work);
     }
