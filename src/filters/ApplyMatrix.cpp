@@ -50,12 +50,11 @@ struct Convolution {
 // image of the application's own can be said to have more rows than any loop could visit.
 PixelRange RowsReached(const Convolution& job) {
     const PixelSide& dst = job.sides.dst;
-    const std::ptrdiff_t height = static_cast<std::ptrdiff_t>(job.height);
-    const std::int64_t end = (job.width - 1) * dst.pixelSize + dst.channels.highest();
     const bool rowsFollow = dst.record->GetRow == GetRowLinear && dst.record->RowSize > 0;
-    if (!rowsFollow || end > PTRDIFF_MAX / 2) return {0, height};
-    const ChannelSet row{2, {dst.channels.lowest(), static_cast<std::ptrdiff_t>(end)}};
-    return PixelsReached(GetRowSpan(dst.record, 0), dst.record->RowSize, row, 0, height);
+    if (!rowsFollow) return {0, job.height};
+    // As if rows were pixels, each from its first channel byte to its last.
+    const std::int64_t last = (job.width - 1) * dst.pixelSize + dst.channels.highest();
+    return PixelsWithin(GetRowSpan(dst.record, 0), dst.record->RowSize, last, dst.channels.lowest(), 0, job.height);
 }
 
 // Only pixels that can be stored are worked out. The destination's row is fetched again behind the source's, which may
@@ -64,13 +63,13 @@ template <int kCount>
 void Convolve_Plain(const Convolution& job, const Cells& cells) {
     const PixelSide &src = job.sides.src, &dst = job.sides.dst;
     const PixelRange rows = RowsReached(job);
-    for (std::ptrdiff_t y = rows.first; y < rows.last; ++y) {
+    for (std::int64_t y = rows.first; y < rows.last; ++y) {
         const int dstY = static_cast<int>(y);
         const RowSpan written = GetRowSpan(dst.record, dstY);
         if (!written) continue;
-        const PixelRange columns = PixelsReached(written, static_cast<int>(dst.pixelSize), dst.channels, 0,
-                                                 static_cast<std::ptrdiff_t>(job.width));
-        for (std::ptrdiff_t x = columns.first; x < columns.last; ++x) {
+        const PixelRange columns =
+            PixelsWithin(written, dst.pixelSize, dst.channels.highest(), dst.channels.lowest(), 0, job.width);
+        for (std::int64_t x = columns.first; x < columns.last; ++x) {
             std::uint32_t sum[kCount] = {};
             std::uint8_t samples[kCount];
             for (int i = 0; i < cells.count; ++i) {

@@ -31,7 +31,7 @@ struct TestedDivision {
     }
 };
 
-// Sums wrap at their width.
+// Sums wrap at their width, and share no byte with samples.
 template <class Sum, class Division>
 struct SumKernels {
     // sums[i] += times * bytes[i]

@@ -15,12 +15,13 @@ std::uint8_t Divided(std::uint32_t sum, const TestedDivision& by) {
 }
 
 template <class Sum>
-void Add_Plain(Sum* sums, const std::uint8_t* bytes, std::ptrdiff_t count, std::uint32_t times) {
+void Add_Plain(Sum* __restrict sums, const std::uint8_t* __restrict bytes, std::ptrdiff_t count, std::uint32_t times) {
     for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] = static_cast<Sum>(sums[i] + times * bytes[i]);
 }
 
 template <class Sum>
-void Slide_Plain(Sum* sums, const std::uint8_t* leaves, const std::uint8_t* enters, std::ptrdiff_t count) {
+void Slide_Plain(Sum* __restrict sums, const std::uint8_t* __restrict leaves, const std::uint8_t* __restrict enters,
+                 std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t change = static_cast<std::uint32_t>(enters[i]) - static_cast<std::uint32_t>(leaves[i]);
         sums[i] = static_cast<Sum>(sums[i] + change);
@@ -28,14 +29,15 @@ void Slide_Plain(Sum* sums, const std::uint8_t* leaves, const std::uint8_t* ente
 }
 
 template <class Sum, class Division>
-void Divide_Plain(const Sum* sums, std::ptrdiff_t count, const Division& by, std::uint8_t* bytes) {
+void Divide_Plain(const Sum* __restrict sums, std::ptrdiff_t count, const Division& by,
+                  std::uint8_t* __restrict bytes) {
     const Division local = by;
     for (std::ptrdiff_t i = 0; i < count; ++i) bytes[i] = Divided(sums[i], local);
 }
 
 template <class Sum, int kCount>
-void Run_Plain(Sum* sums, const std::uint8_t* leaves, const std::uint8_t* enters, std::ptrdiff_t count,
-               const std::uint32_t* first) {
+void Run_Plain(Sum* __restrict sums, const std::uint8_t* __restrict leaves, const std::uint8_t* __restrict enters,
+               std::ptrdiff_t count, const std::uint32_t* first) {
     std::uint32_t sum[kCount];
     std::copy_n(first, kCount, sum);
     for (std::ptrdiff_t i = 0; i < count; ++i, sums += kCount, leaves += kCount, enters += kCount) {

@@ -61,7 +61,11 @@ void Copy_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count) 
     WithPixel<kCount>(dst.channels, src.channels, [&](const auto pixel) {
         std::uint8_t* to = dst.pixels;
         const std::uint8_t* from = src.pixels;
-        for (std::ptrdiff_t i = 0; i < count; ++i, to += dstStep, from += srcStep) pixel.Copy(to, from);
+        if (srcStep == -dstStep) {  // with one step, for the compiler to make vectors of single bytes
+            for (std::ptrdiff_t i = 0; i < count; ++i, to += dstStep, from -= dstStep) pixel.Copy(to, from);
+        } else {
+            for (std::ptrdiff_t i = 0; i < count; ++i, to += dstStep, from += srcStep) pixel.Copy(to, from);
+        }
     });
 }
 
