@@ -76,8 +76,7 @@ void Convolve_Plain(const Convolution& job, const Cells& cells) {
                 const Cell& cell = cells.cell[i];
                 const std::int64_t row = std::clamp<std::int64_t>(y + cell.row, 0, job.height - 1);
                 const std::int64_t column = std::clamp<std::int64_t>(x + cell.column, 0, job.width - 1);
-                Load<kCount>(GetRowSpan(src.record, static_cast<int>(row)), src, static_cast<std::ptrdiff_t>(column),
-                             samples);
+                Load<kCount>(GetRowSpan(src.record, static_cast<int>(row)), src, column, samples);
                 for (int c = 0; c < kCount; ++c) sum[c] += samples[c] * static_cast<std::uint32_t>(cell.weight);
             }
             for (int c = 0; c < kCount; ++c) samples[c] = job.finish(sum[c]);

@@ -12,6 +12,7 @@ static int RandomNeighbour(int at, int level, int extent) {
     return static_cast<int>(std::clamp<std::int64_t>(place, 0, extent - 1));
 }
 
+// Walks by itself, as each pixel comes from a row of its own.
 template <int kCount>
 static void Scatter(const PixelSides& sides, int level) {
     ImageClassData* const src = sides.src.record;

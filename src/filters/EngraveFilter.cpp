@@ -28,7 +28,7 @@ void EngraveImage_Plain(const PixelSides& sides, int level) {
                 Load<kCount>(row, sides.src, x, here);
                 const RowSpan other = GetRowSpan(src, neighbourRow);
                 if (!other) break;
-                Load<kCount>(other, sides.src, static_cast<std::ptrdiff_t>(Neighbour(x, level, src->Width)), there);
+                Load<kCount>(other, sides.src, Neighbour(x, level, src->Width), there);
                 for (int c = 0; c < kCount; ++c) here[c] = Relief(here[c], there[c]);
                 if (src == dst) dstRow = GetRowSpan(dst, y);  // its window may have moved
                 Store<kCount>(dstRow, sides.dst, x, here);
@@ -43,8 +43,9 @@ void EngraveImage_Plain(const PixelSides& sides, int level) {
 template <int kCount>
 static void ReliefOfRow(const std::uint8_t* here, const std::uint8_t* there, std::uint8_t* out, int width, int level) {
     // The columns whose neighbour lies in the row; on either side of them the edge pixel is everyone's neighbour.
-    const std::ptrdiff_t first = std::clamp<std::int64_t>(-static_cast<std::int64_t>(level), 0, width);
-    const std::ptrdiff_t last = std::clamp<std::int64_t>(static_cast<std::int64_t>(width) - level, first, width);
+    const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(-std::int64_t{level}, 0, width));
+    const std::ptrdiff_t last =
+        static_cast<std::ptrdiff_t>(std::clamp<std::int64_t>(std::int64_t{width} - level, first, width));
     const auto againstEdge = [&](std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t edge) {
         for (std::ptrdiff_t x = from; x < to; ++x) {
             for (int c = 0; c < kCount; ++c)
@@ -59,6 +60,7 @@ static void ReliefOfRow(const std::uint8_t* here, const std::uint8_t* there, std
     againstEdge(last, width, width - 1);
 }
 
+// Walks by itself, as each row of the result needs two of the source.
 void EngraveImage(const PixelSides& wanted, int level) {
     ImageClassData* const src = wanted.src.record;
     ImageClassData* const dst = wanted.dst.record;

@@ -119,6 +119,7 @@ struct OilWindow {
     }
 };
 
+// Walks by itself, as each row of the result needs the rows of a window.
 template <int kCount, class ClassesOf>
 void Paint(const PixelSides& sides, int classes, std::int64_t range, const RowRing& ring, const std::uint8_t** rows,
            std::uint8_t* outCopy) {

@@ -48,14 +48,21 @@ bool RowsAreApart(const PixelSide& side, std::int64_t width);
 // True if every channel byte of those pixels may be touched.
 bool Covers(const RowSpan& row, const PixelSide& side, std::ptrdiff_t first, std::ptrdiff_t width);
 
-// A pixel that may lie outside the storage, wholly or in part.
+// A pixel that may lie outside the storage, wholly or in part. Its place is worked out in 64 bits, so that it does not
+// wrap.
 template <int kCount>
-void Load(const RowSpan& row, const PixelSide& side, std::ptrdiff_t x, std::uint8_t* samples) {
-    for (int c = 0; c < kCount; ++c) samples[c] = row.Load(x * side.pixelSize + side.channels.offset[c]);
+void Load(const RowSpan& row, const PixelSide& side, std::int64_t x, std::uint8_t* samples) {
+    for (int c = 0; c < kCount; ++c) {
+        const std::int64_t at = x * side.pixelSize + side.channels.offset[c];
+        samples[c] = at >= row.begin && at < row.end ? row.data[static_cast<std::ptrdiff_t>(at)] : std::uint8_t{0};
+    }
 }
 template <int kCount>
-void Store(const RowSpan& row, const PixelSide& side, std::ptrdiff_t x, const std::uint8_t* samples) {
-    for (int c = 0; c < kCount; ++c) row.Store(x * side.pixelSize + side.channels.offset[c], samples[c]);
+void Store(const RowSpan& row, const PixelSide& side, std::int64_t x, const std::uint8_t* samples) {
+    for (int c = 0; c < kCount; ++c) {
+        const std::int64_t at = x * side.pixelSize + side.channels.offset[c];
+        if (at >= row.begin && at < row.end) row.data[static_cast<std::ptrdiff_t>(at)] = samples[c];
+    }
 }
 
 // True if the pixels of both images are made of the channels, in the same order, and have no other byte.

@@ -173,7 +173,7 @@ void RowShear::SkewPacked(const RowSpan& srcRow, int row, ShearStep step) const 
     EndPacked(span, dst, dstWidth_, pixels);
     // Left of column 0 there may be storage, too.
     if (closing >= 0) return;
-    WithChannelCount(count, [&](auto kCount) { Store<kCount>(span, dst, static_cast<std::ptrdiff_t>(closing), rest); });
+    WithChannelCount(count, [&](auto kCount) { Store<kCount>(span, dst, closing, rest); });
 }
 
 void HorizSkew(const PixelSides& sides, int row, ShearStep step, const ShearColour& background) {
@@ -181,6 +181,8 @@ void HorizSkew(const PixelSides& sides, int row, ShearStep step, const ShearColo
 }
 
 // --- columns, a strip at a time -------------------------------------------------------------------------------------
+
+// Columns go down the image, so they walk by themselves.
 
 // Columns side by side that are sheared together, row after row of the destination. Their rows of the source slide
 // by as packed pieces, as many as the offsets of the strip differ.
