@@ -50,6 +50,27 @@ void WithPixel(const ChannelSet& dst, const ChannelSet& src, Work work) {
     }
 }
 
+// Loops stand in functions of their own: in a lambda's, stores could change what it captures.
+template <class Pixel>
+void CopyPixels(const Pixel pixel, const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count) {
+    const std::ptrdiff_t dstStep = dst.step, srcStep = src.step;
+    std::uint8_t* __restrict to = dst.pixels;
+    const std::uint8_t* __restrict from = src.pixels;
+    for (std::ptrdiff_t i = 0; i < count; ++i, to += dstStep, from += srcStep) pixel.Copy(to, from);
+}
+
+template <class Pixel>
+void TurnPixels(const Pixel pixel, const PixelTile& given) {
+    const PixelTile tile = given;
+    const std::uint8_t* const* const rows = tile.src;
+    const std::ptrdiff_t step = tile.dstStep;
+    for (int i = 0; i < tile.columns; ++i) {
+        const std::ptrdiff_t at = i * tile.srcStep;
+        std::uint8_t* __restrict to = tile.dst[i];
+        for (int j = 0; j < tile.rows; ++j, to += step) pixel.Copy(to, rows[j] + at);
+    }
+}
+
 template <int kCount>
 void Copy_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count) {
     const std::ptrdiff_t dstStep = dst.step, srcStep = src.step;
@@ -58,15 +79,13 @@ void Copy_Plain(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count) 
         std::memcpy(dst.pixels + first, src.pixels + first, static_cast<std::size_t>(count * kCount));
         return;
     }
-    WithPixel<kCount>(dst.channels, src.channels, [&](const auto pixel) {
-        std::uint8_t* to = dst.pixels;
-        const std::uint8_t* from = src.pixels;
-        if (srcStep == -dstStep) {  // with one step, for the compiler to make vectors of single bytes
-            for (std::ptrdiff_t i = 0; i < count; ++i, to += dstStep, from -= dstStep) pixel.Copy(to, from);
-        } else {
-            for (std::ptrdiff_t i = 0; i < count; ++i, to += dstStep, from += srcStep) pixel.Copy(to, from);
-        }
-    });
+    if (kCount == 1 && dstStep == 1 && srcStep == -1) {  // for the compiler to make vectors of
+        std::uint8_t* __restrict to = dst.pixels + dst.channels.offset[0];
+        const std::uint8_t* __restrict from = src.pixels + src.channels.offset[0];
+        for (std::ptrdiff_t i = 0; i < count; ++i) to[i] = from[-i];
+        return;
+    }
+    WithPixel<kCount>(dst.channels, src.channels, [&](const auto pixel) { CopyPixels(pixel, dst, src, count); });
 }
 
 template <int kCount>
@@ -80,16 +99,7 @@ void Exchange_Plain(const PixelRun& aRun, const PixelRun& bRun, std::ptrdiff_t c
 
 template <int kCount>
 void Turn_Plain(const PixelTile& tile) {
-    const std::ptrdiff_t dstStep = tile.dstStep, srcStep = tile.srcStep;
-    const std::uint8_t* const* const rows = tile.src;
-    const int rowCount = tile.rows;
-    WithPixel<kCount>(tile.dstChannels, tile.srcChannels, [&](const auto pixel) {
-        for (int i = 0; i < tile.columns; ++i) {
-            const std::ptrdiff_t at = i * srcStep;
-            std::uint8_t* to = tile.dst[i];
-            for (int j = 0; j < rowCount; ++j, to += dstStep) pixel.Copy(to, rows[j] + at);
-        }
-    });
+    WithPixel<kCount>(tile.dstChannels, tile.srcChannels, [&](const auto pixel) { TurnPixels(pixel, tile); });
 }
 
 template <int kCount>
