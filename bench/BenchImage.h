@@ -10,6 +10,8 @@
 #include "core/RegisteredClasses.h"
 #include "core/RowAccess.h"
 
+using namespace zor;
+
 class BenchImage {
 public:
     BenchImage(int width, int height, int format)

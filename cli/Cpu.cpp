@@ -8,6 +8,8 @@
 #include "Errors.h"
 #include "kernels/KernelTable.h"
 
+using namespace zor;
+
 namespace {
 
 // ZOR_CPU as the engine reads it; set to nothing it counts as not set.

@@ -8,6 +8,8 @@
 #include "compositing/Combine.h"
 #include "core/Formats.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kWidth = 1237, kHeight = 811;

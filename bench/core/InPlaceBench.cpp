@@ -9,6 +9,8 @@
 #include "BenchImage.h"
 #include "core/Formats.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kWidth = 6000, kHeight = 4000;  // 24 megapixels

@@ -8,6 +8,8 @@
 #include "core/Formats.h"
 #include "exchange/CopyPixels.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kWidth = 6000, kHeight = 4000;  // 24 megapixels

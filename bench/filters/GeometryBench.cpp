@@ -16,6 +16,8 @@
 #include "filters/Unsharp.h"
 #include "host/HostCalls.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kWidth = 6000, kHeight = 4000;

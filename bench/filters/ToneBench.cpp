@@ -16,6 +16,8 @@
 #include "filters/OilFilter.h"
 #include "filters/SolarizeFilter.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kWidth = 6000, kHeight = 4000;

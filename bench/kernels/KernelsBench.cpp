@@ -8,6 +8,8 @@
 
 #include "kernels/KernelCases.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr std::ptrdiff_t kUnits = 4093;  // a row of a picture, of no round width

@@ -11,6 +11,8 @@
 #include "scale/FilteredScale.h"
 #include "scale/Pairs.h"
 
+using namespace zor;
+
 namespace {
 
 struct Size {

@@ -2,6 +2,8 @@
 
 #include "compositing/BlendWalk.h"
 
+namespace zor {
+
 static void Blend(bool premultiplied, ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int dstX,
                   int dstY, int width, int height, int srcX, int srcY) {
     const Layer layers[] = {BlendLayer(dst, dstX, dstY, true), BlendLayer(src, srcX, srcY, true),
@@ -24,3 +26,5 @@ void Case2pt(ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int
              int srcX, int srcY) {
     Blend(true, dst, src, mask, dstX, dstY, width, height, srcX, srcY);
 }
+
+}  // namespace zor

@@ -5,6 +5,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // The rectangle must lie within the target and the source, and the mask be of the source's size; what is missing of a
 // row all the same reads as 0 and is not written. Nothing happens if one of the images is neither gray nor RGB.
 // Yields on the target after each row.
@@ -17,3 +19,5 @@ void Case2pf(ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int
 // counts by its gray, an RGB target by its alpha, whatever its colours were: full where it has none.
 void Case2pt(ImageClassData* dst, ImageClassData* src, ImageClassData* mask, int dstX, int dstY, int width, int height,
              int srcX, int srcY);
+
+}  // namespace zor

@@ -2,6 +2,8 @@
 
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 Layer BlendLayer(ImageClassData* image, std::int64_t x, std::int64_t y, bool withAlpha) {
     const bool isOfClass = image->IsGray || image->IsRGB;
     return LayerOf(image, x, y, isOfClass ? ChannelsOf(image, withAlpha) : ChannelSet{});
@@ -19,3 +21,5 @@ void WalkBlend(const Layer* layers, int layerCount, std::int64_t width, std::int
         (apart ? blend.apart : blend.inOrder)(kernels, runs.run, runs.count, colour);
     });
 }
+
+}  // namespace zor

@@ -5,6 +5,8 @@
 #include "core/Walk.h"
 #include "kernels/BlendRuns.h"
 
+namespace zor {
+
 // The layer of an image with or without its alpha. It has no channels if the image is of neither class.
 Layer BlendLayer(ImageClassData* image, std::int64_t x, std::int64_t y, bool withAlpha);
 
@@ -20,3 +22,5 @@ struct BlendTwins {
 // Yields on the target after each row. A row that one of the layers does not have is skipped.
 void WalkBlend(const Layer* layers, int layerCount, std::int64_t width, std::int64_t height, BlendTwins blend,
                const ColourSamples& colour);
+
+}  // namespace zor

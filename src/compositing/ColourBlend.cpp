@@ -3,6 +3,8 @@
 #include "compositing/BlendWalk.h"
 #include "exchange/Clipping.h"
 
+namespace zor {
+
 static ColourSamples SamplesOf(int colour) {
     return {{static_cast<std::uint8_t>(colour >> 16), static_cast<std::uint8_t>(colour >> 8),
              static_cast<std::uint8_t>(colour)}};
@@ -39,3 +41,5 @@ bool Case4(ImageClassData* dst, ImageClassData* image, bool premultiplied, int d
               mask);
     return true;
 }
+
+}  // namespace zor

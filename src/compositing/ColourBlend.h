@@ -8,6 +8,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Paints foreColour where the image is black and keeps the target where it is white. Colours of the image count by
 // their mean.
 bool Case3(ImageClassData* dst, ImageClassData* image, bool premultiplied, int dstX, int dstY, int srcX, int srcY,
@@ -17,3 +19,5 @@ bool Case3(ImageClassData* dst, ImageClassData* image, bool premultiplied, int d
 // colour counts as black.
 bool Case4(ImageClassData* dst, ImageClassData* image, bool premultiplied, int dstX, int dstY, int srcX, int srcY,
            int width, int height, bool useColours, int maskColour);
+
+}  // namespace zor

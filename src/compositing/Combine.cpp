@@ -5,6 +5,8 @@
 #include "exchange/Clipping.h"
 #include "exchange/CopyPixels.h"
 
+namespace zor {
+
 constexpr int kNoColour = -1;
 
 static bool Case2(ImageClassData* dst, ImageClassData* image, bool premultiplied, ImageClassData* mask, int dstX,
@@ -68,3 +70,5 @@ REALboolean PictureCombine3(REALobject object, REALobject image, REALobject mask
     return PictureCombine1pm(object, image, false, mask, dstX, dstY, srcX, srcY, width, height, useColours, kNoColour,
                              kNoColour);
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Class members. A negative colour means that there is none; the shorter forms have none. The mask must be of the size
 // of the whole image. False if nothing could be done; an image of a family that only copies know stays as it is and
 // gives true.
@@ -21,3 +23,5 @@ REALboolean PictureCombine2pm(REALobject object, REALobject image, REALboolean p
                               int foreColour);
 REALboolean PictureCombine3pm(REALobject object, REALobject image, REALboolean premultiplied, REALobject mask, int dstX,
                               int dstY, int srcX, int srcY, int width, int height, REALboolean useColours);
+
+}  // namespace zor

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace zor {
+
 using Record = ImageClassData;
 
 const ChannelFields kChannelFields[kChannelIds] = {
@@ -70,3 +72,5 @@ unsigned FamilyFlagsOf(const ImageClassData* record) {
     return (record->IsCMYK ? kIsCMYK : 0U) | (record->IsRGB ? kIsRGB : 0U) | (record->IsGray ? kIsGray : 0U) |
            (record->HasAlpha ? kWithAlpha : 0U);
 }
+
+}  // namespace zor

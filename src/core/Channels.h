@@ -7,6 +7,8 @@
 #include "core/ImageClassData.h"
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 enum class ChannelId : unsigned char { gray, red, green, blue, alpha, cyan, magenta, yellow, black };
 constexpr int kChannelIds = 9;
 
@@ -70,3 +72,5 @@ ChannelSet ChannelsOf(const ImageClassData* record, bool withAlpha);
 // Family and alpha as one number, for tables of rules that test some of these and not others.
 enum FamilyFlags : unsigned { kIsCMYK = 1, kIsRGB = 2, kIsGray = 4, kWithAlpha = 8 };
 unsigned FamilyFlagsOf(const ImageClassData* record);
+
+}  // namespace zor

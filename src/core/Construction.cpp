@@ -13,6 +13,8 @@
 #include "core/Teardown.h"
 #include "host/Platform.h"
 
+namespace zor {
+
 ImageClassData* ImageDataOf(REALobject object) {
     return reinterpret_cast<ImageClassData*>(reinterpret_cast<char*>(object) + ImageClass.hostSlot);
 }
@@ -154,3 +156,5 @@ REALobject GetMemory(REALobject object, REALword) {
 std::int64_t GetTotalSizeInt64(REALobject object, REALword) {
     return ImageDataOf(object)->TotalSize;
 }
+
+}  // namespace zor

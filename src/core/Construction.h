@@ -6,6 +6,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Rows on 64-byte multiples, zero-filled. Below 2147483648 bytes, otherwise Valid stays false.
 void ImageConstructor(REALobject object, int width, int height, int format);
 
@@ -20,3 +22,5 @@ void ImageDestructor(REALobject object);
 
 REALobject GetMemory(REALobject object, REALword);  // memory block over Pixels, or nil
 std::int64_t GetTotalSizeInt64(REALobject object, REALword);
+
+}  // namespace zor

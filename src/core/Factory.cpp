@@ -3,6 +3,8 @@
 #include "core/Construction.h"
 #include "core/RegisteredClasses.h"
 
+namespace zor {
+
 static REALobject globalFactory = nullptr;
 
 // The format is not compared: pixel code goes by the record, and a larger image does as well.
@@ -48,3 +50,5 @@ void SetFactory(REALobject factory) {
     if (globalFactory) REALUnlockObject(globalFactory);
     globalFactory = factory;
 }
+
+}  // namespace zor

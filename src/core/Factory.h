@@ -4,6 +4,8 @@
 #include "core/ImageClassData.h"
 #include "host/ObjectHolder.h"  // for what CreatePicture gives
 
+namespace zor {
+
 // An image at least as large as asked for, of whatever format the factory chose, locked for the caller; or nil.
 // record is the image on whose behalf it is made, or null.
 REALobject CreatePicture(ImageClassData* record, int width, int height, int format);
@@ -12,3 +14,5 @@ REALobject CreatePicture(ImageClassData* record, int width, int height, int form
 REALobject CreatePictureLocal(REALobject object, int width, int height, int format);
 REALobject CreatePictureGlobal(int width, int height, int format);
 void SetFactory(REALobject factory);
+
+}  // namespace zor

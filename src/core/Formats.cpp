@@ -10,6 +10,8 @@
 
 #include "core/Channels.h"
 
+namespace zor {
+
 int AllocationGranularity = 4096;
 
 int GetAllocationGranularity() {
@@ -218,3 +220,5 @@ int GetMinOffset(const ImageClassData* record) {
     }
     return lowest == kNone ? -1 : lowest;
 }
+
+}  // namespace zor

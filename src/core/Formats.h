@@ -3,6 +3,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // The numbers behind the ImageFormat... constants. 14 and everything outside 1 to 40 is no format.
 enum ImageFormatNumber : int {
     ImageFormatUnknown = 0,
@@ -79,3 +81,5 @@ REALboolean CanAllocateImage(int width, int height, int format);
 bool HasPixelsOnBlock(const ImageClassData* record);  // a pixel is one byte a channel, with no pad byte
 bool PictureBlockCompatible(const ImageClassData* a, const ImageClassData* b);
 int GetMinOffset(const ImageClassData* record);  // lowest offset of a present channel; -1 if there is none
+
+}  // namespace zor

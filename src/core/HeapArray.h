@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <memory>
 
+namespace zor {
+
 // Zero-filled memory that is freed at the end of the scope. False, with nothing behind it, where it cannot be had: for
 // want of memory, and where the count is negative or more than can be addressed, as sizes of images on memory of the
 // application's own may be. A count of 0 can be had.
@@ -34,3 +36,5 @@ private:
     };
     std::unique_ptr<T, Free> memory_;
 };
+
+}  // namespace zor

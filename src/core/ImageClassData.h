@@ -11,6 +11,8 @@
 #include "core/Yield.h"
 #include "host/HostCalls.h"
 
+namespace zor {
+
 struct ImageClassData;
 
 // The address of row y, or null. On a file-backed image it is good until the next call on the same record. Pixel
@@ -93,3 +95,5 @@ ImageClassData* ImageDataOf(REALobject object);
 inline bool IsUsable(const ImageClassData* record) {
     return record->Valid && record->GetRow && record->Width >= 0 && record->Height >= 1;
 }
+
+}  // namespace zor

@@ -10,6 +10,8 @@
 #include "core/Walk.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 PixelRect WholeOf(const ImageClassData* record) {
@@ -341,3 +343,5 @@ std::int64_t CompareImages(REALobject object, REALobject other) {
     }
     return count;
 }
+
+}  // namespace zor

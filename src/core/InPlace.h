@@ -8,6 +8,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Zero, whole bytes, pad bytes and channels that a view does not show included. The whole-image form clears complete
 // rows of the storage, with the padding at their end.
 void ClearRect1(REALobject object);
@@ -50,3 +52,5 @@ void FillRectApplyRGBcA5(REALobject object, int x, int y, int width, int height,
 // Complement of every channel, alpha included.
 void Invert1(REALobject object);
 void Invert5(REALobject object, int x, int y, int width, int height);
+
+}  // namespace zor

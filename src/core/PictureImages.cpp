@@ -9,6 +9,8 @@
 #include "host/GDImage.h"
 #include "host/QuickDraw.h"
 
+namespace zor {
+
 namespace {
 
 struct PixelLayout {
@@ -117,3 +119,5 @@ void ImageConstructorPicture(REALobject object, REALobject picture, REALboolean 
     if (!IsConsole) onGWorld = ConstructOnGWorld(object, picture, useAlpha);
     if (!IsDesktop) ConstructOnGDImage(object, picture, useAlpha, onGWorld ? Found::written : Found::earlier);
 }
+
+}  // namespace zor

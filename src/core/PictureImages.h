@@ -6,6 +6,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // The constructor that applications call: the kinds of picture of the application's own world are tried, both where
 // that is unknown. useAlpha: the fourth byte of a pixel is its alpha channel; otherwise it is padding.
 void ImageConstructorPicture(REALobject object, REALobject picture, REALboolean useAlpha);
@@ -15,3 +17,5 @@ void ImageConstructorPictureGUI(REALobject object, REALobject picture, REALboole
 
 // On the rows of a true-colour GD image.
 void ImageConstructorPictureConsole(REALobject object, REALobject picture, REALboolean useAlpha);
+
+}  // namespace zor

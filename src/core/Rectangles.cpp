@@ -1,5 +1,7 @@
 #include "core/Rectangles.h"
 
+namespace zor {
+
 static void ReduceDirection(std::int64_t* start, std::int64_t* extent, int imageExtent) {
     if (*extent < 0) {
         *start += *extent;
@@ -19,3 +21,5 @@ PixelRect ReduceToImage(const ImageClassData* record, const PixelRect& wanted) {
     ReduceDirection(&rect.y, &rect.height, record->Height);
     return rect;
 }
+
+}  // namespace zor

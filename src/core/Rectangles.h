@@ -3,6 +3,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // In pixels. Wider than the arguments of any call, so that no sum of them wraps.
 struct PixelRect {
     std::int64_t x;
@@ -17,3 +19,5 @@ struct PixelRect {
 // corner. A rectangle that is not empty afterwards lies wholly on the image; of an empty one only that it is empty
 // counts, and reducing it again leaves it empty.
 PixelRect ReduceToImage(const ImageClassData* record, const PixelRect& wanted);
+
+}  // namespace zor

@@ -4,8 +4,12 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 extern REALclassDefinition ImageClass;   // PictureZOR
 extern REALevent ImageFactoryEvents[1];  // NewPictureZOR
 
 // What an application implements of that event: an image locked for the caller, or null.
 using NewPictureEvent = REALobject(REALobject factory, int width, int height, int format);
+
+}  // namespace zor

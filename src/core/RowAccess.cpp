@@ -7,6 +7,8 @@
 #include "core/Formats.h"
 #include "core/Storage.h"
 
+namespace zor {
+
 // --- memory ---------------------------------------------------------------------------------------------------------
 
 // Rows may lie outside the storage: StorageOfRow says what may be touched of them. So the address is a plain
@@ -153,3 +155,5 @@ void SetMemBlockSize(REALobject object, REALword, int value) {
     ApplyBlockSizeRule(record, value);
     record->GetRow(record, 0);
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 std::uint8_t* GetRowLinear(ImageClassData* record, int y);
 std::uint8_t* GetRowLinearMirrored(ImageClassData* record, int y);
 std::uint8_t* GetRowGDImage(ImageClassData* record, int y);
@@ -23,3 +25,5 @@ void ApplyBlockSizeRule(ImageClassData* record, int wish);
 // Setter of the property MappingBlockSize. The smallest block is the granularity squared, cut to the image's size,
 // but never less than five rows. Does nothing on an image without rows.
 void SetMemBlockSize(REALobject object, REALword, int value);
+
+}  // namespace zor

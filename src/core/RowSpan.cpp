@@ -5,6 +5,8 @@
 #include "core/Storage.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 RowSpan GetRowSpan(ImageClassData* record, int y) {
     if (!record->GetRow) return {};
     std::uint8_t* const row = record->GetRow(record, y);
@@ -113,3 +115,5 @@ void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels
     }
     ScatterByByte(row, pixelSize, channels, x, last, width, packed);
 }
+
+}  // namespace zor

@@ -10,6 +10,8 @@
 
 #include "core/Channels.h"
 
+namespace zor {
+
 struct RowSpan {
     std::uint8_t* data;    // address of column 0; null: the row does not exist, skip it
     std::ptrdiff_t begin;  // bytes from data that may be touched, half-open; may lie anywhere relative to data
@@ -78,3 +80,5 @@ void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels,
 // outside are dropped.
 void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
                    std::ptrdiff_t width, const std::uint8_t* packed);
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 
 #include "core/RowAccess.h"
 
+namespace zor {
+
 namespace {
 
 // Marks of all file-backed storage that is alive, so that a file that is opened, truncated or removed again under
@@ -172,3 +174,5 @@ bool ImagesOverlap(const ImageClassData* a, const ImageClassData* b) {
     }
     return Intersect(WholeRange(a), WholeRange(b));
 }
+
+}  // namespace zor

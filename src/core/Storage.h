@@ -3,6 +3,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Shared by an image that owns storage and all views of it, directly or through other views. It outlives the image,
 // so that a view finds out that the bytes behind it are gone: its rows then come back null.
 struct StorageMark {
@@ -72,3 +74,5 @@ StorageRange StorageOfRow(const ImageClassData* record, const std::uint8_t* row)
 // True if some bytes may belong to both images. Exact for memory; images in the same file count as overlapping.
 // Operations that work faster in another order than pixel by pixel ask this first and step aside.
 bool ImagesOverlap(const ImageClassData* a, const ImageClassData* b);
+
+}  // namespace zor

@@ -7,6 +7,8 @@
 #include "core/RowAccess.h"
 #include "core/Storage.h"
 
+namespace zor {
+
 static void DropObject(REALobject* object) {
     if (!*object) return;
     REALUnlockObject(*object);
@@ -67,3 +69,5 @@ void ReleaseEarlierStorage(ImageClassData* record) {
     record->MappedFirstRow = 0;
     record->MappedLastRow = 0;
 }
+
+}  // namespace zor

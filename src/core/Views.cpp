@@ -11,6 +11,8 @@
 #include "core/RowAccess.h"
 #include "core/Storage.h"
 
+namespace zor {
+
 // --- what all views share -------------------------------------------------------------------------------------------
 
 static void LockAndStore(REALobject* field, REALobject object) {
@@ -273,3 +275,5 @@ REALobject Clone(REALobject object) {
     clone->StorageBytes = size;  // TotalSize tells the source's storage, which may be more
     return result;
 }
+
+}  // namespace zor

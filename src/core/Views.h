@@ -4,6 +4,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 REALobject AlphaChannel(REALobject object);
 REALobject RedChannel(REALobject object);
 REALobject GreenChannel(REALobject object);
@@ -23,3 +25,5 @@ REALobject GetMirroredView(REALobject object);
 
 // A copy in memory of its own. Nil for file-backed images and images that are not Valid.
 REALobject Clone(REALobject object);
+
+}  // namespace zor

@@ -5,6 +5,8 @@
 #include "core/RowAccess.h"
 #include "core/Storage.h"
 
+namespace zor {
+
 Layer LayerOf(ImageClassData* image, std::int64_t x, std::int64_t y, const ChannelSet& channels) {
     Layer layer = LayerOfRows(x, channels, image->PixelSize);
     layer.image = image;
@@ -234,3 +236,5 @@ bool WalkRuns(const Walk& walk, RunFn run, void* work) {
     }
     return true;
 }
+
+}  // namespace zor

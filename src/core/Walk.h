@@ -11,6 +11,8 @@
 #include "core/Rectangles.h"
 #include "core/RowSpan.h"
 
+namespace zor {
+
 // What takes part in a walk: an image, or something else that has rows. The channels stay those of the start, whatever
 // becomes of the image while the host has its turns.
 struct Layer {
@@ -94,3 +96,5 @@ void WalkRows(ImageClassData* record, const PixelRect& rect, Work work) {
         YieldIfAsked(record);
     }
 }
+
+}  // namespace zor

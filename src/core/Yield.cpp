@@ -5,6 +5,8 @@
 #include "host/HostCalls.h"
 #include "host/Platform.h"
 
+namespace zor {
+
 void YieldData::DoYield() {
     const std::int32_t passed = static_cast<std::int32_t>(TickCount() - static_cast<std::uint32_t>(LastYieldTick));
     // The absolute distance: a counter that went back has moved as well.
@@ -13,3 +15,5 @@ void YieldData::DoYield() {
     REALYieldToRB();
     LastYieldTick = static_cast<int>(TickCount());  // read again: the time spent in the host does not count
 }
+
+}  // namespace zor

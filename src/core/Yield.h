@@ -1,4 +1,7 @@
 #pragma once
+
+namespace zor {
+
 // The turns that a long method gives the host while it works. Host thread only.
 
 // First fields of every image record: how often the application wants a turn.
@@ -14,3 +17,5 @@ struct YieldData {
 inline void YieldIfAsked(YieldData* yield) {
     if (yield->YieldTicks > 0) yield->DoYield();
 }
+
+}  // namespace zor

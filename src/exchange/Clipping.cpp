@@ -1,5 +1,7 @@
 #include "exchange/Clipping.h"
 
+namespace zor {
+
 namespace {
 
 // One axis of a transfer. Neither axis ever looks at the other before the end, so each goes through the steps by
@@ -48,3 +50,5 @@ bool PassTransferGate(ImageClassData* dst, ImageClassData* src) {
     YieldIfAsked(src);
     return true;
 }
+
+}  // namespace zor

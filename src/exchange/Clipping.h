@@ -3,6 +3,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // The rectangle of a transfer, in pixels: where it goes, how large it is, and where it comes from. Wider than the
 // arguments of any call, so that no sum of them wraps.
 struct TransferRect {
@@ -35,3 +37,5 @@ inline TransferSize SizeOf(const ImageClassData* record) {
 // may be null. True if the transfer may go on; even then the host may have closed either image in the last yield, so
 // rows are still asked for one by one. Nothing is written.
 [[nodiscard]] bool PassTransferGate(ImageClassData* dst, ImageClassData* src);
+
+}  // namespace zor

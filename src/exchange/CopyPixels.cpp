@@ -7,6 +7,8 @@
 #include "exchange/Clipping.h"
 #include "exchange/PixelRules.h"
 
+namespace zor {
+
 namespace {
 
 // --- what is done to a row ------------------------------------------------------------------------------------------
@@ -197,3 +199,5 @@ REALboolean rbCopyPixels2(REALobject object, REALobject src) {
     const ImageClassData* const record = ImageDataOf(object);
     return rbCopyPixels8(object, src, 0, 0, record->Width, record->Height, 0, 0);
 }
+
+}  // namespace zor

@@ -8,7 +8,11 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 REALboolean rbCopyPixels2(REALobject object, REALobject src);
 REALboolean rbCopyPixels6(REALobject object, REALobject src, int dstX, int dstY, int dstWidth, int dstHeight);
 REALboolean rbCopyPixels8(REALobject object, REALobject src, int dstX, int dstY, int dstWidth, int dstHeight, int srcX,
                           int srcY);
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 #include "exchange/PictureEditor.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 PicturePixel PixelOf(int pixelType) {
@@ -63,3 +65,5 @@ void ExportRow(const ExportPlan& plan, const RowSpan& row, std::ptrdiff_t x, std
         ExportGathered(plan, row, x, width, dst);
     }
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include "core/RowSpan.h"
 #include "kernels/Export.h"
 
+namespace zor {
+
 // A row's part in an export, the same for all rows of a rectangle.
 struct ExportPlan {
     ExportRowFunction plain;  // defines what is stored
@@ -21,3 +23,5 @@ ExportPlan MakeExportPlan(ExportColours colours, const ChannelSet& src, int srcS
 // Writes `width` pixels from column `x` of the row on. Samples that the row does not have read 0; a row that does not
 // exist writes nothing.
 void ExportRow(const ExportPlan& plan, const RowSpan& row, std::ptrdiff_t x, std::ptrdiff_t width, std::uint8_t* dst);
+
+}  // namespace zor

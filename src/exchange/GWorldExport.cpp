@@ -8,6 +8,8 @@
 #include "exchange/PictureEditor.h"
 #include "host/QuickDraw.h"
 
+namespace zor {
+
 namespace {
 
 // --- the GWorld and its owner ---------------------------------------------------------------------------------------
@@ -92,3 +94,5 @@ REALobject CopyGWorld(REALobject object) {
     const ChannelList colours = ColoursOf(PixelFamily::rgb);
     return ExportChannels(record, OffsetsOf(record, record->HasAlpha ? WithAlphaFirst(colours) : colours), nullptr);
 }
+
+}  // namespace zor

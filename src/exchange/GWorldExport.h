@@ -8,4 +8,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 REALobject CopyGWorld(REALobject object);
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 
 #include "host/GDImage.h"
 
+namespace zor {
+
 namespace {
 
 constexpr char kDrawPicture[] =
@@ -103,3 +105,5 @@ bool OwnCopy(REALobject dst, REALobject src, int x, int y, int w, int h, int sx,
     REALPictureClearCache(dst);  // also where nothing was copied
     return copied;
 }
+
+}  // namespace zor

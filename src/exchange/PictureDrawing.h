@@ -4,6 +4,8 @@
 
 #include "host/HostCalls.h"
 
+namespace zor {
+
 // Pixels of a side; 0 for nil and where the host does not tell.
 int GetPictureWidth(REALobject picture);
 int GetPictureHeight(REALobject picture);
@@ -27,3 +29,5 @@ bool GraphicsDrawPicture(REALobject dst, REALobject src, int x, int y, int w, in
 
 // Copies a whole GD image onto one of the same size; anything else is false. For hosts without a drawing method.
 bool OwnCopy(REALobject dst, REALobject src, int x, int y, int w, int h, int sx, int sy, int sw, int sh);
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 #include "exchange/PictureDrawing.h"
 #include "host/GDImage.h"
 
+namespace zor {
+
 namespace {
 
 // What is opened: the picture that was asked for, or the copy that was made of it. A copy is not copied again, so that
@@ -170,3 +172,5 @@ REALobject RenderPictureWriter(PictureEditor& editor) {
     if (result) REALPictureClearCache(result);
     return result;
 }
+
+}  // namespace zor

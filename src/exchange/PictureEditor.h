@@ -17,6 +17,8 @@
 #include "host/HostCalls.h"
 #include "host/QuickDraw.h"
 
+namespace zor {
+
 // How a pixel of a host picture lies in memory.
 enum : int {
     // One word of the processor's byte order: red in bits 16 to 23, green in 8 to 15, blue in 0 to 7. Writers leave
@@ -37,7 +39,7 @@ struct PictureEditor {
     std::uint8_t* Buffer;                // a writer's own pixels in place of a picture; no opening sets it
     REALobject Picture;                  // locked once for the editor
     REALpictureDescription Description;  // locked from opening to closing
-    ::PixMap** PixMap;                   // its pixels are locked; null for a GD image
+    zor::PixMap** PixMap;                // its pixels are locked; null for a GD image
     int** RowTable;                      // rows of a GD image; null for a GWorld
     int ColumnIndex;                     // 0 after every step
     int RowIndex;                        // number of CurrentRow; goes on counting behind the last row
@@ -78,3 +80,5 @@ struct EditorHolder {
 
 // Closes a writer and gives its picture, locked once for the caller; nil where there is none.
 REALobject RenderPictureWriter(PictureEditor& editor);
+
+}  // namespace zor

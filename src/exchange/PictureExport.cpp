@@ -8,6 +8,8 @@
 #include "exchange/PictureDrawing.h"
 #include "exchange/PictureEditor.h"
 
+namespace zor {
+
 // Makes a picture of a rectangle that lies on the image. Null: the host gives none.
 static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect, ExportColours colours,
                                   const ChannelSet& channels) {
@@ -92,3 +94,5 @@ REALobject GetDebugPicture(REALobject object, REALword) {
     if (!ImageDataOf(object)->DebugPictureEnabled) return nullptr;
     return rbCopyPictureWithMask(object, 0, 0, kPreviewSide, kPreviewSide);
 }
+
+}  // namespace zor

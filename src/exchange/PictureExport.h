@@ -8,6 +8,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Colours. Alpha is ignored. CMYK is shown as subtractive colour with a fixed black.
 REALobject rbCopyPicture(REALobject object, int x, int y, int w, int h);
 REALobject rbCopyPictureAll(REALobject object);
@@ -24,3 +26,5 @@ REALobject rbCopyPictureWithMaskAll(REALobject object);
 // Getter of the property DebugPicture: the top left corner of at most 512 x 512 pixels with its mask, for debuggers.
 // Nil unless DebugPictureEnabled is set.
 REALobject GetDebugPicture(REALobject object, REALword);
+
+}  // namespace zor

@@ -5,6 +5,8 @@
 #include "exchange/PictureEditor.h"
 #include "exchange/PictureRows.h"
 
+namespace zor {
+
 namespace {
 
 enum GrayChannelSource : int { fromRed = 0, fromGreen = 1, fromBlue = 2 };
@@ -217,3 +219,5 @@ void rbDrawPictureApplyMaskRGB4(REALobject object, REALobject picture, int dstX,
 void rbDrawPictureApplyMaskRGB2(REALobject object, REALobject picture, REALboolean invertMask) {
     rbDrawPictureApplyMaskRGB4(object, picture, 0, 0, invertMask);
 }
+
+}  // namespace zor

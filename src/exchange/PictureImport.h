@@ -9,6 +9,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Red, green and blue; alpha stays.
 void rbDrawPictureRGB2(REALobject object, REALobject picture);
 void rbDrawPictureRGB4(REALobject object, REALobject picture, int dstX, int dstY);
@@ -47,3 +49,5 @@ void rbDrawPictureApplyMaskRGB6(REALobject object, REALobject picture, int dstX,
                                 REALboolean invertMask);
 void rbDrawPictureApplyMaskRGB8(REALobject object, REALobject picture, int dstX, int dstY, int dstWidth, int dstHeight,
                                 int srcX, int srcY, REALboolean invertMask);
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 ChannelSet ColoursOfPixelType(int pixelType) {
     switch (pixelType) {
         case PixelTypeRGB24:
@@ -97,3 +99,5 @@ void ImportRow(const ImportPlan& plan, const ImportRows& rows) {
 void ImportRow_Plain(const ImportPlan& plan, const ImportRows& rows) {
     WorkImportRow(plan, rows, [&](const ImportLayers&, const RunSet& runs) { ImportInOrder(plan, runs); });
 }
+
+}  // namespace zor

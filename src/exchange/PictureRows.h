@@ -5,6 +5,8 @@
 #include "exchange/PictureEditor.h"
 #include "kernels/Import.h"
 
+namespace zor {
+
 // A rule made ready for an image, a picture and, where the rule has one, its mask.
 struct ImportPlan {
     ImportRule rule;
@@ -48,3 +50,5 @@ void ImportRow(const ImportPlan& plan, const ImportRows& rows);
 
 // The same, always pixel by pixel: what defines the result.
 void ImportRow_Plain(const ImportPlan& plan, const ImportRows& rows);
+
+}  // namespace zor

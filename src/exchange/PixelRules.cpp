@@ -2,6 +2,8 @@
 
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 PixelPlan MakePlan(PixelRule rule, const ImageClassData* src, const ChannelSet& srcChannels, const ImageClassData* dst,
                    const ChannelSet& dstChannels, bool withAlpha, std::uint8_t alphaMask) {
     PixelPlan plan{nullptr, nullptr, srcChannels, dstChannels, src->PixelSize, dst->PixelSize, alphaMask};
@@ -35,3 +37,5 @@ void ConvertPixels(const PixelPlan& plan, const RowSpan& dst, std::ptrdiff_t dst
     const RowSpan rows[] = {dst, src};
     WorkRow({layers, 2, width, 1, nullptr, false, false}, rows, 0, [&](const RunSet& runs) { ConvertRun(plan, runs); });
 }
+
+}  // namespace zor

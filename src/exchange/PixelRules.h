@@ -6,6 +6,8 @@
 #include "kernels/Convert.h"
 #include "kernels/Words.h"
 
+namespace zor {
+
 // A rule made ready for two layouts. The channels in the sets are in the order of the family; where alpha goes along
 // it is the last of both.
 struct PixelPlan {
@@ -34,3 +36,5 @@ void ConvertRun(const PixelPlan& plan, const RunSet& runs);
 // either side means that nothing happens.
 void ConvertPixels(const PixelPlan& plan, const RowSpan& dst, std::ptrdiff_t dstX, const RowSpan& src,
                    std::ptrdiff_t srcX, std::ptrdiff_t width);
+
+}  // namespace zor

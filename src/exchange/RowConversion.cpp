@@ -7,6 +7,8 @@
 #include "core/Formats.h"
 #include "exchange/PixelRules.h"
 
+namespace zor {
+
 namespace {
 
 // --- exceptions ------------------------------------------------------------------------------------------------------
@@ -294,3 +296,5 @@ void rbSetAllFS(REALobject object, int format, REALstring string) {
     const RowSpan text = TextOf(string);
     if (text) ConvertRows(Way::dataToImage, image, 0, &layout, false, text);
 }
+
+}  // namespace zor

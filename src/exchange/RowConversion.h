@@ -11,6 +11,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // A memory block over the row itself. It has no length, and it is good only while the row stays where it is.
 REALobject rbGetRow(REALobject object, int index);
 
@@ -29,3 +31,5 @@ void rbSetRowFS(REALobject object, int index, int format, REALstring string);
 // All rows. There is no yield.
 REALstring rbGetAllFS(REALobject object, int format);
 void rbSetAllFS(REALobject object, int format, REALstring string);
+
+}  // namespace zor

@@ -9,6 +9,8 @@
 #include "filters/PixelSide.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 constexpr int kMatrixValues = 2500;
@@ -196,3 +198,5 @@ REALobject PictureMatrix5(REALobject object, REALobject dst, int dimension, REAL
     WithChannelCount(job.sides.count(), [&](auto kCount) { Convolve_Plain<kCount>(job, cells); });
     return result;
 }
+
+}  // namespace zor

@@ -13,7 +13,11 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 REALobject PictureMatrix3(REALobject object, REALobject dst, int dimension, REALarray matrix);
 REALobject PictureMatrix4(REALobject object, REALobject dst, int dimension, REALarray matrix, int delta);
 REALobject PictureMatrix5(REALobject object, REALobject dst, int dimension, REALarray matrix, int delta,
                           double scaleFactor);
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include "filters/Truncate.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 constexpr int kBytes = 256;
@@ -101,3 +103,5 @@ REALboolean AutoLevel1(REALobject object) {
     const ImageClassData* const record = ImageDataOf(object);
     return AutoLevel5(object, 0, 0, record->Width, record->Height);
 }
+
+}  // namespace zor

@@ -11,6 +11,8 @@
 #include "filters/Truncate.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 struct BoxBlur {
@@ -243,3 +245,5 @@ REALobject BoxBlurFilter2(REALobject object, REALobject dst, double radius, int 
     }
     return current;
 }
+
+}  // namespace zor

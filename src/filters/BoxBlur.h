@@ -12,6 +12,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 REALobject BoxBlurFilter(REALobject object, REALobject dst, double radius, REALboolean vertical,
                          REALboolean horizontal);
 
@@ -19,3 +21,5 @@ REALobject BoxBlurFilter(REALobject object, REALobject dst, double radius, REALb
 // iteration gives the image itself.
 REALobject BoxBlurFilter2(REALobject object, REALobject dst, double radius, int iterations, REALboolean vertical,
                           REALboolean horizontal);
+
+}  // namespace zor

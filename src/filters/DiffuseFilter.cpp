@@ -5,6 +5,8 @@
 
 #include "filters/FilterFrame.h"
 
+namespace zor {
+
 // Up to level away from `at`, kept on the image. A negative level draws from a negative span, which shifts pixels.
 static int RandomNeighbour(int at, int level, int extent) {
     const std::int64_t span = 2 * static_cast<std::int64_t>(level) + 1;
@@ -39,3 +41,5 @@ REALobject DifuseFilter(REALobject object, REALobject dst, int level) {
         WithChannelCount(sides.count(), [&](auto kCount) { Scatter<kCount>(sides, level); });
     });
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include "filters/TableWalk.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 DitherTables MakeDitherTables(int levels, int side) {
     DitherTables tables{};
     for (int k = 0; k < levels; ++k) tables.level[k] = 255 * k / (levels - 1);
@@ -80,3 +82,5 @@ REALobject DitherFilter(REALobject object, REALobject dst, int matrix, int level
         DitherImage(from, to, dither, levels);
     });
 }
+
+}  // namespace zor

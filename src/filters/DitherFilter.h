@@ -3,6 +3,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Class member. matrix is one of the Dither... constants, 1 to 10; levels 2 to 256. Gray and RGB images, alpha like
 // any channel. With two levels the result is a negative. Anything else: the destination comes back with no pixel
 // changed.
@@ -27,3 +29,5 @@ inline std::uint8_t DitherByte(const DitherTables& tables, int threshold, std::u
     const int upper = tables.remainder[byte] <= threshold ? 1 : 0;
     return static_cast<std::uint8_t>(tables.level[tables.quotient[byte] + upper]);
 }
+
+}  // namespace zor

@@ -1,5 +1,7 @@
 #include "filters/DitherFilter.h"
 
+namespace zor {
+
 namespace {
 
 // Row by row from the top. A cell of 0 to side * side decides between the two levels of a byte; most matrices number
@@ -121,3 +123,5 @@ void SetMatrixValues(int matrix, const int*& values, int& side) {
     values = exists ? kMatrices[matrix - 1].values : nullptr;
     side = exists ? kMatrices[matrix - 1].side : 0;
 }
+
+}  // namespace zor

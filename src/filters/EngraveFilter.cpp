@@ -6,6 +6,8 @@
 #include "filters/FilterFrame.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 static std::uint8_t Relief(int here, int there) {
     return static_cast<std::uint8_t>(std::clamp(here - there + 128, 0, 255));
 }
@@ -99,3 +101,5 @@ REALobject EngraveFilter(REALobject object, REALobject dst, int level) {
         if (from->IsGray || from->IsRGB) EngraveImage(SidesOf(from, to), level);
     });
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "filters/PixelSide.h"
 
+namespace zor {
+
 // Class member. level is the distance to the neighbour in columns and rows, to the right and down; negative: to the
 // left and up. Beyond the edge the nearest pixel counts. Every channel of gray and RGB images, alpha included; other
 // images: the destination comes back with no pixel changed.
@@ -11,3 +13,5 @@ REALobject EngraveFilter(REALobject object, REALobject dst, int level);
 // The walk in its two forms. The plain one defines the result, also where source and destination share bytes.
 void EngraveImage(const PixelSides& sides, int level);
 void EngraveImage_Plain(const PixelSides& sides, int level);
+
+}  // namespace zor

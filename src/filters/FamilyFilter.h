@@ -6,6 +6,8 @@
 #include "filters/FilterFrame.h"
 #include "filters/TableWalk.h"
 
+namespace zor {
+
 // A setting by channel.
 template <class Setting>
 struct FamilySettings {
@@ -52,3 +54,5 @@ inline void MapColours(ImageClassData* src, ImageClassData* dst, std::initialize
 inline void MapColoursAndAlpha(ImageClassData* src, ImageClassData* dst, std::initializer_list<ByteTable> tables) {
     MapThroughTables(SidesOf(src, dst), WholeImage(src), tables.begin());
 }
+
+}  // namespace zor

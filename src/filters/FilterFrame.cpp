@@ -1,5 +1,7 @@
 #include "filters/FilterFrame.h"
 
+namespace zor {
+
 REALobject OpenDestination(ImageClassData* src, REALobject dst, NewShape shape) {
     if (!IsUsable(src)) return nullptr;
     YieldIfAsked(src);
@@ -15,3 +17,5 @@ REALobject OpenDestination(ImageClassData* src, REALobject dst, NewShape shape) 
     YieldIfAsked(record);
     return target.release();
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "core/Factory.h"
 
+namespace zor {
+
 // The image that is made where the caller gives none: of the source's size, or with width and height exchanged. Its
 // format is the source's.
 enum class NewShape { asSource, turned };
@@ -22,3 +24,5 @@ REALobject FilterInto(REALobject object, REALobject dst, Work work) {
     work(src, ImageDataOf(result.get()));
     return result.release();
 }
+
+}  // namespace zor

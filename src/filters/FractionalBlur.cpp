@@ -10,6 +10,8 @@
 #include "filters/PixelSide.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 ThreeTaps TapsOf(double radius) {
@@ -155,3 +157,5 @@ REALobject BoxBlurFractionalFilter(REALobject object, REALobject dst, double rad
     }
     return result.release();
 }
+
+}  // namespace zor

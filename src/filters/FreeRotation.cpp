@@ -7,6 +7,8 @@
 #include "filters/RightAngle.h"
 #include "filters/Shear.h"
 
+namespace zor {
+
 namespace {
 
 // The channels of a family in the order in which a pixel of it is stored, which is not the same in all of them.
@@ -146,3 +148,5 @@ REALobject rbRotate(REALobject object, double angle, int red, int green, int blu
     if (family.count() == 0) return nullptr;
     return RotateByShears(record, reduced, family);
 }
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 #include "filters/FilterFrame.h"
 #include "filters/Truncate.h"
 
+namespace zor {
+
 static double GainCurve(double t, double exponent) {
     if (t < 0.5) return 0.5 * std::pow(2 * t, exponent);
     return 1.0 - 0.5 * std::pow(2 * (1.0 - t), exponent);
@@ -39,3 +41,5 @@ REALobject GainFilter(REALobject object, REALobject dst, double gain, double bia
         if (from->IsGray || from->IsRGB) MapThroughTable(SidesOf(from, to), GainTable(gain, bias));
     });
 }
+
+}  // namespace zor

@@ -3,8 +3,12 @@
 
 #include "filters/TableWalk.h"
 
+namespace zor {
+
 // Class member. One curve for every channel of a gray or RGB image, alpha included; a gain and a bias of 0.5 change
 // nothing. Images of other families: the destination comes back with no pixel changed.
 REALobject GainFilter(REALobject object, REALobject dst, double gain, double bias);
 
 ByteTable GainTable(double gain, double bias);
+
+}  // namespace zor

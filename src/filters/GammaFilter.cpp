@@ -6,6 +6,8 @@
 #include "filters/FamilyFilter.h"
 #include "filters/Truncate.h"
 
+namespace zor {
+
 ByteTable GammaTable(double gamma) {
     ByteTable table;
     for (int i = 0; i < 256; ++i) {
@@ -63,3 +65,5 @@ REALobject GammaFilterRGBA(REALobject object, REALobject dst, double redGamma, d
     const double gray = MixedGamma(redGamma, greenGamma, blueGamma);
     return FilterByFamily(object, dst, kGamma, {gray, redGamma, greenGamma, blueGamma, true, alphaGamma});
 }
+
+}  // namespace zor

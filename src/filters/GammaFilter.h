@@ -3,6 +3,8 @@
 
 #include "filters/TableWalk.h"
 
+namespace zor {
+
 // Class members. A gray source takes one whole-numbered mix of three gamma values. Forms without a gamma for alpha
 // leave the destination's alpha alone. Images of other families: the destination comes back with no pixel changed.
 REALobject GammaFilterG(REALobject object, REALobject dst, double gamma);
@@ -18,3 +20,5 @@ void rbGammaFilterRGB(ImageClassData* src, ImageClassData* dst, double red, doub
 void rbGammaFilterRGBA(ImageClassData* src, ImageClassData* dst, double red, double green, double blue, double alpha);
 
 ByteTable GammaTable(double gamma);
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 #include "filters/PixelSide.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 // Exchanges of pixels within one image have a shape of their own: they walk by themselves.
 
 // The image's own channels, or none.
@@ -118,3 +120,5 @@ void VMirrorSelf(REALobject object) {
 void Rotate180Self(REALobject object) {
     ExchangeHalves(object, true);
 }
+
+}  // namespace zor

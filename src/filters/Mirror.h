@@ -4,6 +4,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 // Left and right. Yields after each row.
 void HMirrorSelf(REALobject object);
 
@@ -12,3 +14,5 @@ void HMirrorSelf(REALobject object);
 // want it turned use Rotate180 into a destination.
 void VMirrorSelf(REALobject object);
 void Rotate180Self(REALobject object);
+
+}  // namespace zor

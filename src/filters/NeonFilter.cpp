@@ -8,6 +8,8 @@
 #include "filters/PixelSide.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 // The last pixel reads its right neighbour from here, wherever its row has no padding.
@@ -71,3 +73,5 @@ REALobject NeonFilter(REALobject object, REALobject dst) {
         GlowRows(sides, from->RowSize, {first.get(), 0, end}, {second.get(), 0, end});
     });
 }
+
+}  // namespace zor

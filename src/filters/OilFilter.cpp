@@ -4,6 +4,8 @@
 
 #include "filters/FilterFrame.h"
 
+namespace zor {
+
 namespace {
 
 struct Span {
@@ -88,3 +90,5 @@ REALobject OilFilter(REALobject object, REALobject dst, int levels, int range) {
         OilImage(SidesOf(from, to), std::min(levels, 256), range);
     });
 }
+
+}  // namespace zor

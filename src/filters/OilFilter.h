@@ -3,6 +3,8 @@
 
 #include "filters/PixelSide.h"
 
+namespace zor {
+
 // Class member. levels is the number of classes, at most 256 count; range is the reach of the square window to each
 // side, in pixels, cut at the edges of the image. Images of every family, alpha included, each channel by itself.
 // levels below 1, a negative range or an image of no family: the destination comes back with no pixel changed.
@@ -13,3 +15,5 @@ REALobject OilFilter(REALobject object, REALobject dst, int levels, int range);
 // needs the rows of a window in memory, and gives way to the plain one where they are too much.
 void OilImage(const PixelSides& sides, int classes, int range);
 void OilImage_Plain(const PixelSides& sides, int classes, int range);
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include "core/Storage.h"
 #include "filters/OilFilter.h"
 
+namespace zor {
+
 namespace {
 
 // Index of the first of a number of counts that is equal to the given one. One is.
@@ -186,3 +188,5 @@ void OilImage(const PixelSides& wanted, int classes, int range) {
         paint(sides, classes, range, ring, rows.get(), outCopy.get());
     });
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <numeric>
 
+namespace zor {
+
 PixelSide SideOf(ImageClassData* record, const ChannelList& channels) {
     return {record, record->PixelSize, OffsetsOf(record, channels)};
 }
@@ -87,3 +89,5 @@ void EndPacked(const RowSpan& row, const PixelSide& side, std::ptrdiff_t width, 
     if (LiePacked(row, side, width)) return;
     ScatterPixels(row, static_cast<int>(side.pixelSize), side.channels, 0, width, samples);
 }
+
+}  // namespace zor

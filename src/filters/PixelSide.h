@@ -5,6 +5,8 @@
 #include "core/HeapArray.h"
 #include "core/Walk.h"
 
+namespace zor {
+
 struct PixelSide {
     ImageClassData* record;
     std::ptrdiff_t pixelSize;  // bytes from one pixel to the next
@@ -84,3 +86,5 @@ void CopyPackedSamples(const RowSpan& row, const PixelSide& side, std::ptrdiff_t
 // them into the row.
 std::uint8_t* BeginPacked(const RowSpan& row, const PixelSide& side, std::ptrdiff_t width, std::uint8_t* scratch);
 void EndPacked(const RowSpan& row, const PixelSide& side, std::ptrdiff_t width, const std::uint8_t* samples);
+
+}  // namespace zor

@@ -9,6 +9,8 @@
 #include "filters/PixelSide.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 // Rows are turned round or become columns, which no walk over runs can do: turns walk by themselves.
 
 // Pixel (sx, sy) of one image to pixel (dx, dy) of the other. The source is read before the destination's row is
@@ -236,3 +238,5 @@ REALobject Rotate90fast(REALobject object, REALobject dst) {
 REALobject Rotate270fast(REALobject object, REALobject dst) {
     return TurnByQuarter(object, dst, true, true);
 }
+
+}  // namespace zor

@@ -10,6 +10,8 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 REALobject Rotate90(REALobject object, REALobject dst);  // counter-clockwise: the right edge comes to the top
 REALobject Rotate180(REALobject object, REALobject dst);
 REALobject Rotate270(REALobject object, REALobject dst);  // clockwise: the left edge comes to the top
@@ -18,3 +20,5 @@ REALobject Rotate270(REALobject object, REALobject dst);  // clockwise: the left
 // shows only where source and dst share pixels.
 REALobject Rotate90fast(REALobject object, REALobject dst);
 REALobject Rotate270fast(REALobject object, REALobject dst);
+
+}  // namespace zor

@@ -7,6 +7,8 @@
 #include "core/Storage.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 ShearStep StepOf(double shear) {
     const double whole = std::floor(shear);
     return {static_cast<std::int64_t>(whole), shear - whole};
@@ -292,3 +294,5 @@ void SkewColumns(const PixelSides& sides, const ColumnShear& job, const ShearCol
         }
     });
 }
+
+}  // namespace zor

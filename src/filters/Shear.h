@@ -7,6 +7,8 @@
 
 #include "filters/PixelSide.h"
 
+namespace zor {
+
 // One byte per channel, in the order of the side's channels.
 struct ShearColour {
     std::uint8_t channel[ChannelSet::kMax];
@@ -57,3 +59,5 @@ void SkewColumns(const PixelSides& sides, const ColumnShear& job, const ShearCol
 // The loops that define the two: pixel by pixel, every row fetched anew.
 void HorizSkew_Plain(const PixelSides& sides, int row, ShearStep step, const ShearColour& background);
 void SkewColumns_Plain(const PixelSides& sides, const ColumnShear& job, const ShearColour& background);
+
+}  // namespace zor

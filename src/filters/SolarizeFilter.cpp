@@ -2,6 +2,8 @@
 
 #include "filters/FilterFrame.h"
 
+namespace zor {
+
 // From 255 down to 0 in the middle and up again, in steps of about two. The uneven steps belong to the curve.
 // clang-format off
 const ByteTable SolarizeTable = {{
@@ -29,3 +31,5 @@ REALobject SolarizeFilter(REALobject object, REALobject dst) {
         MapThroughTable(SidesOf(from, to), SolarizeTable);
     });
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include "filters/FilterFrame.h"
 #include "filters/Truncate.h"
 
+namespace zor {
+
 // 0 below low, 1 from high on, and a smooth step in between.
 static double SmoothStep(double low, double high, int i) {
     if (low > i) return 0.0;
@@ -48,3 +50,5 @@ REALobject StampFilter(REALobject object, REALobject dst, double radius, double 
     if (!blurred.get()) return nullptr;
     return StampFilter2(blurred.get(), nullptr, radius, threshold, softness, black, white);
 }
+
+}  // namespace zor

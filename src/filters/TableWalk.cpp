@@ -5,6 +5,8 @@
 
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 static bool AreEqual(const ByteTable* tables, int count) {
     for (int c = 1; c < count; ++c) {
         if (std::memcmp(&tables[c], &tables[0], sizeof(ByteTable)) != 0) return false;
@@ -37,3 +39,5 @@ void MapThroughTable(const PixelSides& sides, const ByteTable& table) {
     std::fill_n(tables, sides.count(), table);
     MapThroughTables(sides, WholeImage(sides.src.record), tables);
 }
+
+}  // namespace zor

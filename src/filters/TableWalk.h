@@ -5,6 +5,8 @@
 #include "filters/PixelSide.h"
 #include "kernels/Tables.h"
 
+namespace zor {
+
 inline PixelRect WholeImage(const ImageClassData* record) {
     return {0, 0, record->Width, record->Height};
 }
@@ -41,3 +43,5 @@ void MapThroughTables(const PixelSides& sides, const PixelRect& area, const Byte
 
 // The whole source, every channel through the same table.
 void MapThroughTable(const PixelSides& sides, const ByteTable& table);
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 
 #include "filters/FamilyFilter.h"
 
+namespace zor {
+
 static ByteTable TransferTable(REALarray curve) {
     ByteTable table{};
     if (!curve) return table;
@@ -53,3 +55,5 @@ REALobject TransferFilterRGBA(REALobject object, REALobject dst, REALarray red, 
                               REALarray alpha) {
     return FilterByFamily(object, dst, kTransfer, {green, red, green, blue, true, alpha});
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "filters/TableWalk.h"
 
+namespace zor {
+
 // Class members. Entry i of a curve is what a byte of i becomes, its low 8 bits. Bytes beyond the end of a curve, and
 // all bytes of a null one, become 0. A gray source takes the green curve; forms without a curve for alpha leave the
 // destination's alpha alone. Images of other families: the destination comes back with no pixel changed.
@@ -18,3 +20,5 @@ void rbTransferFilterGA(ImageClassData* src, ImageClassData* dst, REALarray gray
 void rbTransferFilterRGB(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue);
 void rbTransferFilterRGBA(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue,
                           REALarray alpha);
+
+}  // namespace zor

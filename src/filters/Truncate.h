@@ -3,6 +3,8 @@
 
 #include <climits>
 
+namespace zor {
+
 // Toward zero. What lies outside the range of int saturates; not-a-number gives forNan.
 inline int TruncateToInt(double value, int forNan = 0) {
     if (value != value) return forNan;
@@ -10,3 +12,5 @@ inline int TruncateToInt(double value, int forNan = 0) {
     if (value <= INT_MIN) return INT_MIN;
     return static_cast<int>(value);
 }
+
+}  // namespace zor

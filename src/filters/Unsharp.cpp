@@ -7,6 +7,8 @@
 #include "filters/Truncate.h"
 #include "kernels/KernelTable.h"
 
+namespace zor {
+
 namespace {
 
 PairTable UnsharpTable(double amount, int threshold) {
@@ -69,3 +71,5 @@ REALboolean unsharpFilter(REALobject object, REALobject origpixels, double amoun
     }
     return true;
 }
+
+}  // namespace zor

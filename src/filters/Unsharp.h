@@ -7,8 +7,12 @@
 
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 REALboolean unsharpFilter(REALobject object, REALobject origpixels, double amount, int threshold);
 
 // The CMYK family, with and without alpha. Five bytes of each pixel are treated, the last at AlphaOffset: without
 // alpha that is the byte at offset 0, which goes through a second time with what the first time left in it.
 void unsharpFilterCMYKA(ImageClassData* image, ImageClassData* origpixels, double amount, int threshold);
+
+}  // namespace zor

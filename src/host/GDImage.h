@@ -1,4 +1,7 @@
 #pragma once
+
+namespace zor {
+
 // A picture of a console application: the image record of the GD graphics library, version 2. Declared up to the last
 // field that is read here; the record goes on behind it. A test holds the offsets against the library's own header.
 
@@ -27,3 +30,5 @@ struct GDImage {
     int trueColor;  // not 0: tpixels holds the pixels
     int** tpixels;  // one address a row, each of `width` words
 };
+
+}  // namespace zor

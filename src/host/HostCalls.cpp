@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace zor {
+
 REALresolver gResolver = nullptr;
 double rbversion_rbversion = 0;
 bool IsConsole = false;
@@ -350,3 +352,5 @@ void CheckApplication() {
         IsConsole = true;
     }
 }
+
+}  // namespace zor

@@ -7,6 +7,8 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 extern REALresolver gResolver;      // set once by REALPluginMain
 extern double rbversion_rbversion;  // the host's version number; 0 where the host does not tell it
 extern bool IsConsole;              // sorted out lazily by CheckApplication; both false until then
@@ -72,3 +74,5 @@ REALobject REALGetPictureMask(REALobject picture, int create);
 void REALYieldToRB();
 // Sorts the running application into IsDesktop or IsConsole by the application class that exists.
 void CheckApplication();
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 #include "host/HostCalls.h"
 #include "host/Platform.h"
 
+namespace zor {
+
 // From this version on the host hands out copies of a string's bytes; before it, the string record is read directly.
 constexpr double kFirstHostWithStringData = 2012.0;
 
@@ -90,3 +92,5 @@ void DebugLog(REALstring string) {
     std::fprintf(stderr, "%s\n", line.c_str());
     std::fflush(stderr);
 }
+
+}  // namespace zor

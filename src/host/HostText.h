@@ -3,6 +3,8 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 // The raw bytes of a host string, whatever its encoding. A nil string gives no bytes.
 struct rbData {
     REALstring string = nullptr;  // locked where its record is read directly
@@ -40,3 +42,5 @@ struct rbText {
 
 // Writes a line to the system log and to the standard error stream.
 void DebugLog(REALstring string);
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "host/HostCalls.h"
 
+namespace zor {
+
 // Gives the object back, unless it is released to the caller first.
 class ObjectHolder {
 public:
@@ -22,3 +24,5 @@ public:
 private:
     REALobject object_;
 };
+
+}  // namespace zor

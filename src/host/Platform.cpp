@@ -12,6 +12,8 @@
 #include "host/HostCalls.h"
 #include "host/HostText.h"
 
+namespace zor {
+
 std::uint32_t TickCount() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -114,3 +116,5 @@ static _Unwind_Reason_Code StopUnwinding(_Unwind_Context*, void*) {
 void PrepareUnwinding() {
     _Unwind_Backtrace(StopUnwinding, nullptr);
 }
+
+}  // namespace zor

@@ -7,6 +7,8 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 // Ticks of a sixtieth of a second, wrapping at 32 bits.
 std::uint32_t TickCount();
 
@@ -36,3 +38,5 @@ char* UnixFilePath(REALobject folderItem);
 // the plug-in and releases what its functions hold. An application in C++ cancels a long method that way, by throwing
 // out of the yield.
 void PrepareUnwinding();
+
+}  // namespace zor

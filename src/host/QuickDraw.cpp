@@ -2,6 +2,8 @@
 
 #include "host/Platform.h"
 
+namespace zor {
+
 namespace {
 
 // One QuickDraw call. It is looked up at first use and kept; a failed look-up is tried again.
@@ -77,3 +79,5 @@ ColorTable** GetCTable(std::int16_t id) {
     static Binding<ColorTable**, std::int16_t> call("GetCTable");
     return call(id);
 }
+
+}  // namespace zor

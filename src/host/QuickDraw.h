@@ -6,6 +6,8 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 struct OpaqueGrafPtr;  // a GWorld
 struct PixMap;
 struct ColorTable;
@@ -30,3 +32,5 @@ void DisposeGWorld(OpaqueGrafPtr* gworld);
 std::int16_t NewGWorld(OpaqueGrafPtr** gworld, std::int16_t depth, const QuickDrawRect* bounds, ColorTable** colors,
                        GDevice** device, unsigned long flags);
 ColorTable** GetCTable(std::int16_t id);
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace zor {
+
 // What a kernel writes does not overlap what it reads, except that it works on `dst`.
 struct BlendKernels {
     // Byte by byte: dst = Mix(above, mask, dst)
@@ -28,3 +30,5 @@ void InitBlend_Plain(BlendKernels* kernels);
 void InitBlend_Sse4(BlendKernels* kernels);
 void InitBlend_Avx2(BlendKernels* kernels);
 void InitBlend_Neon(BlendKernels* kernels);
+
+}  // namespace zor

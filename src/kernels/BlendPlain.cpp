@@ -1,5 +1,7 @@
 #include "kernels/Blend.h"
 
+namespace zor {
+
 namespace {
 
 using Bytes = std::uint8_t* __restrict;
@@ -63,3 +65,5 @@ void InitBlend_Plain(BlendKernels* kernels) {
     *kernels = {Mix_Plain,        AddOver_Plain,          AddOverOther_Plain,  Add_Plain,
                 Replicate3_Plain, Replicate4Opaque_Plain, ReplicateAlpha_Plain};
 }
+
+}  // namespace zor

@@ -8,6 +8,8 @@
 #include "kernels/Mixing.h"
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // The channels of a host colour.
 struct ColourSamples {
     std::uint8_t rgb[3];
@@ -33,3 +35,5 @@ BlendFn PackedColourPaint(const PixelRun& dst, bool premultiplied, int imageClas
 // runs[1] is laid on by the channels of the colour as mask values, which are as many as the target has.
 BlendFn ColourMaskedLay(bool premultiplied, int dstClass, int imageClass);
 BlendFn PackedColourMaskedLay(const PixelRun& dst, bool premultiplied);
+
+}  // namespace zor

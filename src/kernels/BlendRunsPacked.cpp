@@ -2,6 +2,8 @@
 
 #include "kernels/BlendRuns.h"
 
+namespace zor {
+
 namespace {
 
 // Pixels that are worked at once: three buffers of them stay in the nearest cache.
@@ -143,3 +145,5 @@ BlendFn PackedColourPaint(const PixelRun& dst, bool premultiplied, int imageClas
 BlendFn PackedColourMaskedLay(const PixelRun& dst, bool premultiplied) {
     return premultiplied || !PackedBlend(dst, false) ? nullptr : LayThroughColourPacked;
 }
+
+}  // namespace zor

@@ -2,6 +2,8 @@
 
 #include "kernels/BlendRuns.h"
 
+namespace zor {
+
 namespace {
 
 // --- one pixel ------------------------------------------------------------------------------------------------------
@@ -148,3 +150,5 @@ BlendFn ColourPaint(bool premultiplied, int dstClass, int imageClass) {
 BlendFn ColourMaskedLay(bool premultiplied, int dstClass, int imageClass) {
     return (premultiplied ? kLays<true> : kLays<false>)[dstClass == kRGB][imageClass == kRGB];
 }
+
+}  // namespace zor

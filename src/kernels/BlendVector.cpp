@@ -1,6 +1,8 @@
 #include "kernels/Blend.h"
 #include "kernels/Vector.h"
 
+namespace zor {
+
 namespace {
 
 const hn::ScalableTag<std::uint8_t> kBytes;
@@ -122,3 +124,5 @@ void ReplicateAlpha(std::uint8_t* dst, const std::uint8_t* pixels, int alphaAt, 
 void ZOR_TIER_FUNCTION(InitBlend)(BlendKernels* kernels) {
     *kernels = {Mix, AddOver, AddOverOther, Add, Replicate3, Replicate4Opaque, ReplicateAlpha};
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // --- sums of many ---------------------------------------------------------------------------------------------------
 
 // Sums that stay below 256 times the divisor, as those of any 2 * radius + 1 bytes do, divided by multiplication:
@@ -81,3 +83,5 @@ struct BlurKernels {
 };
 
 void InitBlur_Plain(BlurKernels* kernels);
+
+}  // namespace zor

@@ -2,6 +2,8 @@
 
 #include "kernels/Blur.h"
 
+namespace zor {
+
 namespace {
 
 std::uint8_t Divided(std::uint16_t sum, const NarrowDivision& by) {
@@ -93,3 +95,5 @@ void InitBlur_Plain(BlurKernels* kernels) {
     *kernels = {kSums<std::uint16_t, NarrowDivision>, kSums<std::uint32_t, WideDivision>,
                 Divide_Plain<std::uint32_t, TestedDivision>, Taps_Plain, TapsByTable_Plain};
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace zor {
+
 // dst may be a source itself; otherwise the two do not overlap.
 struct BytesKernels {
     // dst[i] = table[src[i]]; the table has 256 entries.
@@ -18,3 +20,5 @@ void InitBytes_Plain(BytesKernels* kernels);
 void InitBytes_Sse4(BytesKernels* kernels);
 void InitBytes_Avx2(BytesKernels* kernels);
 void InitBytes_Neon(BytesKernels* kernels);
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/Bytes.h"
 
+namespace zor {
+
 // Eight bytes are put together first, so that there is one store for eight loads.
 static void Map_Plain(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, const std::uint8_t* table) {
     constexpr std::ptrdiff_t kBlock = 8;
@@ -29,3 +31,5 @@ static void Relief_Plain(const std::uint8_t* here, const std::uint8_t* there, st
 void InitBytes_Plain(BytesKernels* kernels) {
     *kernels = {Map_Plain, Complement_Plain, Relief_Plain};
 }
+
+}  // namespace zor

@@ -1,6 +1,8 @@
 #include "kernels/Bytes.h"
 #include "kernels/Vector.h"
 
+namespace zor {
+
 namespace {
 
 const hn::ScalableTag<std::uint8_t> kBytes;
@@ -105,3 +107,5 @@ void Relief(const std::uint8_t* here, const std::uint8_t* there, std::uint8_t* d
 void ZOR_TIER_FUNCTION(InitBytes)(BytesKernels* kernels) {
     *kernels = {Map, Complement, Relief};
 }
+
+}  // namespace zor

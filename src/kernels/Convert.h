@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // What becomes of the colours of a pixel. Where alpha goes along it is the last channel of both sides.
 enum class PixelRule : unsigned char {
     refused,    // there is no way from the one family to the other
@@ -39,3 +41,5 @@ struct ConvertKernels {
 ConvertFn ConvertInOrder(Conversion conversion, bool withAlpha);
 
 void InitConvert_Plain(ConvertKernels* kernels);
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/Convert.h"
 
+namespace zor {
+
 template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
 inline void ConvertPixel(const std::uint8_t* src, const std::ptrdiff_t* srcOffset, std::uint8_t* dst,
                          const std::ptrdiff_t* dstOffset, std::uint8_t alphaMask) {
@@ -21,3 +23,5 @@ inline void ConvertPixel(const std::uint8_t* src, const std::ptrdiff_t* srcOffse
     }
     if constexpr (kAlpha) dst[dstOffset[kDst]] = static_cast<std::uint8_t>(src[srcOffset[kSrc]] ^ alphaMask);
 }
+
+}  // namespace zor

@@ -1,5 +1,7 @@
 #include "kernels/ConvertPixel.h"
 
+namespace zor {
+
 namespace {
 
 template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
@@ -69,3 +71,5 @@ void InitConvert_Plain(ConvertKernels* kernels) {
         for (int alpha = 0; alpha < 2; ++alpha) kernels->apart[i][alpha] = kRows[i].plain[alpha];
     }
 }
+
+}  // namespace zor

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+namespace zor {
+
 namespace {
 
 struct TierName {
@@ -61,3 +63,5 @@ CpuWish ReadCpuWish() {
     if (wish.text) wish.known = TierFromName(wish.text, &wish.limit);
     return wish;
 }
+
+}  // namespace zor

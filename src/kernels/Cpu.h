@@ -3,6 +3,8 @@
 
 #include <string_view>
 
+namespace zor {
+
 // In ascending order on each kind of processor. Plain code is what defines the results.
 enum class CpuTier : unsigned char { plain, sse4, avx2, neon };
 constexpr CpuTier kCpuTiers[] = {CpuTier::plain, CpuTier::sse4, CpuTier::avx2, CpuTier::neon};
@@ -28,3 +30,5 @@ struct CpuWish {
     CpuTier limit;     // the set; where none is named, the highest of this kind of processor
 };
 CpuWish ReadCpuWish();
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // The colours that are read from an image. Gray also stands for any one channel that is shown as gray.
 enum class ExportColours : unsigned char {
     gray,  // 1 channel: red, green and blue alike
@@ -38,3 +40,5 @@ struct ExportKernels {
 };
 
 void InitExport_Plain(ExportKernels* kernels);
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/Export.h"
 
+namespace zor {
+
 namespace {
 
 struct Colour {
@@ -104,3 +106,5 @@ void InitExport_Plain(ExportKernels* kernels) {
     kernels->nativeWords = ExportWords_Plain<PicturePixel::native32>;
     kernels->argbWords = ExportWords_Plain<PicturePixel::argb32>;
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // A rectangle of pixels whose columns become rows.
 struct PixelTile {
     std::uint8_t* const* dst;        // pixel 0 of each of as many rows as the source's has columns
@@ -40,3 +42,5 @@ struct GeometryKernels {
 };
 
 void InitGeometry_Plain(GeometryKernels* kernels);
+
+}  // namespace zor

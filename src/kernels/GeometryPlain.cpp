@@ -4,6 +4,8 @@
 
 #include "kernels/Geometry.h"
 
+namespace zor {
+
 namespace {
 
 // Where the channels of a pixel lie.
@@ -143,3 +145,5 @@ void InitGeometry_Plain(GeometryKernels* kernels) {
                 {Turn_Plain<1>, Turn_Plain<2>, Turn_Plain<3>, Turn_Plain<4>, Turn_Plain<5>},
                 {Shear_Plain<1>, Shear_Plain<2>, Shear_Plain<3>, Shear_Plain<4>, Shear_Plain<5>}};
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 enum class ImportRule : unsigned char {
     colours,      // the picture's samples as they are
     constant,     // the same behind a constant alpha: 255, or 0 inverted
@@ -21,3 +23,5 @@ using ImportFn = void (*)(const PixelRun* runs, std::ptrdiff_t count, std::uint8
 
 // colours: 3, or for the first rule 1.
 ImportFn ImportInOrder(ImportRule rule, int colours);
+
+}  // namespace zor

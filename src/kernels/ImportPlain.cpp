@@ -1,5 +1,7 @@
 #include "kernels/Import.h"
 
+namespace zor {
+
 namespace {
 
 template <ImportRule kRule, int kColours>
@@ -47,3 +49,5 @@ ImportFn ImportInOrder(ImportRule rule, int colours) {
             return colours == 1 ? Import_InOrder<ImportRule::colours, 1> : Import_InOrder<ImportRule::colours, 3>;
     }
 }
+
+}  // namespace zor

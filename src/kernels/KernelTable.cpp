@@ -3,6 +3,8 @@
 #include <cstring>
 #include <iterator>
 
+namespace zor {
+
 namespace {
 
 struct Slot {
@@ -169,3 +171,5 @@ const KernelPick& ProcessKernels() {
     static const KernelPick pick = PickKernels(ReadCpuWish().limit);
     return pick;
 }
+
+}  // namespace zor

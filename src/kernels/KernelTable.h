@@ -23,6 +23,8 @@
 #include "kernels/Touch.h"
 #include "kernels/Words.h"
 
+namespace zor {
+
 // Nothing but function pointers, all of them filled.
 struct KernelTable {
     BytesKernels bytes;
@@ -63,3 +65,5 @@ const KernelPick& ProcessKernels();
 inline const KernelTable& Kernels() {
     return ProcessKernels().table;
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace zor {
+
 // A cell of the matrix that counts: the sample that it weighs lies at samples + i for the sample i of the result.
 struct MatrixTap {
     const std::uint8_t* samples;
@@ -28,3 +30,5 @@ void InitMatrix_Plain(MatrixKernels* kernels);
 void InitMatrix_Sse4(MatrixKernels* kernels);
 void InitMatrix_Avx2(MatrixKernels* kernels);
 void InitMatrix_Neon(MatrixKernels* kernels);
+
+}  // namespace zor

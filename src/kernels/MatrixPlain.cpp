@@ -2,6 +2,8 @@
 
 #include "kernels/Matrix.h"
 
+namespace zor {
+
 std::uint8_t MatrixFinish::operator()(std::uint32_t sum) const {
     const int value = static_cast<int>(sum + static_cast<std::uint32_t>(delta));
     if (!scales()) return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
@@ -23,3 +25,5 @@ static void Convolve_Plain(const MatrixTap* taps, int tapCount, const MatrixFini
 void InitMatrix_Plain(MatrixKernels* kernels) {
     *kernels = {Convolve_Plain};
 }
+
+}  // namespace zor

@@ -1,6 +1,8 @@
 #include "kernels/Matrix.h"
 #include "kernels/Vector.h"
 
+namespace zor {
+
 namespace {
 
 const hn::ScalableTag<std::uint8_t> kBytes;
@@ -112,3 +114,5 @@ void Convolve(const MatrixTap* taps, int tapCount, const MatrixFinish& finish, s
 void ZOR_TIER_FUNCTION(InitMatrix)(MatrixKernels* kernels) {
     *kernels = {Convolve};
 }
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace zor {
+
 // floor(sum / 255) for sums from 0 to 65025, the largest sum of two products of bytes whose weights add up to 255. With
 // sum = 255 q + r: sum >> 8 is q, or q - 1 where r < q, and what is shifted last is 256 q + r + 1 or 256 q + r.
 constexpr unsigned DivideBy255(unsigned sum) {
@@ -51,3 +53,5 @@ inline void ReadSamples(const std::uint8_t* pixel, const std::ptrdiff_t* channel
     }
     if constexpr (HasAlphaIn(kDst)) samples[kColours] = HasAlphaIn(kOther) ? pixel[channels[ColourCount(kOther)]] : 255;
 }
+
+}  // namespace zor

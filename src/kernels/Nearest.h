@@ -4,6 +4,8 @@
 
 #include "kernels/Convert.h"
 
+namespace zor {
+
 // Pixel i of dst is made of column (first + i) * ratio of src, truncated; src.pixels is the address of column 0.
 using NearestFn = void (*)(const PixelRun& dst, const PixelRun& src, double ratio, int first, std::ptrdiff_t count);
 
@@ -13,3 +15,5 @@ struct NearestKernels {
 };
 
 void InitNearest_Plain(NearestKernels* kernels);
+
+}  // namespace zor

@@ -2,6 +2,8 @@
 
 #include "kernels/ConvertPixel.h"
 
+namespace zor {
+
 template <PixelRule kRule, int kSrc, int kDst, bool kAlpha>
 static void Nearest_Plain(const PixelRun& dstRun, const PixelRun& srcRun, double ratio, int first,
                           std::ptrdiff_t count) {
@@ -33,3 +35,5 @@ void InitNearest_Plain(NearestKernels* kernels) {
     InitRow<PixelRule::blackOnly, 1, 4>(kernels, kBlackOnly1To4);
     InitRow<PixelRule::luma, 3, 1>(kernels, kLuma3To1);
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // The run and the packed bytes do not overlap. By channel count, [0] for one channel.
 struct PackKernels {
     using Gather = void (*)(const PixelRun& src, std::ptrdiff_t count, std::uint8_t* packed);
@@ -13,3 +15,5 @@ struct PackKernels {
 };
 
 void InitPack_Plain(PackKernels* kernels);
+
+}  // namespace zor

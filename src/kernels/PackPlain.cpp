@@ -1,5 +1,7 @@
 #include "kernels/Pack.h"
 
+namespace zor {
+
 template <int kCount>
 static void Gather_Plain(const PixelRun& src, std::ptrdiff_t count, std::uint8_t* packed) {
     const PixelRun run = src;  // the stores below cannot change a copy
@@ -22,3 +24,5 @@ void InitPack_Plain(PackKernels* kernels) {
     *kernels = {{Gather_Plain<1>, Gather_Plain<2>, Gather_Plain<3>, Gather_Plain<4>, Gather_Plain<5>},
                 {Scatter_Plain<1>, Scatter_Plain<2>, Scatter_Plain<3>, Scatter_Plain<4>, Scatter_Plain<5>}};
 }
+
+}  // namespace zor

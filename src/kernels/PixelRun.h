@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <type_traits>
 
+namespace zor {
+
 // The channels of a pixel that are worked on, in the order in which they are stored.
 struct ChannelSet {
     static constexpr int kMax = 5;
@@ -72,3 +74,5 @@ void WithChannelCount(int count, Work work) {
             return work(std::integral_constant<int, 5>());
     }
 }
+
+}  // namespace zor

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+namespace zor {
+
 // Which channels are filtered together. In those with luma the first channel is the sum of three planes.
 enum ResampleShape : int {
     kChannels1,
@@ -63,3 +65,5 @@ struct ScalingKernels {
 std::uint8_t ScaledByte(double sum, double weightSum);
 
 void InitScaling_Plain(ScalingKernels* kernels);
+
+}  // namespace zor

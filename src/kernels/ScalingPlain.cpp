@@ -1,5 +1,7 @@
 #include "kernels/Scaling.h"
 
+namespace zor {
+
 std::uint8_t ScaledByte(double sum, double weightSum) {
     const double value = sum / weightSum;
     const double atLeast0 = value > 0.0 ? value : 0.0;
@@ -86,3 +88,5 @@ void InitScaling_Plain(ScalingKernels* kernels) {
                 FinishRow_Plain};
 #undef RESAMPLE
 }
+
+}  // namespace zor

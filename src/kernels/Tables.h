@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 struct ByteTable {
     std::uint8_t entry[256];
 };
@@ -32,3 +34,5 @@ struct TablesKernels {
 };
 
 void InitTables_Plain(TablesKernels* kernels);
+
+}  // namespace zor

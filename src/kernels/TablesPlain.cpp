@@ -1,5 +1,7 @@
 #include "kernels/Tables.h"
 
+namespace zor {
+
 namespace {
 
 // Goes along a run. Channels are told from the first one, which leaves the loops below a register more.
@@ -57,3 +59,5 @@ void InitTables_Plain(TablesKernels* kernels) {
                 {Cycle_Plain<1>, Cycle_Plain<2>, Cycle_Plain<3>, Cycle_Plain<4>, Cycle_Plain<5>},
                 {Combine_Plain<1>, Combine_Plain<2>, Combine_Plain<3>, Combine_Plain<4>, Combine_Plain<5>}};
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // What each channel adds to the luminance of a pixel. The three are summed from red to blue, which must stay below 256.
 struct LuminanceParts {
     double red[256];
@@ -27,3 +29,5 @@ struct ToneKernels {
 };
 
 void InitTone_Plain(ToneKernels* kernels);
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/Tone.h"
 
+namespace zor {
+
 static void Luminance_Plain(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts,
                             std::uint32_t* countOfLevel) {
     const std::ptrdiff_t red = rgb.channels.offset[0], green = rgb.channels.offset[1], blue = rgb.channels.offset[2];
@@ -68,3 +70,5 @@ std::uint8_t NeonGlow(int squares) {
 void InitTone_Plain(ToneKernels* kernels) {
     *kernels = {Luminance_Plain, {Glow_Plain<1>, Glow_Plain<2>, Glow_Plain<3>, Glow_Plain<4>, Glow_Plain<5>}};
 }
+
+}  // namespace zor

@@ -3,6 +3,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // old * oldWeight + added, of which bits 16 to 23 are stored. The sum wraps at 32 bits.
 struct LayOverWeights {
     std::uint32_t oldWeight;
@@ -21,3 +23,5 @@ struct TouchKernels {
 };
 
 void InitTouch_Plain(TouchKernels* kernels);
+
+}  // namespace zor

@@ -1,5 +1,7 @@
 #include "kernels/Touch.h"
 
+namespace zor {
+
 namespace {
 
 // byte = op(channel, byte) for every channel of every pixel.
@@ -61,3 +63,5 @@ void InitTouch_Plain(TouchKernels* kernels) {
         {Complement_Plain<1>, Complement_Plain<2>, Complement_Plain<3>, Complement_Plain<4>, Complement_Plain<5>},
         {LayOver_Plain<1>, LayOver_Plain<2>, LayOver_Plain<3>, LayOver_Plain<4>, LayOver_Plain<5>}};
 }
+
+}  // namespace zor

@@ -14,6 +14,8 @@
 #endif
 #include <hwy/highway.h>
 
+namespace zor {
+
 #define ZOR_JOIN_NAMES(name, tier) name##_##tier
 #define ZOR_JOIN(name, tier) ZOR_JOIN_NAMES(name, tier)
 // InitBytes, for example, as InitBytes_Avx2.
@@ -28,3 +30,5 @@ static_assert(HWY_TARGET == HWY_NEON);
 #endif
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+}  // namespace zor

@@ -4,6 +4,8 @@
 
 #include "kernels/PixelRun.h"
 
+namespace zor {
+
 // How the bytes of a pixel come to their places.
 struct WordMove {
     std::uint32_t keep;  // bytes of the target that stay
@@ -47,3 +49,5 @@ WordsFn PickWords(const WordsKernels& kernels, const WordPixel& dst, const WordP
                   WordMove* move);
 
 void InitWords_Plain(WordsKernels* kernels);
+
+}  // namespace zor

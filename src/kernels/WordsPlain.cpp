@@ -3,6 +3,8 @@
 
 #include "kernels/Words.h"
 
+namespace zor {
+
 namespace {
 
 constexpr bool kLittleEndian = std::endian::native == std::endian::little;
@@ -116,3 +118,5 @@ void InitWords_Plain(WordsKernels* kernels) {
                 Move_Plain<true>,
                 {Pack_Plain<false, 0>, Pack_Plain<false, 8>, Pack_Plain<true, 0>, Pack_Plain<true, 8>}};
 }
+
+}  // namespace zor

@@ -40,6 +40,8 @@
 #include "scale/FastScale.h"
 #include "scale/FilteredScale.h"
 
+namespace zor {
+
 namespace {
 
 using rows::Event, rows::Method, rows::ReadOnly, rows::ReadWrite, rows::SharedMethod, rows::WithGetter,
@@ -523,3 +525,5 @@ void DescribeClasses() {
     ImageClass = DescribeImageClass();
     ImageFactoryClass = DescribeImageFactoryClass();
 }
+
+}  // namespace zor

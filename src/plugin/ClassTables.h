@@ -3,7 +3,11 @@
 
 #include "core/RegisteredClasses.h"
 
+namespace zor {
+
 extern REALclassDefinition ImageFactoryClass;  // PictureFactoryZOR
 
 // Writes the tables into ImageClass, ImageFactoryClass and ImageFactoryEvents.
 void DescribeClasses();
+
+}  // namespace zor

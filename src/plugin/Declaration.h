@@ -17,6 +17,8 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 namespace declaration {
 
 // What a type of the host language is in a call.
@@ -245,3 +247,5 @@ struct Checked {
 };
 
 }  // namespace declaration
+
+}  // namespace zor

@@ -11,6 +11,8 @@
 #include "kernels/KernelTable.h"
 #include "plugin/ClassTables.h"
 
+namespace zor {
+
 // The host knows console pictures from this version on.
 constexpr double kFirstHostWithConsolePictures = 2010.029;
 
@@ -91,3 +93,5 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALresolv
     }
     PluginEntry();
 }
+
+}  // namespace zor

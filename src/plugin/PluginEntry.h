@@ -3,6 +3,8 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 void PluginEntry();
 
 // Rewrites rows start to count - 1 from name and value to the declaration "name = value": values above 9 in
@@ -15,3 +17,5 @@ void FixConsoleFlags(REALclassDefinition* definition);
 
 // Raises the instance data size to a multiple of 16 and registers the class.
 void MyREALRegisterClass(REALclassDefinition* definition);
+
+}  // namespace zor

@@ -8,6 +8,8 @@
 #include "host/HostInterface.h"
 #include "plugin/Declaration.h"
 
+namespace zor {
+
 namespace rows {
 
 // In a parameter list: what is given there says nothing about the types of the others.
@@ -90,3 +92,5 @@ REALproperty WithGetter(const char* name, Text<declaration::FitsProperty<T>> typ
 }
 
 }  // namespace rows
+
+}  // namespace zor

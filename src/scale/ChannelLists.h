@@ -3,6 +3,8 @@
 
 #include "core/Channels.h"
 
+namespace zor {
+
 namespace channel_lists {
 using enum ChannelId;
 inline constexpr ChannelList kG = {1, {gray}};
@@ -14,3 +16,5 @@ inline constexpr ChannelList kCMYKA = {5, {cyan, magenta, yellow, black, alpha}}
 inline constexpr ChannelList kK = {1, {black}};
 inline constexpr ChannelList kKA = {2, {black, alpha}};
 }  // namespace channel_lists
+
+}  // namespace zor

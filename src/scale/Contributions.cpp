@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 
+namespace zor {
+
 namespace {
 
 constexpr std::int64_t kMostBytes = 2147483647;
@@ -128,3 +130,5 @@ bool TapTable::Build(const ContributionList* lists, int columns) {
     }
     return true;
 }
+
+}  // namespace zor

@@ -8,6 +8,8 @@
 #include "kernels/Scaling.h"
 #include "scale/FilterKernels.h"
 
+namespace zor {
+
 struct Contribution {
     float weight;  // rounded from double; the double was not 0
     int pixel;     // column of the source, or row of the temporary image
@@ -76,3 +78,5 @@ private:
     double* weights_ = nullptr;
     double* weightSums_ = nullptr;
 };
+
+}  // namespace zor

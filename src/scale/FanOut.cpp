@@ -9,6 +9,8 @@
 #include "host/HostCalls.h"
 #include "host/Platform.h"
 
+namespace zor {
+
 namespace fan_out {
 
 namespace {
@@ -199,3 +201,5 @@ void* threadfunction(void* record) {
     RunBand(static_cast<BandRecord*>(record));
     return nullptr;
 }
+
+}  // namespace zor

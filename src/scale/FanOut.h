@@ -6,6 +6,8 @@
 
 #include <pthread.h>
 
+namespace zor {
+
 // Works on the items first to last, both included; first above last is an empty band. index is the number of the
 // band, or -1 when the whole range runs as one unsplit call. threaded is 1 on a worker and 0 in the calling thread.
 // It must not throw, and on a worker it must not call the host.
@@ -46,3 +48,5 @@ void Unlock(pthread_mutex_t* mutex);
 int MutexesMade();  // in this process so far; the widest fan-out bounds it
 
 }  // namespace fan_out
+
+}  // namespace zor

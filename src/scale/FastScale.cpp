@@ -7,6 +7,8 @@
 #include "kernels/KernelTable.h"
 #include "scale/ChannelLists.h"
 
+namespace zor {
+
 namespace {
 
 using namespace channel_lists;
@@ -205,3 +207,5 @@ REALboolean ScalePictureFast(REALobject target, REALobject source, int width, in
     }
     return 1;
 }
+
+}  // namespace zor

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace zor {
+
 namespace {
 
 constexpr double kPi = 3.141592653589793;
@@ -65,3 +67,5 @@ constexpr FilterKernel kKernels[kScaleModes] = {
 const FilterKernel* KernelOfMode(int mode) {
     return mode >= 1 && mode <= kScaleModes ? &kKernels[mode - 1] : nullptr;
 }
+
+}  // namespace zor

@@ -1,4 +1,7 @@
 #pragma once
+
+namespace zor {
+
 // The seven filter kernels of the resampler.
 
 struct FilterKernel {
@@ -18,3 +21,5 @@ constexpr int kScaleModes = 7;
 
 // Null for a mode outside 1 to 7.
 const FilterKernel* KernelOfMode(int mode);
+
+}  // namespace zor

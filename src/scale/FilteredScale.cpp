@@ -6,6 +6,8 @@
 #include "scale/Pairs.h"
 #include "scale/Resample.h"
 
+namespace zor {
+
 namespace {
 
 // A factory that gives another format than asked for is asked again, as it may choose otherwise the next time.
@@ -82,3 +84,5 @@ REALboolean PictureScaleZORMT(REALobject dst, int threads, REALobject src, REALo
     }
     return ScaleWithKernel(KernelOfMode(mode), dst, src, temp, width, height, true, threads) ? 1 : 0;
 }
+
+}  // namespace zor

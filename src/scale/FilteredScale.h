@@ -7,6 +7,8 @@
 
 #include "host/HostInterface.h"
 
+namespace zor {
+
 // Modes: 1 triangle, 2 box, 3 lanczos3, 4 lanczos8, 5 mitchell, 6 poly3, 7 cubic.
 REALboolean PictureScaleZOR(REALobject dst, REALobject src, REALobject temp, int mode, int width, int height);
 
@@ -14,3 +16,5 @@ REALboolean PictureScaleZOR(REALobject dst, REALobject src, REALobject temp, int
 // files are worked on by the calling thread alone.
 REALboolean PictureScaleZORMT(REALobject dst, int threads, REALobject src, REALobject temp, int mode, int width,
                               int height);
+
+}  // namespace zor

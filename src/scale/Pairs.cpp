@@ -2,6 +2,8 @@
 
 #include "scale/ChannelLists.h"
 
+namespace zor {
+
 namespace {
 
 using namespace channel_lists;
@@ -91,3 +93,5 @@ const ScalePair* PairOf(const ImageClassData* src, const ImageClassData* dst) {
     }
     return nullptr;
 }
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 #include "core/Formats.h"
 #include "core/ImageClassData.h"
 
+namespace zor {
+
 struct ScalePair {
     static constexpr int kMost = ChannelSet::kMax;
 
@@ -29,3 +31,5 @@ extern const ScalePair kScalePairTable[kScalePairs];
 // The pair for these two images by their flags; null where the conversion does not exist. Alpha takes part only where
 // both have it.
 const ScalePair* PairOf(const ImageClassData* src, const ImageClassData* dst);
+
+}  // namespace zor

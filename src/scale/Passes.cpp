@@ -5,6 +5,8 @@
 
 #include "core/RowSpan.h"
 
+namespace zor {
+
 namespace {
 
 constexpr double kLumaFactors[3] = {0.3, 0.59, 0.11};
@@ -260,3 +262,5 @@ void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scra
         if (y >= last) return;
     }
 }
+
+}  // namespace zor

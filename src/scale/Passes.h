@@ -12,6 +12,8 @@
 #include "scale/Contributions.h"
 #include "scale/Pairs.h"
 
+namespace zor {
+
 // What a pass hands to its work functions. Read-only during the pass.
 struct HorizontalJob {
     ImageClassData* src;  // the source
@@ -59,3 +61,5 @@ private:
 // Rows first to last, by whichever form fits. Without memory for the row by row form they go pixel by pixel.
 void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* scratch);
 void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scratch);
+
+}  // namespace zor

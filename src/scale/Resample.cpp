@@ -8,6 +8,8 @@
 #include "scale/FanOut.h"
 #include "scale/Passes.h"
 
+namespace zor {
+
 namespace {
 
 // Only a band that no thread could be had for takes a name, and it names the calling thread; workers keep theirs.
@@ -140,3 +142,5 @@ bool Resample(const ResampleRequest& request) {
     RunPass(request, job, request.height, DstRowsMeet(request), VerticalRows, PictureScale6mt);
     return true;
 }
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 #include "scale/FilterKernels.h"
 #include "scale/Pairs.h"
 
+namespace zor {
+
 // All images have been checked. width and height say what is written, not what the target has room for.
 struct ResampleRequest {
     ImageClassData* dst;
@@ -27,3 +29,5 @@ struct ResampleRequest {
 // The work functions of the two passes; data is a HorizontalJob and a VerticalJob.
 void PictureScale3mt(int first, int last, int index, signed char threaded, void const* data);
 void PictureScale6mt(int first, int last, int index, signed char threaded, void const* data);
+
+}  // namespace zor

@@ -6,6 +6,8 @@
 #include "ZorTest.h"
 #include "kernels/KernelTable.h"
 
+using namespace zor;
+
 namespace {
 
 // What the program finds in the environment. Null: no ZOR_CPU.

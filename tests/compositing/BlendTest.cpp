@@ -6,6 +6,8 @@
 #include "core/Formats.h"
 #include "kernels/Mixing.h"
 
+using namespace zor;
+
 namespace {
 
 // --- arithmetic -----------------------------------------------------------------------------------------------------

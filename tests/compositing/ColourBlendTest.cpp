@@ -5,6 +5,8 @@
 #include "compositing/CombineModel.h"
 #include "core/Formats.h"
 
+using namespace zor;
+
 namespace {
 
 class ColourBlend : public EngineTest {

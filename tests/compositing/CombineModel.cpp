@@ -4,6 +4,8 @@
 
 #include "compositing/Combine.h"
 
+using namespace zor;
+
 std::string CombineCall::Text() const {
     std::ostringstream text;
     text << "target " << target->text << "\nimage " << image->text << "\nmask " << (mask ? mask->text : "none")

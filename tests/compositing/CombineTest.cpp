@@ -11,6 +11,8 @@
 #include "core/RowAccess.h"
 #include "exchange/CopyPixels.h"
 
+using namespace zor;
+
 namespace {
 
 class Combine : public EngineTest {

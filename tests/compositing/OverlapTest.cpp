@@ -6,6 +6,8 @@
 #include "core/Formats.h"
 #include "core/RowAccess.h"
 
+using namespace zor;
+
 namespace {
 
 class Overlap : public EngineTest {

@@ -22,6 +22,8 @@
 #include "core/Views.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 class Construction : public EngineTest {
@@ -277,11 +279,11 @@ TEST_F(Construction, OfPlainMemoryBeyondTheLimitIsQuiet) {
     struct Size {
         int width, height, format;
     };
-    for (const Size& size : {Size{64, 33554432, ImageFormatG},         // exactly 2147483648 bytes
-                             Size{100000, 100000, ImageFormatRGB},     //
-                             Size{1073741825, 2, ImageFormatRGBA},     // the row size wraps to 64
-                             Size{1073741824, 3, ImageFormatRGBA},     // to 0
-                             Size{536870912, 1, ImageFormatRGBA}}) {   // to a negative number
+    for (const Size& size : {Size{64, 33554432, ImageFormatG},        // exactly 2147483648 bytes
+                             Size{100000, 100000, ImageFormatRGB},    //
+                             Size{1073741825, 2, ImageFormatRGBA},    // the row size wraps to 64
+                             Size{1073741824, 3, ImageFormatRGBA},    // to 0
+                             Size{536870912, 1, ImageFormatRGBA}}) {  // to a negative number
         const TestImage image = Empty();
         ImageConstructor(image.object(), size.width, size.height, size.format);
         ExpectNoStorage(image.record());

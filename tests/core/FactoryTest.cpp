@@ -9,6 +9,8 @@
 #include "core/RowAccess.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 class Factory : public EngineTest {

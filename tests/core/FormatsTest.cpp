@@ -9,6 +9,8 @@
 #include "host/HostCalls.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 enum class Family { none, gray, rgb, cmyk };

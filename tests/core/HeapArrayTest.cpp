@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <limits>
 
+using namespace zor;
+
 namespace {
 
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();

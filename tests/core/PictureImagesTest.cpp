@@ -16,6 +16,8 @@
 #include "support/FakePictures.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 using Kind = FakePicture::Kind;

@@ -20,6 +20,8 @@
 #include "support/FakePictures.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 class PictureTwins : public EngineTest {

@@ -12,6 +12,8 @@
 #include "core/Views.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 class RowAccess : public EngineTest {

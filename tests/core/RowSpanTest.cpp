@@ -13,6 +13,8 @@
 #include "core/Views.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 // A buffer of which the middle is the storage, and a row that begins anywhere in or beside it.

@@ -14,6 +14,8 @@
 #include "core/RowSpan.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 class Views : public EngineTest {

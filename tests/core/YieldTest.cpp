@@ -10,6 +10,8 @@
 #include "host/Platform.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 class Yield : public EngineTest {

@@ -6,6 +6,8 @@
 #include "core/Formats.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 struct Case {

@@ -2,6 +2,8 @@
 
 #include "exchange/EditorTest.h"
 
+using namespace zor;
+
 namespace {
 
 class ConsoleEditors : public PictureEditors {};

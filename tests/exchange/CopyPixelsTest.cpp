@@ -9,6 +9,8 @@
 #include "core/RowAccess.h"
 #include "core/Views.h"
 
+using namespace zor;
+
 namespace {
 
 class CopyPixels : public EngineTest {

@@ -9,6 +9,8 @@
 #include "exchange/PictureEditor.h"
 #include "support/FakePictures.h"
 
+using namespace zor;
+
 using Kind = FakePicture::Kind;
 
 // The calls that ask for the pixel map and its depth, and those that open it.

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+using namespace zor;
+
 std::string TextOf(const ExportRect& rect) {
     return std::to_string(rect.x) + ", " + std::to_string(rect.y) + ", " + std::to_string(rect.w) + ", " +
            std::to_string(rect.h);

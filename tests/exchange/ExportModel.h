@@ -9,6 +9,8 @@
 #include "support/FakePictures.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 // A world and what its new pictures are made of.
 struct ExportWorld {
     const char* name;

@@ -4,6 +4,8 @@
 
 #include "exchange/ExportModel.h"
 
+using namespace zor;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;

@@ -17,6 +17,8 @@
 #include "support/FakeQuickDraw.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;

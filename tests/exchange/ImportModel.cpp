@@ -7,6 +7,8 @@
 #include "core/RowAccess.h"
 #include "exchange/PictureImport.h"
 
+using namespace zor;
+
 std::string NameOf(ImportMember member) {
     static const char* const names[] = {"colours", "red to gray", "green to gray", "blue to gray", "masked", "apply"};
     return names[static_cast<int>(member)];

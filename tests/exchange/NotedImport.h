@@ -6,6 +6,8 @@
 #include "ImportModel.h"
 #include "core/RowAccess.h"
 
+using namespace zor;
+
 inline const std::string kYield = "REALYieldToRB(nil)";
 
 inline Calls operator+(Calls a, const Calls& b) {

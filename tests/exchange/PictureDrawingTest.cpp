@@ -8,6 +8,8 @@
 
 #include "support/FakePictures.h"
 
+using namespace zor;
+
 namespace {
 
 using Kind = FakePicture::Kind;

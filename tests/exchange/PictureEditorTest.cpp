@@ -3,6 +3,8 @@
 
 #include "exchange/EditorTest.h"
 
+using namespace zor;
+
 namespace {
 
 class DesktopEditors : public PictureEditors {};

@@ -11,6 +11,8 @@
 #include "exchange/ExportModel.h"
 #include "exchange/PictureExport.h"
 
+using namespace zor;
+
 namespace {
 
 using ::testing::ElementsAre;

@@ -14,6 +14,8 @@
 #include "exchange/ExportModel.h"
 #include "exchange/PictureImport.h"
 
+using namespace zor;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;

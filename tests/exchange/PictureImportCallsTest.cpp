@@ -4,6 +4,8 @@
 #include "core/Formats.h"
 #include "exchange/PictureImport.h"
 
+using namespace zor;
+
 namespace {
 
 using ::testing::ElementsAreArray;

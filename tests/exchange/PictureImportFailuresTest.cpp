@@ -5,6 +5,8 @@
 #include "core/Formats.h"
 #include "exchange/PictureImport.h"
 
+using namespace zor;
+
 namespace {
 
 using ::testing::ElementsAreArray;

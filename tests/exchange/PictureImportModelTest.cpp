@@ -8,6 +8,8 @@
 #include "core/Views.h"
 #include "exchange/PictureImport.h"
 
+using namespace zor;
+
 namespace {
 
 using Kind = FakePicture::Kind;

@@ -6,6 +6,8 @@
 #include "ImportModel.h"
 #include "core/Formats.h"
 
+using namespace zor;
+
 namespace {
 
 class PictureImport : public EngineTest, public ::testing::WithParamInterface<World> {

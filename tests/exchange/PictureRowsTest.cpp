@@ -8,6 +8,8 @@
 
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kPixelTypes[] = {PixelTypeNative32, PixelTypeRGB24, PixelTypeARGB32};

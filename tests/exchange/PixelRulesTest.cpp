@@ -5,6 +5,8 @@
 #include "core/Formats.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 struct RuleCase {

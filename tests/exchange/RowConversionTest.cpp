@@ -10,6 +10,8 @@
 #include "core/RowAccess.h"
 #include "core/Views.h"
 
+using namespace zor;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;

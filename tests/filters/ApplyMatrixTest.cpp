@@ -11,6 +11,8 @@
 #include "filters/Canvas.h"
 #include "kernels/KernelTable.h"
 
+using namespace zor;
+
 namespace {
 
 class ApplyMatrixTest : public EngineTest {};

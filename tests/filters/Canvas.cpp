@@ -5,6 +5,8 @@
 
 #include "core/Formats.h"
 
+using namespace zor;
+
 static std::string DestText(const ImagePair& pair) {
     return pair.dest ? pair.dest.text : std::string("none");
 }

@@ -8,6 +8,8 @@
 
 #include "filters/FilterModel.h"
 
+using namespace zor;
+
 // An image as a model sees it. Two canvases of images that share storage share the copy, too.
 class Canvas {
 public:

@@ -8,6 +8,8 @@
 #include "core/Formats.h"
 #include "filters/FilterModel.h"
 
+using namespace zor;
+
 namespace {
 
 class DitherFilterTest : public EngineTest {};

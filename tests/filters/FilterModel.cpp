@@ -6,6 +6,8 @@
 #include "core/RowAccess.h"
 #include "core/Views.h"
 
+using namespace zor;
+
 std::vector<ModelChannel> ChannelsOfFamily(const ImageClassData* family, const ImageClassData* dest) {
     std::vector<ModelChannel> channels;
     if (family->IsGray) {

@@ -8,6 +8,8 @@
 #include "core/Formats.h"
 #include "filters/Canvas.h"
 
+using namespace zor;
+
 namespace {
 
 class FractionalBlurTest : public EngineTest {};

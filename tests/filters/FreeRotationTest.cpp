@@ -12,6 +12,8 @@
 #include "filters/RightAngle.h"
 #include "filters/Shear.h"
 
+using namespace zor;
+
 namespace {
 
 class FreeRotation : public EngineTest {};

@@ -6,6 +6,8 @@
 #include "core/Formats.h"
 #include "filters/FilterModel.h"
 
+using namespace zor;
+
 namespace {
 
 class GammaFilterTest : public EngineTest {};

@@ -7,6 +7,8 @@
 #include "core/RowAccess.h"
 #include "filters/Canvas.h"
 
+using namespace zor;
+
 namespace {
 
 class Mirror : public EngineTest {};

@@ -10,6 +10,8 @@
 #include "filters/FractionalBlur.h"
 #include "filters/RightAngle.h"
 
+using namespace zor;
+
 namespace {
 
 struct NamedFilter {

@@ -8,6 +8,8 @@
 #include "filters/FilterModel.h"
 #include "kernels/Tone.h"
 
+using namespace zor;
+
 namespace {
 
 class NeonFilterTest : public EngineTest {};

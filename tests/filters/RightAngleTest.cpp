@@ -11,6 +11,8 @@
 #include "core/Views.h"
 #include "filters/Canvas.h"
 
+using namespace zor;
+
 namespace {
 
 class RightAngle : public EngineTest {};

@@ -5,6 +5,8 @@
 #include "core/Formats.h"
 #include "filters/FilterModel.h"
 
+using namespace zor;
+
 namespace {
 
 class SolarizeFilterTest : public EngineTest {};

@@ -7,6 +7,8 @@
 #include "filters/BoxBlur.h"
 #include "filters/FilterModel.h"
 
+using namespace zor;
+
 namespace {
 
 class StampFilterTest : public EngineTest {};

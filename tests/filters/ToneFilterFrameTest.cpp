@@ -17,6 +17,8 @@
 #include "filters/StampFilter.h"
 #include "filters/TransferFilter.h"
 
+using namespace zor;
+
 namespace {
 
 struct NamedFilter {

@@ -3,6 +3,8 @@
 #include "core/Formats.h"
 #include "filters/FilterModel.h"
 
+using namespace zor;
+
 namespace {
 
 class TransferFilterTest : public EngineTest {

@@ -12,6 +12,8 @@
 #include "core/Views.h"
 #include "filters/Canvas.h"
 
+using namespace zor;
+
 namespace {
 
 class UnsharpFilterTest : public EngineTest {};

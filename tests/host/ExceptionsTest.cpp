@@ -5,6 +5,8 @@
 #include "host/HostCalls.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 class Exceptions : public EngineTest {

@@ -5,6 +5,8 @@
 #include "host/Platform.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 class FolderPath : public EngineTest {

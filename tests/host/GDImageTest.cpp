@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <type_traits>
 
+using namespace zor;
+
 namespace {
 
 #define SAME_PLACE(ours, theirs)                                         \

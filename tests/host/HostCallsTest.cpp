@@ -10,6 +10,8 @@
 #include "core/RegisteredClasses.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 class HostCalls : public EngineTest {};

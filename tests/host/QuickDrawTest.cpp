@@ -7,6 +7,8 @@
 #include "host/Platform.h"
 #include "support/FakePictures.h"
 
+using namespace zor;
+
 namespace {
 
 using ::testing::ElementsAre;

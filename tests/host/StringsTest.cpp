@@ -6,6 +6,8 @@
 #include "host/HostText.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 class Strings : public EngineTest {

@@ -4,6 +4,8 @@
 #include "kernels/Tiers.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 // Every byte value through tables of noise, at every length up to four vectors and at odd places, between guards.

@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string>
 
+using namespace zor;
+
 namespace {
 
 using Kernels = const KernelTable&;

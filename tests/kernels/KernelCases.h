@@ -7,6 +7,8 @@
 
 #include "kernels/KernelTable.h"
 
+using namespace zor;
+
 // What a kernel works on. Inputs are read only, every byte of them may be read from 64 bytes before to 64 bytes behind
 // `units * kMaxBytesPerUnit`; the output has the same room, which a kernel must not use. The same goes for numbers, but
 // that kMoreNumbers of those may be read behind.

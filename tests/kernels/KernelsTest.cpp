@@ -10,6 +10,8 @@
 
 #include "kernels/KernelCases.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kMaxUnits = 131;  // past two vectors of 64 bytes

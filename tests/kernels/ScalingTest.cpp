@@ -8,6 +8,8 @@
 #include "kernels/Tiers.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;

@@ -5,6 +5,8 @@
 
 #include "kernels/KernelTable.h"
 
+using namespace zor;
+
 struct KernelTier {
     const char* name;
     KernelTable table;

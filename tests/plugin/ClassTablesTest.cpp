@@ -43,6 +43,8 @@
 #include "scale/FilteredScale.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 class ClassTables : public EngineTest {};

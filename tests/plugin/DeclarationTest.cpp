@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace zor;
+
 namespace {
 
 using declaration::FitsBoth, declaration::FitsMethod, declaration::FitsProperty, declaration::FitsSetter,

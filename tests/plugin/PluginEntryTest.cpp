@@ -10,6 +10,8 @@
 #include "plugin/ClassTables.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 // Outside of these tests the texts live as long as the process.

@@ -2,6 +2,8 @@
 
 #include "plugin/Rows.h"
 
+using namespace zor;
+
 struct Record {
     int Width;
     bool Valid;

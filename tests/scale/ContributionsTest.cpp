@@ -8,6 +8,8 @@
 #include "FailingAlloc.h"
 #include "ReferenceScale.h"
 
+using namespace zor;
+
 namespace {
 
 // One list, freed at the end.

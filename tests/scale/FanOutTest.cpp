@@ -11,6 +11,8 @@
 #include "FailingAlloc.h"
 #include "support/FakeHost.h"
 
+using namespace zor;
+
 namespace {
 
 struct Call {

@@ -7,6 +7,8 @@
 #include "core/Construction.h"
 #include "core/Formats.h"
 
+using namespace zor;
+
 namespace {
 
 class ScaleFast : public EngineTest {

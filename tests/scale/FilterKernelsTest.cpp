@@ -7,6 +7,8 @@
 
 #include "ReferenceScale.h"
 
+using namespace zor;
+
 namespace {
 
 double Below(double x) {

@@ -19,6 +19,8 @@
 #include "host/HostCalls.h"
 #include "scale/FanOut.h"
 
+using namespace zor;
+
 namespace {
 
 constexpr int kNoTicks = 0;

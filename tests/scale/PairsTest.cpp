@@ -6,6 +6,8 @@
 
 #include "ReferenceScale.h"
 
+using namespace zor;
+
 namespace {
 
 ImageClassData RecordOf(int format) {

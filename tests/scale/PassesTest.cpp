@@ -8,6 +8,8 @@
 #include "ScaleModel.h"
 #include "core/Formats.h"
 
+using namespace zor;
+
 namespace {
 
 class Passes : public EngineTest {

@@ -12,6 +12,8 @@
 #include "scale/FilterKernels.h"
 #include "scale/FilteredScale.h"
 
+using namespace zor;
+
 namespace {
 
 struct PairFormats {

@@ -10,6 +10,8 @@
 #include "core/RowAccess.h"
 #include "host/HostCalls.h"
 
+using namespace zor;
+
 // --- images ---------------------------------------------------------------------------------------------------------
 
 TestImage MakeOver(const TestImage& image, int shift, int width, int height, int format, int rowSize) {

@@ -12,6 +12,8 @@
 #include "host/HostCalls.h"
 #include "support/FakeText.h"
 
+using namespace zor;
+
 namespace {
 
 FakeHost* current = nullptr;

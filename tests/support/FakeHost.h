@@ -35,6 +35,8 @@
 #include "core/ImageClassData.h"
 #include "host/HostInterface.h"
 
+using namespace zor;
+
 struct FakeException {
     std::string className;
     std::string message;

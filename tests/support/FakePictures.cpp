@@ -10,6 +10,8 @@
 #include "host/HostCalls.h"
 #include "support/FakeQuickDraw.h"
 
+using namespace zor;
+
 const Calls kLookUps = {"pluginObjectType(Application)", "pluginObjectType(WebApplication)",
                         "pluginObjectType(ConsoleApplication)"};
 

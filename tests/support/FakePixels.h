@@ -10,6 +10,8 @@
 #include "host/GDImage.h"
 #include "host/HostInterface.h"
 
+using namespace zor;
+
 // A pixel's channels. Alpha is the byte as it is stored: of console pictures bits 24 to 31 of the word, 0 for opaque;
 // 255 where a pixel has no such byte.
 struct FakePixel {

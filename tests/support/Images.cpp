@@ -15,6 +15,8 @@
 #include "core/Views.h"
 #include "support/FakePictures.h"
 
+using namespace zor;
+
 // --- random numbers and formats -------------------------------------------------------------------------------------
 
 int Random::Between(int low, int high) {

@@ -28,6 +28,8 @@
 #include "support/FakeHost.h"
 #include "support/TempDir.h"
 
+using namespace zor;
+
 // Seeded random numbers that are the same with every library.
 class Random {
 public:

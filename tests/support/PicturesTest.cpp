@@ -8,6 +8,8 @@
 #include "host/QuickDraw.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 using ::testing::ElementsAre;

@@ -4,6 +4,8 @@
 #include "core/Formats.h"
 #include "support/Images.h"
 
+using namespace zor;
+
 namespace {
 
 class Support : public EngineTest {};
