@@ -14,6 +14,7 @@
 #include "filters/GammaFilter.h"
 #include "filters/NeonFilter.h"
 #include "filters/OilFilter.h"
+#include "filters/OilWindow.h"
 #include "filters/SolarizeFilter.h"
 
 using namespace zor;

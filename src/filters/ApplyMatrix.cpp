@@ -188,10 +188,10 @@ REALobject PictureMatrix5(REALobject object, REALobject dst, int dimension, REAL
     ImageClassData* const src = ImageDataOf(object);
     const REALobject result = OpenDestination(src, dst, NewShape::turned);
     if (!result) return nullptr;
-    ImageClassData* const target = ImageDataOf(result);
-    Convolution job{SidesOf(src, target), src->Width, src->Height, {delta, scaleFactor}};
+    ImageClassData* const dstImage = ImageDataOf(result);
+    Convolution job{SidesOf(src, dstImage), src->Width, src->Height, {delta, scaleFactor}};
     if (job.sides.count() < 1 || job.width < 1 || !HasRows(src)) return result;
-    if (!ImagesOverlap(src, target)) {
+    if (!ImagesOverlap(src, dstImage)) {
         OrderByBytes(&job.sides);
         if (ConvolveRows(job, cells)) return result;
     }

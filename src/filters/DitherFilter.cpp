@@ -1,5 +1,6 @@
 #include "filters/DitherFilter.h"
 
+#include "filters/DitherTables.h"
 #include "filters/FilterFrame.h"
 #include "filters/TableWalk.h"
 #include "kernels/KernelTable.h"

@@ -1,4 +1,4 @@
-#include "filters/DitherFilter.h"
+#include "filters/DitherTables.h"
 
 namespace zor {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/Storage.h"
+#include "filters/EngraveImage.h"
 #include "filters/FilterFrame.h"
 #include "kernels/KernelTable.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 // Relief: the difference of each pixel to a diagonal neighbour, about a middle gray of 128.
 
-#include "filters/PixelSide.h"
+#include "host/HostInterface.h"
 
 namespace zor {
 
@@ -9,9 +9,5 @@ namespace zor {
 // left and up. Beyond the edge the nearest pixel counts. Every channel of gray and RGB images, alpha included; other
 // images: the destination comes back with no pixel changed.
 REALobject EngraveFilter(REALobject object, REALobject dst, int level);
-
-// The walk in its two forms. The plain one defines the result, also where source and destination share bytes.
-void EngraveImage(const PixelSides& sides, int level);
-void EngraveImage_Plain(const PixelSides& sides, int level);
 
 }  // namespace zor

@@ -10,12 +10,12 @@ REALobject OpenDestination(ImageClassData* src, REALobject dst, NewShape shape) 
     const bool turned = shape == NewShape::turned;
     const int width = turned ? src->Height : src->Width;
     const int height = turned ? src->Width : src->Height;
-    ObjectHolder target(dst ? dst : CreatePicture(src, width, height, src->ImageFormat));
-    if (!target.get()) return nullptr;
-    ImageClassData* const record = ImageDataOf(target.get());
+    ObjectHolder image(dst ? dst : CreatePicture(src, width, height, src->ImageFormat));
+    if (!image.get()) return nullptr;
+    ImageClassData* const record = ImageDataOf(image.get());
     if (!IsUsable(record)) return nullptr;
     YieldIfAsked(record);
-    return target.release();
+    return image.release();
 }
 
 }  // namespace zor

@@ -133,11 +133,13 @@ void BlurRGB(ImageClassData* src, ImageClassData* dst, bool withAlpha, double ra
 
 }  // namespace
 
-void BoxBlurFractionalFilterRGB(ImageClassData* src, ImageClassData* dst, double radius) {
+// The filter for images that are not gray, without and with alpha.
+
+static void BoxBlurFractionalFilterRGB(ImageClassData* src, ImageClassData* dst, double radius) {
     BlurRGB(src, dst, false, radius);
 }
 
-void BoxBlurFractionalFilterRGBA(ImageClassData* src, ImageClassData* dst, double radius) {
+static void BoxBlurFractionalFilterRGBA(ImageClassData* src, ImageClassData* dst, double radius) {
     BlurRGB(src, dst, true, radius);
 }
 
@@ -145,15 +147,15 @@ REALobject BoxBlurFractionalFilter(REALobject object, REALobject dst, double rad
     ImageClassData* const src = ImageDataOf(object);
     ObjectHolder result(OpenDestination(src, dst));
     if (!result.get()) return nullptr;
-    ImageClassData* const target = ImageDataOf(result.get());
+    ImageClassData* const dstImage = ImageDataOf(result.get());
     if (src->IsGray) {
-        BlurSides(SidesOf(src, target), radius);
+        BlurSides(SidesOf(src, dstImage), radius);
     } else if (!src->IsRGB && !src->IsCMYK) {
         return nullptr;
     } else if (src->HasAlpha) {
-        BoxBlurFractionalFilterRGBA(src, target, radius);
+        BoxBlurFractionalFilterRGBA(src, dstImage, radius);
     } else {
-        BoxBlurFractionalFilterRGB(src, target, radius);
+        BoxBlurFractionalFilterRGB(src, dstImage, radius);
     }
     return result.release();
 }

@@ -16,8 +16,4 @@ namespace zor {
 
 REALobject BoxBlurFractionalFilter(REALobject object, REALobject dst, double radius);
 
-// The filter for images that are not gray, without and with alpha.
-void BoxBlurFractionalFilterRGB(ImageClassData* src, ImageClassData* dst, double radius);
-void BoxBlurFractionalFilterRGBA(ImageClassData* src, ImageClassData* dst, double radius);
-
 }  // namespace zor

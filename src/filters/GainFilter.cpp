@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "filters/Curves.h"
 #include "filters/FilterFrame.h"
+#include "filters/TableWalk.h"
 #include "filters/Truncate.h"
 
 namespace zor {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "filters/Curves.h"
 #include "filters/FamilyFilter.h"
 #include "filters/Truncate.h"
 
@@ -19,19 +20,20 @@ ByteTable GammaTable(double gamma) {
 
 // --- workers --------------------------------------------------------------------------------------------------------
 
-void rbGammaFilterG(ImageClassData* src, ImageClassData* dst, double gamma) {
+static void rbGammaFilterG(ImageClassData* src, ImageClassData* dst, double gamma) {
     MapColours(src, dst, {GammaTable(gamma)});
 }
 
-void rbGammaFilterGA(ImageClassData* src, ImageClassData* dst, double gamma, double alphaGamma) {
+static void rbGammaFilterGA(ImageClassData* src, ImageClassData* dst, double gamma, double alphaGamma) {
     MapColoursAndAlpha(src, dst, {GammaTable(gamma), GammaTable(alphaGamma)});
 }
 
-void rbGammaFilterRGB(ImageClassData* src, ImageClassData* dst, double red, double green, double blue) {
+static void rbGammaFilterRGB(ImageClassData* src, ImageClassData* dst, double red, double green, double blue) {
     MapColours(src, dst, {GammaTable(red), GammaTable(green), GammaTable(blue)});
 }
 
-void rbGammaFilterRGBA(ImageClassData* src, ImageClassData* dst, double red, double green, double blue, double alpha) {
+static void rbGammaFilterRGBA(ImageClassData* src, ImageClassData* dst, double red, double green, double blue,
+                              double alpha) {
     MapColoursAndAlpha(src, dst, {GammaTable(red), GammaTable(green), GammaTable(blue), GammaTable(alpha)});
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // Gamma correction of gray and RGB images, with or without their alpha.
 
-#include "filters/TableWalk.h"
+#include "host/HostInterface.h"
 
 namespace zor {
 
@@ -12,13 +12,5 @@ REALobject GammaFilterGA(REALobject object, REALobject dst, double gamma, double
 REALobject GammaFilterRGB(REALobject object, REALobject dst, double redGamma, double greenGamma, double blueGamma);
 REALobject GammaFilterRGBA(REALobject object, REALobject dst, double redGamma, double greenGamma, double blueGamma,
                            double alphaGamma);
-
-// Workers: the channel sets behind the members.
-void rbGammaFilterG(ImageClassData* src, ImageClassData* dst, double gamma);
-void rbGammaFilterGA(ImageClassData* src, ImageClassData* dst, double gamma, double alphaGamma);
-void rbGammaFilterRGB(ImageClassData* src, ImageClassData* dst, double red, double green, double blue);
-void rbGammaFilterRGBA(ImageClassData* src, ImageClassData* dst, double red, double green, double blue, double alpha);
-
-ByteTable GammaTable(double gamma);
 
 }  // namespace zor

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "filters/FilterFrame.h"
+#include "filters/OilWindow.h"
 
 namespace zor {
 

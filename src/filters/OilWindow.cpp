@@ -1,8 +1,9 @@
+#include "filters/OilWindow.h"
+
 #include <algorithm>
 #include <cstring>
 
 #include "core/Storage.h"
-#include "filters/OilFilter.h"
 
 namespace zor {
 

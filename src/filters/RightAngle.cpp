@@ -209,14 +209,14 @@ static REALobject TurnByQuarter(REALobject object, REALobject dst, bool clockwis
     ImageClassData* const src = ImageDataOf(object);
     const REALobject result = OpenDestination(src, dst, NewShape::turned);
     if (!result) return nullptr;
-    ImageClassData* const target = ImageDataOf(result);
-    const QuarterTurn turn{SidesOf(src, target), src->Width, src->Height, clockwise};
+    ImageClassData* const dstImage = ImageDataOf(result);
+    const QuarterTurn turn{SidesOf(src, dstImage), src->Width, src->Height, clockwise};
     const Block whole{0, 0, turn.width, turn.height};
     WithChannelCount(turn.sides.count(), [&](auto kCount) {
         if (OrderIsHidden(turn)) {
             TurnInTiles(turn, whole);
         } else {
-            const int block = inBlocks ? WindowBlock(src, target) : INT_MAX;
+            const int block = inBlocks ? WindowBlock(src, dstImage) : INT_MAX;
             ForBlocks(whole, block, block, [&](const Block& part) { TurnBlock_Plain<kCount>(turn, part); });
         }
     });

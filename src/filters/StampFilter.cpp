@@ -1,7 +1,9 @@
 #include "filters/StampFilter.h"
 
 #include "filters/BoxBlur.h"
+#include "filters/Curves.h"
 #include "filters/FilterFrame.h"
+#include "filters/TableWalk.h"
 #include "filters/Truncate.h"
 
 namespace zor {

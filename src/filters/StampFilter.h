@@ -1,7 +1,7 @@
 #pragma once
 // A stamp of two colours made of a blurred image.
 
-#include "filters/TableWalk.h"
+#include "host/HostInterface.h"
 
 namespace zor {
 
@@ -11,12 +11,5 @@ namespace zor {
 // image that is neither gray nor RGB gives a new image with no pixel changed.
 REALobject StampFilter(REALobject object, REALobject dst, double radius, double threshold, double softness,
                        REALcolor black, REALcolor white);
-
-// The second stage, without the blur. The radius plays no part in it.
-REALobject StampFilter2(REALobject object, REALobject dst, double radius, double threshold, double softness, int black,
-                        int white);
-
-// One channel's way from its part of black (0 to 255) to its part of white.
-ByteTable StampTable(double threshold, double softness, int black, int white);
 
 }  // namespace zor

@@ -16,20 +16,21 @@ static ByteTable TransferTable(REALarray curve) {
 
 // --- workers --------------------------------------------------------------------------------------------------------
 
-void rbTransferFilterG(ImageClassData* src, ImageClassData* dst, REALarray gray) {
+static void rbTransferFilterG(ImageClassData* src, ImageClassData* dst, REALarray gray) {
     MapColours(src, dst, {TransferTable(gray)});
 }
 
-void rbTransferFilterGA(ImageClassData* src, ImageClassData* dst, REALarray gray, REALarray alpha) {
+static void rbTransferFilterGA(ImageClassData* src, ImageClassData* dst, REALarray gray, REALarray alpha) {
     MapColoursAndAlpha(src, dst, {TransferTable(gray), TransferTable(alpha)});
 }
 
-void rbTransferFilterRGB(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue) {
+static void rbTransferFilterRGB(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green,
+                                REALarray blue) {
     MapColours(src, dst, {TransferTable(red), TransferTable(green), TransferTable(blue)});
 }
 
-void rbTransferFilterRGBA(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue,
-                          REALarray alpha) {
+static void rbTransferFilterRGBA(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green,
+                                 REALarray blue, REALarray alpha) {
     MapColoursAndAlpha(src, dst, {TransferTable(red), TransferTable(green), TransferTable(blue), TransferTable(alpha)});
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // Transfer curves given by the application as arrays of integers.
 
-#include "filters/TableWalk.h"
+#include "host/HostInterface.h"
 
 namespace zor {
 
@@ -13,12 +13,5 @@ REALobject TransferFilterGA(REALobject object, REALobject dst, REALarray gray, R
 REALobject TransferFilterRGB(REALobject object, REALobject dst, REALarray red, REALarray green, REALarray blue);
 REALobject TransferFilterRGBA(REALobject object, REALobject dst, REALarray red, REALarray green, REALarray blue,
                               REALarray alpha);
-
-// Workers: the channel sets behind the members.
-void rbTransferFilterG(ImageClassData* src, ImageClassData* dst, REALarray gray);
-void rbTransferFilterGA(ImageClassData* src, ImageClassData* dst, REALarray gray, REALarray alpha);
-void rbTransferFilterRGB(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue);
-void rbTransferFilterRGBA(ImageClassData* src, ImageClassData* dst, REALarray red, REALarray green, REALarray blue,
-                          REALarray alpha);
 
 }  // namespace zor

@@ -48,7 +48,9 @@ void Sharpen(ImageClassData* image, ImageClassData* orig, const ChannelList& cha
 
 }  // namespace
 
-void unsharpFilterCMYKA(ImageClassData* image, ImageClassData* origpixels, double amount, int threshold) {
+// The CMYK family, with and without alpha. Five bytes of each pixel are treated, the last at AlphaOffset: without
+// alpha that is the byte at offset 0, which goes through a second time with what the first time left in it.
+static void unsharpFilterCMYKA(ImageClassData* image, ImageClassData* origpixels, double amount, int threshold) {
     Sharpen(image, origpixels, WithAlphaLast(ColoursOf(PixelFamily::cmyk)), UnsharpTable(amount, threshold));
 }
 

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "core/Formats.h"
+#include "filters/DitherTables.h"
 #include "filters/FilterModel.h"
 
 using namespace zor;

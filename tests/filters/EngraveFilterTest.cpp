@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/Formats.h"
+#include "filters/EngraveImage.h"
 #include "filters/FilterModel.h"
 
 using namespace zor;

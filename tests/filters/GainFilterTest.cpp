@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "core/Formats.h"
+#include "filters/Curves.h"
 #include "filters/FilterModel.h"
 
 using namespace zor;

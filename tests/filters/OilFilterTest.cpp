@@ -5,6 +5,7 @@
 
 #include "core/Formats.h"
 #include "filters/FilterModel.h"
+#include "filters/OilWindow.h"
 
 using namespace zor;
 

@@ -5,6 +5,7 @@
 
 #include "core/Formats.h"
 #include "filters/BoxBlur.h"
+#include "filters/Curves.h"
 #include "filters/FilterModel.h"
 
 using namespace zor;

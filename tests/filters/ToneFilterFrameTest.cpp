@@ -5,6 +5,7 @@
 #include "core/Construction.h"
 #include "core/Formats.h"
 #include "core/RowAccess.h"
+#include "filters/Curves.h"
 #include "filters/DiffuseFilter.h"
 #include "filters/DitherFilter.h"
 #include "filters/EngraveFilter.h"

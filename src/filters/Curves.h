@@ -1,0 +1,20 @@
+#pragma once
+// The curves of the tone filters: what each byte becomes.
+
+#include "host/HostInterface.h"
+#include "kernels/Tables.h"
+
+namespace zor {
+
+ByteTable GammaTable(double gamma);
+
+ByteTable GainTable(double gain, double bias);
+
+// The second stage of the stamp filter, without the blur. The radius plays no part in it.
+REALobject StampFilter2(REALobject object, REALobject dst, double radius, double threshold, double softness, int black,
+                        int white);
+
+// One channel's way from its part of black (0 to 255) to its part of white.
+ByteTable StampTable(double threshold, double softness, int black, int white);
+
+}  // namespace zor
