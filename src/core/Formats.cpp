@@ -1,7 +1,5 @@
 #include "core/Formats.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
@@ -11,15 +9,6 @@
 #include "core/Channels.h"
 
 namespace zor {
-
-int AllocationGranularity = 4096;
-
-int GetAllocationGranularity() {
-    constexpr int kMinGranularity = 4096;
-    const int pageSize = getpagesize();
-    AllocationGranularity = std::max(pageSize, kMinGranularity);
-    return pageSize;
-}
 
 namespace {
 

@@ -52,10 +52,6 @@ enum ImageFormatNumber : int {
 // Sizes of images in memory stay below this many bytes.
 constexpr std::int64_t kPlainImageLimit = 2147483648;
 
-// Unit of mapped windows and of the rows of file-backed images, in bytes: the page size, at least 4096.
-extern int AllocationGranularity;
-int GetAllocationGranularity();
-
 // Fills in size, format and channel layout. False for a size of 0 or less (the record is untouched) and for a number
 // that is no format (size and number are stored, the layout is cleared). Touches nothing else.
 bool InitImageClassData(ImageClassData* record, int width, int height, int format);

@@ -6,6 +6,7 @@
 
 #include "core/Formats.h"
 #include "core/Storage.h"
+#include "host/Platform.h"
 
 namespace zor {
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <unwind.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -19,6 +20,15 @@ std::uint32_t TickCount() {
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(now.tv_sec) * 60 +
                                       static_cast<std::int64_t>(now.tv_nsec) * 60 / 1000000000);
+}
+
+int AllocationGranularity = 4096;
+
+int GetAllocationGranularity() {
+    constexpr int kMinGranularity = 4096;
+    const int pageSize = getpagesize();
+    AllocationGranularity = std::max(pageSize, kMinGranularity);
+    return pageSize;
 }
 
 int ProcessorCount() {

@@ -15,6 +15,10 @@ std::uint32_t TickCount();
 // Processors that are online; 1 where the system does not tell.
 int ProcessorCount();
 
+// Unit of mapped windows and of the rows of images in files, in bytes: the page size, at least 4096.
+extern int AllocationGranularity;
+int GetAllocationGranularity();
+
 // Blocks the calling thread for that many milliseconds.
 void myDelay(long milliseconds);
 

@@ -20,6 +20,7 @@
 #include "core/RowAccess.h"
 #include "core/RowSpan.h"
 #include "core/Views.h"
+#include "host/Platform.h"
 #include "support/Images.h"
 
 using namespace zor;

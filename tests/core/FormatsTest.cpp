@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/HostCalls.h"
+#include "host/Platform.h"
 #include "support/Images.h"
 
 using namespace zor;

@@ -10,6 +10,7 @@
 #include "core/Construction.h"
 #include "core/Formats.h"
 #include "core/Views.h"
+#include "host/Platform.h"
 #include "support/Images.h"
 
 using namespace zor;

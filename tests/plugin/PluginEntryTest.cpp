@@ -6,6 +6,7 @@
 
 #include "core/Formats.h"
 #include "host/HostCalls.h"
+#include "host/Platform.h"
 #include "kernels/KernelTable.h"
 #include "plugin/ClassTables.h"
 #include "support/FakeHost.h"
