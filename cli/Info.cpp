@@ -113,8 +113,8 @@ std::string InfoAsText(const PictureInfo& info) {
 // Sizes beyond every number, which a file can claim, are the largest.
 std::int64_t MemoryOf(const PictureHeader& header) {
     const std::int64_t rowBytes = MemoryRowBytes(header.width, Describe(header.kind).channels);
-    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
-    return header.height > kMost / rowBytes ? kMost : rowBytes * header.height;
+    constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+    return header.height > kMax / rowBytes ? kMax : rowBytes * header.height;
 }
 
 PictureInfo Inspect(const std::string& path, Notes& notes) {

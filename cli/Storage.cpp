@@ -24,8 +24,8 @@ namespace {
 
 constexpr const char* kImageClass = "PictureZOR";
 constexpr std::int64_t kNoLimit = std::numeric_limits<std::int64_t>::max();
-constexpr std::int64_t kMostInMemory = 2147483647;  // bytes of an image, and pixels of a side
-constexpr std::int64_t kLeastFileRows = 5;          // the engine's window on a file never holds fewer
+constexpr std::int64_t kMaxInMemory = 2147483647;  // bytes of an image, and pixels of a side
+constexpr std::int64_t kLeastFileRows = 5;         // the engine's window on a file never holds fewer
 constexpr int kShares = 4;
 
 std::int64_t memory = 0;  // bytes that all images may take together; 0: not known yet
@@ -72,10 +72,10 @@ std::int64_t Memory() {
 // Bytes of its file, in which rows are whole pages and one more stands behind the last; kNoLimit where the engine makes
 // no such file.
 std::int64_t FileBytes(const ImageNeed& need) {
-    if (need.width > kMostInMemory || need.height > kMostInMemory || need.height < kLeastFileRows) return kNoLimit;
+    if (need.width > kMaxInMemory || need.height > kMaxInMemory || need.height < kLeastFileRows) return kNoLimit;
     const std::int64_t page = std::max(sysconf(_SC_PAGESIZE), 4096L);
     const std::int64_t row = RoundUp(need.width * need.bytesPerPixel, page);
-    return row > kMostInMemory / kLeastFileRows ? kNoLimit : row * need.height + page;
+    return row > kMaxInMemory / kLeastFileRows ? kNoLimit : row * need.height + page;
 }
 
 std::string SizeText(std::int64_t bytes) {
@@ -172,8 +172,8 @@ std::int64_t MemoryRowBytes(std::int64_t width, int bytesPerPixel) {
 }
 
 bool CanBeInMemory(const ImageNeed& need) {
-    return need.width <= kMostInMemory && need.height <= kMostInMemory &&
-           MemoryRowBytes(need.width, need.bytesPerPixel) <= kMostInMemory / need.height;
+    return need.width <= kMaxInMemory && need.height <= kMaxInMemory &&
+           MemoryRowBytes(need.width, need.bytesPerPixel) <= kMaxInMemory / need.height;
 }
 
 std::string PixelsText(const ImageNeed& need) {

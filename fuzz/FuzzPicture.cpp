@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::int64_t kMostPixels = 1 << 20;
+constexpr std::int64_t kMaxPixels = 1 << 20;
 
 void ExpectSoundHeader(const PictureHeader& header) {
     Expect(header.width >= 1 && header.height >= 1, "a picture has pixels");
@@ -33,7 +33,7 @@ int FuzzPicture(OpenPictureFile open, const std::uint8_t* bytes, std::size_t siz
         const PictureHeader& header = reader->Header();
         ExpectSoundHeader(header);
         static_cast<void>(InfoAsJson({{file.Path(), "", "", header, file.Size(), 0}}));
-        if (header.width > kMostPixels / header.height) return 0;
+        if (header.width > kMaxPixels / header.height) return 0;
         Raster image({static_cast<int>(header.width), static_cast<int>(header.height), header.kind});
         std::int64_t before = 0;
         reader->ReadRows(image, [&before](std::int64_t done, std::int64_t total) {

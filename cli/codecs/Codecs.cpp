@@ -130,18 +130,18 @@ Resolution InUnit(const Resolution& resolution, Resolution::Unit unit) {
 }
 
 const std::vector<Codec>& Codecs() {
-    constexpr std::int64_t kMostSide = 2147483647;  // of an image
+    constexpr std::int64_t kMaxSide = 2147483647;  // of an image
     static const std::vector<Codec> codecs = {
-        {"PNG", {".png"}, kMostSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng, 25},
+        {"PNG", {".png"}, kMaxSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng, 25},
         {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, false, WriteJpeg, 4},
         {"WebP", {".webp"}, 16383, IsWebp, OpenWebp, WebpRefuses, WithoutGray, true, true, WriteWebp, 60},
-        {"TIFF", {".tif", ".tiff"}, kMostSide, IsTiff, OpenTiff, RefusesNothing, AsItIs, true, true, WriteTiff, 15},
-        {"PBM", {}, kMostSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, true, nullptr},
-        {"PGM", {".pgm"}, kMostSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, true, WritePgm},
-        {"PPM", {".ppm"}, kMostSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, true, WritePpm},
-        {"PAM", {".pam"}, kMostSide, IsPam, OpenPnm, RefusesNothing, AsItIs, false, true, WritePam},
+        {"TIFF", {".tif", ".tiff"}, kMaxSide, IsTiff, OpenTiff, RefusesNothing, AsItIs, true, true, WriteTiff, 15},
+        {"PBM", {}, kMaxSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, true, nullptr},
+        {"PGM", {".pgm"}, kMaxSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, true, WritePgm},
+        {"PPM", {".ppm"}, kMaxSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, true, WritePpm},
+        {"PAM", {".pam"}, kMaxSide, IsPam, OpenPnm, RefusesNothing, AsItIs, false, true, WritePam},
         // The one of the three that fits the picture; as such no file tells itself.
-        {"PNM", {".pnm"}, kMostSide, IsNothing, OpenPnm, RefusesNothing, AsItIs, false, true, WritePnm},
+        {"PNM", {".pnm"}, kMaxSide, IsNothing, OpenPnm, RefusesNothing, AsItIs, false, true, WritePnm},
     };
     return codecs;
 }

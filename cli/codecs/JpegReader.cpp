@@ -15,7 +15,7 @@ namespace {
 
 // A progressive file is decoded scan by scan over the whole picture. Real ones have about ten; thousands of them in a
 // small file are made to keep a machine busy for hours.
-constexpr int kMostScans = 500;
+constexpr int kMaxScans = 500;
 
 // libjpeg's source of bytes, over an InputFile.
 struct Source {
@@ -56,7 +56,7 @@ struct ScanWatch {
 void WatchScans(j_common_ptr common) {
     auto* jpeg = reinterpret_cast<j_decompress_ptr>(common);
     const auto* watch = reinterpret_cast<const ScanWatch*>(common->progress);
-    if (jpeg->input_scan_number > kMostScans) ERREXIT(common, JERR_BAD_PROGRESSION);
+    if (jpeg->input_scan_number > kMaxScans) ERREXIT(common, JERR_BAD_PROGRESSION);
     if (watch->tick != nullptr) (*watch->tick)(0, 0);
 }
 

@@ -13,8 +13,8 @@
 
 namespace {
 
-constexpr png_alloc_size_t kMostChunkBytes = png_alloc_size_t{64} << 20;  // far beyond any colour profile
-constexpr png_byte kTexts[] = "tEXt\0zTXt\0iTXt";                         // five bytes each
+constexpr png_alloc_size_t kMaxChunkBytes = png_alloc_size_t{64} << 20;  // far beyond any colour profile
+constexpr png_byte kTexts[] = "tEXt\0zTXt\0iTXt";                        // five bytes each
 
 class PngReader : public PictureReader {
 public:
@@ -90,7 +90,7 @@ void PngReader::ReadHeader() {
         // Sizes are limited by what the image can hold, which the caller checks before any pixel is read.
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
         // A few bytes may claim to be, or unpack to, any amount of memory. Texts are not even unpacked.
-        png_set_chunk_malloc_max(png_, kMostChunkBytes);
+        png_set_chunk_malloc_max(png_, kMaxChunkBytes);
         png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kTexts, sizeof kTexts / 5);
         png_set_crc_action(png_, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
         png_read_info(png_, info_);

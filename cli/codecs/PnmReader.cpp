@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr std::int64_t kMostNumber = 4294967295;
+constexpr std::int64_t kMaxNumber = 4294967295;
 constexpr int kEnd = -1;
-constexpr std::size_t kMostWord = 200;  // letters of a word in a header; real ones have twenty
+constexpr std::size_t kMaxWord = 200;  // letters of a word in a header; real ones have twenty
 
 // The bytes of the file, one at a time or many.
 class Bytes {
@@ -133,7 +133,7 @@ std::string PnmReader::Word() {
     while (IsSpace(byte)) byte = bytes_.NextOfText();
     std::string word;
     for (; byte != kEnd && !IsSpace(byte); byte = bytes_.NextOfText()) {
-        if (word.size() == kMostWord) Fail("a word of its text has no end");
+        if (word.size() == kMaxWord) Fail("a word of its text has no end");
         word += static_cast<char>(byte);
     }
     return word;
@@ -145,7 +145,7 @@ std::int64_t PnmReader::Number(const std::string& word, const char* what) const 
     for (const char c : word) {
         if (std::isdigit(static_cast<unsigned char>(c)) == 0) Fail(std::string(what) + " is no number: '" + word + "'");
         value = value * 10 + (c - '0');
-        if (value > kMostNumber) Fail(std::string(what) + " is too large: " + word);
+        if (value > kMaxNumber) Fail(std::string(what) + " is too large: " + word);
     }
     return value;
 }

@@ -171,8 +171,8 @@ std::string ReadTiffLayout(TIFF* tiff, TiffLayout* layout) {
     samples.bits = Number(tiff, TIFFTAG_BITSPERSAMPLE, 1);
     samples.samples = Number(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
     // Those of instruments have some hundreds. With more, a file of a few bytes could keep a machine busy for hours.
-    constexpr int kMostSamples = 512;
-    if (samples.samples > kMostSamples) return std::to_string(samples.samples) + " samples a pixel";
+    constexpr int kMaxSamples = 512;
+    if (samples.samples > kMaxSamples) return std::to_string(samples.samples) + " samples a pixel";
     samples.planes = Number(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) == PLANARCONFIG_SEPARATE;
     // One plane is all of the pixel.
     if (samples.samples == 1) samples.planes = false;

@@ -17,7 +17,7 @@ namespace {
 constexpr std::uint64_t kWholeStripBytes = std::uint64_t{1} << 24;
 
 // A row of pixels, or of tiles, has to be in memory. Files with larger ones are made to fill it.
-constexpr std::uint64_t kMostTileBytes = std::uint64_t{1} << 30;
+constexpr std::uint64_t kMaxTileBytes = std::uint64_t{1} << 30;
 
 class TiffReader : public PictureReader {
 public:
@@ -110,8 +110,8 @@ void TiffReader::ReadResolution() {
         TIFFGetField(tiff_.get(), TIFFTAG_YRESOLUTION, &y) != 1)
         return;
     TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_RESOLUTIONUNIT, &unit);
-    constexpr float kMost = 1e7F;
-    if (!(x > 0 && y > 0 && x < kMost && y < kMost)) return;
+    constexpr float kMax = 1e7F;
+    if (!(x > 0 && y > 0 && x < kMax && y < kMax)) return;
     Resolution resolution{Resolution::Unit::Aspect, 0, 0};
     double factor = 1;
     if (unit == RESUNIT_INCH) resolution.unit = Resolution::Unit::Inch;
@@ -190,7 +190,7 @@ void TiffReader::ReadStrips(Raster& image, int plane, const std::function<void()
                       static_cast<unsigned>(samples.planes ? 1 : samples.samples);
     // Whatever a codec in libtiff makes of the tags, rows have what the pixels take.
     if (lineBytes_ != (bits + 7) / 8 || stripBytes_ != lineBytes_ * static_cast<std::uint64_t>(stripRows_)) Fail();
-    if (lineBytes_ > kMostTileBytes)
+    if (lineBytes_ > kMaxTileBytes)
         FailFile(file_.Path(), "a row of " + std::to_string(layout_.width) + " pixels of " +
                                    std::to_string(samples.samples) + " samples takes more than 1 GiB");
     stripAt_ = -1;
@@ -213,7 +213,7 @@ void TiffReader::ReadTiles(Raster& image, int plane, const std::function<void()>
     if (tileBytes == 0 || lineBytes != (bits + 7) / 8 ||
         tileBytes / lineBytes != static_cast<std::uint64_t>(layout_.tileHeight))
         Fail();
-    if (tileBytes > kMostTileBytes / static_cast<std::uint64_t>(across))
+    if (tileBytes > kMaxTileBytes / static_cast<std::uint64_t>(across))
         FailFile(file_.Path(), "a row of " + std::to_string(across) + " tiles of " + std::to_string(layout_.tileWidth) +
                                    " x " + std::to_string(layout_.tileHeight) + " pixels takes more than 1 GiB");
     buffer_.resize(tileBytes * static_cast<std::uint64_t>(across));

@@ -46,9 +46,9 @@ std::uint8_t TiffRowConverter::Level(Sample sample) const {
 
 void TiffRowConverter::Convert(int plane, const std::uint8_t* packed, int width, std::uint8_t* out) {
     // However many samples a pixel has, those at work stay few. Eight pixels always fill whole bytes.
-    constexpr int kMostSamples = 1 << 16;
+    constexpr int kMaxSamples = 1 << 16;
     const int stored = layout_.planes ? 1 : layout_.samples;
-    const std::int64_t most = std::max(kMostSamples / stored / 8, 1) * 8;
+    const std::int64_t most = std::max(kMaxSamples / stored / 8, 1) * 8;
     for (std::int64_t x = 0; x < width; x += most)
         ConvertPiece(plane, packed + x * stored / 8 * layout_.bits, static_cast<int>(std::min(most, width - x)),
                      out + x * channels_);

@@ -10,7 +10,7 @@
 namespace {
 
 // What libtiff may allocate at once, which damaged files make it try: one strip or tile as the file holds it.
-constexpr tmsize_t kMostBytesAtOnce = tmsize_t{1} << 30;
+constexpr tmsize_t kMaxBytesAtOnce = tmsize_t{1} << 30;
 
 TiffStream& StreamOf(thandle_t client) {
     return *static_cast<TiffStream*>(client);
@@ -77,7 +77,7 @@ TiffHandle OpenTiffStream(TiffStream* stream, const char* mode) {
         std::snprintf(stream->error, sizeof stream->error, "not enough memory");
         return nullptr;
     }
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMostBytesAtOnce);
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMaxBytesAtOnce);
     TIFFOpenOptionsSetErrorHandlerExtR(options, KeepError, stream);
     TIFFOpenOptionsSetWarningHandlerExtR(options, KeepWarning, stream);
     // Some places in libtiff still know only these.

@@ -135,9 +135,9 @@ void RunCombine(Raster* image, const ImageShape& shape, const Arguments& argumen
         CheckMask(loaded.Shape(), mask->Shape(), arguments);
     }
     constexpr int kStripBytes = 1 << 17;
-    constexpr int kMostChannels = 4;
+    constexpr int kMaxChannels = 4;
     const Meeting meeting = Meet(shape, loaded.Shape(), arguments.Area("at"));
-    const int rows = std::max(kStripBytes / kMostChannels / meeting.width, 1);
+    const int rows = std::max(kStripBytes / kMaxChannels / meeting.width, 1);
     for (int top = 0; top < meeting.height; top += rows) {
         const int height = std::min(rows, meeting.height - top);
         Raster strip = image->Part(meeting.x, meeting.y + top, meeting.width, height);

@@ -34,8 +34,8 @@ void GivePermissions(int descriptor, bool exists, const struct stat& target) {
 
 // Where a link leads to that nothing is at yet; any other path as it is.
 std::string EndOfLinks(std::filesystem::path path) {
-    constexpr int kMostLinks = 40;  // as the system follows; in a circle there is no end
-    for (int i = 0; i < kMostLinks; ++i) {
+    constexpr int kMaxLinks = 40;  // as the system follows; in a circle there is no end
+    for (int i = 0; i < kMaxLinks; ++i) {
         std::error_code noLink;
         const std::filesystem::path next = std::filesystem::read_symlink(path, noLink);
         if (noLink) break;

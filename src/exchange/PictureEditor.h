@@ -56,7 +56,7 @@ bool GetPictureReader(PictureEditor& editor, REALobject picture);
 // Longest side of a host picture, in pixels.
 inline constexpr int kMaxPictureSide = 32767;
 
-// Makes a picture of 1 to kLongestPictureSide pixels a side and opens an editor on it. True if that worked; a size
+// Makes a picture of 1 to kMaxPictureSide pixels a side and opens an editor on it. True if that worked; a size
 // out of range is refused without a call of the host.
 bool NewPictureWriter(PictureEditor& editor, int width, int height);
 

@@ -8,8 +8,8 @@ namespace zor {
 
 namespace {
 
-constexpr std::int64_t kMostBytes = 2147483647;
-constexpr std::int64_t kMostTapBytes = std::int64_t{1} << 29;
+constexpr std::int64_t kMaxBytes = 2147483647;
+constexpr std::int64_t kMaxTapBytes = std::int64_t{1} << 29;
 
 // Samples that can have a weight at all, both ends included; left above right: none.
 struct SampleSpan {
@@ -50,7 +50,7 @@ void BuildList(const FilterKernel& kernel, ScaleAxis axis, double scale, int siz
     *list = {};
     const std::int64_t capacity = ListCapacity(kernel, axis, scale);
     const std::int64_t bytes = capacity * static_cast<std::int64_t>(sizeof(Contribution));
-    if (bytes > kMostBytes) return;
+    if (bytes > kMaxBytes) return;
     list->entries = static_cast<Contribution*>(std::calloc(static_cast<std::size_t>(bytes), 1));
     if (!list->entries) return;
 
@@ -75,7 +75,7 @@ ContributionTable::~ContributionTable() {
 }
 
 bool ContributionTable::Allocate(int lists) {
-    if (lists < 0 || lists * static_cast<std::int64_t>(sizeof(ContributionList)) > kMostBytes) return false;
+    if (lists < 0 || lists * static_cast<std::int64_t>(sizeof(ContributionList)) > kMaxBytes) return false;
     lists_ = static_cast<ContributionList*>(std::calloc(static_cast<std::size_t>(lists), sizeof(ContributionList)));
     count_ = lists_ ? lists : 0;
     return lists_ != nullptr;
@@ -109,7 +109,7 @@ bool TapTable::Build(const ContributionList* lists, int columns) {
         const ContributionList& list = lists[x];
         if (list.count > 0) taps = std::max(taps, list.entries[list.count - 1].pixel - list.entries[0].pixel + 1);
     }
-    if (std::int64_t{taps} * columns > kMostTapBytes / static_cast<std::int64_t>(sizeof(double))) return false;
+    if (std::int64_t{taps} * columns > kMaxTapBytes / static_cast<std::int64_t>(sizeof(double))) return false;
 
     const auto count = static_cast<std::size_t>(columns);
     first_ = static_cast<int*>(std::calloc(count, sizeof(int)));

@@ -69,7 +69,7 @@ int MutexesMade() {
 
 namespace {
 
-constexpr int kMostThreads = 32;
+constexpr int kMaxThreads = 32;
 constexpr std::size_t kWorkerStackBytes = 2097152;
 
 struct BandRecord {
@@ -159,7 +159,7 @@ void RunThreads(int threads, int count, void const* data, WorkFunction function)
         function(0, count - 1, -1, 0, data);
         return;
     }
-    threads = threads == 0 ? std::max(gWorkerSystem.processorCount(), 1) : std::min(threads, kMostThreads);
+    threads = threads == 0 ? std::max(gWorkerSystem.processorCount(), 1) : std::min(threads, kMaxThreads);
 
     const Bands bands(threads);
     if (!bands.first) return;

@@ -38,8 +38,8 @@ constexpr Recolouring G_to_CMYK_Scale = {kG, kCMYK, PixelRule::blackOnly};
 constexpr Recolouring GA_to_GA_Scale = {kGA, kGA, PixelRule::copy};
 
 struct Rule {
-    unsigned sourceTested, source;  // flags that matter, and what they are
-    unsigned targetTested, target;
+    unsigned srcTested, src;  // flags that matter, and what they are
+    unsigned dstTested, dst;
     const Recolouring* recolouring;
 };
 
@@ -74,7 +74,7 @@ constexpr Rule kRules[] = {
 const Recolouring* RecolouringOf(const Record* src, const Record* dst) {
     const unsigned srcFlags = FamilyFlagsOf(src), dstFlags = FamilyFlagsOf(dst);
     for (const Rule& rule : kRules) {
-        if ((srcFlags & rule.sourceTested) == rule.source && (dstFlags & rule.targetTested) == rule.target) {
+        if ((srcFlags & rule.srcTested) == rule.src && (dstFlags & rule.dstTested) == rule.dst) {
             return rule.recolouring;
         }
     }
@@ -188,10 +188,10 @@ void ScaleRow(const Recolouring& recolouring, Record* dst, Record* src, int y, i
 
 }  // namespace
 
-REALboolean ScalePictureFast(REALobject target, REALobject source, int width, int height) {
-    if (!target || !source) return 0;
-    Record* const dst = ImageDataOf(target);
-    Record* const src = ImageDataOf(source);
+REALboolean ScalePictureFast(REALobject dstObject, REALobject srcObject, int width, int height) {
+    if (!dstObject || !srcObject) return 0;
+    Record* const dst = ImageDataOf(dstObject);
+    Record* const src = ImageDataOf(srcObject);
     if (!dst->Valid || !src->Valid) return 0;
     const int w = std::min(dst->Width, width), h = std::min(dst->Height, height);
     if (w <= 0 || h <= 0) return 0;

@@ -11,7 +11,7 @@ namespace zor {
 namespace {
 
 // A factory that gives another format than asked for is asked again, as it may choose otherwise the next time.
-constexpr int kMostRounds = 16;
+constexpr int kMaxRounds = 16;
 
 enum class Round { kDone, kFailed, kWrongFormat };
 
@@ -62,7 +62,7 @@ bool ScaleWithKernel(const FilterKernel* kernel, REALobject dst, REALobject src,
     Round round = RunRound(request, temp);
     // Only a temporary image made here can have the wrong format. Every further round runs on this thread.
     request.threaded = false;
-    for (int rounds = 1; round == Round::kWrongFormat && rounds < kMostRounds; ++rounds) {
+    for (int rounds = 1; round == Round::kWrongFormat && rounds < kMaxRounds; ++rounds) {
         round = RunRound(request, nullptr);
     }
     return round == Round::kDone;

@@ -9,17 +9,17 @@
 namespace zor {
 
 struct ScalePair {
-    static constexpr int kMost = ChannelSet::kMax;
+    static constexpr int kMax = ChannelSet::kMax;
 
     const char* name;
-    int tempFormat;          // of a temporary image made for this pair
-    int pitch;               // bytes of a group of the temporary image
-    bool luma;               // channel 0 is 0.3 red + 0.59 green + 0.11 blue of reads 0 to 2
-    int channels;            // filtered in the horizontal pass
-    ChannelList read;        // of a source pixel; as many as channels, or two more with luma
-    int groupByte[kMost];    // by channel: its byte in the group; the other bytes of a group are 0
-    ChannelList written;     // in the order of storing
-    int writtenFrom[kMost];  // by write: the byte of the group
+    int tempFormat;         // of a temporary image made for this pair
+    int pitch;              // bytes of a group of the temporary image
+    bool luma;              // channel 0 is 0.3 red + 0.59 green + 0.11 blue of reads 0 to 2
+    int channels;           // filtered in the horizontal pass
+    ChannelList read;       // of a source pixel; as many as channels, or two more with luma
+    int groupByte[kMax];    // by channel: its byte in the group; the other bytes of a group are 0
+    ChannelList written;    // in the order of storing
+    int writtenFrom[kMax];  // by write: the byte of the group
     // The bytes of a temporary row that the vertical pass needs: the first, and every so many from there.
     int firstUsed;
     int usedStep;

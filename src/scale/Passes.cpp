@@ -11,10 +11,10 @@ namespace {
 
 constexpr double kLumaFactors[3] = {0.3, 0.59, 0.11};
 constexpr double kFactors[7] = {0.3, 0.59, 0.11, 1.0, 1.0, 1.0, 1.0};
-constexpr double kNoFactors[ScalePair::kMost] = {1.0, 1.0, 1.0, 1.0, 1.0};
+constexpr double kNoFactors[ScalePair::kMax] = {1.0, 1.0, 1.0, 1.0, 1.0};
 
 // A block of several rows that does not fit here would be slower than one row at a time.
-constexpr std::int64_t kMostBlockBytes = std::int64_t{1} << 24;
+constexpr std::int64_t kMaxBlockBytes = std::int64_t{1} << 24;
 
 std::int64_t RoundUp(std::int64_t bytes) {
     return (bytes + 63) / 64 * 64;
@@ -32,7 +32,7 @@ void HorizontalRow_Plain(const HorizontalJob& job, int y) {
         // Anew for every pixel: where both are one image, the row written to may have moved the window.
         const RowSpan row = GetRowSpan(job.src, y);
         const ContributionList& list = job.lists[x];
-        double sums[ScalePair::kMost] = {};
+        double sums[ScalePair::kMax] = {};
         for (int k = 0; k < list.count && row; ++k) {
             const double weight = static_cast<double>(list.entries[k].weight);
             if (weight == 0.0) continue;
@@ -49,7 +49,7 @@ void HorizontalRow_Plain(const HorizontalJob& job, int y) {
                 sums[c] += static_cast<double>(row.Load(base + offset)) * weight;
             }
         }
-        std::uint8_t group[ScalePair::kMost] = {};
+        std::uint8_t group[ScalePair::kMax] = {};
         const double weightSum = static_cast<double>(list.weightSum);
         for (int c = 0; c < pair.channels; ++c) group[pair.groupByte[c]] = ScaledByte(sums[c], weightSum);
         const RowSpan temp = GetRowSpan(job.dst, y);
@@ -65,7 +65,7 @@ void VerticalRow_Plain(const VerticalJob& job, int y) {
     const double weightSum = static_cast<double>(list.weightSum);
     const ChannelSet written = OffsetsOf(job.dst, pair.written);
     for (int x = 0; x < job.width; ++x) {
-        double sums[ScalePair::kMost] = {};
+        double sums[ScalePair::kMax] = {};
         for (int k = 0; k < list.count; ++k) {
             const double weight = static_cast<double>(list.entries[k].weight);
             if (weight == 0.0) continue;
@@ -117,7 +117,7 @@ bool ProvideHorizontalParts(const HorizontalJob& job, PassScratch* scratch, Hori
     const ResampleShape shape = ResampleShapeOf(pair.channels, pair.luma);
     const std::int64_t columns = std::int64_t{job.srcWidth} + job.taps->taps;
     const std::int64_t rowBytes = columns * pair.read.count * static_cast<std::int64_t>(sizeof(double));
-    const bool several = !job.singleRows && rowBytes * kRowsInBlock[shape][1] <= kMostBlockBytes;
+    const bool several = !job.singleRows && rowBytes * kRowsInBlock[shape][1] <= kMaxBlockBytes;
     parts->rows = kRowsInBlock[shape][several ? 1 : 0];
     parts->resample = job.kernels->scaling.resample[shape][several ? 1 : 0];
 

@@ -95,8 +95,8 @@ constexpr double kFactors[ScalingKernels::kMaxPlanes] = {0.3, 0.59, 0.11, 1.0, 1
 // Into one of the lanes of a block of several rows.
 template <int kPlanes>
 void Widen(Kernels k, Bytes b, std::ptrdiff_t units) {
-    constexpr int kMostRows = KernelBytes::kMaxNumbersPerUnit / kPlanes;
-    const int rows = 1 + static_cast<int>(b.choice % kMostRows), row = static_cast<int>(b.choice / 8) % rows;
+    constexpr int kMaxRows = KernelBytes::kMaxNumbersPerUnit / kPlanes;
+    const int rows = 1 + static_cast<int>(b.choice % kMaxRows), row = static_cast<int>(b.choice / 8) % rows;
     k.scaling.widen[kPlanes - 1](b.in[0], static_cast<int>(units), kFactors, rows, b.numbersOut + row);
 }
 
