@@ -126,9 +126,9 @@ void PickSamples(const RowSpan& src, const RowWork& work, int first, int last, s
     }
 }
 
-// Samples go through a buffer, some columns at a time. Reading ahead does not show where an image is scaled into
-// itself: a column takes its sample from itself or from the right of it. Its rows are fetched again each time, since
-// its one window may not reach from one to the other.
+// Samples go through a buffer, some columns at a time. Reading ahead does not show in a row that is scaled into itself:
+// a column takes its sample from itself or from the right of it. Rows are fetched again each time, since the one window
+// of an image in a file may not reach from one to the other.
 void ScaleThroughBuffer(const RowWork& work, int y, int srcRow, int atOnce) {
     constexpr int kMaxColumns = 512;
     std::uint8_t samples[kMaxColumns * ChannelSet::kMax];
@@ -145,16 +145,26 @@ void ScaleThroughBuffer(const RowWork& work, int y, int srcRow, int atOnce) {
     }
 }
 
-// Straight from the source's pixels into the target's. False, with nothing done, where bytes lie outside the storage.
+bool Meet(const std::uint8_t* a, std::ptrdiff_t sizeOfA, const std::uint8_t* b, std::ptrdiff_t sizeOfB) {
+    const std::uintptr_t firstA = reinterpret_cast<std::uintptr_t>(a), firstB = reinterpret_cast<std::uintptr_t>(b);
+    return firstA < firstB + static_cast<std::uintptr_t>(sizeOfB) &&
+           firstB < firstA + static_cast<std::uintptr_t>(sizeOfA);
+}
+
+// Straight from the source's pixels into the target's. False, with nothing done, where bytes lie outside the storage or
+// both rows share some. Not for two windows on one file.
 bool ScaleDirectly(const RowWork& work, int y, int srcRow) {
     const RowSpan dst = GetRowSpan(work.dst, y);
     const RowSpan src = GetRowSpan(work.src, srcRow);
     if (!dst || !src) return true;
     const PixelRun to = {dst.data, work.dst->PixelSize, work.written},
                    from = {src.data, work.src->PixelSize, work.read};
-    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(work.width - 1) * to.step;
-    if (!CoversSource(src, work, 0, work.width) ||
-        !dst.Covers(work.written.lowest(), last + work.written.highest() + 1)) {
+    const std::ptrdiff_t written = work.written.lowest(), read = work.read.lowest();
+    const std::ptrdiff_t writtenEnd =
+        static_cast<std::ptrdiff_t>(work.width - 1) * to.step + work.written.highest() + 1;
+    const std::ptrdiff_t readEnd = SourceByte(work, work.width - 1) + work.read.highest() + 1;
+    if (!src.Covers(read, readEnd) || !dst.Covers(written, writtenEnd) ||
+        Meet(dst.data + written, writtenEnd - written, src.data + read, readEnd - read)) {
         return false;
     }
     work.nearest(to, from, work.xRatio, 0, work.width);
@@ -180,10 +190,12 @@ RowWork WorkOf(const Recolouring& recolouring, Record* dst, Record* src, double 
 // Walks by itself: columns of the source lie at distances that need not be whole.
 void ScaleRow(const Recolouring& recolouring, Record* dst, Record* src, int y, int srcRow, double xRatio, int width) {
     const RowWork work = WorkOf(recolouring, dst, src, xRatio, width);
-    const bool overlap = ImagesOverlap(dst, src);
-    if (!overlap && ScaleDirectly(work, y, srcRow)) return;
-    // Where two images share bytes a pixel may be read after it was written: one at a time.
-    ScaleThroughBuffer(work, y, srcRow, overlap && dst != src ? 1 : width);
+    const bool overlap = ImagesOverlap(dst, src), inFiles = dst->IsMapping && src->IsMapping;
+    if (!(overlap && inFiles) && ScaleDirectly(work, y, srcRow)) return;
+    // Where rows share bytes a pixel may be read after it was written: one at a time. That does not show in one row, or
+    // in an image in a file, whose rows share none.
+    const bool readsAhead = !overlap || (dst == src && (inFiles || srcRow == y));
+    ScaleThroughBuffer(work, y, srcRow, readsAhead ? width : 1);
 }
 
 }  // namespace

@@ -168,6 +168,29 @@ TEST_F(ScaleFast, ShowsTheOrderOfPixelsWhereImagesShareBytes) {
     }
 }
 
+// Rows of six pixels, two bytes after one another and seen from the bottom up: what a row stores lies in the row that
+// it reads, to the left of what it reads later.
+TEST_F(ScaleFast, ShowsTheOrderOfPixelsInAnImageWhoseRowsMeet) {
+    constexpr int kWidth = 6, kHeight = 4, kRowSize = 2;
+    const TestImage image = MirroredOf(MakeOnBlock(kWidth, kHeight, ImageFormatG, kRowSize));
+    std::vector<std::uint8_t> model(static_cast<std::size_t>(kRowSize * kHeight));
+    for (std::size_t i = 0; i < model.size(); ++i) model[i] = image->Pixels[i] = static_cast<std::uint8_t>(10 + i);
+    const auto place = [](int row, int column) {
+        return static_cast<std::size_t>((kHeight - 1 - row) * kRowSize + column);
+    };
+    const auto load = [&](std::size_t at) { return at < model.size() ? model[at] : std::uint8_t{0}; };
+    constexpr int kNewWidth = 6, kNewHeight = 2;
+    for (int y = 0; y < kNewHeight; ++y) {
+        for (int x = 0; x < kNewWidth; ++x) {
+            const std::size_t at = place(y, x);
+            const std::uint8_t sample = load(place(y * 2, x));
+            if (at < model.size()) model[at] = sample;
+        }
+    }
+    ASSERT_TRUE(Scale(image, image, kNewWidth, kNewHeight));
+    EXPECT_TRUE(SameBytes(model, std::vector<std::uint8_t>(image->Pixels, image->Pixels + model.size())));
+}
+
 TEST_F(ScaleFast, ReadsAndWritesRowsOfATable) {
     for (int round = 0; round < 50; ++round) {
         RowTableImage source(random.Between(1, 9), random.Between(1, 9), ImageFormatXRGB);
