@@ -122,7 +122,13 @@ void ReplicateAlpha(std::uint8_t* dst, const std::uint8_t* pixels, int alphaAt, 
 }  // namespace
 
 void ZOR_TIER_FUNCTION(InitBlend)(BlendKernels* kernels) {
-    *kernels = {Mix, AddOver, AddOverOther, Add, Replicate3, Replicate4Opaque, ReplicateAlpha};
+    kernels->mix = Mix;
+    kernels->addOver = AddOver;
+    kernels->addOverOther = AddOverOther;
+    kernels->add = Add;
+    kernels->replicate3 = Replicate3;
+    kernels->replicate4Opaque = Replicate4Opaque;
+    kernels->replicateAlpha = ReplicateAlpha;
 }
 
 }  // namespace zor

@@ -105,7 +105,9 @@ void Relief(const std::uint8_t* here, const std::uint8_t* there, std::uint8_t* d
 }  // namespace
 
 void ZOR_TIER_FUNCTION(InitBytes)(BytesKernels* kernels) {
-    *kernels = {Map, Complement, Relief};
+    kernels->map = Map;
+    kernels->complement = Complement;
+    kernels->relief = Relief;
 }
 
 }  // namespace zor

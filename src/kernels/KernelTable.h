@@ -2,10 +2,8 @@
 // The record of all kernels. An operation takes it once, outside its loops, and hands it or the functions in it along.
 //
 // A kernel is a loop over bytes that knows no image and no host. It has a plain twin, which defines the result, and
-// where it pays twins for instruction sets; all twins of a slot give the same bytes. To add one: the function pointer
-// in the record of its family (Bytes.h, Blend.h, ...), its plain twin in <Family>Plain.cpp, its name in the list in
-// KernelTable.cpp, its case in tests/kernels/KernelCases.cpp, from which both the one test of all kernels and the
-// benchmark are made. A vector twin goes into <Family>Vector.cpp, which is compiled once for each instruction set.
+// where it pays twins for instruction sets; all twins of a slot give the same bytes. CONTRIBUTING.md tells how to add
+// one.
 
 #include "kernels/Blend.h"
 #include "kernels/Blur.h"

@@ -112,7 +112,7 @@ void Convolve(const MatrixTap* taps, int tapCount, const MatrixFinish& finish, s
 }  // namespace
 
 void ZOR_TIER_FUNCTION(InitMatrix)(MatrixKernels* kernels) {
-    *kernels = {Convolve};
+    kernels->convolve = Convolve;
 }
 
 }  // namespace zor
