@@ -51,7 +51,8 @@ OwnedGWorld MakeGWorld(const QuickDrawRect& bounds, std::int16_t depth, ColorTab
 
 // --- export ---------------------------------------------------------------------------------------------------------
 
-// The channels of a pixel go side by side into a GWorld of 8 bits a channel.
+// The channels of a pixel go side by side into a GWorld of 8 bits a channel. Walks by itself: whole rows are packed
+// into memory of QuickDraw's.
 REALobject ExportChannels(ImageClassData* record, const ChannelSet& channels, ColorTable** colors) {
     const int width = record->Width, height = record->Height, pixelSize = record->PixelSize;
     const QuickDrawRect bounds = {0, 0, static_cast<std::int16_t>(height), static_cast<std::int16_t>(width)};

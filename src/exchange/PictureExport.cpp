@@ -10,7 +10,8 @@
 
 namespace zor {
 
-// Makes a picture of a rectangle that lies on the image. Null: the host gives none.
+// Walks by itself: the rows of the picture are the writer's, and nothing of them is read. Makes a picture of a
+// rectangle that lies on the image. Null: the host gives none.
 static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect, ExportColours colours,
                                   const ChannelSet& channels) {
     EditorHolder holder;
