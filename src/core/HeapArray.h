@@ -25,8 +25,13 @@ public:
     explicit operator bool() const { return memory_ != nullptr; }
 
 private:
+    // Half a tebibyte: no operation comes near it, and allocators that check their callers end the process over more.
+    static constexpr std::int64_t kMaxBytes = std::int64_t{1} << 39;
+
     static bool CanBeHad(std::int64_t count, std::int64_t size) {
-        constexpr std::int64_t kMaxCount = static_cast<std::int64_t>(PTRDIFF_MAX / sizeof(T));
+        constexpr std::int64_t kAddressable = static_cast<std::int64_t>(PTRDIFF_MAX);
+        constexpr std::int64_t kMaxCount =
+            (kAddressable < kMaxBytes ? kAddressable : kMaxBytes) / static_cast<std::int64_t>(sizeof(T));
         return count >= 0 && size >= 0 && (size == 0 || count <= kMaxCount / size);
     }
     static std::size_t AtLeastOne(std::int64_t count) { return static_cast<std::size_t>(count > 0 ? count : 1); }
