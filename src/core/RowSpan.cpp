@@ -52,8 +52,8 @@ static std::int64_t CeilDiv(std::int64_t a, std::int64_t b) {
 PixelRange PixelsWithin(const RowSpan& row, std::int64_t pixelSize, std::int64_t low, std::int64_t high, std::int64_t x,
                         std::int64_t width) {
     if (pixelSize <= 0) return {0, low >= row.begin && high < row.end ? width : 0};  // all pixels are the same bytes
-    const std::int64_t first = CeilDiv(row.begin - low, pixelSize) - x;
-    const std::int64_t last = FloorDiv(row.end - 1 - high, pixelSize) - x + 1;
+    const std::int64_t first = CeilDiv(std::int64_t{row.begin} - low, pixelSize) - x;
+    const std::int64_t last = FloorDiv(std::int64_t{row.end} - 1 - high, pixelSize) - x + 1;
     const std::int64_t from = std::clamp<std::int64_t>(first, 0, width);
     return {from, std::clamp<std::int64_t>(last, from, width)};
 }
