@@ -4,6 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <map>
 
 #include "BenchImage.h"
 #include "core/Formats.h"
@@ -74,7 +75,29 @@ int CountOfMatrix(REALarray) {
 int ValueOfMatrix(REALarray, int index) {
     return kSharpen[index];
 }
+
+// As much of a host as counts locks, for methods that make images.
+std::map<REALobject, int> locks;
+REALobject NewObject(const char*) {
+    const auto object =
+        static_cast<REALobject>(std::calloc(static_cast<std::size_t>(ImageClass.hostSlot) + sizeof(ImageClassData), 1));
+    locks[object] = 1;
+    return object;
+}
+void LockObject(REALobject object) {
+    ++locks[object];
+}
+void UnlockObject(REALobject object) {
+    if (--locks[object] > 0) return;
+    locks.erase(object);
+    ImageDestructor(object);
+    std::free(object);
+}
+
 void* Resolve(const char* name) {
+    if (std::strcmp(name, "PluginNewInstance") == 0) return reinterpret_cast<void*>(NewObject);
+    if (std::strcmp(name, "REALLockObject") == 0) return reinterpret_cast<void*>(LockObject);
+    if (std::strcmp(name, "REALUnlockObject") == 0) return reinterpret_cast<void*>(UnlockObject);
     if (std::strcmp(name, "RuntimeUBound") == 0) return reinterpret_cast<void*>(CountOfMatrix);
     if (std::strcmp(name, "RuntimeDirectReadIntArray") == 0) return reinterpret_cast<void*>(ValueOfMatrix);
     return nullptr;
@@ -107,6 +130,20 @@ void QuarterTurn(benchmark::State& state, int format, Turn turn) {
     IntoImage(state, format, kHeight, kWidth, turn);
 }
 
+void FreeTurn(benchmark::State& state, int format, double angle) {
+    gResolver = Resolve;
+    const BenchImage source(kWidth, kHeight, format);
+    locks[source.object()] = 1;
+    for (auto _ : state) {
+        const REALobject result = rbRotate(source.object(), angle, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+        if (!result) return state.SkipWithError("no result");
+        benchmark::ClobberMemory();
+        UnlockObject(result);
+    }
+    locks.erase(source.object());
+    CountPixels(state);
+}
+
 constexpr int kRGB = ImageFormatRGB, kRGBA = ImageFormatRGBA, kG = ImageFormatG, kRGBX = ImageFormatRGBX;
 
 #define MEASURE(function, ...) BENCHMARK_CAPTURE(function, __VA_ARGS__)->Unit(benchmark::kMillisecond)
@@ -135,6 +172,13 @@ MEASURE(QuarterTurn, rgb_90, kRGB, Rotate90fast);
 MEASURE(QuarterTurn, rgb_270, kRGB, Rotate270fast);
 MEASURE(QuarterTurn, rgba_90, kRGBA, Rotate90fast);
 MEASURE(QuarterTurn, gray_90, kG, Rotate90fast);
+MEASURE(FreeTurn, rgb_30, kRGB, 30.0);
+MEASURE(FreeTurn, rgb_2, kRGB, 2.0);
+MEASURE(FreeTurn, rgb_120, kRGB, 120.0);
+MEASURE(FreeTurn, rgb_45, kRGB, 45.0);
+MEASURE(FreeTurn, rgbx_30, kRGBX, 30.0);
+MEASURE(FreeTurn, rgba_30, kRGBA, 30.0);
+MEASURE(FreeTurn, gray_30, kG, 30.0);
 MEASURE(Matrix, rgb_3x3, kRGB, 1.0);
 MEASURE(Matrix, rgb_3x3_scaled, kRGB, 0.125);
 MEASURE(Unsharp, rgb, kRGB);

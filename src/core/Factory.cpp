@@ -36,6 +36,10 @@ REALobject CreatePicture(ImageClassData* record, int width, int height, int form
     return nullptr;
 }
 
+bool HasFactory(const ImageClassData* record) {
+    return record->Factory || globalFactory;
+}
+
 REALobject CreatePictureLocal(REALobject object, int width, int height, int format) {
     return CreatePicture(ImageDataOf(object), width, height, format);
 }

@@ -10,6 +10,10 @@ namespace zor {
 // record is the image on whose behalf it is made, or null.
 REALobject CreatePicture(ImageClassData* record, int width, int height, int format);
 
+// True if a factory may be asked for images on behalf of the record. Otherwise they are plain memory of the engine's
+// own, which nobody else knows until they are handed out.
+bool HasFactory(const ImageClassData* record);
+
 // Class members.
 REALobject CreatePictureLocal(REALobject object, int width, int height, int format);
 REALobject CreatePictureGlobal(int width, int height, int format);

@@ -4,8 +4,8 @@
 #include <cmath>
 
 #include "core/Factory.h"
+#include "filters/ColumnBands.h"
 #include "filters/RightAngle.h"
-#include "filters/Shear.h"
 
 namespace zor {
 
@@ -34,9 +34,8 @@ public:
     }
     int count() const { return channels_.count; }
     const ShearColour& background() const { return background_; }
-    PixelSides Sides(ImageClassData* src, ImageClassData* dst) const {
-        return {SideOf(src, channels_), SideOf(dst, channels_)};
-    }
+    PixelSide Side(ImageClassData* record) const { return SideOf(record, channels_); }
+    PixelSides Sides(ImageClassData* src, ImageClassData* dst) const { return {Side(src), Side(dst)}; }
 
 private:
     ChannelList channels_;
@@ -61,6 +60,22 @@ std::int64_t Whole(double value) {
     return static_cast<std::int64_t>(value);
 }
 
+// The steps of the third shear, row by row.
+class ThirdSteps {
+public:
+    ThirdSteps(int width, int rows, double tangent, double sine)
+        : shear_(sine >= 0 ? -tangent * ((width - 1) * sine) : (-(rows - 1) - (width - 1) * sine) * tangent),
+          tangent_(tangent) {}
+    ShearStep Next() {
+        const ShearStep step = StepOf(shear_);
+        shear_ = shear_ + tangent_;
+        return step;
+    }
+
+private:
+    double shear_, tangent_;
+};
+
 // By at most 45 degrees to either side; angles near 360 stand for negative ones.
 REALobject RotateByShears(ImageClassData* src, double angle, const ShearFamily& family) {
     const double radians = angle * 3.141592653589793 / 180.0;
@@ -69,6 +84,8 @@ REALobject RotateByShears(ImageClassData* src, double angle, const ShearFamily& 
     YieldIfAsked(src);
     const int width = src->Width, height = src->Height;
 
+    // Where no factory takes part, nobody else ever sees the images between.
+    bool unseen = !HasFactory(src);
     ObjectHolder first(NewShearImage(src, width + Whole(height * std::fabs(tangent)), height));
     if (!first.get()) return nullptr;
     ImageClassData* const firstImage = ImageDataOf(first.get());
@@ -80,26 +97,41 @@ REALobject RotateByShears(ImageClassData* src, double angle, const ShearFamily& 
     }
 
     const std::int64_t newHeight = Whole(height * cosine + width * std::fabs(sine)) + 1;
+    const std::int64_t newWidth = Whole(width * cosine + height * std::fabs(sine)) + 1;
     const int firstWidth = firstImage->Width;
+    unseen = unseen && !HasFactory(src);
     ObjectHolder second(NewShearImage(src, firstWidth, newHeight));
     if (!second.get()) return nullptr;
     ImageClassData* const secondImage = ImageDataOf(second.get());
     if (!ReadyForShear(firstImage, secondImage)) return nullptr;
     const int rows = static_cast<int>(newHeight);
     const double start = sine > 0 ? (width - 1) * sine : -sine * (width - firstWidth);
-    SkewColumns(family.Sides(firstImage, secondImage), {height, rows, firstWidth, start, sine}, family.background());
-    { const ObjectHolder done(first.release()); }  // one shear after the one that filled it
+    const ColumnShear columnShear{height, rows, firstWidth, start, sine};
+    ThirdSteps steps(width, rows, tangent, sine);
 
-    ObjectHolder third(NewShearImage(src, Whole(width * cosine + height * std::fabs(sine)) + 1, newHeight));
+    if (unseen) {
+        // The rows of the second image go into the third while they are in the cache. It itself stays empty, and leaves
+        // first: no more than two images are there at a time.
+        ColumnBands bands(family.Side(firstImage), columnShear, family.background());
+        const LineShear lineShear(family.count(), firstWidth, newWidth, family.background());
+        if (bands && lineShear) {
+            { const ObjectHolder done(second.release()); }
+            ObjectHolder third(NewShearImage(src, newWidth, newHeight));
+            if (!third.get()) return nullptr;
+            const PixelSide side = family.Side(ImageDataOf(third.get()));
+            bands.ForRows([&](int row, const ShearLine& line) { lineShear.Skew(line, side, row, steps.Next()); });
+            return third.release();
+        }
+    }
+
+    SkewColumns(family.Sides(firstImage, secondImage), columnShear, family.background());
+    { const ObjectHolder done(first.release()); }  // one shear after the one that filled it
+    ObjectHolder third(NewShearImage(src, newWidth, newHeight));
     if (!third.get()) return nullptr;
     ImageClassData* const thirdImage = ImageDataOf(third.get());
     if (!ReadyForShear(secondImage, thirdImage)) return nullptr;
     const RowShear thirdShear(family.Sides(secondImage, thirdImage), family.background());
-    double shear = sine >= 0 ? -tangent * ((width - 1) * sine) : (-(rows - 1) - (width - 1) * sine) * tangent;
-    for (int row = 0; row < rows; ++row) {
-        thirdShear.Skew(row, StepOf(shear));
-        shear = shear + tangent;
-    }
+    for (int row = 0; row < rows; ++row) thirdShear.Skew(row, steps.Next());
     return third.release();
 }
 

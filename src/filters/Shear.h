@@ -21,25 +21,64 @@ struct ShearStep {
 };
 ShearStep StepOf(double shear);
 
-// Shears rows, each by a step of its own. What all of them need is worked out once.
+// The part of a value that goes on to the neighbour.
+inline std::uint8_t PartOf(std::uint8_t value, double weight) {
+    return static_cast<std::uint8_t>(static_cast<int>(value * weight));
+}
+
+// The pixel behind the last one: background, of which the rest `left` of the last pixel takes its place.
+inline std::uint8_t ClosingOf(std::uint8_t background, double weight, std::uint8_t left) {
+    return static_cast<std::uint8_t>(static_cast<int>(background - (background * weight - left)));
+}
+
+// A weight as an integer: value * factor >> 16 is PartOf every value. Hardly any weight has none.
+struct ShearFactor {
+    std::uint16_t factor;
+    bool exists;
+};
+ShearFactor FactorOf(double weight);
+
+// A whole row of packed samples, all background but for columns first to last - 1.
+struct ShearLine {
+    const std::uint8_t* samples;
+    std::ptrdiff_t first;
+    std::ptrdiff_t last;
+};
+
+// Shears lines of one width into rows of another, each by a step of its own. What all of them need is made once.
+class LineShear {
+public:
+    LineShear(int count, std::ptrdiff_t width, std::ptrdiff_t dstWidth, const ShearColour& background);
+
+    explicit operator bool() const { return background_ && written_; }  // false: memory is short
+
+    // Into the whole width of a row of an image whose pixels are apart and which shares no byte with the line. The
+    // pixel behind the last one takes the rest.
+    void Skew(const ShearLine& line, const PixelSide& dst, int row, ShearStep step) const;
+
+private:
+    void Blend(const ShearLine& line, ShearStep step, std::uint8_t* pixels) const;
+
+    int count_;
+    std::ptrdiff_t width_, dstWidth_;
+    ShearColour colour_;
+    HeapArray<std::uint8_t> background_, written_;  // packed rows of the destination
+};
+
+// Shears rows of an image.
 class RowShear {
 public:
     RowShear(const PixelSides& sides, const ShearColour& background);
 
-    // Row `row` of the source into the same row of the destination, whose whole width is written. The pixel behind the
-    // last one takes the rest.
+    // Row `row` of the source into the same row of the destination.
     void Skew(int row, ShearStep step) const;
 
 private:
-    void SkewPacked(const RowSpan& srcRow, int row, ShearStep step) const;
-    void FillWithBackground(std::uint8_t* pixels, std::ptrdiff_t first, std::ptrdiff_t last) const;
-
     PixelSides sides_;
     ShearColour background_;
-    std::ptrdiff_t width_;  // of the source
-    std::ptrdiff_t dstWidth_;
-    HeapArray<std::uint8_t> read_, written_;  // packed rows
-    bool isPacked_;                           // false: rows go pixel by pixel
+    LineShear line_;
+    HeapArray<std::uint8_t> read_;  // a packed row of the source
+    bool isPacked_;                 // false: rows go pixel by pixel
 };
 
 // One row by itself.

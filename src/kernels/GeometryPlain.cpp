@@ -123,16 +123,22 @@ void Turn_Plain(const PixelTile& tile) {
     WithPixel<kCount>(tile.dstChannels, tile.srcChannels, [&](const auto pixel) { TurnPixels(pixel, tile); });
 }
 
-template <int kCount>
-void Shear_Plain(const std::uint8_t* row, const std::uint8_t* before, std::ptrdiff_t count, const PartTable& parts,
-                 std::uint8_t* dst) {
-    std::uint8_t left[kCount];
-    for (int c = 0; c < kCount; ++c) left[c] = parts.part[before[c]];
-    for (std::ptrdiff_t i = 0; i < count; ++i, row += kCount, dst += kCount) {
-        for (int c = 0; c < kCount; ++c) {
-            const std::uint8_t part = parts.part[row[c]];
-            dst[c] = static_cast<std::uint8_t>(row[c] + left[c] - part);
-            left[c] = part;
+std::uint8_t Sheared(std::uint8_t value, std::uint8_t before, std::uint32_t factor) {
+    return static_cast<std::uint8_t>(value - (value * factor >> 16) + (before * factor >> 16));
+}
+
+void ShearRow_Plain(const std::uint8_t* row, std::ptrdiff_t step, std::ptrdiff_t count, std::uint16_t factor,
+                    std::uint8_t* __restrict dst) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = Sheared(row[i], row[i - step], factor);
+}
+
+void ShearColumns_Plain(const ShearTile& given) {
+    const ShearTile tile = given;  // the stores below cannot change a copy
+    for (int y = 0; y < tile.height; ++y) {
+        std::uint8_t* __restrict const dst = tile.dst + y * tile.dstRowBytes;
+        for (std::ptrdiff_t x = 0; x < tile.width; ++x) {
+            const std::uint8_t* const before = tile.rows + (y + tile.down[x]) * tile.rowBytes + x;
+            dst[x] = Sheared(before[tile.rowBytes], *before, tile.factor[x]);
         }
     }
 }
@@ -143,7 +149,8 @@ void InitGeometry_Plain(GeometryKernels* kernels) {
     *kernels = {{Copy_Plain<1>, Copy_Plain<2>, Copy_Plain<3>, Copy_Plain<4>, Copy_Plain<5>},
                 {Exchange_Plain<1>, Exchange_Plain<2>, Exchange_Plain<3>, Exchange_Plain<4>, Exchange_Plain<5>},
                 {Turn_Plain<1>, Turn_Plain<2>, Turn_Plain<3>, Turn_Plain<4>, Turn_Plain<5>},
-                {Shear_Plain<1>, Shear_Plain<2>, Shear_Plain<3>, Shear_Plain<4>, Shear_Plain<5>}};
+                ShearRow_Plain,
+                ShearColumns_Plain};
 }
 
 }  // namespace zor

@@ -87,7 +87,8 @@ constexpr Slot kSlots[] = {
     SLOTS_5(geometry.copy),
     SLOTS_5(geometry.exchange),
     SLOTS_5(geometry.turn),
-    SLOTS_5(geometry.shear),
+    SLOT(geometry.shearRow),
+    SLOT(geometry.shearColumns),
 };
 
 // Every pointer of the record has its name, and every name stands at its pointer.
@@ -120,10 +121,11 @@ void InitKernels_Plain(KernelTable* table) {
 
 // Overwrites the slots that have a twin of that set.
 void InitKernels_Vector(KernelTable* table, CpuTier tier) {
-#define INIT_FAMILIES(Tier)          \
-    InitBytes_##Tier(&table->bytes); \
-    InitBlend_##Tier(&table->blend); \
-    InitMatrix_##Tier(&table->matrix)
+#define INIT_FAMILIES(Tier)            \
+    InitBytes_##Tier(&table->bytes);   \
+    InitBlend_##Tier(&table->blend);   \
+    InitMatrix_##Tier(&table->matrix); \
+    InitGeometry_##Tier(&table->geometry)
 #if defined(ZOR_KERNELS_X86)
     if (tier == CpuTier::sse4) {
         INIT_FAMILIES(Sse4);

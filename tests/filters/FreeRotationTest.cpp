@@ -193,6 +193,11 @@ TEST_F(FreeRotation, WideImagesAgreeWithTheModel) {
             FillWithNoise(image, random);
             CheckRotation(image, angle, {10, 20, 30});
         }
+        for (const int format : {ImageFormatG, ImageFormatBGRX, ImageFormatACMYK}) {
+            const TestImage image = MakePlain(400, 170, format);
+            FillWithNoise(image, random);
+            CheckRotation(image, angle, {10, 20, 30, 40, 50, 60, 70, 80, 90});
+        }
     }
 }
 
@@ -417,6 +422,72 @@ TEST_F(FreeRotation, FastShearsGiveTheBytesOfThePlainOnes) {
         SkewColumns(sides, job, background);
         ASSERT_TRUE(SameStorage(expectedColumns, SnapshotOf(dest), dest)) << "columns sheared by " << job.shear;
     }
+}
+
+// Weights beside every fraction at which the part of some value changes, where rounding may go against a factor.
+std::vector<double> WeightsAtTheEdges() {
+    std::vector<double> weights = {0.0, std::nextafter(0.0, 1.0), std::nextafter(1.0, 0.0), 1.0};
+    for (int b = 2; b < 256; ++b) {
+        for (int a = 1; a < b; ++a) {
+            const double weight = static_cast<double>(a) / b;
+            weights.push_back(weight);
+            weights.push_back(std::nextafter(weight, 0.0));
+            weights.push_back(std::nextafter(weight, 1.0));
+        }
+    }
+    return weights;
+}
+
+TEST_F(FreeRotation, AFactorGivesThePartsOfItsWeight) {
+    Random random(556);
+    std::vector<double> weights = WeightsAtTheEdges();
+    const std::size_t edges = weights.size();
+    for (int i = 0; i < 20000; ++i) weights.push_back((random.Byte() + random.Between(1, 65535) / 65536.0) / 256.0);
+    int without = 0;
+    for (std::size_t i = 0; i < weights.size(); ++i) {
+        const ShearFactor factor = FactorOf(weights[i]);
+        if (!factor.exists) {
+            ASSERT_LT(i, edges) << weights[i] << " has no factor";
+            ++without;
+            continue;
+        }
+        for (int value = 0; value < 256; ++value) {
+            const int part = value * int{factor.factor} >> 16;
+            ASSERT_EQ(part, Truncated(value * weights[i])) << value << " * " << weights[i];
+        }
+    }
+    EXPECT_GT(without, 0) << "the way without a factor is there for some";
+    EXPECT_LT(without, 3000);
+}
+
+// Among others those for which there is no factor.
+TEST_F(FreeRotation, FastShearsKeepToWeightsAtTheEdges) {
+    Random random(557);
+    const TestImage source = MakePlain(70, 40, ImageFormatRGB), dest = MakePlain(80, 70, ImageFormatRGB);
+    FillWithNoise(source, random);
+    const ShearColour background{{10, 200, 255}};
+    const PixelSides sides = SidesOfTest(source, dest);
+    const Storage before = SnapshotOf(dest);
+    int without = 0;
+    for (const double weight : WeightsAtTheEdges()) {
+        if (FactorOf(weight).exists ? !random.Chance(1) : ++without > 200) continue;
+        const ShearStep step{3, weight};
+        HorizSkew_Plain(sides, 5, step, background);
+        const Storage expected = SnapshotOf(dest);
+        SetStorage(dest, before);
+        HorizSkew(sides, 5, step, background);
+        ASSERT_TRUE(SameStorage(expected, SnapshotOf(dest), dest)) << "row, weight " << weight;
+
+        SetStorage(dest, before);
+        const ColumnShear job{40, 70, 70, 1.0 + weight, 0.0};
+        SkewColumns_Plain(sides, job, background);
+        const Storage expectedColumns = SnapshotOf(dest);
+        SetStorage(dest, before);
+        SkewColumns(sides, job, background);
+        ASSERT_TRUE(SameStorage(expectedColumns, SnapshotOf(dest), dest)) << "columns, weight " << weight;
+        SetStorage(dest, before);
+    }
+    EXPECT_GT(without, 0);
 }
 
 TEST_F(FreeRotation, OfAViewWhoseSourceWasClosedIsBackground) {

@@ -380,11 +380,31 @@ void TurnTile(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.geometry.turn[kCount - 1]({dstRows, srcRows, dst.step, src.step, columns, rows, dst.channels, src.channels});
 }
 
-template <int kCount>
+// Factors at both ends and between.
+std::uint16_t AnyFactor(std::uint32_t choice) {
+    return static_cast<std::uint16_t>(choice % 8 == 0 ? 0 : choice % 8 == 1 ? 65535 : choice * 2654435761u >> 16);
+}
+
 void ShearRow(Kernels k, Bytes b, std::ptrdiff_t units) {
-    PartTable parts;
-    for (int i = 0; i < 256; ++i) parts.part[i] = static_cast<std::uint8_t>(i * static_cast<int>(b.choice % 256) / 256);
-    k.geometry.shear[kCount - 1](b.in[0], b.in[1], units, parts, b.out);
+    k.geometry.shearRow(b.in[0], 1 + static_cast<int>(b.choice / 65536 % 5), units, AnyFactor(b.choice), b.out);
+}
+
+// Low and wide, or a third as wide and higher, so that bytes of one vector come from few rows or from many.
+void ShearColumns(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const bool isHigh = b.choice % 2;
+    const std::ptrdiff_t width = isHigh ? units / 3 : units;
+    const int height = 1 + static_cast<int>(b.choice / 2 % 3), reach = (isHigh ? 36 : 12) - height - 1;
+    const std::uint32_t spread = 1 + b.choice / 8 % static_cast<std::uint32_t>(reach);
+    static thread_local std::vector<std::uint8_t> down;
+    static thread_local std::vector<std::uint16_t> factor;
+    down.resize(static_cast<std::size_t>(width) + 1);
+    factor.resize(static_cast<std::size_t>(width) + 1);
+    for (std::size_t x = 0; x < static_cast<std::size_t>(width); ++x) {
+        down[x] = static_cast<std::uint8_t>(b.choice / 256 % 2 ? b.in[1][x] % spread : x / 3 % spread);
+        factor[x] = AnyFactor(b.choice + b.in[2][x]);
+    }
+    const std::ptrdiff_t dstRowBytes = width + static_cast<std::ptrdiff_t>(b.choice / 512 % 2 * 3);
+    k.geometry.shearColumns({b.in[0], width, down.data(), factor.data(), width, height, b.out, dstRowBytes});
 }
 
 const std::vector<KernelCase> kCases = {
@@ -591,11 +611,8 @@ const std::vector<KernelCase> kCases = {
     {"geometry.turn[3]", TurnTile<4>},
     {"geometry.turn[4]", TurnTile<5>},
 
-    {"geometry.shear[0]", ShearRow<1>},
-    {"geometry.shear[1]", ShearRow<2>},
-    {"geometry.shear[2]", ShearRow<3>},
-    {"geometry.shear[3]", ShearRow<4>},
-    {"geometry.shear[4]", ShearRow<5>},
+    {"geometry.shearRow", ShearRow},
+    {"geometry.shearColumns", ShearColumns},
 };
 
 }  // namespace
