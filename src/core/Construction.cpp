@@ -37,6 +37,7 @@ void ImageConstructor(REALobject object, int width, int height, int format) {
         RaiseException("OutOfMemoryException", "Failed to allocate buffer for new image.");
         return;
     }
+    AskForLargePages(pixels, static_cast<std::size_t>(size.total));
     ReleaseEarlierStorage(record);
     record->Pixels = pixels;
     record->OwnsBuffer = true;

@@ -1,6 +1,7 @@
 #include "host/Platform.h"
 
 #include <dlfcn.h>
+#include <sys/mman.h>
 #include <syslog.h>
 #include <time.h>
 #include <unistd.h>
@@ -29,6 +30,16 @@ int GetAllocationGranularity() {
     const int pageSize = getpagesize();
     AllocationGranularity = std::max(pageSize, kMinGranularity);
     return pageSize;
+}
+
+void AskForLargePages(void* bytes, std::size_t size) {
+    constexpr std::size_t kWorthwhile = std::size_t{8} << 20;  // a few large pages
+    if (size < kWorthwhile) return;
+    // Whole pages between the two ends. That it is refused where there are none changes nothing.
+    const std::uintptr_t page = static_cast<std::uintptr_t>(getpagesize());
+    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(bytes);
+    const std::uintptr_t begin = (address + page - 1) / page * page, end = (address + size) / page * page;
+    madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
 }
 
 int ProcessorCount() {

@@ -3,6 +3,7 @@
 
 #include <pthread.h>
 
+#include <cstddef>
 #include <cstdint>
 
 #include "host/HostInterface.h"
@@ -18,6 +19,10 @@ int ProcessorCount();
 // Unit of mapped windows and of the rows of images in files, in bytes: the page size, at least 4096.
 extern int AllocationGranularity;
 int GetAllocationGranularity();
+
+// Asks for large pages behind bytes that were just reserved and are yet to be touched. The system gives memory page by
+// page at the first touch, which for pages of the usual size takes longer than most operations on a large image.
+void AskForLargePages(void* bytes, std::size_t size);
 
 // Blocks the calling thread for that many milliseconds.
 void myDelay(long milliseconds);
