@@ -14,6 +14,9 @@ namespace zor {
 template <class T>
 class HeapArray {
 public:
+    // Nothing, as where none can be had.
+    HeapArray() = default;
+
     explicit HeapArray(std::int64_t count) : HeapArray(count, 1) {}
 
     // count * size elements. Products of sizes are formed here, where one that has no room in a number is refused.

@@ -9,13 +9,13 @@ struct YieldData {
     int YieldTicks;     // least distance between two yields, in sixtieths of a second; 0 or less never yields
     int LastYieldTick;  // tick count at the last yield
 
-    // Yields to the host if YieldTicks have passed. Call it only where YieldTicks is above 0.
-    void DoYield();
+    // Yields to the host if YieldTicks have passed; true if it did. Call it only where YieldTicks is above 0.
+    bool DoYield();
 };
 
-// The guarded form that every long method uses.
-inline void YieldIfAsked(YieldData* yield) {
-    if (yield->YieldTicks > 0) yield->DoYield();
+// The guarded form that every long method uses. True if the host had a turn.
+inline bool YieldIfAsked(YieldData* yield) {
+    return yield->YieldTicks > 0 && yield->DoYield();
 }
 
 }  // namespace zor

@@ -58,16 +58,14 @@ constexpr Slot kSlots[] = {
     SLOTS_2(nearest.apart[kReplicate1To4]),
     SLOTS_2(nearest.apart[kBlackOnly1To4]),
     SLOTS_2(nearest.apart[kLuma3To1]),
-    SLOTS_5(scaling.widen),
-    SLOTS_2(scaling.resample[kChannels1]),
-    SLOTS_2(scaling.resample[kChannels2]),
-    SLOTS_2(scaling.resample[kChannels3]),
-    SLOTS_2(scaling.resample[kChannels4]),
-    SLOTS_2(scaling.resample[kChannels5]),
-    SLOTS_2(scaling.resample[kLumaOnly]),
-    SLOTS_2(scaling.resample[kLumaAndAlpha]),
-    SLOT(scaling.accumulateRows),
-    SLOT(scaling.finishRow),
+    SLOT(scaling.alongRows[kChannels1]),
+    SLOT(scaling.alongRows[kChannels2]),
+    SLOT(scaling.alongRows[kChannels3]),
+    SLOT(scaling.alongRows[kChannels4]),
+    SLOT(scaling.alongRows[kChannels5]),
+    SLOT(scaling.alongRows[kLumaOnly]),
+    SLOT(scaling.alongRows[kLumaAndAlpha]),
+    SLOT(scaling.acrossRows),
     SLOTS_5(tables.map),
     SLOTS_5(tables.cycle),
     SLOTS_5(tables.combine),
@@ -121,11 +119,12 @@ void InitKernels_Plain(KernelTable* table) {
 
 // Overwrites the slots that have a twin of that set.
 void InitKernels_Vector(KernelTable* table, CpuTier tier) {
-#define INIT_FAMILIES(Tier)            \
-    InitBytes_##Tier(&table->bytes);   \
-    InitBlend_##Tier(&table->blend);   \
-    InitMatrix_##Tier(&table->matrix); \
-    InitGeometry_##Tier(&table->geometry)
+#define INIT_FAMILIES(Tier)                \
+    InitBytes_##Tier(&table->bytes);       \
+    InitBlend_##Tier(&table->blend);       \
+    InitMatrix_##Tier(&table->matrix);     \
+    InitGeometry_##Tier(&table->geometry); \
+    InitScaling_##Tier(&table->scaling)
 #if defined(ZOR_KERNELS_X86)
     if (tier == CpuTier::sse4) {
         INIT_FAMILIES(Sse4);

@@ -1,13 +1,82 @@
 #pragma once
-// Kernels of the filtered scaler, on packed samples.
+// Kernels of the filtered scaler: source rows along x, and rows of the temporary image along y.
 //
-// All twins do the same double operations in the same order for every sample: a sample is (byte * factor) * weight,
-// added up in the order of the taps; the sum is divided by the weight sum.
+// What they give is defined in double precision: a sample is (byte * factor) * weight, added up in the order of the
+// taps; the sum is divided by the weight sum, and the quotient becomes a byte by the ending. Vector twins come to the
+// same bytes through integers, and look again where those cannot prove a byte.
 
 #include <cstddef>
 #include <cstdint>
 
+#include "kernels/PixelRun.h"
+
 namespace zor {
+
+// How a quotient becomes a byte, once it is cut to what a byte can hold.
+enum class Ending : unsigned char {
+    truncate,  // towards zero
+    nearest,   // to the nearest, halves up
+};
+
+// A sum over its weight sum as a byte. What is not a number, as the sum of an empty list, is 0.
+std::uint8_t ScaledByte(double sum, double weightSum, Ending ending = Ending::truncate);
+
+// --- taps -----------------------------------------------------------------------------------------------------------
+
+// How integers stand for the weights of a list. A weight's share of the weight sum is
+//
+//     coarse * 2^-shift + fine * 2^-(shift + fineShift)
+//
+// up to an error, and for any bytes the sum of byte * share is off by at most `bound` * 2^-shift for the coarse
+// integers alone, by at most `fineBound` * 2^-(shift + fineShift) for both: these bounds count in what rounding in
+// double precision may do to the sum that defines the result. A byte is proved where both ends of the interval that the
+// bound leaves give it. No sum of the integers, nor of bounds and halves with it, leaves 32 bits.
+struct IntegerForm {
+    std::int32_t bound;
+    std::int32_t fineBound;
+    std::int8_t shift;
+    std::int8_t fineShift;
+    bool usable;  // false: the list has no integer form
+};
+
+// What becomes of a list's samples where all of them are the same byte.
+enum class FlatResult : unsigned char {
+    same,     // that byte
+    oneLess,  // the byte before it, and 0 for 0
+    unknown,  // it depends on the byte
+};
+
+// The samples of one column or row of the result: `taps` neighbours from `first` on, those of a table beyond them with
+// weight 0.
+struct TapList {
+    int first;
+    int taps;  // 0: none, the result is 0
+    double weightSum;
+    IntegerForm form;
+    IntegerForm lumaForm;  // for the three planes of luma together; not usable in tables without
+    FlatResult flat;
+};
+
+// Lists with their weights, side by side. All lists of a table take `stride` taps, an even number, some of them of
+// weight 0.
+struct Taps {
+    int count;  // of lists
+    int stride;
+    Ending ending;
+    const TapList* lists;
+    const float* weights;  // stride for list 0, for list 1, ...
+    // stride integers for list 0, for list 1, ...; in tables for luma, four times as many: the shares of red, green and
+    // blue, then the plain ones
+    const std::int16_t* coarse;
+    const std::int16_t* fine;
+    bool luma;
+
+    int sets() const { return luma ? 4 : 1; }
+};
+
+constexpr double kLumaFactors[3] = {0.3, 0.59, 0.11};
+
+// --- rows -----------------------------------------------------------------------------------------------------------
 
 // Which channels are filtered together. In those with luma the first channel is the sum of three planes.
 enum ResampleShape : int {
@@ -23,47 +92,52 @@ enum ResampleShape : int {
 constexpr ResampleShape ResampleShapeOf(int channels, bool luma) {
     return static_cast<ResampleShape>((luma ? kLumaOnly : kChannels1) + channels - 1);
 }
+constexpr int ChannelsOf(ResampleShape shape) {
+    return shape >= kLumaOnly ? shape - kLumaOnly + 1 : shape + 1;
+}
+constexpr int PlanesOf(ResampleShape shape) {
+    return shape >= kLumaOnly ? ChannelsOf(shape) + 2 : ChannelsOf(shape);
+}
 
-// Several source rows are resampled at once, since they share their weights: the samples of the rows stand side by side
-// as lanes. planes is the count of bytes per packed pixel; a row block holds columns of planes * rows doubles, and in a
-// column the rows of plane 0, of plane 1, ... By shape: a block of one row, and the block that runs fastest.
-constexpr int kRowsInBlock[kResampleShapes][2] = {{1, 6}, {1, 3}, {1, 2}, {1, 3}, {1, 2}, {1, 6}, {1, 3}};
+// Source rows that are resampled together, since they share their weights.
+struct RowBlock {
+    static constexpr int kMaxRows = 16;
+    static constexpr int kMaxStep = 8;
+    static constexpr int kMaxPitch = 5;
 
-// The columns of a result row: each has the same number of neighbouring taps in the source row.
-struct TapColumns {
-    int taps;  // of each column
-    int columns;
-    const int* first;          // by column: source column of the first tap
-    const double* weights;     // taps of column 0, of column 1, ...
-    const double* weightSums;  // by column
+    int rows;                           // 1 to kMaxRows
+    const std::uint8_t* src[kMaxRows];  // by row: pixel 0; `planes` bytes of a pixel are read
+    int step;                           // from pixel to pixel, at most kMaxStep
+    int offset[ChannelSet::kMax];       // by plane, 0 or above, and below step
+    int width;                          // of the source, in pixels, at least 1
+    const Taps* taps;                   // one list per column of the result
+    std::uint8_t* dst[kMaxRows];        // by row: pitch bytes per list, all of which are written
+    int pitch;                          // at most kMaxPitch
+    int byteOf[ChannelSet::kMax];       // by channel: its byte in the group; the other bytes of a group become 0
+    std::uint8_t* scratch;              // RowScratchBytes of it, of any content
+};
+
+// Working memory for blocks of such rows.
+std::int64_t RowScratchBytes(ResampleShape shape, int width, int stride);
+
+// One row of the result out of rows that stand one above the other.
+struct RowStack {
+    const std::uint8_t* const* rows;  // by tap of the list
+    std::ptrdiff_t count;             // bytes of each, each for itself
+    const Taps* taps;
+    int list;
+    std::uint8_t* dst;
 };
 
 struct ScalingKernels {
-    static constexpr int kMaxPlanes = 5;
-    static constexpr int kRowsAtOnce = 8;
-    using Widen = void (*)(const std::uint8_t* packed, int width, const double* factors, int rows, double* lane);
-    using Resample = void (*)(const double* block, const TapColumns& taps, std::uint8_t* bytes);
-
-    // Widens one packed row into the lane of its row in a block of so many rows, each plane times its factor. By
-    // planes, [0] for one.
-    Widen widen[kMaxPlanes];
-
-    // Resamples a block to one byte per column of the table, channel and row, in this order: x, channel, row. The block
-    // has taps.taps columns of finite numbers behind the last source column. By shape and block, as kRowsInBlock.
-    Resample resample[kResampleShapes][2];
-
-    // sums[i] += rows[k][i] * weights[k] for k from 0 to rowCount - 1, which is at most kRowsAtOnce.
-    void (*accumulateRows)(double* sums, const std::uint8_t* const* rows, const double* weights, int rowCount,
-                           std::ptrdiff_t count);
-
-    // bytes[i] = ScaledByte(sums[i], weightSum).
-    void (*finishRow)(const double* sums, double weightSum, std::uint8_t* bytes, std::ptrdiff_t count);
+    void (*alongRows[kResampleShapes])(const RowBlock& block);
+    // Every row has `taps` rows, at least 1. The result shares no byte with them.
+    void (*acrossRows)(const RowStack& stack);
 };
 
-// A sum over its weight sum, cut to a byte: truncated, never rounded. What is not a number, as the sum of an empty
-// list, is 0.
-std::uint8_t ScaledByte(double sum, double weightSum);
-
 void InitScaling_Plain(ScalingKernels* kernels);
+void InitScaling_Sse4(ScalingKernels* kernels);
+void InitScaling_Avx2(ScalingKernels* kernels);
+void InitScaling_Neon(ScalingKernels* kernels);
 
 }  // namespace zor

@@ -1,43 +1,71 @@
+#include <algorithm>
+#include <cstring>
+
 #include "kernels/Scaling.h"
 
 namespace zor {
 
-std::uint8_t ScaledByte(double sum, double weightSum) {
-    const double value = sum / weightSum;
+std::uint8_t ScaledByte(double sum, double weightSum, Ending ending) {
+    const double quotient = sum / weightSum;
+    const double value = ending == Ending::nearest ? quotient + 0.5 : quotient;
     const double atLeast0 = value > 0.0 ? value : 0.0;
     const double cut = atLeast0 < 255.0 ? atLeast0 : 255.0;
     return static_cast<std::uint8_t>(static_cast<int>(cut));
 }
 
+// Vector twins keep a window on the row of 16 rows of two bytes, plain ones the whole of up to six rows of eight. Both
+// have at least the taps of one list behind the row.
+std::int64_t RowScratchBytes(ResampleShape shape, int width, int stride) {
+    return (std::int64_t{width} + 2 * std::int64_t{stride} + 1024) * PlanesOf(shape) * 48 + 8192;
+}
+
 namespace {
 
-template <int kPlanes>
-void Widen_Plain(const std::uint8_t* packed, int width, const double* factors, int rows, double* lane) {
-    double factor[kPlanes];
-    for (int p = 0; p < kPlanes; ++p) factor[p] = factors[p];
-    const std::ptrdiff_t column = std::ptrdiff_t{kPlanes} * rows;
-    for (int x = 0; x < width; ++x, packed += kPlanes, lane += column) {
-        for (int p = 0; p < kPlanes; ++p) lane[std::ptrdiff_t{p} * rows] = static_cast<double>(packed[p]) * factor[p];
+// --- rows -----------------------------------------------------------------------------------------------------------
+
+// Several source rows are resampled at once: the samples of the rows stand side by side as lanes, each plane times its
+// factor. A column of the block is the rows of plane 0, of plane 1, ... So many run fastest; a block that does not fit
+// into the cache would be slower than one row at a time.
+constexpr int kRowsAtOnce[kResampleShapes] = {6, 3, 2, 3, 2, 6, 3};
+constexpr std::int64_t kMaxBlockBytes = std::int64_t{1} << 24;
+
+template <ResampleShape kShape, int kRows>
+void Widen(const RowBlock& block, int firstRow, int rows, double* lanes) {
+    constexpr int kPlanes = PlanesOf(kShape);
+    constexpr int kLanes = kPlanes * kRows;
+    for (int r = 0; r < rows; ++r) {
+        const std::uint8_t* pixel = block.src[firstRow + r];
+        double* lane = lanes + r;
+        for (int x = 0; x < block.width; ++x, pixel += block.step, lane += kLanes) {
+            for (int p = 0; p < kPlanes; ++p) {
+                const double byte = static_cast<double>(pixel[block.offset[p]]);
+                lane[p * kRows] = kShape >= kLumaOnly && p < 3 ? byte * kLumaFactors[p] : byte;
+            }
+        }
     }
+    std::fill_n(lanes + static_cast<std::ptrdiff_t>(block.width) * kLanes,
+                static_cast<std::ptrdiff_t>(block.taps->stride) * kLanes, 0.0);
 }
 
 // The sums of a column are kept apart from each other, so that additions need not wait for one another. Counts of sums
 // that are a power of two are avoided in the blocks of several rows: the compiler then turns the loop over the
 // taps into vectors across taps, shuffles the samples for it, and ends up at half the speed.
-template <ResampleShape kShape, int kBlock>
-void Resample_Plain(const double* block, const TapColumns& taps, std::uint8_t* bytes) {
+template <ResampleShape kShape, int kRows>
+void Resample(const RowBlock& block, int firstRow, int rows, const double* lanes) {
     constexpr bool kLuma = kShape >= kLumaOnly;
-    constexpr int kRows = kRowsInBlock[kShape][kBlock];
-    constexpr int kChannels = kShape - (kLuma ? kLumaOnly : kChannels1) + 1;
-    constexpr int kPlanes = kLuma ? kChannels + 2 : kChannels;
-    constexpr int kLanes = kPlanes * kRows;
-    constexpr int kSums = kChannels * kRows;
-    const double* weights = taps.weights;
-    for (int x = 0; x < taps.columns; ++x, weights += taps.taps, bytes += kSums) {
-        const double* sample = block + static_cast<std::ptrdiff_t>(taps.first[x]) * kLanes;
+    constexpr int kChannels = ChannelsOf(kShape), kLanes = PlanesOf(kShape) * kRows, kSums = kChannels * kRows;
+    const Taps& taps = *block.taps;
+    for (int r = 0; r < rows && kChannels < block.pitch; ++r) {
+        std::memset(block.dst[firstRow + r], 0,
+                    static_cast<std::size_t>(taps.count) * static_cast<unsigned>(block.pitch));
+    }
+    const float* weights = taps.weights;
+    for (int x = 0; x < taps.count; ++x, weights += taps.stride) {
+        const TapList& list = taps.lists[x];
+        const double* sample = lanes + static_cast<std::ptrdiff_t>(list.first) * kLanes;
         double sums[kSums] = {};
-        for (int k = 0; k < taps.taps; ++k, sample += kLanes) {
-            const double weight = weights[k];
+        for (int k = 0; k < list.taps; ++k, sample += kLanes) {
+            const double weight = static_cast<double>(weights[k]);
             if constexpr (kLuma) {
                 for (int r = 0; r < kRows; ++r) {
                     sums[r] += sample[r] * weight + sample[kRows + r] * weight + sample[2 * kRows + r] * weight;
@@ -47,18 +75,45 @@ void Resample_Plain(const double* block, const TapColumns& taps, std::uint8_t* b
                 for (int i = 0; i < kSums; ++i) sums[i] += sample[i] * weight;
             }
         }
-        const double weightSum = taps.weightSums[x];
-        for (int i = 0; i < kSums; ++i) bytes[i] = ScaledByte(sums[i], weightSum);
+        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(x) * block.pitch;
+        for (int c = 0; c < kChannels; ++c) {
+            for (int r = 0; r < rows; ++r) {
+                block.dst[firstRow + r][at + block.byteOf[c]] =
+                    ScaledByte(sums[c * kRows + r], list.weightSum, taps.ending);
+            }
+        }
     }
 }
 
+template <ResampleShape kShape, int kRows>
+void AlongRowsBy(const RowBlock& block) {
+    double* const lanes = reinterpret_cast<double*>(block.scratch);
+    for (int first = 0; first < block.rows; first += kRows) {
+        const int rows = std::min(kRows, block.rows - first);
+        Widen<kShape, kRows>(block, first, rows, lanes);
+        Resample<kShape, kRows>(block, first, rows, lanes);
+    }
+}
+
+template <ResampleShape kShape>
+void AlongRows_Plain(const RowBlock& block) {
+    const bool fits = RowScratchBytes(kShape, block.width, block.taps->stride) <= kMaxBlockBytes;
+    if (fits && block.rows > 1) return AlongRowsBy<kShape, kRowsAtOnce[kShape]>(block);
+    AlongRowsBy<kShape, 1>(block);
+}
+
+// --- rows one above the other ---------------------------------------------------------------------------------------
+
+constexpr int kStrip = 512;  // columns whose sums stay in the cache
+
 template <int kCount>
-void Accumulate(double* sums, const std::uint8_t* const* rows, const double* weights, std::ptrdiff_t count) {
+void Accumulate(double* sums, const std::uint8_t* const* rows, const float* weights, std::ptrdiff_t at,
+                std::ptrdiff_t count) {
     const std::uint8_t* row[kCount];
     double weight[kCount];
     for (int k = 0; k < kCount; ++k) {
-        row[k] = rows[k];
-        weight[k] = weights[k];
+        row[k] = rows[k] + at;
+        weight[k] = static_cast<double>(weights[k]);
     }
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         double sum = sums[i];
@@ -67,26 +122,29 @@ void Accumulate(double* sums, const std::uint8_t* const* rows, const double* wei
     }
 }
 
-void AccumulateRows_Plain(double* sums, const std::uint8_t* const* rows, const double* weights, int rowCount,
-                          std::ptrdiff_t count) {
-    for (; rowCount >= 4; rows += 4, weights += 4, rowCount -= 4) Accumulate<4>(sums, rows, weights, count);
-    for (; rowCount >= 1; ++rows, ++weights, --rowCount) Accumulate<1>(sums, rows, weights, count);
-}
-
-void FinishRow_Plain(const double* sums, double weightSum, std::uint8_t* bytes, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) bytes[i] = ScaledByte(sums[i], weightSum);
+void AcrossRows_Plain(const RowStack& stack) {
+    const Taps& taps = *stack.taps;
+    const TapList& list = taps.lists[stack.list];
+    const float* const weights = taps.weights + static_cast<std::ptrdiff_t>(stack.list) * taps.stride;
+    for (std::ptrdiff_t at = 0; at < stack.count; at += kStrip) {
+        const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kStrip, stack.count - at);
+        double sums[kStrip] = {};
+        int k = 0;
+        for (; k + 4 <= list.taps; k += 4) Accumulate<4>(sums, stack.rows + k, weights + k, at, count);
+        for (; k < list.taps; ++k) Accumulate<1>(sums, stack.rows + k, weights + k, at, count);
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            stack.dst[at + i] = ScaledByte(sums[i], list.weightSum, taps.ending);
+        }
+    }
 }
 
 }  // namespace
 
 void InitScaling_Plain(ScalingKernels* kernels) {
-#define RESAMPLE(shape) {Resample_Plain<shape, 0>, Resample_Plain<shape, 1>}
-    *kernels = {{Widen_Plain<1>, Widen_Plain<2>, Widen_Plain<3>, Widen_Plain<4>, Widen_Plain<5>},
-                {RESAMPLE(kChannels1), RESAMPLE(kChannels2), RESAMPLE(kChannels3), RESAMPLE(kChannels4),
-                 RESAMPLE(kChannels5), RESAMPLE(kLumaOnly), RESAMPLE(kLumaAndAlpha)},
-                AccumulateRows_Plain,
-                FinishRow_Plain};
-#undef RESAMPLE
+    *kernels = {{AlongRows_Plain<kChannels1>, AlongRows_Plain<kChannels2>, AlongRows_Plain<kChannels3>,
+                 AlongRows_Plain<kChannels4>, AlongRows_Plain<kChannels5>, AlongRows_Plain<kLumaOnly>,
+                 AlongRows_Plain<kLumaAndAlpha>},
+                AcrossRows_Plain};
 }
 
 }  // namespace zor

@@ -9,7 +9,6 @@ namespace zor {
 namespace {
 
 constexpr std::int64_t kMaxBytes = 2147483647;
-constexpr std::int64_t kMaxTapBytes = std::int64_t{1} << 29;
 
 // Samples that can have a weight at all, both ends included; left above right: none.
 struct SampleSpan {
@@ -95,40 +94,6 @@ void ContributionTable::FreeEntries() {
         std::free(lists_[i].entries);
         lists_[i] = {};
     }
-}
-
-TapTable::~TapTable() {
-    std::free(first_);
-    std::free(weights_);
-    std::free(weightSums_);
-}
-
-bool TapTable::Build(const ContributionList* lists, int columns) {
-    int taps = 1;
-    for (int x = 0; x < columns; ++x) {
-        const ContributionList& list = lists[x];
-        if (list.count > 0) taps = std::max(taps, list.entries[list.count - 1].pixel - list.entries[0].pixel + 1);
-    }
-    if (std::int64_t{taps} * columns > kMaxTapBytes / static_cast<std::int64_t>(sizeof(double))) return false;
-
-    const auto count = static_cast<std::size_t>(columns);
-    first_ = static_cast<int*>(std::calloc(count, sizeof(int)));
-    weights_ = static_cast<double*>(std::calloc(count * static_cast<std::size_t>(taps), sizeof(double)));
-    weightSums_ = static_cast<double*>(std::calloc(count, sizeof(double)));
-    if (!first_ || !weights_ || !weightSums_) return false;
-    taps_ = taps;
-    columns_ = columns;
-    for (int x = 0; x < columns; ++x) {
-        const ContributionList& list = lists[x];
-        weightSums_[x] = static_cast<double>(list.weightSum);
-        if (list.count == 0) continue;
-        first_[x] = list.entries[0].pixel;
-        double* weights = weights_ + static_cast<std::ptrdiff_t>(x) * taps;
-        for (int k = 0; k < list.count; ++k) {
-            weights[list.entries[k].pixel - first_[x]] = static_cast<double>(list.entries[k].weight);
-        }
-    }
-    return true;
 }
 
 }  // namespace zor

@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "core/Yield.h"
-#include "kernels/Scaling.h"
 #include "scale/FilterKernels.h"
 
 namespace zor {
@@ -55,28 +54,5 @@ std::int64_t ListCapacity(const FilterKernel& kernel, ScaleAxis axis, double sca
 // list stays empty.
 void BuildList(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, double position,
                ContributionList* list);
-
-// A horizontal table in the form that runs fastest: the same number of neighbouring taps for every column. Gaps and
-// ends are filled with taps of weight 0, which add exactly nothing.
-class TapTable {
-public:
-    TapTable() = default;
-    TapTable(const TapTable&) = delete;
-    TapTable& operator=(const TapTable&) = delete;
-    ~TapTable();
-
-    // False without memory, or if the table would be too large to be worth it; the lists serve then.
-    [[nodiscard]] bool Build(const ContributionList* lists, int columns);
-
-    // The table as kernels take it, good for as long as the table is there.
-    TapColumns columns() const { return {taps_, columns_, first_, weights_, weightSums_}; }
-
-private:
-    int taps_ = 0;
-    int columns_ = 0;
-    int* first_ = nullptr;
-    double* weights_ = nullptr;
-    double* weightSums_ = nullptr;
-};
 
 }  // namespace zor

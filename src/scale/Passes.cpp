@@ -9,13 +9,6 @@ namespace zor {
 
 namespace {
 
-constexpr double kLumaFactors[3] = {0.3, 0.59, 0.11};
-constexpr double kFactors[7] = {0.3, 0.59, 0.11, 1.0, 1.0, 1.0, 1.0};
-constexpr double kNoFactors[ScalePair::kMax] = {1.0, 1.0, 1.0, 1.0, 1.0};
-
-// A block of several rows that does not fit here would be slower than one row at a time.
-constexpr std::int64_t kMaxBlockBytes = std::int64_t{1} << 24;
-
 std::int64_t RoundUp(std::int64_t bytes) {
     return (bytes + 63) / 64 * 64;
 }
@@ -94,6 +87,7 @@ std::uint8_t* PassScratch::Get(std::int64_t bytes) {
     std::free(memory_);
     bytes_ = 0;
     memory_ = nullptr;
+    ahead = aheadEnd = 0;
     if (bytes < 0 || static_cast<std::uint64_t>(bytes) > SIZE_MAX / 2) return nullptr;
     memory_ = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(bytes), 1));
     if (memory_) bytes_ = bytes;
@@ -102,49 +96,85 @@ std::uint8_t* PassScratch::Get(std::int64_t bytes) {
 
 namespace {
 
-// One packed source row, the block of widened rows, the resampled bytes, one row of groups.
+// Packed source rows, rows of groups, and what kernels work in.
 struct HorizontalParts {
-    int rows;  // of the block
-    ScalingKernels::Resample resample;
+    std::int64_t packedRow;  // bytes of one
+    std::int64_t groupRow;
     std::uint8_t* packed;
-    double* block;
-    std::uint8_t* bytes;
     std::uint8_t* groups;
+    std::uint8_t* scratch;
 };
 
 bool ProvideHorizontalParts(const HorizontalJob& job, PassScratch* scratch, HorizontalParts* parts) {
     const ScalePair& pair = *job.pair;
     const ResampleShape shape = ResampleShapeOf(pair.channels, pair.luma);
-    const std::int64_t columns = std::int64_t{job.srcWidth} + job.taps->taps;
-    const std::int64_t rowBytes = columns * pair.read.count * static_cast<std::int64_t>(sizeof(double));
-    const bool several = !job.singleRows && rowBytes * kRowsInBlock[shape][1] <= kMaxBlockBytes;
-    parts->rows = kRowsInBlock[shape][several ? 1 : 0];
-    parts->resample = job.kernels->scaling.resample[shape][several ? 1 : 0];
-
-    const std::int64_t blockBytes = RoundUp(rowBytes * parts->rows);
-    const std::int64_t packedBytes = RoundUp(std::int64_t{job.srcWidth} * pair.read.count);
-    const std::int64_t resultBytes = RoundUp(std::int64_t{job.width} * pair.channels * parts->rows);
-    std::uint8_t* const memory =
-        scratch->Get(blockBytes + packedBytes + resultBytes + std::int64_t{job.width} * pair.pitch);
+    parts->packedRow = RoundUp(std::int64_t{job.srcWidth} * pair.read.count);
+    parts->groupRow = RoundUp(std::int64_t{job.width} * pair.pitch);
+    const std::int64_t kernelBytes = RoundUp(RowScratchBytes(shape, job.srcWidth, job.taps->stride));
+    std::uint8_t* const memory = scratch->Get(kernelBytes + RowBlock::kMaxRows * (parts->packedRow + parts->groupRow));
     if (!memory) return false;
-    parts->block = reinterpret_cast<double*>(memory);
-    parts->packed = memory + blockBytes;
-    parts->bytes = parts->packed + packedBytes;
-    parts->groups = parts->bytes + resultBytes;
+    parts->scratch = memory;
+    parts->packed = memory + kernelBytes;
+    parts->groups = parts->packed + RowBlock::kMaxRows * parts->packedRow;
     return true;
 }
 
-// Picks one row out of the resampled bytes and writes it to the temporary image. Bytes of a group that carry no channel
-// are 0 and stay so in `groups`.
-void WriteGroups(const HorizontalJob& job, const HorizontalParts& parts, int row, int y) {
-    const ScalePair& pair = *job.pair;
-    for (int c = 0; c < pair.channels; ++c) {
-        const PixelRun groups = {parts.groups, pair.pitch, {1, {pair.groupByte[c]}}};
-        const PixelRun bytes = {parts.bytes, std::ptrdiff_t{pair.channels} * parts.rows, {1, {c * parts.rows + row}}};
-        job.kernels->convert.apart[kCopy1][0](groups, bytes, job.width, 0);
+// The kernels read the rows where they are if all of them stay there while the next one is asked for; otherwise from
+// copies of the channels, which are 0 where a row has none.
+void ReadRows(const HorizontalJob& job, const HorizontalParts& parts, int y, RowBlock* block) {
+    const ChannelSet read = OffsetsOf(job.src, job.pair->read);
+    const std::ptrdiff_t step = job.src->PixelSize, lowest = read.lowest(), highest = read.highest();
+    const std::ptrdiff_t first = lowest, pastLast = (std::ptrdiff_t{job.srcWidth} - 1) * step + highest + 1;
+    bool inPlace = !job.src->IsMapping && step >= 1 && step <= RowBlock::kMaxStep && highest - lowest < step;
+    for (int r = 0; r < block->rows && inPlace; ++r) {
+        const RowSpan row = GetRowSpan(job.src, y + r);
+        inPlace = row && row.Covers(first, pastLast);
+        block->src[r] = row.data + lowest;
     }
-    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
-    CopyRun(GetRowSpan(job.dst, y), 0, {parts.groups, 0, size}, 0, size);
+    if (inPlace) {
+        block->step = static_cast<int>(step);
+        for (int p = 0; p < read.count; ++p) block->offset[p] = static_cast<int>(read.offset[p] - lowest);
+        return;
+    }
+    block->step = read.count;
+    for (int p = 0; p < read.count; ++p) block->offset[p] = p;
+    for (int r = 0; r < block->rows; ++r) {
+        std::uint8_t* const packed = parts.packed + r * parts.packedRow;
+        GatherPixels(GetRowSpan(job.src, y + r), job.src->PixelSize, read, 0, job.srcWidth, packed);
+        block->src[r] = packed;
+    }
+}
+
+RowBlock BlockOf(const HorizontalJob& job, const HorizontalParts& parts, int y, int rows) {
+    RowBlock block{};
+    block.rows = rows;
+    block.width = job.srcWidth;
+    block.taps = job.taps;
+    block.pitch = job.pair->pitch;
+    std::copy_n(job.pair->groupByte, ScalePair::kMax, block.byteOf);
+    block.scratch = parts.scratch;
+    ReadRows(job, parts, y, &block);
+    for (int r = 0; r < rows; ++r) block.dst[r] = parts.groups + r * parts.groupRow;
+    return block;
+}
+
+void StoreGroups(const HorizontalJob& job, const std::uint8_t* groups, int y) {
+    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * job.pair->pitch;
+    CopyRun(GetRowSpan(job.dst, y), 0, {const_cast<std::uint8_t*>(groups), 0, size}, 0, size);
+}
+
+// One row, for a host that gets a turn behind each: out of those that were made ahead of it, if no turn came in
+// between.
+void OneRow(const HorizontalJob& job, const HorizontalParts& parts, int y, PassScratch* scratch) {
+    const ScalePair& pair = *job.pair;
+    if (y < scratch->ahead || y >= scratch->aheadEnd) {
+        const int rows = job.src->IsMapping ? 1 : std::min(RowBlock::kMaxRows, job.pastLast - y);
+        const RowBlock block = BlockOf(job, parts, y, std::max(rows, 1));
+        job.kernels->scaling.alongRows[ResampleShapeOf(pair.channels, pair.luma)](block);
+        scratch->ahead = y;
+        scratch->aheadEnd = y + block.rows;
+    }
+    StoreGroups(job, parts.groups + (y - scratch->ahead) * parts.groupRow, y);
 }
 
 }  // namespace
@@ -156,17 +186,28 @@ void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* 
         return;
     }
     const ScalePair& pair = *job.pair;
-    const ChannelSet read = OffsetsOf(job.src, pair.read);
-    const double* factors = pair.luma ? kFactors : kNoFactors;
-    const ScalingKernels::Widen widen = job.kernels->scaling.widen[pair.read.count - 1];
+    const auto alongRows = job.kernels->scaling.alongRows[ResampleShapeOf(pair.channels, pair.luma)];
+    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
+    // Rows that reach into one another are written one by one, from the top.
+    const bool apart = !job.dst->IsMapping && std::abs(std::int64_t{job.dst->RowSize}) >= size;
     for (int y = first; y <= last;) {
-        const int rows = std::min(parts.rows, last - y + 1);
-        for (int r = 0; r < rows; ++r) {
-            GatherPixels(GetRowSpan(job.src, y + r), job.src->PixelSize, read, 0, job.srcWidth, parts.packed);
-            widen(parts.packed, job.srcWidth, factors, parts.rows, parts.block + r);
+        if (job.pastLast > 0) {
+            OneRow(job, parts, y, scratch);
+            if (++y > last) return;
+            continue;
         }
-        parts.resample(parts.block, *job.taps, parts.bytes);
-        for (int r = 0; r < rows; ++r) WriteGroups(job, parts, r, y + r);
+        const int rows = std::min(RowBlock::kMaxRows - 1, last - y) + 1;
+        RowBlock block = BlockOf(job, parts, y, rows);
+        bool inPlace[RowBlock::kMaxRows];
+        for (int r = 0; r < rows; ++r) {
+            const RowSpan row = apart ? GetRowSpan(job.dst, y + r) : RowSpan{};
+            inPlace[r] = row && row.Covers(0, size);
+            if (inPlace[r]) block.dst[r] = row.data;
+        }
+        alongRows(block);
+        for (int r = 0; r < rows; ++r) {
+            if (!inPlace[r]) StoreGroups(job, block.dst[r], y + r);
+        }
         if (rows > last - y) return;
         y += rows;
     }
@@ -174,75 +215,107 @@ void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* 
 
 namespace {
 
-// One number for every byte of a temporary row that the vertical pass uses.
+// The bytes of a temporary row that the pass uses are numbered from 0 on.
 struct VerticalParts {
-    std::int64_t used;  // such bytes in a row
-    double* sums;
-    std::uint8_t* rows;    // room for copies of them, of kRowsAtOnce rows
-    std::uint8_t* groups;  // one whole row of groups
+    std::int64_t used;     // such bytes in a row
+    std::int64_t columns;  // of those, worked on at once
+    int slots;             // rows of copies
+    int* rowInSlot;
+    const std::uint8_t** rows;  // by tap
+    std::uint8_t* none;         // what a row that does not exist gives
+    std::uint8_t* copies;
+    std::uint8_t* groups;  // of one row
     std::uint8_t* bytes;   // the result for the used bytes
     std::uint8_t* pixels;  // the result in the order of the target's channels
 };
 
+// Copies of rows are kept for the rows of the target that follow, unless that takes more than this; then they are made
+// anew for each, of so many columns at a time.
+constexpr std::int64_t kMaxCopyBytes = std::int64_t{1} << 26;
+
 bool ProvideVerticalParts(const VerticalJob& job, PassScratch* scratch, VerticalParts* parts) {
     const ScalePair& pair = *job.pair;
     parts->used = std::int64_t{job.width} * (pair.pitch / pair.usedStep);
-    const std::int64_t sumBytes = RoundUp(parts->used * static_cast<std::int64_t>(sizeof(double)));
-    const std::int64_t rowBytes = RoundUp(parts->used * ScalingKernels::kRowsAtOnce);
+    parts->slots = job.taps->stride;
+    const std::int64_t columnsThatFit = std::max<std::int64_t>(kMaxCopyBytes / parts->slots / 64 * 64, 64);
+    parts->columns = std::min(parts->used, columnsThatFit);
+    const std::int64_t pointerBytes = RoundUp(parts->slots * static_cast<std::int64_t>(sizeof(void*)));
+    const std::int64_t rowBytes = RoundUp(parts->columns);
     const std::int64_t groupBytes = RoundUp(std::int64_t{job.width} * pair.pitch);
-    const std::int64_t resultBytes = RoundUp(parts->used);
     std::uint8_t* const memory =
-        scratch->Get(sumBytes + rowBytes + groupBytes + resultBytes + std::int64_t{job.width} * pair.written.count);
+        scratch->Get(2 * pointerBytes + rowBytes * (parts->slots + std::int64_t{1}) + groupBytes +
+                     RoundUp(parts->used) + std::int64_t{job.width} * pair.written.count);
     if (!memory) return false;
-    parts->sums = reinterpret_cast<double*>(memory);
-    parts->rows = memory + sumBytes;
-    parts->groups = parts->rows + rowBytes;
+    parts->rows = reinterpret_cast<const std::uint8_t**>(memory);
+    parts->rowInSlot = reinterpret_cast<int*>(memory + pointerBytes);
+    parts->none = memory + 2 * pointerBytes;
+    parts->copies = parts->none + rowBytes;
+    parts->groups = parts->copies + rowBytes * parts->slots;
     parts->bytes = parts->groups + groupBytes;
-    parts->pixels = parts->bytes + resultBytes;
+    parts->pixels = parts->bytes + RoundUp(parts->used);
+    std::fill_n(parts->rowInSlot, parts->slots, -1);
     return true;
 }
 
-// The used bytes of a temporary row, side by side: in place where they lie so and stay there, or copied to `copy`. Null
-// for a row that does not exist.
-const std::uint8_t* UsedBytes(const VerticalJob& job, const VerticalParts& parts, int row, std::uint8_t* copy) {
+// `count` used bytes of a temporary row from number `at` on, side by side: in place where they lie so and stay there,
+// or copied.
+const std::uint8_t* UsedBytes(const VerticalJob& job, const VerticalParts& parts, int row, std::int64_t at,
+                              std::int64_t count) {
     const ScalePair& pair = *job.pair;
+    const int slot = row % parts.slots;
+    std::uint8_t* const copy = parts.copies + slot * RoundUp(parts.columns);
+    if (parts.rowInSlot[slot] == row && count == parts.used) return copy;
     const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
     const RowSpan temp = GetRowSpan(job.src, row);
-    if (!temp) return nullptr;
+    if (!temp) return parts.none;
     std::uint8_t* groups = temp.data;
     const bool inside = temp.Covers(0, size);
-    if (inside && pair.usedStep == 1 && !job.src->IsMapping) return groups;
+    if (inside && pair.usedStep == 1 && !job.src->IsMapping) return groups + at;
     if (!inside) {
         LoadRun(temp, 0, size, parts.groups);
         groups = parts.groups;
     }
-    const PixelRun used = {groups, pair.usedStep, {1, {pair.firstUsed}}};
-    job.kernels->pack.gather[0](used, static_cast<std::ptrdiff_t>(parts.used), copy);
+    const PixelRun used = {groups + at * pair.usedStep, pair.usedStep, {1, {pair.firstUsed}}};
+    job.kernels->pack.gather[0](used, static_cast<std::ptrdiff_t>(count), copy);
+    parts.rowInSlot[slot] = row;
     return copy;
 }
 
-void SumRows(const VerticalJob& job, const VerticalParts& parts, const ContributionList& list) {
-    std::fill_n(parts.sums, parts.used, 0.0);
-    const std::uint8_t* rows[ScalingKernels::kRowsAtOnce];
-    double weights[ScalingKernels::kRowsAtOnce];
-    int held = 0;
-    for (int k = 0; k < list.count; ++k) {
-        rows[held] = UsedBytes(job, parts, list.entries[k].pixel, parts.rows + held * parts.used);
-        weights[held] = static_cast<double>(list.entries[k].weight);
-        if (rows[held]) ++held;
-        if (held == ScalingKernels::kRowsAtOnce || (k == list.count - 1 && held > 0)) {
-            job.kernels->scaling.accumulateRows(parts.sums, rows, weights, held,
-                                                static_cast<std::ptrdiff_t>(parts.used));
-            held = 0;
-        }
+void StackRows(const VerticalJob& job, const VerticalParts& parts, int y, std::uint8_t* result) {
+    const TapList& list = job.taps->lists[y];
+    if (list.taps == 0) {
+        std::fill_n(result, parts.used, std::uint8_t{0});
+        return;
     }
+    RowStack stack{};
+    stack.rows = parts.rows;
+    stack.taps = job.taps;
+    stack.list = y;
+    for (std::int64_t at = 0; at < parts.used; at += parts.columns) {
+        const std::int64_t count = std::min(parts.columns, parts.used - at);
+        for (int k = 0; k < list.taps; ++k) parts.rows[k] = UsedBytes(job, parts, list.first + k, at, count);
+        stack.count = static_cast<std::ptrdiff_t>(count);
+        stack.dst = result + at;
+        job.kernels->scaling.acrossRows(stack);
+    }
+}
+
+// Where the result of the used bytes stands in the order of the target's pixels, it is made there.
+std::uint8_t* TargetInPlace(const VerticalJob& job, const PixelRun& result, const ChannelSet& written, int y) {
+    const std::ptrdiff_t step = result.step;
+    if (step != job.dst->PixelSize || !SameOffsets(result.channels, written) || !FillPixel(written, step) ||
+        written.lowest() != 0) {
+        return nullptr;
+    }
+    const RowSpan row = GetRowSpan(job.dst, y);
+    return row && row.Covers(0, step * job.width) ? row.data : nullptr;
 }
 
 }  // namespace
 
 void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scratch) {
     VerticalParts parts;
-    if (job.pixelByPixel || !ProvideVerticalParts(job, scratch, &parts)) {
+    if (job.pixelByPixel || !job.taps || !ProvideVerticalParts(job, scratch, &parts)) {
         for (int y = first; y <= last; ++y) VerticalRow_Plain(job, y);
         return;
     }
@@ -253,12 +326,12 @@ void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scra
         result.channels.offset[i] = (pair.writtenFrom[i] - pair.firstUsed) / pair.usedStep;
     }
     for (int y = first;; ++y) {
-        const ContributionList& list = job.lists[y];
-        SumRows(job, parts, list);
-        job.kernels->scaling.finishRow(parts.sums, static_cast<double>(list.weightSum), parts.bytes,
-                                       static_cast<std::ptrdiff_t>(parts.used));
-        job.kernels->pack.gather[pair.written.count - 1](result, job.width, parts.pixels);
-        ScatterPixels(GetRowSpan(job.dst, y), job.dst->PixelSize, written, 0, job.width, parts.pixels);
+        std::uint8_t* const target = TargetInPlace(job, result, written, y);
+        StackRows(job, parts, y, target ? target : parts.bytes);
+        if (!target) {
+            job.kernels->pack.gather[pair.written.count - 1](result, job.width, parts.pixels);
+            ScatterPixels(GetRowSpan(job.dst, y), job.dst->PixelSize, written, 0, job.width, parts.pixels);
+        }
         if (y >= last) return;
     }
 }

@@ -11,6 +11,7 @@
 #include "kernels/KernelTable.h"
 #include "scale/Contributions.h"
 #include "scale/Pairs.h"
+#include "scale/TapTable.h"
 
 namespace zor {
 
@@ -22,10 +23,11 @@ struct HorizontalJob {
     const ScalePair* pair;
     int srcWidth;                   // that the lists were made for
     const ContributionList* lists;  // by column of the result
-    const TapColumns* taps;         // the same lists; null: the pass goes pixel by pixel
+    const Taps* taps;               // the same lists; null: the pass goes pixel by pixel
     const KernelTable* kernels;
     bool pixelByPixel;  // src and dst share bytes
-    bool singleRows;    // rows are asked for one at a time, since the host gets a turn in between
+    // Above 0: rows are asked for one at a time, since the host may get a turn in between, up to the one before this.
+    int pastLast;
 };
 
 struct VerticalJob {
@@ -34,6 +36,7 @@ struct VerticalJob {
     int width;            // of the result
     const ScalePair* pair;
     const ContributionList* lists;  // by row of the result
+    const Taps* taps;               // the same lists; null: the pass goes pixel by pixel
     const KernelTable* kernels;
     bool pixelByPixel;  // src and dst share bytes
 };
@@ -52,6 +55,11 @@ public:
 
     // Zero-filled bytes, the same ones at every call with the same size. Null without memory.
     std::uint8_t* Get(std::int64_t bytes);
+
+    // Rows that a horizontal pass has made ahead of the one that was asked for. Whoever gives the host a turn sets both
+    // to 0 behind it, as the source may have become another.
+    int ahead = 0;
+    int aheadEnd = 0;
 
 private:
     std::uint8_t* memory_ = nullptr;

@@ -80,7 +80,8 @@ void RunPass(const ResampleRequest& request, Job job, int count, bool rowsMeet,
     // The application may do anything to the images while it has its turn.
     for (int y = 0; y < count; ++y) {
         rows(job, y, y, &scratch);
-        YieldIfAsked(request.dst);
+        if (!YieldIfAsked(request.dst)) continue;
+        scratch.ahead = scratch.aheadEnd = 0;
         job.pixelByPixel = ImagesOverlap(job.src, job.dst);
     }
 }
@@ -113,9 +114,9 @@ bool Resample(const ResampleRequest& request) {
 
     table.Build(*request.kernel, ScaleAxis::kHorizontal, xScale, srcWidth, request.width, yield);
     {
-        TapTable taps;
-        const bool haveTaps = taps.Build(table.lists(), request.width);
-        const TapColumns columns = taps.columns();
+        TapTable tapTable;
+        const bool haveTaps = tapTable.Build(table.lists(), request.width, ScaleAxis::kHorizontal, request.pair->luma);
+        const Taps taps = tapTable.taps();
         HorizontalJob job{};
         job.src = request.src;
         job.dst = request.temp;
@@ -123,21 +124,25 @@ bool Resample(const ResampleRequest& request) {
         job.pair = request.pair;
         job.srcWidth = srcWidth;
         job.lists = table.lists();
-        job.taps = haveTaps ? &columns : nullptr;
+        job.taps = haveTaps ? &taps : nullptr;
         job.kernels = request.kernels;
-        job.singleRows = YieldsBetweenRows(request);
+        job.pastLast = YieldsBetweenRows(request) ? srcHeight : 0;
         RunPass(request, job, srcHeight, TempRowsMeet(request), HorizontalRows, PictureScale3mt);
     }
     table.FreeEntries();
 
     // The temporary image may have more rows than the source; those are part of the picture as they stand.
     table.Build(*request.kernel, ScaleAxis::kVertical, yScale, request.temp->Height, request.height, yield);
+    TapTable tapTable;
+    const bool haveTaps = tapTable.Build(table.lists(), request.height, ScaleAxis::kVertical, false);
+    const Taps taps = tapTable.taps();
     VerticalJob job{};
     job.src = request.temp;
     job.dst = request.dst;
     job.width = request.width;
     job.pair = request.pair;
     job.lists = table.lists();
+    job.taps = haveTaps ? &taps : nullptr;
     job.kernels = request.kernels;
     RunPass(request, job, request.height, DstRowsMeet(request), VerticalRows, PictureScale6mt);
     return true;

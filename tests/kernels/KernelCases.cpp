@@ -1,9 +1,16 @@
 #include "kernels/KernelCases.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <map>
+#include <memory>
 #include <string>
+#include <tuple>
+
+#include "scale/FilterKernels.h"
+#include "scale/TapTable.h"
 
 using namespace zor;
 
@@ -90,43 +97,73 @@ void Convolve(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.matrix.convolve(taps, count, finish, units, b.out);
 }
 
-constexpr double kFactors[ScalingKernels::kMaxPlanes] = {0.3, 0.59, 0.11, 1.0, 1.0};
-
-// Into one of the lanes of a block of several rows.
-template <int kPlanes>
-void Widen(Kernels k, Bytes b, std::ptrdiff_t units) {
-    constexpr int kMaxRows = KernelBytes::kMaxNumbersPerUnit / kPlanes;
-    const int rows = 1 + static_cast<int>(b.choice % kMaxRows), row = static_cast<int>(b.choice / 8) % rows;
-    k.scaling.widen[kPlanes - 1](b.in[0], static_cast<int>(units), kFactors, rows, b.numbersOut + row);
-}
-
-// As many columns as units, of one to twelve taps, which lie anywhere. The sums of weights have both signs and are 0 at
-// times, and are of a size that leaves most results between black and white.
-template <ResampleShape kShape, int kBlock>
-void Resample(Kernels k, Bytes b, std::ptrdiff_t units) {
-    const int columns = static_cast<int>(units), tapCount = 1 + static_cast<int>(b.choice % 12);
-    static thread_local std::vector<int> first;
-    static thread_local std::vector<double> weightSums;
-    first.resize(static_cast<std::size_t>(units));
-    weightSums.resize(static_cast<std::size_t>(units));
-    for (std::size_t x = 0; x < first.size(); ++x) {
-        first[x] = static_cast<int>((x + b.choice / 16) % first.size());
-        weightSums[x] = (b.in[1][x] - 100) * 30.0;
+// The taps from so many samples to so many, made once.
+const Taps& TapsBetween(int from, int to, ScaleAxis axis, bool luma, std::uint32_t choice) {
+    struct Tables {
+        ContributionTable lists;
+        TapTable taps;
+        Taps view;
+    };
+    const int mode = 1 + static_cast<int>(choice % kScaleModes);
+    const Ending ending = choice / 8 % 2 ? Ending::nearest : Ending::truncate;
+    using Key = std::tuple<int, int, bool, bool, int, bool>;
+    static thread_local std::map<Key, std::unique_ptr<Tables>> made;
+    std::unique_ptr<Tables>& tables =
+        made[{from, to, axis == ScaleAxis::kVertical, luma, mode, ending == Ending::nearest}];
+    if (!tables) {
+        tables = std::make_unique<Tables>();
+        if (!tables->lists.Allocate(to)) std::abort();
+        tables->lists.Build(*KernelOfMode(mode), axis, static_cast<double>(to) / from, from, to, nullptr);
+        if (!tables->taps.Build(tables->lists.lists(), to, axis, luma, ending)) std::abort();
+        tables->view = tables->taps.taps();
     }
-    const TapColumns taps = {tapCount, columns, first.data(), b.numbersIn + 1, weightSums.data()};
-    k.scaling.resample[kShape][kBlock](b.numbersIn, taps, b.out);
+    return tables->view;
 }
 
-void AccumulateRows(Kernels k, Bytes b, std::ptrdiff_t units) {
-    const std::uint8_t* rows[ScalingKernels::kRowsAtOnce];
-    for (int r = 0; r < ScalingKernels::kRowsAtOnce; ++r) rows[r] = b.in[r % KernelBytes::kInputs] + r;
-    const int rowCount = 1 + static_cast<int>(b.choice % ScalingKernels::kRowsAtOnce);
-    k.scaling.accumulateRows(b.numbersOut, rows, b.numbersIn, rowCount, units);
+// One to sixteen rows as wide as units, scaled to as many columns as there is room for, in groups of some layout.
+template <ResampleShape kShape>
+void AlongRows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kChannels = ChannelsOf(kShape), kPlanes = PlanesOf(kShape);
+    RowBlock block{};
+    block.rows = 1 + static_cast<int>(b.choice % RowBlock::kMaxRows);
+    block.width = static_cast<int>(units);
+    block.pitch =
+        kChannels + static_cast<int>(b.choice / 16 % static_cast<unsigned>(RowBlock::kMaxPitch + 1 - kChannels));
+    const int room = static_cast<int>(units) * KernelBytes::kMaxBytesPerUnit / (block.rows * block.pitch);
+    const int columns = std::min(room, 2 * static_cast<int>(units));
+    if (columns == 0) return;
+    const PixelRun run = RunOf(b.in[0], kPlanes, b.choice / 128);
+    block.step = static_cast<int>(run.step);
+    for (int p = 0; p < kPlanes; ++p) block.offset[p] = static_cast<int>(run.channels.offset[p]);
+    const ChannelSet bytesOf = AnyChannels(kChannels, block.pitch, b.choice / 1024);
+    for (int c = 0; c < kChannels; ++c) block.byteOf[c] = static_cast<int>(bytesOf.offset[c]);
+    for (int r = 0; r < block.rows; ++r) {
+        block.src[r] = b.in[r % KernelBytes::kInputs] + r;
+        block.dst[r] = b.out + static_cast<std::ptrdiff_t>(r) * columns * block.pitch;
+    }
+    block.taps = &TapsBetween(block.width, columns, ScaleAxis::kHorizontal, kShape >= kLumaOnly, b.choice / 16384);
+    static thread_local std::vector<std::uint8_t> scratch;
+    scratch.resize(static_cast<std::size_t>(RowScratchBytes(kShape, block.width, block.taps->stride)));
+    block.scratch = scratch.data();
+    k.scaling.alongRows[kShape](block);
 }
 
-void FinishRow(Kernels k, Bytes b, std::ptrdiff_t units) {
-    constexpr double kWeightSums[] = {1.0, 0.0, -0.5, 1.7, 12.5};
-    k.scaling.finishRow(b.numbersIn, kWeightSums[b.choice % 5], b.out, units);
+// One row of as many bytes as units, out of up to fifty.
+void AcrossRows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    if (units == 0) return;
+    const int rows = 1 + static_cast<int>(b.choice % 50), results = 1 + static_cast<int>(b.choice / 64 % 80);
+    const Taps& taps = TapsBetween(rows, results, ScaleAxis::kVertical, false, b.choice / 8192);
+    RowStack stack{};
+    stack.list = static_cast<int>(b.choice / 2048 % static_cast<unsigned>(results));
+    const TapList& list = taps.lists[stack.list];
+    if (list.taps == 0) return;
+    const std::uint8_t* pointers[50];
+    for (int t = 0; t < list.taps; ++t) pointers[t] = b.in[(list.first + t) % KernelBytes::kInputs] + list.first + t;
+    stack.rows = pointers;
+    stack.count = units;
+    stack.taps = &taps;
+    stack.dst = b.out;
+    k.scaling.acrossRows(stack);
 }
 
 // For kernels that work on their output.
@@ -469,27 +506,14 @@ const std::vector<KernelCase> kCases = {
     {"convert.apart[kLuma3To1][0]", Convert<kLuma3To1, 3, 1, false>},
     {"convert.apart[kLuma3To1][1]", Convert<kLuma3To1, 3, 1, true>},
 
-    {"scaling.widen[0]", Widen<1>},
-    {"scaling.widen[1]", Widen<2>},
-    {"scaling.widen[2]", Widen<3>},
-    {"scaling.widen[3]", Widen<4>},
-    {"scaling.widen[4]", Widen<5>},
-    {"scaling.resample[kChannels1][0]", Resample<kChannels1, 0>},
-    {"scaling.resample[kChannels1][1]", Resample<kChannels1, 1>},
-    {"scaling.resample[kChannels2][0]", Resample<kChannels2, 0>},
-    {"scaling.resample[kChannels2][1]", Resample<kChannels2, 1>},
-    {"scaling.resample[kChannels3][0]", Resample<kChannels3, 0>},
-    {"scaling.resample[kChannels3][1]", Resample<kChannels3, 1>},
-    {"scaling.resample[kChannels4][0]", Resample<kChannels4, 0>},
-    {"scaling.resample[kChannels4][1]", Resample<kChannels4, 1>},
-    {"scaling.resample[kChannels5][0]", Resample<kChannels5, 0>},
-    {"scaling.resample[kChannels5][1]", Resample<kChannels5, 1>},
-    {"scaling.resample[kLumaOnly][0]", Resample<kLumaOnly, 0>},
-    {"scaling.resample[kLumaOnly][1]", Resample<kLumaOnly, 1>},
-    {"scaling.resample[kLumaAndAlpha][0]", Resample<kLumaAndAlpha, 0>},
-    {"scaling.resample[kLumaAndAlpha][1]", Resample<kLumaAndAlpha, 1>},
-    {"scaling.accumulateRows", AccumulateRows},
-    {"scaling.finishRow", FinishRow},
+    {"scaling.alongRows[kChannels1]", AlongRows<kChannels1>},
+    {"scaling.alongRows[kChannels2]", AlongRows<kChannels2>},
+    {"scaling.alongRows[kChannels3]", AlongRows<kChannels3>},
+    {"scaling.alongRows[kChannels4]", AlongRows<kChannels4>},
+    {"scaling.alongRows[kChannels5]", AlongRows<kChannels5>},
+    {"scaling.alongRows[kLumaOnly]", AlongRows<kLumaOnly>},
+    {"scaling.alongRows[kLumaAndAlpha]", AlongRows<kLumaAndAlpha>},
+    {"scaling.acrossRows", AcrossRows},
 
     {"words.move", MoveWords},
     {"words.moveMasked", MoveWordsMasked},
@@ -541,11 +565,13 @@ const std::vector<KernelCase> kCases = {
     {"exports.pixels[2][1]", Export<2, 1>},
     {"exports.pixels[2][2]", Export<2, 2>},
     {"exports.nativeWords",
-     [](Kernels k, Bytes b,
-        std::ptrdiff_t n) { k.exports.nativeWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out); }},
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         k.exports.nativeWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out);
+     }},
     {"exports.argbWords",
-     [](Kernels k, Bytes b,
-        std::ptrdiff_t n) { k.exports.argbWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out); }},
+     [](Kernels k, Bytes b, std::ptrdiff_t n) {
+         k.exports.argbWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out);
+     }},
     {"tables.map[0]", MapByTables<1>},
     {"tables.map[1]", MapByTables<2>},
     {"tables.map[2]", MapByTables<3>},

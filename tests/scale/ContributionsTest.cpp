@@ -193,42 +193,4 @@ TEST(ContributionTable, ServesBothAxesOneAfterTheOther) {
     EXPECT_GT(table.lists()[4].count, 0);
 }
 
-TEST(TapTable, HoldsTheSameWeightsWithGapsFilled) {
-    for (int mode = 1; mode <= kScaleModes; ++mode) {
-        for (const double scale : {1.0, 0.3, 2.5}) {
-            ContributionTable table;
-            const int columns = static_cast<int>(20 * scale);
-            ASSERT_TRUE(table.Allocate(columns));
-            table.Build(*KernelOfMode(mode), ScaleAxis::kHorizontal, scale, 20, columns, nullptr);
-            TapTable tapTable;
-            ASSERT_TRUE(tapTable.Build(table.lists(), columns));
-            const TapColumns taps = tapTable.columns();
-            ASSERT_EQ(taps.columns, columns);
-            for (int x = 0; x < columns; ++x) {
-                const ContributionList& list = table.lists()[x];
-                double weights[20 + 64] = {};
-                for (int k = 0; k < list.count; ++k) {
-                    weights[list.entries[k].pixel] = static_cast<double>(list.entries[k].weight);
-                }
-                ASSERT_EQ(taps.weightSums[x], static_cast<double>(list.weightSum));
-                for (int k = 0; k < taps.taps; ++k) {
-                    ASSERT_EQ(taps.weights[x * taps.taps + k], list.count ? weights[taps.first[x] + k] : 0.0);
-                }
-            }
-        }
-    }
-}
-
-TEST(TapTable, GivesUpWithoutMemory) {
-    ContributionTable table;
-    ASSERT_TRUE(table.Allocate(4));
-    table.Build(*KernelOfMode(3), ScaleAxis::kHorizontal, 0.5, 8, 4, nullptr);
-    for (int passed = 0; passed < 3; ++passed) {
-        const FailingAlloc fail(passed);
-        TapTable taps;
-        EXPECT_FALSE(taps.Build(table.lists(), 4));
-        EXPECT_TRUE(fail.happened());
-    }
-}
-
 }  // namespace

@@ -38,7 +38,8 @@ struct Jobs {
 
 // The jobs of both passes between these images, each with its lists.
 Jobs JobsOf(const TestImage& source, const TestImage& temp, const TestImage& dest, const ScalePair& pair, int width,
-            const ContributionTable& across, const ContributionTable& down, const TapColumns& taps) {
+            const ContributionTable& across, const ContributionTable& down, const Taps& acrossTaps,
+            const Taps& downTaps) {
     Jobs jobs{};
     jobs.across.src = source.record();
     jobs.across.dst = temp.record();
@@ -46,13 +47,14 @@ Jobs JobsOf(const TestImage& source, const TestImage& temp, const TestImage& des
     jobs.across.pair = &pair;
     jobs.across.srcWidth = source->Width;
     jobs.across.lists = across.lists();
-    jobs.across.taps = &taps;
+    jobs.across.taps = &acrossTaps;
     jobs.across.kernels = &Kernels();
     jobs.down.src = temp.record();
     jobs.down.dst = dest.record();
     jobs.down.width = width;
     jobs.down.pair = &pair;
     jobs.down.lists = down.lists();
+    jobs.down.taps = &downTaps;
     jobs.down.kernels = &Kernels();
     return jobs;
 }
@@ -93,17 +95,18 @@ TEST_F(Passes, GiveTheSameBytesByRowsAsByPixels) {
             ASSERT_TRUE(down.Allocate(height));
             across.Build(kernel, ScaleAxis::kHorizontal, double(width) / source->Width, source->Width, width, nullptr);
             down.Build(kernel, ScaleAxis::kVertical, double(height) / source->Height, temp->Height, height, nullptr);
-            TapTable table;
-            ASSERT_TRUE(table.Build(across.lists(), width));
-            const TapColumns taps = table.columns();
-            Jobs jobs = JobsOf(source, temp, dest, pair, width, across, down, taps);
+            TapTable acrossTable, downTable;
+            ASSERT_TRUE(acrossTable.Build(across.lists(), width, ScaleAxis::kHorizontal, pair.luma));
+            ASSERT_TRUE(downTable.Build(down.lists(), height, ScaleAxis::kVertical, false));
+            const Taps acrossTaps = acrossTable.taps(), downTaps = downTable.taps();
+            Jobs jobs = JobsOf(source, temp, dest, pair, width, across, down, acrossTaps, downTaps);
 
             const Storage tempBefore = SnapshotOf(temp), destBefore = SnapshotOf(dest);
             const std::vector<std::uint8_t> expected = RunBoth(jobs, height, temp, dest, true);
             for (const bool singleRows : {false, true}) {
                 SetStorage(temp, tempBefore);
                 SetStorage(dest, destBefore);
-                jobs.across.singleRows = singleRows;
+                jobs.across.pastLast = singleRows ? source->Height : 0;
                 ASSERT_TRUE(SameBytes(expected, RunBoth(jobs, height, temp, dest, false)));
             }
         }
@@ -119,17 +122,19 @@ TEST_F(Passes, WorkByPixelsWithoutMemoryForRows) {
     ASSERT_TRUE(down.Allocate(7));
     across.Build(*KernelOfMode(3), ScaleAxis::kHorizontal, 9.0 / 20.0, 20, 9, nullptr);
     down.Build(*KernelOfMode(3), ScaleAxis::kVertical, 7.0 / 12.0, 12, 7, nullptr);
-    TapTable table;
-    ASSERT_TRUE(table.Build(across.lists(), 9));
-    const TapColumns taps = table.columns();
-    Jobs jobs = JobsOf(source, temp, dest, *PairOf(source.record(), dest.record()), 9, across, down, taps);
+    TapTable acrossTable, downTable;
+    ASSERT_TRUE(acrossTable.Build(across.lists(), 9, ScaleAxis::kHorizontal, false));
+    ASSERT_TRUE(downTable.Build(down.lists(), 7, ScaleAxis::kVertical, false));
+    const Taps acrossTaps = acrossTable.taps(), downTaps = downTable.taps();
+    Jobs jobs =
+        JobsOf(source, temp, dest, *PairOf(source.record(), dest.record()), 9, across, down, acrossTaps, downTaps);
     const std::vector<std::uint8_t> expected = RunBoth(jobs, 7, temp, dest, false);
     for (int passed = 0; passed < 2; ++passed) {
         const FailingAlloc fail(passed);
         EXPECT_EQ(RunBoth(jobs, 7, temp, dest, false), expected);
         EXPECT_TRUE(fail.happened());
     }
-    jobs.across.taps = nullptr;
+    jobs.across.taps = jobs.down.taps = nullptr;
     EXPECT_EQ(RunBoth(jobs, 7, temp, dest, false), expected);
 }
 

@@ -1,0 +1,260 @@
+#include "scale/TapTable.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <vector>
+
+namespace zor {
+
+namespace {
+
+constexpr std::int64_t kMaxTableBytes = std::int64_t{1} << 29;
+
+// --- integers for weights -------------------------------------------------------------------------------------------
+//
+// A list's result is the sum of b_k * s_k over its taps, where b_k is a byte and s_k the share of the weight in the
+// weight sum. Let c_k be integers near s_k * 2^shift, and e_k = s_k * 2^shift - c_k what they leave. Then
+//
+//     2^shift * sum(b_k * s_k) - sum(b_k * c_k) = sum(b_k * e_k)
+//                                               = sum((b_k - 127.5) * e_k) + 127.5 * sum(e_k)
+//
+// and since |b_k - 127.5| is at most 127.5, the integers are off by at most
+//
+//     127.5 * (sum|e_k| + |sum(e_k)|).
+//
+// So roundings are chosen that add up to nothing as nearly as whole numbers can. The fine integers stand for e_k in the
+// same way, and leave what is bounded in the same way, counted in 2^-(shift + fineShift).
+//
+// The result that is to be met is itself a sum in double precision. A product of byte and weight is exact (8 and 24
+// bits); of luma, byte * factor * weight, it has two roundings. Every addition adds one, at most 2^-53 of a partial
+// sum, which is at most 255 * sum|s_k| times the weight sum, and so do the division and the half that is added for the
+// nearest. That is covered by (4 * count + 16) * 2^-53 * 255 * sum|s_k|.
+
+// One weight is below 2^15, as a tap is taken by a multiplication of 16 bits; all together stay far from 2^31.
+constexpr double kMaxInteger = 32766.0;
+constexpr double kMaxSum = static_cast<double>(1 << 29);
+constexpr int kMaxShift = 20, kMinShift = 4, kMaxFineShift = 14, kMaxShifts = 30;
+// Beyond, sums of rounding errors are no longer small, and nothing is gained.
+constexpr int kMaxTaps = 1 << 14;
+
+double SumOfSizes(const double* values, int count) {
+    return std::accumulate(values, values + count, 0.0,
+                           [](double sum, double value) { return sum + std::fabs(value); });
+}
+
+// The nearest integers, but for as many of them as it takes to make their sum the nearest to that of the values.
+void RoundWithTheirSum(const double* values, int count, std::int16_t* integers) {
+    double sum = 0.0, rounded = 0.0;
+    for (int k = 0; k < count; ++k) {
+        integers[k] = static_cast<std::int16_t>(std::nearbyint(values[k]));
+        sum += values[k];
+        rounded += integers[k];
+    }
+    int missing = static_cast<int>(std::nearbyint(sum - rounded));
+    if (missing == 0) return;
+    const int step = missing > 0 ? 1 : -1;
+    missing = std::min(missing * step, count);
+    std::vector<int> order(static_cast<std::size_t>(count));
+    std::iota(order.begin(), order.end(), 0);
+    std::nth_element(order.begin(), order.begin() + (missing - 1), order.end(),
+                     [&](int a, int b) { return step * (values[a] - integers[a]) > step * (values[b] - integers[b]); });
+    for (int i = 0; i < missing; ++i) {
+        std::int16_t& integer = integers[order[static_cast<std::size_t>(i)]];
+        integer = static_cast<std::int16_t>(integer + step);
+    }
+}
+
+// What the integers leave of the values, which it then is, and the bound for any bytes.
+double TakeOff(const std::int16_t* integers, int count, double* values) {
+    double sum = 0.0, sizes = 0.0;
+    for (int k = 0; k < count; ++k) {
+        values[k] -= static_cast<double>(integers[k]);
+        sum += values[k];
+        sizes += std::fabs(values[k]);
+    }
+    return 127.5 * (sizes + std::fabs(sum));
+}
+
+IntegerForm NoForm(int count, std::int16_t* coarse, std::int16_t* fine) {
+    std::fill_n(coarse, count, std::int16_t{0});
+    std::fill_n(fine, count, std::int16_t{0});
+    return {};
+}
+
+// The largest shift that these shares allow; below kMinShift: none.
+int ShiftFor(const double* shares, int count) {
+    double largest = 0.0;
+    for (int k = 0; k < count; ++k) largest = std::max(largest, std::fabs(shares[k]));
+    const double all = 255.0 * SumOfSizes(shares, count);
+    int shift = kMaxShift;
+    while (shift >= kMinShift && !(std::ldexp(largest, shift) <= kMaxInteger && std::ldexp(all, shift) <= kMaxSum)) {
+        --shift;
+    }
+    return shift;
+}
+
+// Equal weights of 1 make a mean, a whole number of 1/n. Shares rounded up are off by less than half of that for any
+// bytes if n * 255 * (integer / 2^shift - 1 / n) is below 1 / 2n; so the byte, and also the nearest one, is always that
+// of the mean.
+bool MakeMean(const float* weights, int count, double weightSum, int shift, std::int16_t* coarse) {
+    int n = 0;
+    for (int k = 0; k < count; ++k) {
+        if (weights[k] == 0.0F) continue;
+        if (weights[k] != 1.0F) return false;
+        ++n;
+    }
+    if (n == 0 || static_cast<double>(n) != weightSum) return false;
+    const std::int64_t one = std::int64_t{1} << shift, integer = (one + n - 1) / n;
+    if (integer > static_cast<std::int64_t>(kMaxInteger) || 2 * 255 * n * (integer * n - one) >= one) return false;
+    for (int k = 0; k < count; ++k) coarse[k] = static_cast<std::int16_t>(weights[k] == 0.0F ? 0 : integer);
+    return true;
+}
+
+}  // namespace
+
+IntegerForm MakeIntegers(const double* shares, int count, std::int16_t* coarse, std::int16_t* fine) {
+    const double sizes = SumOfSizes(shares, count);
+    if (count > kMaxTaps || !(sizes < 64.0)) return NoForm(count, coarse, fine);
+    const int shift = ShiftFor(shares, count);
+    if (shift < kMinShift) return NoForm(count, coarse, fine);
+    const double rounding = (4.0 * count + 16.0) * std::ldexp(255.0 * sizes, -53);
+
+    std::vector<double> rest(shares, shares + count);
+    for (double& value : rest) value = std::ldexp(value, shift);
+    RoundWithTheirSum(rest.data(), count, coarse);
+    IntegerForm form{};
+    form.usable = true;
+    form.shift = static_cast<std::int8_t>(shift);
+    const double bound = TakeOff(coarse, count, rest.data()) + std::ldexp(rounding, shift);
+    form.bound = static_cast<std::int32_t>(bound) + 2;
+    if (!(bound < std::ldexp(1.0, shift - 1))) return NoForm(count, coarse, fine);
+
+    for (int fineShift = std::min(kMaxFineShift, kMaxShifts - shift); fineShift >= 0; --fineShift) {
+        std::vector<double> finest(rest);
+        for (double& value : finest) value = std::ldexp(value, fineShift);
+        const double all = 255.0 * (SumOfSizes(finest.data(), count) + count);
+        RoundWithTheirSum(finest.data(), count, fine);
+        const double fineBound = TakeOff(fine, count, finest.data()) + std::ldexp(rounding, shift + fineShift);
+        if (!(all + 2.0 * fineBound < kMaxSum)) continue;
+        form.fineShift = static_cast<std::int8_t>(fineShift);
+        form.fineBound = static_cast<std::int32_t>(fineBound) + 2;
+        return form;
+    }
+    return NoForm(count, coarse, fine);
+}
+
+IntegerForm MakeIntegersOfWeights(const float* weights, int count, double weightSum, std::int16_t* coarse,
+                                  std::int16_t* fine) {
+    if (!(weightSum > 0.0)) return NoForm(count, coarse, fine);
+    std::vector<double> shares(static_cast<std::size_t>(count));
+    for (int k = 0; k < count; ++k) {
+        shares[static_cast<std::size_t>(k)] = static_cast<double>(weights[k]) / weightSum;
+    }
+    IntegerForm form = MakeIntegers(shares.data(), count, coarse, fine);
+    if (!form.usable) return form;
+
+    // Integers that are just the weights make sums that double precision holds exactly: they are of 24 bits times
+    // 2^shift times a byte at most, 53 bits with one to spare for shares that add up to more than 1.
+    bool exact = form.shift <= kMaxShift;
+    for (int k = 0; k < count; ++k) {
+        exact = exact && coarse[k] * weightSum == std::ldexp(static_cast<double>(weights[k]), form.shift);
+    }
+    if (exact || MakeMean(weights, count, weightSum, form.shift, coarse)) {
+        std::fill_n(fine, count, std::int16_t{0});
+        form.bound = form.fineBound = 0;
+    }
+    return form;
+}
+
+FlatResult FlatResultOf(const float* weights, int count, double weightSum, Ending ending) {
+    double sum = 0.0, sizes = 0.0;
+    for (int k = 0; k < count; ++k) {
+        sum += static_cast<double>(weights[k]);
+        sizes += std::fabs(static_cast<double>(weights[k]));
+    }
+    // What is beyond the rounding errors of any order of these sums is decided by the sum of the shares.
+    const double more = sum / weightSum - 1.0;
+    const double errors = (4.0 * count + 16.0) * std::ldexp(sizes / weightSum, -53);
+    if (!(std::fabs(more) < 1e-3)) return FlatResult::unknown;
+    if (ending == Ending::nearest) return FlatResult::same;
+    if (more > errors) return FlatResult::same;
+    if (more < -errors) return FlatResult::oneLess;
+    bool same = true, oneLess = true;
+    for (int byte = 1; byte < 256; ++byte) {
+        double exact = 0.0;
+        for (int k = 0; k < count; ++k) exact += static_cast<double>(byte) * static_cast<double>(weights[k]);
+        const int result = ScaledByte(exact, weightSum, ending);
+        same = same && result == byte;
+        oneLess = oneLess && result == byte - 1;
+    }
+    return same ? FlatResult::same : oneLess ? FlatResult::oneLess : FlatResult::unknown;
+}
+
+// --- the table ------------------------------------------------------------------------------------------------------
+
+Taps TapTable::taps() const {
+    Taps taps = taps_;
+    taps.lists = lists_.get();
+    taps.weights = weights_.get();
+    taps.coarse = integers_.get();
+    taps.fine = integers_.get() + static_cast<std::ptrdiff_t>(taps_.count) * taps_.stride * taps_.sets();
+    return taps;
+}
+
+bool TapTable::Build(const ContributionList* lists, int count, ScaleAxis axis, bool luma, Ending ending) {
+    const auto firstOf = [axis](const ContributionList& list) {
+        const int pixel = list.entries[0].pixel;
+        return axis == ScaleAxis::kHorizontal ? pixel / 2 * 2 : pixel;
+    };
+    int stride = 2;
+    for (int i = 0; i < count; ++i) {
+        const ContributionList& list = lists[i];
+        if (list.count > 0) stride = std::max(stride, list.entries[list.count - 1].pixel - firstOf(list) + 1);
+    }
+    if (stride > 2147483646) return false;
+    stride += stride % 2;
+    taps_ = {};
+    taps_.count = count;
+    taps_.stride = stride;
+    taps_.ending = ending;
+    taps_.luma = luma;
+    const std::int64_t weights = std::int64_t{stride} * count, integers = weights * taps_.sets();
+    if (weights > kMaxTableBytes / 16) return false;
+
+    lists_ = HeapArray<TapList>(count);
+    weights_ = HeapArray<float>(weights);
+    integers_ = HeapArray<std::int16_t>(2 * integers);
+    if (!lists_ || !weights_ || !integers_) return false;
+
+    std::vector<double> shares(luma ? 3 * static_cast<std::size_t>(stride) : 0);
+    for (int i = 0; i < count; ++i) {
+        const ContributionList& from = lists[i];
+        TapList& list = lists_.get()[i];
+        list.weightSum = static_cast<double>(from.weightSum);
+        if (from.count == 0) continue;
+        list.first = firstOf(from);
+        list.taps = from.entries[from.count - 1].pixel - list.first + 1;
+        float* const weight = weights_.get() + static_cast<std::ptrdiff_t>(i) * stride;
+        for (int k = 0; k < from.count; ++k) weight[from.entries[k].pixel - list.first] = from.entries[k].weight;
+
+        std::int16_t* coarse = integers_.get() + static_cast<std::ptrdiff_t>(i) * stride * taps_.sets();
+        std::int16_t* fine = coarse + integers;
+        if (luma) {
+            for (int c = 0; c < 3; ++c) {
+                for (int k = 0; k < stride; ++k) {
+                    shares[static_cast<std::size_t>(c * stride + k)] =
+                        kLumaFactors[c] * static_cast<double>(weight[k]) / list.weightSum;
+                }
+            }
+            if (list.weightSum > 0.0) list.lumaForm = MakeIntegers(shares.data(), 3 * stride, coarse, fine);
+            coarse += 3 * static_cast<std::ptrdiff_t>(stride);
+            fine += 3 * static_cast<std::ptrdiff_t>(stride);
+        }
+        list.form = MakeIntegersOfWeights(weight, stride, list.weightSum, coarse, fine);
+        list.flat = FlatResultOf(weight, list.taps, list.weightSum, ending);
+    }
+    return true;
+}
+
+}  // namespace zor

@@ -1,0 +1,38 @@
+#pragma once
+// Contribution lists in the form that kernels take: neighbouring taps, with integers that stand for their weights.
+
+#include "core/HeapArray.h"
+#include "kernels/Scaling.h"
+#include "scale/Contributions.h"
+
+namespace zor {
+
+class TapTable {
+public:
+    // Lists of a horizontal table begin at even columns, since its kernels take columns two by two. What is filled in
+    // at ends and gaps are taps of weight 0, which add exactly nothing. False without memory, or if the table would be
+    // too large to be worth it; the lists serve then.
+    [[nodiscard]] bool Build(const ContributionList* lists, int count, ScaleAxis axis, bool luma,
+                             Ending ending = Ending::truncate);
+
+    // The table as kernels take it, good for as long as the table is there.
+    Taps taps() const;
+
+private:
+    Taps taps_{};
+    HeapArray<TapList> lists_;
+    HeapArray<float> weights_;
+    HeapArray<std::int16_t> integers_;  // the coarse ones, then the fine ones
+};
+
+// The integers for shares (weight / weight sum), `count` coarse and as many fine ones. Not usable where there is no
+// form, as for shares that are no numbers or far above 1; the integers are 0 then.
+IntegerForm MakeIntegers(const double* shares, int count, std::int16_t* coarse, std::int16_t* fine);
+
+// The same for weights by themselves, which may have a form without any error.
+IntegerForm MakeIntegersOfWeights(const float* weights, int count, double weightSum, std::int16_t* coarse,
+                                  std::int16_t* fine);
+
+FlatResult FlatResultOf(const float* weights, int count, double weightSum, Ending ending);
+
+}  // namespace zor
