@@ -66,20 +66,20 @@ constexpr ChannelList kCMRKA = {5, {cyan, magenta, red, black, alpha}};
 }  // namespace
 
 constexpr ScalePair kScalePairTable[kScalePairs] = {
-    {"G_to_G_Scale", ImageFormatScaling1, 1, false, 1, kG, {0}, kG, {0}, 0, 1},
-    {"G_to_RGB_Scale", ImageFormatScaling4, 4, false, 1, kG, {1}, kRGB, {1, 1, 1}, 1, 4},
-    {"G_to_CMYK_Scale", ImageFormatScaling4, 4, false, 4, kCMRK, {0, 1, 2, 3}, kCMYK, {0, 1, 2, 3}, 0, 1},
-    {"RGB_to_G_Scale", ImageFormatScaling1, 1, true, 1, kRGB, {0}, kG, {0}, 0, 1},
-    {"RGB_to_RGB_Scale", ImageFormatScaling4, 4, false, 3, kRGB, {0, 1, 2}, kRGB, {0, 1, 2}, 0, 1},
-    {"CMYK_to_G_Scale", ImageFormatScaling1, 1, false, 1, kK, {0}, kG, {0}, 0, 1},
-    {"CMYK_to_CMYK_Scale", ImageFormatScaling4, 4, false, 4, kCMRK, {0, 1, 2, 3}, kCMYK, {0, 1, 2, 3}, 0, 1},
-    {"GA_to_GA_Scale", ImageFormatScaling2, 2, false, 1, kG, {0}, kG, {0}, 0, 2},
-    {"GA_to_RGBA_Scale", ImageFormatScaling4, 4, false, 2, kGA, {1, 3}, kRGBA, {1, 1, 1, 3}, 1, 2},
-    {"GA_to_CMYKA_Scale", ImageFormatScaling5, 5, false, 5, kCMRKA, {0, 1, 2, 3, 4}, kCMYKA, {0, 1, 2, 3, 4}, 0, 1},
-    {"RGBA_to_GA_Scale", ImageFormatScaling2, 2, true, 2, kRGBA, {0, 1}, kGA, {0, 1}, 0, 1},
-    {"RGBA_to_RGBA_Scale", ImageFormatScaling4, 4, false, 4, kRGBA, {0, 1, 2, 3}, kRGBA, {0, 1, 2, 3}, 0, 1},
-    {"CMYKA_to_GA_Scale", ImageFormatScaling2, 2, false, 2, kKA, {0, 1}, kGA, {0, 1}, 0, 1},
-    {"CMYKA_to_CMYKA_Scale", ImageFormatScaling5, 5, false, 5, kCMRKA, {0, 1, 2, 3, 4}, kCMYKA, {0, 1, 2, 3, 4}, 0, 1},
+    {"G_to_G_Scale", ImageFormatScaling1, 1, false, 1, kG, {0}, kG, {0}},
+    {"G_to_RGB_Scale", ImageFormatScaling4, 4, false, 1, kG, {1}, kRGB, {1, 1, 1}},
+    {"G_to_CMYK_Scale", ImageFormatScaling4, 4, false, 4, kCMRK, {0, 1, 2, 3}, kCMYK, {0, 1, 2, 3}},
+    {"RGB_to_G_Scale", ImageFormatScaling1, 1, true, 1, kRGB, {0}, kG, {0}},
+    {"RGB_to_RGB_Scale", ImageFormatScaling4, 4, false, 3, kRGB, {0, 1, 2}, kRGB, {0, 1, 2}},
+    {"CMYK_to_G_Scale", ImageFormatScaling1, 1, false, 1, kK, {0}, kG, {0}},
+    {"CMYK_to_CMYK_Scale", ImageFormatScaling4, 4, false, 4, kCMRK, {0, 1, 2, 3}, kCMYK, {0, 1, 2, 3}},
+    {"GA_to_GA_Scale", ImageFormatScaling2, 2, false, 1, kG, {0}, kG, {0}},
+    {"GA_to_RGBA_Scale", ImageFormatScaling4, 4, false, 2, kGA, {1, 3}, kRGBA, {1, 1, 1, 3}},
+    {"GA_to_CMYKA_Scale", ImageFormatScaling5, 5, false, 5, kCMRKA, {0, 1, 2, 3, 4}, kCMYKA, {0, 1, 2, 3, 4}},
+    {"RGBA_to_GA_Scale", ImageFormatScaling2, 2, true, 2, kRGBA, {0, 1}, kGA, {0, 1}},
+    {"RGBA_to_RGBA_Scale", ImageFormatScaling4, 4, false, 4, kRGBA, {0, 1, 2, 3}, kRGBA, {0, 1, 2, 3}},
+    {"CMYKA_to_GA_Scale", ImageFormatScaling2, 2, false, 2, kKA, {0, 1}, kGA, {0, 1}},
+    {"CMYKA_to_CMYKA_Scale", ImageFormatScaling5, 5, false, 5, kCMRKA, {0, 1, 2, 3, 4}, kCMYKA, {0, 1, 2, 3, 4}},
 };
 
 const ScalePair* PairOf(const ImageClassData* src, const ImageClassData* dst) {

@@ -20,9 +20,6 @@ struct ScalePair {
     int groupByte[kMax];    // by channel: its byte in the group; the other bytes of a group are 0
     ChannelList written;    // in the order of storing
     int writtenFrom[kMax];  // by write: the byte of the group
-    // The bytes of a temporary row that the vertical pass needs: the first, and every so many from there.
-    int firstUsed;
-    int usedStep;
 };
 
 constexpr int kScalePairs = 14;

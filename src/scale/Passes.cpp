@@ -215,9 +215,13 @@ void HorizontalRows(const HorizontalJob& job, int first, int last, PassScratch* 
 
 namespace {
 
-// The bytes of a temporary row that the pass uses are numbered from 0 on.
+// The pass works on packed bytes: of every group those that the target is made of, each once. Where the target's pixels
+// are made of just these, they stand in the order of the target, and the result is made in place.
 struct VerticalParts {
-    std::int64_t used;     // such bytes in a row
+    ChannelSet used;       // bytes of a group
+    ChannelSet result;     // by channel of the target: which of them
+    bool inTargetOrder;    // so that packed bytes are pixels of the target
+    std::int64_t rowSize;  // packed bytes of a row
     std::int64_t columns;  // of those, worked on at once
     int slots;             // rows of copies
     int* rowInSlot;
@@ -225,58 +229,82 @@ struct VerticalParts {
     std::uint8_t* none;         // what a row that does not exist gives
     std::uint8_t* copies;
     std::uint8_t* groups;  // of one row
-    std::uint8_t* bytes;   // the result for the used bytes
+    std::uint8_t* bytes;   // the result
     std::uint8_t* pixels;  // the result in the order of the target's channels
 };
+
+void ChooseUsedBytes(const VerticalJob& job, const ChannelSet& written, VerticalParts* parts) {
+    const ScalePair& pair = *job.pair;
+    const bool fills = FillPixel(written, job.dst->PixelSize) && written.lowest() == 0;
+    int channels[ChannelSet::kMax];  // in the order of the target's bytes, where its pixels are just these
+    for (int i = 0; i < written.count; ++i) channels[fills ? written.offset[i] : i] = i;
+    parts->used.count = 0;
+    parts->result.count = written.count;
+    for (int i = 0; i < written.count; ++i) {
+        const int channel = channels[i];
+        const std::ptrdiff_t byte = pair.writtenFrom[channel];
+        std::ptrdiff_t* const end = parts->used.offset + parts->used.count;
+        std::ptrdiff_t* const found = std::find(parts->used.offset, end, byte);
+        if (found == end) {
+            *end = byte;
+            ++parts->used.count;
+        }
+        parts->result.offset[channel] = found - parts->used.offset;
+    }
+    parts->inTargetOrder = fills && parts->used.count == written.count;
+}
 
 // Copies of rows are kept for the rows of the target that follow, unless that takes more than this; then they are made
 // anew for each, of so many columns at a time.
 constexpr std::int64_t kMaxCopyBytes = std::int64_t{1} << 26;
 
-bool ProvideVerticalParts(const VerticalJob& job, PassScratch* scratch, VerticalParts* parts) {
-    const ScalePair& pair = *job.pair;
-    parts->used = std::int64_t{job.width} * (pair.pitch / pair.usedStep);
+bool ProvideVerticalParts(const VerticalJob& job, const ChannelSet& written, PassScratch* scratch,
+                          VerticalParts* parts) {
+    ChooseUsedBytes(job, written, parts);
+    parts->rowSize = std::int64_t{job.width} * parts->used.count;
     parts->slots = job.taps->stride;
-    const std::int64_t columnsThatFit = std::max<std::int64_t>(kMaxCopyBytes / parts->slots / 64 * 64, 64);
-    parts->columns = std::min(parts->used, columnsThatFit);
+    // Whole pixels, also of three and of five bytes.
+    const std::int64_t columnsThatFit = std::max<std::int64_t>(kMaxCopyBytes / parts->slots / 960 * 960, 960);
+    parts->columns = std::min(parts->rowSize, columnsThatFit);
     const std::int64_t pointerBytes = RoundUp(parts->slots * static_cast<std::int64_t>(sizeof(void*)));
-    const std::int64_t rowBytes = RoundUp(parts->columns);
-    const std::int64_t groupBytes = RoundUp(std::int64_t{job.width} * pair.pitch);
-    std::uint8_t* const memory =
-        scratch->Get(2 * pointerBytes + rowBytes * (parts->slots + std::int64_t{1}) + groupBytes +
-                     RoundUp(parts->used) + std::int64_t{job.width} * pair.written.count);
+    const std::int64_t copyBytes = RoundUp(parts->columns);
+    const std::int64_t groupBytes = RoundUp(std::int64_t{job.width} * job.pair->pitch);
+    const std::int64_t resultBytes = RoundUp(parts->rowSize);
+    std::uint8_t* const memory = scratch->Get(2 * pointerBytes + copyBytes * (parts->slots + std::int64_t{1}) +
+                                              groupBytes + resultBytes + std::int64_t{job.width} * written.count);
     if (!memory) return false;
     parts->rows = reinterpret_cast<const std::uint8_t**>(memory);
     parts->rowInSlot = reinterpret_cast<int*>(memory + pointerBytes);
     parts->none = memory + 2 * pointerBytes;
-    parts->copies = parts->none + rowBytes;
-    parts->groups = parts->copies + rowBytes * parts->slots;
+    parts->copies = parts->none + copyBytes;
+    parts->groups = parts->copies + copyBytes * parts->slots;
     parts->bytes = parts->groups + groupBytes;
-    parts->pixels = parts->bytes + RoundUp(parts->used);
+    parts->pixels = parts->bytes + resultBytes;
     std::fill_n(parts->rowInSlot, parts->slots, -1);
     return true;
 }
 
-// `count` used bytes of a temporary row from number `at` on, side by side: in place where they lie so and stay there,
-// or copied.
+// `count` packed bytes of a temporary row from `at` on: in place where they lie so and stay there, or copied.
 const std::uint8_t* UsedBytes(const VerticalJob& job, const VerticalParts& parts, int row, std::int64_t at,
                               std::int64_t count) {
-    const ScalePair& pair = *job.pair;
-    const int slot = row % parts.slots;
+    const std::ptrdiff_t pitch = job.pair->pitch;
+    const int slot = row % parts.slots, channels = parts.used.count;
     std::uint8_t* const copy = parts.copies + slot * RoundUp(parts.columns);
-    if (parts.rowInSlot[slot] == row && count == parts.used) return copy;
-    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pair.pitch;
+    if (parts.rowInSlot[slot] == row && count == parts.rowSize) return copy;
+    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(job.width) * pitch;
     const RowSpan temp = GetRowSpan(job.src, row);
     if (!temp) return parts.none;
     std::uint8_t* groups = temp.data;
     const bool inside = temp.Covers(0, size);
-    if (inside && pair.usedStep == 1 && !job.src->IsMapping) return groups + at;
+    bool packed = channels == pitch;
+    for (int c = 0; c < channels; ++c) packed = packed && parts.used.offset[c] == c;
+    if (inside && packed && !job.src->IsMapping) return groups + at;
     if (!inside) {
         LoadRun(temp, 0, size, parts.groups);
         groups = parts.groups;
     }
-    const PixelRun used = {groups + at * pair.usedStep, pair.usedStep, {1, {pair.firstUsed}}};
-    job.kernels->pack.gather[0](used, static_cast<std::ptrdiff_t>(count), copy);
+    const PixelRun used = {groups + at / channels * pitch, pitch, parts.used};
+    job.kernels->pack.gather[channels - 1](used, static_cast<std::ptrdiff_t>(count / channels), copy);
     parts.rowInSlot[slot] = row;
     return copy;
 }
@@ -284,15 +312,15 @@ const std::uint8_t* UsedBytes(const VerticalJob& job, const VerticalParts& parts
 void StackRows(const VerticalJob& job, const VerticalParts& parts, int y, std::uint8_t* result) {
     const TapList& list = job.taps->lists[y];
     if (list.taps == 0) {
-        std::fill_n(result, parts.used, std::uint8_t{0});
+        std::fill_n(result, parts.rowSize, std::uint8_t{0});
         return;
     }
     RowStack stack{};
     stack.rows = parts.rows;
     stack.taps = job.taps;
     stack.list = y;
-    for (std::int64_t at = 0; at < parts.used; at += parts.columns) {
-        const std::int64_t count = std::min(parts.columns, parts.used - at);
+    for (std::int64_t at = 0; at < parts.rowSize; at += parts.columns) {
+        const std::int64_t count = std::min(parts.columns, parts.rowSize - at);
         for (int k = 0; k < list.taps; ++k) parts.rows[k] = UsedBytes(job, parts, list.first + k, at, count);
         stack.count = static_cast<std::ptrdiff_t>(count);
         stack.dst = result + at;
@@ -300,36 +328,22 @@ void StackRows(const VerticalJob& job, const VerticalParts& parts, int y, std::u
     }
 }
 
-// Where the result of the used bytes stands in the order of the target's pixels, it is made there.
-std::uint8_t* TargetInPlace(const VerticalJob& job, const PixelRun& result, const ChannelSet& written, int y) {
-    const std::ptrdiff_t step = result.step;
-    if (step != job.dst->PixelSize || !SameOffsets(result.channels, written) || !FillPixel(written, step) ||
-        written.lowest() != 0) {
-        return nullptr;
-    }
-    const RowSpan row = GetRowSpan(job.dst, y);
-    return row && row.Covers(0, step * job.width) ? row.data : nullptr;
-}
-
 }  // namespace
 
 void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scratch) {
     VerticalParts parts;
-    if (job.pixelByPixel || !job.taps || !ProvideVerticalParts(job, scratch, &parts)) {
+    const ChannelSet written = OffsetsOf(job.dst, job.pair->written);
+    if (job.pixelByPixel || !job.taps || !ProvideVerticalParts(job, written, scratch, &parts)) {
         for (int y = first; y <= last; ++y) VerticalRow_Plain(job, y);
         return;
     }
-    const ScalePair& pair = *job.pair;
-    const ChannelSet written = OffsetsOf(job.dst, pair.written);
-    PixelRun result = {parts.bytes, pair.pitch / pair.usedStep, {pair.written.count, {}}};
-    for (int i = 0; i < pair.written.count; ++i) {
-        result.channels.offset[i] = (pair.writtenFrom[i] - pair.firstUsed) / pair.usedStep;
-    }
+    const PixelRun result = {parts.bytes, parts.used.count, parts.result};
     for (int y = first;; ++y) {
-        std::uint8_t* const target = TargetInPlace(job, result, written, y);
-        StackRows(job, parts, y, target ? target : parts.bytes);
-        if (!target) {
-            job.kernels->pack.gather[pair.written.count - 1](result, job.width, parts.pixels);
+        const RowSpan row = parts.inTargetOrder ? GetRowSpan(job.dst, y) : RowSpan{};
+        const bool inPlace = row && row.Covers(0, parts.rowSize);
+        StackRows(job, parts, y, inPlace ? row.data : parts.bytes);
+        if (!inPlace) {
+            job.kernels->pack.gather[written.count - 1](result, job.width, parts.pixels);
             ScatterPixels(GetRowSpan(job.dst, y), job.dst->PixelSize, written, 0, job.width, parts.pixels);
         }
         if (y >= last) return;
