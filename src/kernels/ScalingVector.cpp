@@ -127,7 +127,8 @@ template <ResampleShape kShape>
 class RowResampler {
     static constexpr bool kLuma = kShape >= kLumaOnly;
     static constexpr int kPlanes = PlanesOf(kShape), kChannels = ChannelsOf(kShape);
-    static constexpr int kPairSize = kPlanes * kRows * 2;       // numbers of 16 bits of a pair of columns
+    static constexpr int kPairSize = kPlanes * kRows * 2;  // numbers of 16 bits of a pair of columns
+    static constexpr int kWindowPairs = 64;  // more than a list takes, which together stay in the first cache
     static constexpr int kWordsOfLoad = 8 / kPlanes * kPlanes;  // at most, in 16 bytes of a row
 
 public:
@@ -140,7 +141,7 @@ public:
         }
         const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(block.scratch);
         window_ = reinterpret_cast<std::int16_t*>(block.scratch + (64 - address % 64) % 64);
-        capacity_ = pairs_ + pairs_ + 256;
+        capacity_ = pairs_ + kWindowPairs;
 
         int offset = 0;
         for (int p = 0; p < kPlanes; ++p) {
@@ -206,6 +207,7 @@ private:
         const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(2) * windowEnd_ * block_.step;
         Shorts words[8];
         if (at + 16 <= rowBytes_) {
+            if (at >= prefetched_) Prefetch(at);
             for (int r = 0; r < 8; ++r) words[r] = LoadRows(src_, r, at);
         } else {
             // What lies behind the row may not be read; taps there have no weight.
@@ -229,6 +231,14 @@ private:
             hn::Store(hn::BitCast(kShorts, hn::InterleaveUpper(kBytes, bytes, zero)), kShorts, pair + kRows);
         }
         windowEnd_ += pairsOfLoad_;
+    }
+
+    // So many rows side by side are more than processors foresee by themselves.
+    HWY_INLINE void Prefetch(std::ptrdiff_t at) {
+        constexpr std::ptrdiff_t kLine = 64, kAhead = 8 * kLine;
+        prefetched_ = at + kLine;
+        if (at + kAhead >= rowBytes_) return;
+        for (int r = 0; r < kRows; ++r) __builtin_prefetch(src_[r] + at + kAhead);
     }
 
     // The planes' bytes of some pixels, pair after pair, of row r and, in the next 128 bits, of row r + 8.
@@ -270,7 +280,8 @@ private:
         }
         AddPairs(PairAt(first), coarse, sums);
 
-        Shorts unlike = hn::Zero(kShorts);
+        const Shorts zero = hn::Zero(kShorts), most = hn::Set(kShorts, 255);
+        Shorts unlike[kChannels], anyUnlike = zero;
         for (int c = 0; c < kChannels; ++c) {
             const IntegerForm& form = FormOf(list, c);
             const Ints spread = hn::Set(kInts, 2 * form.bound);
@@ -278,18 +289,15 @@ private:
                 ToShorts(hn::ShiftRightSame(sums[c][0], form.shift), hn::ShiftRightSame(sums[c][1], form.shift));
             const Shorts high = ToShorts(hn::ShiftRightSame(hn::Add(sums[c][0], spread), form.shift),
                                          hn::ShiftRightSame(hn::Add(sums[c][1], spread), form.shift));
-            const Shorts zero = hn::Zero(kShorts), most = hn::Set(kShorts, 255);
             const Shorts byte = hn::Min(hn::Max(low, zero), most);
-            unlike = hn::Or(unlike, hn::Xor(byte, hn::Min(hn::Max(high, zero), most)));
+            unlike[c] = hn::Xor(byte, hn::Min(hn::Max(high, zero), most));
+            anyUnlike = hn::Or(anyUnlike, unlike[c]);
             hn::Store(byte, kShorts, bytes_[c]);
         }
-        if (HWY_LIKELY(hn::AllTrue(kShorts, hn::Eq(unlike, hn::Zero(kShorts))))) return;
-        std::int32_t open[kChannels][kRows];
+        if (hn::AllTrue(kShorts, hn::Eq(anyUnlike, zero))) return;
         for (int c = 0; c < kChannels; ++c) {
-            hn::StoreU(sums[c][0], kInts, open[c]);
-            hn::StoreU(sums[c][1], kInts, open[c] + kIntLanes);
+            if (!hn::AllTrue(kShorts, hn::Eq(unlike[c], zero))) Settle(x, c, sums[c][0], sums[c][1], unlike[c]);
         }
-        Settle(x, open);
     }
 
     HWY_INLINE void AddPairs(const std::int16_t* pair, const std::int16_t* weights, Ints (&sums)[kChannels][2]) const {
@@ -326,35 +334,26 @@ private:
 
     // --- what the coarse integers leave open
 
-    HWY_NOINLINE void Settle(int x, const std::int32_t (&open)[kChannels][kRows]) {
+    HWY_NOINLINE void Settle(int x, int c, Ints lower, Ints upper, Shorts unlike) {
         const TapList& list = taps_.lists[x];
         const Shorts zero = hn::Zero(kShorts), most = hn::Set(kShorts, 255);
-        for (int c = 0; c < kChannels; ++c) {
-            const IntegerForm& form = FormOf(list, c);
-            const Ints spread = hn::Set(kInts, 2 * form.bound);
-            const Ints lower = hn::LoadU(kInts, open[c]), upper = hn::LoadU(kInts, open[c] + kIntLanes);
-            const Shorts highest = ToShorts(hn::ShiftRightSame(hn::Add(lower, spread), form.shift),
-                                            hn::ShiftRightSame(hn::Add(upper, spread), form.shift));
-            const Shorts byte = hn::Load(kShorts, bytes_[c]);
-            Shorts unproved = hn::VecFromMask(kShorts, hn::Ne(byte, hn::Min(hn::Max(highest, zero), most)));
-            if (hn::AllTrue(kShorts, hn::Eq(unproved, zero))) continue;
-            if (!kLuma || c > 0) {
-                TellFlat(list, c, &unproved);
-                if (hn::AllTrue(kShorts, hn::Eq(unproved, zero))) continue;
-            }
-
-            Ints fine[2] = {hn::Zero(kInts), hn::Zero(kInts)};
-            AddPairsOf(c, PairAt(list.first / 2), taps_.fine + static_cast<std::ptrdiff_t>(x) * kSets * taps_.stride,
-                       fine);
-            const Ints bound = hn::Set(kInts, form.bound);
-            const Ends a = FineEnds(hn::Add(lower, bound), fine[0], form);
-            const Ends b = FineEnds(hn::Add(upper, bound), fine[1], form);
-            const Shorts low = hn::Min(hn::Max(ToShorts(a.low, b.low), zero), most);
-            const Shorts high = hn::Min(hn::Max(ToShorts(a.high, b.high), zero), most);
-            const auto isOpen = hn::MaskFromVec(unproved);
-            hn::Store(hn::IfThenElse(isOpen, low, hn::Load(kShorts, bytes_[c])), kShorts, bytes_[c]);
-            if (!hn::AllFalse(kShorts, hn::And(isOpen, hn::Ne(low, high)))) SumInDoubles(x, c);
+        Shorts unproved = hn::VecFromMask(kShorts, hn::Ne(unlike, zero));
+        if (!kLuma || c > 0) {
+            TellFlat(list, c, &unproved);
+            if (hn::AllTrue(kShorts, hn::Eq(unproved, zero))) return;
         }
+
+        const IntegerForm& form = FormOf(list, c);
+        Ints fine[2] = {hn::Zero(kInts), hn::Zero(kInts)};
+        AddPairsOf(c, PairAt(list.first / 2), taps_.fine + static_cast<std::ptrdiff_t>(x) * kSets * taps_.stride, fine);
+        const Ints bound = hn::Set(kInts, form.bound);
+        const Ends a = FineEnds(hn::Add(lower, bound), fine[0], form);
+        const Ends b = FineEnds(hn::Add(upper, bound), fine[1], form);
+        const Shorts low = hn::Min(hn::Max(ToShorts(a.low, b.low), zero), most);
+        const Shorts high = hn::Min(hn::Max(ToShorts(a.high, b.high), zero), most);
+        const auto isOpen = hn::MaskFromVec(unproved);
+        hn::Store(hn::IfThenElse(isOpen, low, hn::Load(kShorts, bytes_[c])), kShorts, bytes_[c]);
+        if (!hn::AllFalse(kShorts, hn::And(isOpen, hn::Ne(low, high)))) SumInDoubles(x, c);
     }
 
     // Settles lanes of a channel whose span is one byte throughout.
@@ -518,6 +517,7 @@ private:
     int capacity_;  // in pairs
     int windowFirst_ = 0, windowEnd_ = 0;
     std::ptrdiff_t rowBytes_;
+    std::ptrdiff_t prefetched_ = 0;
     int pairsOfLoad_;
     Bytes fromBytes_;
 
