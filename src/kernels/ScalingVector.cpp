@@ -301,16 +301,24 @@ private:
     }
 
     HWY_INLINE void AddPairs(const std::int16_t* pair, const std::int16_t* weights, Ints (&sums)[kChannels][2]) const {
-        for (int k = 0; k < pairs_; ++k, pair += kPairSize, weights += 2) {
-            if constexpr (kLuma) {
-                for (int p = 0; p < kPlanes; ++p) {
-                    const Shorts weight = PairOfWeights(weights + static_cast<std::ptrdiff_t>(p) * taps_.stride);
-                    AddPair(pair + 2 * kRows * p, weight, sums[p < 3 ? 0 : p - 2]);
-                }
-            } else {
-                const Shorts weight = PairOfWeights(weights);
-                for (int c = 0; c < kChannels; ++c) AddPair(pair + 2 * kRows * c, weight, sums[c]);
+        int k = 0;
+        for (; k + 2 <= pairs_; k += 2, pair += 2 * kPairSize, weights += 4) {
+            AddAllOfPair(pair, weights, sums);
+            AddAllOfPair(pair + kPairSize, weights + 2, sums);
+        }
+        if (k < pairs_) AddAllOfPair(pair, weights, sums);
+    }
+
+    HWY_INLINE void AddAllOfPair(const std::int16_t* pair, const std::int16_t* weights,
+                                 Ints (&sums)[kChannels][2]) const {
+        if constexpr (kLuma) {
+            for (int p = 0; p < kPlanes; ++p) {
+                const Shorts weight = PairOfWeights(weights + static_cast<std::ptrdiff_t>(p) * taps_.stride);
+                AddPair(pair + 2 * kRows * p, weight, sums[p < 3 ? 0 : p - 2]);
             }
+        } else {
+            const Shorts weight = PairOfWeights(weights);
+            for (int c = 0; c < kChannels; ++c) AddPair(pair + 2 * kRows * c, weight, sums[c]);
         }
     }
 
