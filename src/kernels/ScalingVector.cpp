@@ -21,7 +21,7 @@ using Shorts = hn::Vec<decltype(kShorts)>;
 using Ints = hn::Vec<decltype(kInts)>;
 using Doubles = hn::Vec<decltype(kDoubles)>;
 constexpr int kByteLanes = static_cast<int>(hn::MaxLanes(hn::ScalableTag<std::uint8_t>()));
-constexpr int kIntLanes = kByteLanes / 4, kShortLanes = kByteLanes / 2;
+constexpr int kIntLanes = kByteLanes / 4;
 
 // --- arithmetic -----------------------------------------------------------------------------------------------------
 
@@ -162,19 +162,22 @@ public:
         for (int i = 0; i < RowBlock::kMaxPitch + 1; ++i) channelOf_[i] = kChannels;  // a row of zeros
         for (int c = 0; c < kChannels; ++c) channelOf_[block.byteOf[c]] = c;
         std::memset(bytes_, 0, sizeof bytes_);
+        inOrder_ = block.pitch == 2 * kWords;
+        for (int c = 0; c < kChannels; ++c) inOrder_ = inOrder_ && block.byteOf[c] == c;
     }
 
     void Run() {
         const std::int16_t* coarse = taps_.coarse;
         for (int x = 0; x < taps_.count; ++x, coarse += kSets * taps_.stride) {
             Column(x, coarse);
-            Put(x);
         }
         Flush(taps_.count);
     }
 
 private:
     static constexpr int kSets = kLuma ? 4 : 1;
+    static constexpr int kWords = (kChannels + 1) / 2;
+    alignas(16) static constexpr std::uint8_t kInTurn[16] = {0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15};
 
     // The first plane of a channel.
     static constexpr int PlaneOf(int channel) { return kLuma && channel > 0 ? channel + 2 : channel; }
@@ -262,7 +265,7 @@ private:
         const TapList& list = taps_.lists[x];
         if (list.taps == 0) {
             for (int c = 0; c < kChannels; ++c) hn::Store(hn::Zero(kShorts), kShorts, bytes_[c]);
-            return;
+            return Put(x);
         }
         const int first = list.first / 2;
         Provide(first, first + pairs_);
@@ -270,7 +273,12 @@ private:
             kChannels > 1 || !kLuma ? list.form.usable && (!kLuma || list.lumaForm.usable) : list.lumaForm.usable;
         if (!usable) {
             for (int c = 0; c < kChannels; ++c) SumInDoubles(x, c);
-            return;
+            return Put(x);
+        }
+
+        if (wasFlat_) {
+            wasFlat_ = TellAllFlat(list);
+            if (wasFlat_) return Put(x);
         }
 
         Ints sums[kChannels][2];
@@ -280,24 +288,39 @@ private:
         }
         AddPairs(PairAt(first), coarse, sums);
 
-        const Shorts zero = hn::Zero(kShorts), most = hn::Set(kShorts, 255);
-        Shorts unlike[kChannels], anyUnlike = zero;
+        const Shorts zero = hn::Zero(kShorts);
+        Shorts low[kWords * 2], high[kWords * 2];
+        for (int c = 0; c < kWords * 2; ++c) low[c] = high[c] = zero;
         for (int c = 0; c < kChannels; ++c) {
             const IntegerForm& form = FormOf(list, c);
             const Ints spread = hn::Set(kInts, 2 * form.bound);
-            const Shorts low =
-                ToShorts(hn::ShiftRightSame(sums[c][0], form.shift), hn::ShiftRightSame(sums[c][1], form.shift));
-            const Shorts high = ToShorts(hn::ShiftRightSame(hn::Add(sums[c][0], spread), form.shift),
-                                         hn::ShiftRightSame(hn::Add(sums[c][1], spread), form.shift));
-            const Shorts byte = hn::Min(hn::Max(low, zero), most);
-            unlike[c] = hn::Xor(byte, hn::Min(hn::Max(high, zero), most));
-            anyUnlike = hn::Or(anyUnlike, unlike[c]);
-            hn::Store(byte, kShorts, bytes_[c]);
+            low[c] = ToShorts(hn::ShiftRightSame(sums[c][0], form.shift), hn::ShiftRightSame(sums[c][1], form.shift));
+            high[c] = ToShorts(hn::ShiftRightSame(hn::Add(sums[c][0], spread), form.shift),
+                               hn::ShiftRightSame(hn::Add(sums[c][1], spread), form.shift));
         }
-        if (hn::AllTrue(kShorts, hn::Eq(anyUnlike, zero))) return;
+        Bytes bytes[kWords], unlike = hn::Zero(kBytes);
+        for (int w = 0; w < kWords; ++w) {
+            bytes[w] = ToBytes(low[2 * w], low[2 * w + 1]);
+            unlike = hn::Or(unlike, hn::Xor(bytes[w], ToBytes(high[2 * w], high[2 * w + 1])));
+        }
+        const bool proved = hn::AllTrue(kBytes, hn::Eq(unlike, hn::Zero(kBytes)));
+        if (proved && inOrder_) {
+            for (int w = 0; w < kWords; ++w) {
+                PutWord(hn::BitCast(kShorts, hn::TableLookupBytes(bytes[w], hn::LoadDup128(kBytes, kInTurn))));
+            }
+            return;
+        }
+        const Shorts most = hn::Set(kShorts, 255);
         for (int c = 0; c < kChannels; ++c) {
-            if (!hn::AllTrue(kShorts, hn::Eq(unlike[c], zero))) Settle(x, c, sums[c][0], sums[c][1], unlike[c]);
+            const Shorts byte = hn::Min(hn::Max(low[c], zero), most);
+            hn::Store(byte, kShorts, bytes_[c]);
+            if (proved) continue;
+            const Shorts open = hn::Xor(byte, hn::Min(hn::Max(high[c], zero), most));
+            if (!hn::AllTrue(kShorts, hn::Eq(open, zero))) {
+                if (Settle(x, c, sums[c][0], sums[c][1], open)) wasFlat_ = true;
+            }
         }
+        Put(x);
     }
 
     HWY_INLINE void AddPairs(const std::int16_t* pair, const std::int16_t* weights, Ints (&sums)[kChannels][2]) const {
@@ -342,13 +365,14 @@ private:
 
     // --- what the coarse integers leave open
 
-    HWY_NOINLINE void Settle(int x, int c, Ints lower, Ints upper, Shorts unlike) {
+    // True if all that was open was flat.
+    HWY_NOINLINE bool Settle(int x, int c, Ints lower, Ints upper, Shorts unlike) {
         const TapList& list = taps_.lists[x];
         const Shorts zero = hn::Zero(kShorts), most = hn::Set(kShorts, 255);
         Shorts unproved = hn::VecFromMask(kShorts, hn::Ne(unlike, zero));
         if (!kLuma || c > 0) {
             TellFlat(list, c, &unproved);
-            if (hn::AllTrue(kShorts, hn::Eq(unproved, zero))) return;
+            if (hn::AllTrue(kShorts, hn::Eq(unproved, zero))) return true;
         }
 
         const IntegerForm& form = FormOf(list, c);
@@ -362,6 +386,7 @@ private:
         const auto isOpen = hn::MaskFromVec(unproved);
         hn::Store(hn::IfThenElse(isOpen, low, hn::Load(kShorts, bytes_[c])), kShorts, bytes_[c]);
         if (!hn::AllFalse(kShorts, hn::And(isOpen, hn::Ne(low, high)))) SumInDoubles(x, c);
+        return false;
     }
 
     // Settles lanes of a channel whose span is one byte throughout.
@@ -395,9 +420,31 @@ private:
         *unproved = hn::IfThenZeroElse(settled, *unproved);
     }
 
+    // Where flat spans lie side by side, they are found without any sum. True if all channels of all rows have one.
+    HWY_NOINLINE bool TellAllFlat(const TapList& list) {
+        if (kLuma || list.flat == FlatResult::unknown) return false;
+        const int first = list.first / 2, last = first + (list.taps + 1) / 2 - 1;
+        CountRuns(first, last);
+        const Ints enough = hn::Set(kInts, last - first - 1), lower = hn::Set(kInts, 0xFFFF);
+        const Shorts less = hn::Set(kShorts, static_cast<std::int16_t>(list.flat == FlatResult::oneLess ? 1 : 0));
+        auto flat = hn::Eq(enough, enough);
+        for (int c = 0; c < kChannels; ++c) {
+            Ints byte[2];
+            for (int i = 0; i < 2; ++i) {
+                const Ints pair = hn::BitCast(kInts, hn::Load(kShorts, PairAt(last) + (2 * c + i) * kRows));
+                byte[i] = hn::And(pair, lower);
+                flat = hn::And(flat, hn::And(hn::Eq(byte[i], hn::ShiftRight<16>(pair)),
+                                             hn::Gt(hn::LoadU(kInts, runs_[c] + i * kIntLanes), enough)));
+            }
+            const Shorts bytes = hn::Max(hn::Sub(ToShorts(byte[0], byte[1]), less), hn::Zero(kShorts));
+            hn::Store(bytes, kShorts, bytes_[c]);
+        }
+        return hn::AllTrue(kInts, flat);
+    }
+
     // By channel and row: how many pairs up to `last`, of those from `first` on, are the same as the pair before.
     void CountRuns(int first, int last) {
-        if (runsEnd_ < first) {
+        if (runsEnd_ < first || runsEnd_ > last) {
             std::memset(runs_, 0, sizeof runs_);
             runsEnd_ = first;
         }
@@ -529,6 +576,7 @@ private:
     int pairsOfLoad_;
     Bytes fromBytes_;
 
+    bool wasFlat_ = false;  // the column before
     int runsEnd_ = -1;
     std::int32_t runs_[kPlanes][kRows];
 
@@ -536,6 +584,7 @@ private:
     int channelOf_[RowBlock::kMaxPitch + 1];
     alignas(64) std::int16_t words_[8][kRows];
     int wordCount_ = 0;
+    bool inOrder_;            // groups of whole words, of channel 0, 1, ...
     std::ptrdiff_t put_ = 0;  // bytes of each row
 };
 
@@ -629,8 +678,21 @@ std::uint8_t ByteOfDoubles(const Stack& s, std::ptrdiff_t at) {
     return static_cast<std::uint8_t>(!(value > 0.0) ? 0 : value < 255.0 ? static_cast<int>(value) : 255);
 }
 
+// Settles a vector of columns that are flat, without any sum. False if one of them is not.
+HWY_INLINE bool TellAllFlat(const Stack& s, std::ptrdiff_t at) {
+    const Bytes first = LoadRow(s, 0, at);
+    auto isFlat = hn::Eq(first, LoadRow(s, s.list.taps - 1, at));
+    if (s.list.flat == FlatResult::unknown || !hn::AllTrue(kBytes, isFlat)) return false;
+    for (int k = 1; k < s.list.taps; ++k) isFlat = hn::And(isFlat, hn::Eq(first, LoadRow(s, k, at)));
+    if (!hn::AllTrue(kBytes, isFlat)) return false;
+    const Bytes less = hn::Set(kBytes, static_cast<std::uint8_t>(s.list.flat == FlatResult::oneLess ? 1 : 0));
+    hn::StoreU(hn::SaturatedSub(first, less), kBytes, s.stack.dst + at);
+    return true;
+}
+
 // Settles what the coarse sums of one vector of columns, which have the lower end in them, leave open.
-HWY_NOINLINE void SettleColumns(const Stack& s, std::ptrdiff_t at, const std::int32_t* open) {
+// True if all that was open was flat.
+HWY_NOINLINE bool SettleColumns(const Stack& s, std::ptrdiff_t at, const std::int32_t* open) {
     const IntegerForm& form = s.list.form;
     Ints sums[4];
     for (int i = 0; i < 4; ++i) sums[i] = hn::LoadU(kInts, open + i * kIntLanes);
@@ -658,13 +720,56 @@ HWY_NOINLINE void SettleColumns(const Stack& s, std::ptrdiff_t at, const std::in
         const Bytes lowest = BytesOf(low, 0);
         byte = hn::IfThenElse(isOpen, lowest, byte);
         isOpen = hn::And(isOpen, hn::Ne(lowest, BytesOf(high, 0)));
-        if (!hn::AllFalse(kBytes, isOpen)) return SumInDoubles(s, at);
+        if (!hn::AllFalse(kBytes, isOpen)) {
+            SumInDoubles(s, at);
+            return false;
+        }
+        hn::StoreU(byte, kBytes, s.stack.dst + at);
+        return false;
     }
     hn::StoreU(byte, kBytes, s.stack.dst + at);
+    return true;
+}
+
+// The same where few columns are open, one by one. Their bits are set in `bits`.
+HWY_NOINLINE void SettleFewColumns(const Stack& s, std::ptrdiff_t at, const std::int32_t* open, std::uint32_t bits) {
+    const IntegerForm& form = s.list.form;
+    const int taps = s.list.taps, shift = form.shift + form.fineShift;
+    for (; bits != 0; bits &= bits - 1) {
+        const int column = __builtin_ctz(bits);
+        std::uint8_t* const byte = s.stack.dst + at + column;
+        const int first = s.stack.rows[0][at + column];
+        std::int32_t fine = 0;
+        int unlike = 0;
+        for (int k = 0; k < taps; ++k) {
+            const int sample = s.stack.rows[k][at + column];
+            fine += sample * s.fine[k];
+            unlike |= sample ^ first;
+        }
+        if (unlike == 0 && s.list.flat != FlatResult::unknown) {
+            *byte = static_cast<std::uint8_t>(first - (s.list.flat == FlatResult::oneLess && first > 0 ? 1 : 0));
+            continue;
+        }
+        // The sums lie as Columns made them: in every 16 columns, four in each vector.
+        const std::int32_t coarse = open[column % 16 / 4 * kIntLanes + column / 16 * 4 + column % 4] + form.bound;
+        const std::int32_t whole = coarse >> form.shift, fraction = coarse & ((std::int32_t{1} << form.shift) - 1);
+        const std::int32_t sum = fraction * (std::int32_t{1} << form.fineShift) + fine;
+        const std::int32_t low = whole + ((sum - form.fineBound) >> shift);
+        const std::int32_t high = whole + ((sum + form.fineBound) >> shift);
+        *byte = low == high ? static_cast<std::uint8_t>(low < 0     ? 0
+                                                        : low > 255 ? 255
+                                                                    : low)
+                            : ByteOfDoubles(s, at + column);
+    }
 }
 
 template <int kVectors>
-HWY_INLINE void Columns(const Stack& s, std::ptrdiff_t at) {
+HWY_INLINE void Columns(const Stack& s, std::ptrdiff_t at, bool* wasFlat) {
+    constexpr int kFew = 4;
+    if (*wasFlat) {
+        for (int v = 0; v < kVectors; ++v) *wasFlat = *wasFlat && TellAllFlat(s, at + v * kByteLanes);
+        if (*wasFlat) return;
+    }
     const IntegerForm& form = s.list.form;
     Ints sums[kVectors][4];
     for (int v = 0; v < kVectors; ++v) {
@@ -674,13 +779,20 @@ HWY_INLINE void Columns(const Stack& s, std::ptrdiff_t at) {
     const Ints spread = hn::Set(kInts, 2 * form.bound);
     for (int v = 0; v < kVectors; ++v) {
         const Bytes low = BytesOf(sums[v], form.shift);
-        if (HWY_LIKELY(hn::AllTrue(kBytes, hn::Eq(low, BytesOf(sums[v], spread, form.shift))))) {
-            hn::StoreU(low, kBytes, s.stack.dst + at + v * kByteLanes);
-            continue;
-        }
+        const auto isOpen = hn::Ne(low, BytesOf(sums[v], spread, form.shift));
+        hn::StoreU(low, kBytes, s.stack.dst + at + v * kByteLanes);
+        if (HWY_LIKELY(hn::AllFalse(kBytes, isOpen))) continue;
         std::int32_t open[4 * kIntLanes];
         for (int i = 0; i < 4; ++i) hn::StoreU(sums[v][i], kInts, open + i * kIntLanes);
-        SettleColumns(s, at + v * kByteLanes, open);
+        std::uint32_t bits = 0;
+        std::uint8_t mask[8] = {};
+        hn::StoreMaskBits(kBytes, isOpen, mask);
+        std::memcpy(&bits, mask, sizeof bits);
+        if (__builtin_popcount(bits) <= kFew) {
+            SettleFewColumns(s, at + v * kByteLanes, open, bits);
+        } else {
+            *wasFlat = SettleColumns(s, at + v * kByteLanes, open);
+        }
     }
 }
 
@@ -696,9 +808,10 @@ void AcrossRows(const RowStack& stack) {
         return;
     }
     if (list.form.usable) {
-        for (; i + 2 * kByteLanes <= stack.count; i += 2 * kByteLanes) Columns<2>(s, i);
-        for (; i + kByteLanes <= stack.count; i += kByteLanes) Columns<1>(s, i);
-        if (i < stack.count) Columns<1>(s, stack.count - kByteLanes);
+        bool wasFlat = false;
+        for (; i + 2 * kByteLanes <= stack.count; i += 2 * kByteLanes) Columns<2>(s, i, &wasFlat);
+        for (; i + kByteLanes <= stack.count; i += kByteLanes) Columns<1>(s, i, &wasFlat);
+        if (i < stack.count) Columns<1>(s, stack.count - kByteLanes, &wasFlat);
     } else {
         for (; i + kByteLanes <= stack.count; i += kByteLanes) SumInDoubles(s, i);
         if (i < stack.count) SumInDoubles(s, stack.count - kByteLanes);
