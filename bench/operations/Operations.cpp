@@ -26,7 +26,7 @@
 #include "filters/OilFilter.h"
 #include "filters/RightAngle.h"
 #include "filters/SolarizeFilter.h"
-#include "filters/TransferFilter.h"
+#include "filters/StampFilter.h"
 #include "filters/Unsharp.h"
 #include "host/HostCalls.h"
 #include "kernels/KernelTable.h"
@@ -140,10 +140,13 @@ Operation InPlace(std::string id, std::string title, Source source, Work work) {
 
 enum Kernel : int { triangle = 1, box, lanczos3, lanczos8, mitchell, poly3, cubic };
 
-Operation Scaling(std::string id, std::string title, Source source, Size size, Kernel kernel) {
-    return Between(std::move(id), std::move(title), source, size, source.format, [=](REALobject from, REALobject to) {
+Operation ScalingTo(int format, std::string id, std::string title, Source source, Size size, Kernel kernel) {
+    return Between(std::move(id), std::move(title), source, size, format, [=](REALobject from, REALobject to) {
         return PictureScaleZOR(to, from, nullptr, kernel, size.width, size.height) != 0;
     });
+}
+Operation Scaling(std::string id, std::string title, Source source, Size size, Kernel kernel) {
+    return ScalingTo(source.format, std::move(id), std::move(title), source, size, kernel);
 }
 Operation ScalingOnTwoThreads(std::string id, std::string title, Source source, Size size, Kernel kernel) {
     return Between(std::move(id), std::move(title), source, size, source.format, [=](REALobject from, REALobject to) {
@@ -174,6 +177,8 @@ void AddScaling(std::vector<Operation>& all) {
     all.push_back(Scaling("scale/lanczos3-quarter-gray", "lanczos3 to 1500x1000, gray", kGray, kQuarter, lanczos3));
     all.push_back(
         Scaling("scale/lanczos3-quarter-cmyk", "lanczos3 to 1500x1000, CMYK", kPhotoCMYK, kQuarter, lanczos3));
+    all.push_back(ScalingTo(ImageFormatG, "scale/lanczos3-quarter-rgb-to-gray", "lanczos3 to 1500x1000, RGB to gray",
+                            kPhoto, kQuarter, lanczos3));
     all.push_back(Scaling("scale/lanczos3-up", "lanczos3, 1500x1000 to 6000x4000", small, kWhole, lanczos3));
     all.push_back(Scaling("scale/cubic-up", "cubic, 1500x1000 to 6000x4000", small, kWhole, cubic));
     all.push_back(Scaling("scale/triangle-up", "triangle, 1500x1000 to 6000x4000", small, kWhole, triangle));
@@ -239,6 +244,12 @@ void AddTone(std::vector<Operation>& all) {
                        [](Object s, Object d) { return GammaFilterRGB(s, d, 2.2, 1.8, 1.4); }));
     all.push_back(Into("tone/gamma-rgba", "gamma by channel, RGBA with alpha", kPhotoRGBA,
                        [](Object s, Object d) { return GammaFilterRGBA(s, d, 2.2, 1.8, 1.4, 1.1); }));
+    all.push_back(Between("tone/gamma-to-bgra", "gamma, one table, RGB to BGRA", kPhoto, kWhole, ImageFormatBGRA,
+                          [](Object s, Object d) {
+                              const Object result = GammaFilterG(s, d, 2.2);
+                              REALUnlockObject(result);
+                              return result == d;
+                          }));
     all.push_back(Into("tone/gain", "gain", kPhoto, [](Object s, Object d) { return GainFilter(s, d, 0.6, 0.4); }));
     all.push_back(Into("tone/solarize", "solarize", kPhoto, [](Object s, Object d) { return SolarizeFilter(s, d); }));
     all.push_back(Into("tone/engrave", "engrave", kPhoto, [](Object s, Object d) { return EngraveFilter(s, d, 1); }));
@@ -249,6 +260,8 @@ void AddTone(std::vector<Operation>& all) {
         Into("tone/dither-6x6", "dither 6x6", kPhoto, [](Object s, Object d) { return DitherFilter(s, d, 5, 4); }));
     all.push_back(Into("tone/neon", "neon", kPhoto, [](Object s, Object d) { return NeonFilter(s, d); }));
     all.push_back(Into("tone/diffuse", "diffuse", kPhoto, [](Object s, Object d) { return DifuseFilter(s, d, 4); }));
+    all.push_back(Making("tone/stamp", "stamp, radius 4, gray", kGray,
+                         [](Object image) { return StampFilter(image, nullptr, 4, 0.45, 0.3, 0x203040, 0xF5E6C8); }));
     all.push_back(
         Into("tone/oil-3", "oil, range 3", kPhoto, [](Object s, Object d) { return OilFilter(s, d, 20, 3); }));
     all.push_back(
@@ -391,10 +404,12 @@ void AddBlends(std::vector<Operation>& all) {
     constexpr Source kSmooth{Scene::smooth};
     constexpr Source kSmoothRGBA{Scene::smooth, Layout::rgba, ImageFormatRGBA};
     constexpr Source kSmoothGray{Scene::smooth, Layout::gray, ImageFormatG};
+    constexpr Source kSmoothBGRA{Scene::smooth, Layout::rgba, ImageFormatBGRA};
     all.push_back(Blend("blend/rgb-by-gray", "masked blend, RGB by gray", kPhoto, kSmooth, kMask, false));
     all.push_back(Blend("blend/rgba-by-gray", "masked blend, RGBA by gray", kPhotoRGBA, kSmoothRGBA, kMask, false));
     all.push_back(Blend("blend/premultiplied", "masked blend, RGBA premultiplied by gray", kPhotoRGBA, kPremultiplied,
                         kMask, true));
+    all.push_back(Blend("blend/bgra-on-rgb", "masked blend, BGRA on RGB by gray", kPhoto, kSmoothBGRA, kMask, false));
     all.push_back(Blend("blend/gray-by-gray", "masked blend, gray by gray", kGray, kSmoothGray, kMask, false));
     all.push_back(ColourBlend("blend/paint", "a colour painted through a mask", kMask, 0x3366CC, -1));
     all.push_back(ColourBlend("blend/constant", "blend by one mask colour", kSmooth, -1, 0x3366CC));

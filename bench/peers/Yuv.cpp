@@ -96,9 +96,9 @@ int main(int argc, char** argv) {
          [] {
              const Picture& from = kRGBA.picture();
              const auto to = std::make_shared<std::vector<std::uint8_t>>(from.bytes.size());
-             const auto sums = std::make_shared<std::vector<std::int32_t>>(std::size_t{kWidth} * 4 * (2 * 5 + 2 + 1));
+             const auto sums = std::make_shared_for_overwrite<std::int32_t[]>(std::size_t{kWidth} * 4 * (kHeight + 1));
              return Run{[=, &from] {
-                            return libyuv::ARGBBlur(from.bytes.data(), kWidth * 4, to->data(), kWidth * 4, sums->data(),
+                            return libyuv::ARGBBlur(from.bytes.data(), kWidth * 4, to->data(), kWidth * 4, sums.get(),
                                                     kWidth * 4, kWidth, kHeight, 5) == 0;
                         },
                         nullptr};
