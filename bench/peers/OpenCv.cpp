@@ -110,6 +110,8 @@ Operation Rotation(std::string id, Source source) {
 
 int main(int argc, char** argv) {
     cv::setNumThreads(1);
+    const auto setColour = [](cv::Mat& image) { image.setTo(cv::Scalar(10, 20, 30, 255)); };
+    const auto setNoise = [](cv::Mat& image) { cv::randu(image, cv::Scalar::all(0), cv::Scalar::all(256)); };
     const std::string direct = "cubic through four pixels", toDest = "into another picture";
     const std::vector<Operation> all{
         Resize("scale/cubic-up", kSmall, kWidth, kHeight, cv::INTER_CUBIC, direct),
@@ -174,8 +176,8 @@ int main(int argc, char** argv) {
         Rotation("turn/30-gray", kGray),
         InPlace("fill/clear", kPhoto, [](cv::Mat& image) { image.setTo(cv::Scalar::all(0)); }),
         InPlace("fill/value", kPhoto, [](cv::Mat& image) { image.setTo(cv::Scalar::all(7)); }),
-        InPlace("fill/colour", kPhoto, [](cv::Mat& image) { image.setTo(cv::Scalar(10, 20, 30)); }),
-        InPlace("fill/colour-rgba", kRGBA, [](cv::Mat& image) { image.setTo(cv::Scalar(10, 20, 30, 255)); }, "alpha too"),
+        InPlace("fill/colour", kPhoto, setColour),
+        InPlace("fill/colour-rgba", kRGBA, setColour, "alpha too"),
         InPlace("fill/invert", kPhoto, [](cv::Mat& image) { cv::bitwise_not(image, image); }),
         InPlace("fill/invert-cmyk", kCMYK, [](cv::Mat& image) { cv::bitwise_not(image, image); }),
         {"fill/lay-over", "", "the colour as a picture of its own",
@@ -188,8 +190,7 @@ int main(int argc, char** argv) {
                         },
                         [=] { MatrixOf(kPhoto.picture()).copyTo(*image); }};
          }},
-        InPlace("fill/random", kPhoto, [](cv::Mat& image) { cv::randu(image, cv::Scalar::all(0), cv::Scalar::all(256)); },
-                "another generator"),
+        InPlace("fill/random", kPhoto, setNoise, "another generator"),
         Into("copy/rgb-to-rgb", kPhoto, [](const cv::Mat& from, cv::Mat& to) { from.copyTo(to); }),
         Convert("copy/rgb-to-bgr", kPhoto, cv::COLOR_RGB2BGR),
         Convert("copy/rgb-to-gray", kPhoto, cv::COLOR_RGB2GRAY),
