@@ -181,6 +181,7 @@ void AddScaling(std::vector<Operation>& all) {
                             kPhoto, kQuarter, lanczos3));
     all.push_back(Scaling("scale/lanczos3-up", "lanczos3, 1500x1000 to 6000x4000", small, kWhole, lanczos3));
     all.push_back(Scaling("scale/cubic-up", "cubic, 1500x1000 to 6000x4000", small, kWhole, cubic));
+    all.push_back(Scaling("scale/poly3-up", "poly3, 1500x1000 to 6000x4000", small, kWhole, poly3));
     all.push_back(Scaling("scale/triangle-up", "triangle, 1500x1000 to 6000x4000", small, kWhole, triangle));
     all.push_back(Scaling("scale/cubic-quarter", "cubic to 1500x1000", kPhoto, kQuarter, cubic));
     all.push_back(Scaling("scale/triangle-quarter", "triangle to 1500x1000", kPhoto, kQuarter, triangle));

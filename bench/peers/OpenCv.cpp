@@ -115,6 +115,7 @@ int main(int argc, char** argv) {
     const std::string direct = "cubic through four pixels", toDest = "into another picture";
     const std::vector<Operation> all{
         Resize("scale/cubic-up", kSmall, kWidth, kHeight, cv::INTER_CUBIC, direct),
+        Resize("scale/poly3-up", kSmall, kWidth, kHeight, cv::INTER_CUBIC),
         Resize("scale/lanczos3-up", kSmall, kWidth, kHeight, cv::INTER_LANCZOS4, "lanczos of eight pixels"),
         Resize("scale/triangle-up", kSmall, kWidth, kHeight, cv::INTER_LINEAR),
         Resize("scale/box-quarter", kPhoto, kWidth / 4, kHeight / 4, cv::INTER_AREA),
