@@ -75,17 +75,13 @@ Operation Reduce(std::string id, Source source, int width, int height, VipsKerne
     const double across = static_cast<double>(kWidth) / width, down = static_cast<double>(kHeight) / height;
     return Of(
         std::move(id), source,
-        [=](VipsImage* in, VipsImage** out) {
-            return vips_reduce(in, out, across, down, "kernel", kernel, static_cast<void*>(nullptr));
-        },
+        [=](VipsImage* in, VipsImage** out) { return vips_reduce(in, out, across, down, "kernel", kernel, nullptr); },
         std::move(note));
 }
 Operation Enlarge(std::string id, VipsKernel kernel, std::string note = "") {
     return Of(
         std::move(id), kSmall,
-        [=](VipsImage* in, VipsImage** out) {
-            return vips_resize(in, out, 4.0, "kernel", kernel, static_cast<void*>(nullptr));
-        },
+        [=](VipsImage* in, VipsImage** out) { return vips_resize(in, out, 4.0, "kernel", kernel, nullptr); },
         std::move(note));
 }
 
@@ -96,10 +92,8 @@ Operation Matrix(std::string id, int side, std::vector<double> weights, double d
             Image mask(vips_image_new_matrix_from_array(side, static_cast<int>(weights.size()) / side, weights.data(),
                                                         static_cast<int>(weights.size())));
             vips_image_set_double(mask.get(), "scale", divisor);
-            return side > 5 ? vips_convsep(in, out, mask.get(), "precision", VIPS_PRECISION_INTEGER,
-                                           static_cast<void*>(nullptr))
-                            : vips_conv(in, out, mask.get(), "precision", VIPS_PRECISION_INTEGER,
-                                        static_cast<void*>(nullptr));
+            return side > 5 ? vips_convsep(in, out, mask.get(), "precision", VIPS_PRECISION_INTEGER, nullptr)
+                            : vips_conv(in, out, mask.get(), "precision", VIPS_PRECISION_INTEGER, nullptr);
         },
         std::move(note));
 }
@@ -110,7 +104,7 @@ Operation Table(std::string id, Source source, int channels) {
     return Of(std::move(id), source, [=](VipsImage* in, VipsImage** out) {
         const Image table(
             vips_image_new_from_memory_copy(values.data(), values.size(), 256, 1, channels, VIPS_FORMAT_UCHAR));
-        return vips_maplut(in, out, table.get(), static_cast<void*>(nullptr));
+        return vips_maplut(in, out, table.get(), nullptr);
     });
 }
 
@@ -119,10 +113,10 @@ Operation Bands(std::string id, Source source, std::vector<int> order) {
         std::vector<Image> bands(order.size());
         std::vector<VipsImage*> pointers;
         for (std::size_t i = 0; i < order.size(); ++i) {
-            if (vips_extract_band(in, bands[i].out(), order[i], static_cast<void*>(nullptr)) != 0) return -1;
+            if (vips_extract_band(in, bands[i].out(), order[i], nullptr) != 0) return -1;
             pointers.push_back(bands[i].get());
         }
-        return vips_bandjoin(pointers.data(), out, static_cast<int>(order.size()), static_cast<void*>(nullptr));
+        return vips_bandjoin(pointers.data(), out, static_cast<int>(order.size()), nullptr);
     });
 }
 
@@ -133,14 +127,12 @@ Operation Blend(std::string id, Source target, Source layer) {
                 return Run{[=] {
                                Image result;
                                return vips_ifthenelse(mask->get(), above->get(), below->get(), result.out(), "blend",
-                                                      TRUE, static_cast<void*>(nullptr)) == 0 &&
+                                                      TRUE, nullptr) == 0 &&
                                       Compute(result.get());
                            },
                            nullptr};
             }};
 }
-
-constexpr void* kEnd = nullptr;
 
 }  // namespace
 
@@ -151,21 +143,21 @@ int main(int argc, char** argv) {
     const int quarterWidth = kWidth / 4, quarterHeight = kHeight / 4;
     const std::string toDest = "into another picture";
     const auto turn = [](VipsAngle angle) -> Build {
-        return [=](VipsImage* in, VipsImage** out) { return vips_rot(in, out, angle, kEnd); };
+        return [=](VipsImage* in, VipsImage** out) { return vips_rot(in, out, angle, nullptr); };
     };
     const auto flip = [](VipsDirection direction) -> Build {
-        return [=](VipsImage* in, VipsImage** out) { return vips_flip(in, out, direction, kEnd); };
+        return [=](VipsImage* in, VipsImage** out) { return vips_flip(in, out, direction, nullptr); };
     };
-    const Build invert = [](VipsImage* in, VipsImage** out) { return vips_invert(in, out, kEnd); };
+    const Build invert = [](VipsImage* in, VipsImage** out) { return vips_invert(in, out, nullptr); };
     const Build rotate = [](VipsImage* in, VipsImage** out) {
         double white[] = {255, 255, 255};
         VipsArrayDouble* const colour = vips_array_double_new(white, in->Bands);
-        const int result = vips_rotate(in, out, -30.0, "background", colour, kEnd);
+        const int result = vips_rotate(in, out, -30.0, "background", colour, nullptr);
         vips_area_unref(VIPS_AREA(colour));
         return result;
     };
     const Build toGray = [](VipsImage* in, VipsImage** out) {
-        return vips_colourspace(in, out, VIPS_INTERPRETATION_B_W, kEnd);
+        return vips_colourspace(in, out, VIPS_INTERPRETATION_B_W, nullptr);
     };
     std::vector<Operation> all{
         Reduce("scale/lanczos3-quarter-photo", kPhoto, quarterWidth, quarterHeight, VIPS_KERNEL_LANCZOS3),
@@ -185,14 +177,15 @@ int main(int argc, char** argv) {
         Reduce("scale/triangle-quarter", kPhoto, quarterWidth, quarterHeight, VIPS_KERNEL_LINEAR),
         Reduce("scale/mitchell-quarter", kPhoto, quarterWidth, quarterHeight, VIPS_KERNEL_MITCHELL),
         Of("scale/box-quarter", kPhoto,
-           [](VipsImage* in, VipsImage** out) { return vips_shrink(in, out, 4, 4, kEnd); }),
+           [](VipsImage* in, VipsImage** out) { return vips_shrink(in, out, 4, 4, nullptr); }),
         Of("scale/nearest-half", kPhoto,
-           [](VipsImage* in, VipsImage** out) { return vips_subsample(in, out, 2, 2, kEnd); }),
-        Of("scale/nearest-up", kSmall, [](VipsImage* in, VipsImage** out) { return vips_zoom(in, out, 4, 4, kEnd); }),
+           [](VipsImage* in, VipsImage** out) { return vips_subsample(in, out, 2, 2, nullptr); }),
+        Of("scale/nearest-up", kSmall,
+           [](VipsImage* in, VipsImage** out) { return vips_zoom(in, out, 4, 4, nullptr); }),
         Of("scale/nearest-half-rgba", kRGBA,
-           [](VipsImage* in, VipsImage** out) { return vips_subsample(in, out, 2, 2, kEnd); }),
+           [](VipsImage* in, VipsImage** out) { return vips_subsample(in, out, 2, 2, nullptr); }),
         Of("scale/nearest-half-gray", kGray,
-           [](VipsImage* in, VipsImage** out) { return vips_subsample(in, out, 2, 2, kEnd); }),
+           [](VipsImage* in, VipsImage** out) { return vips_subsample(in, out, 2, 2, nullptr); }),
         Matrix("blur/box-5", 11, std::vector<double>(11, 1), 11, "as a convolution of eleven equal weights, both ways"),
         Matrix("matrix/3x3", 3, {-1, -1, -1, -1, 9, -1, -1, -1, -1}, 1),
         Matrix("matrix/3x3-divided", 3, {1, 2, 1, 2, 4, 2, 1, 2, 1}, 16),
@@ -222,20 +215,21 @@ int main(int argc, char** argv) {
             "fill/lay-over", kPhoto,
             [](VipsImage* in, VipsImage** out) {
                 const double factors[] = {0.6, 0.6, 0.6}, offsets[] = {80, 8, 12};
-                return vips_linear(in, out, factors, offsets, 3, "uchar", TRUE, kEnd);
+                return vips_linear(in, out, factors, offsets, 3, "uchar", TRUE, nullptr);
             },
             toDest),
         Of(
-            "copy/rgb-to-rgb", kPhoto, [](VipsImage* in, VipsImage** out) { return vips_copy(in, out, kEnd); }, toDest),
+            "copy/rgb-to-rgb", kPhoto, [](VipsImage* in, VipsImage** out) { return vips_copy(in, out, nullptr); },
+            toDest),
         Bands("copy/rgb-to-bgr", kPhoto, {2, 1, 0}),
         Of("copy/rgb-to-gray", kPhoto, toGray, "luminance of linear light"),
         Of(
             "copy/rgb-to-rgba", kPhoto,
-            [](VipsImage* in, VipsImage** out) { return vips_bandjoin_const1(in, out, 255, kEnd); }, "fills alpha"),
+            [](VipsImage* in, VipsImage** out) { return vips_bandjoin_const1(in, out, 255, nullptr); }, "fills alpha"),
         Bands("copy/gray-to-rgb", kGray, {0, 0, 0}),
         Bands("copy/rgba-to-bgra", kRGBA, {2, 1, 0, 3}),
         Of("copy/rgba-to-rgb", kRGBA,
-           [](VipsImage* in, VipsImage** out) { return vips_extract_band(in, out, 0, "n", 3, kEnd); }),
+           [](VipsImage* in, VipsImage** out) { return vips_extract_band(in, out, 0, "n", 3, nullptr); }),
         Bands("copy/cmyk-to-kymc", kCMYK, {3, 2, 1, 0}),
         Blend("blend/rgb-by-gray", kPhoto, kLayer),
         Blend("blend/gray-by-gray", kGray, kLayerGray),
