@@ -12,28 +12,12 @@ constexpr int kBytes = 256;
 
 // --- luminance ------------------------------------------------------------------------------------------------------
 
-// The three are summed in double precision.
-LuminanceParts MakeLuminanceParts() {
-    LuminanceParts parts;
-    for (int i = 0; i < kBytes; ++i) {
-        parts.red[i] = 0.177 * i;
-        parts.green[i] = 0.813 * i;
-        parts.blue[i] = 0.01 * i;
-    }
-    return parts;
-}
-
-// Counts wrap at 32 bits, as image files can hold more pixels than that.
-struct Histogram {
-    std::uint32_t count[kBytes];
-};
-
 // The channels are found out for every row: the application can close an image or build it anew in its turns.
 void CountRow(const RowSpan& row, const ImageClassData* record, const PixelRect& rect, const LuminanceParts& parts,
-              Histogram* histogram) {
+              LevelCounts* counts) {
     const Layer rgb = LayerOfRows(rect.x, OffsetsOf(record, ColoursOf(PixelFamily::rgb)), record->PixelSize);
     WorkRow({&rgb, 1, rect.width, 1, nullptr, true, false}, &row, 0,
-            [&](const RunSet& runs) { Kernels().tone.luminance(runs.run[0], runs.count, parts, histogram->count); });
+            [&](const RunSet& runs) { Kernels().tone.luminance(runs.run[0], runs.count, parts, counts); });
 }
 
 // --- limits ---------------------------------------------------------------------------------------------------------
@@ -53,11 +37,11 @@ int LargestLevelUpTo(const int* cumulative, int threshold) {
 }
 
 // The thresholds are worked out in single precision, which for large images is coarser than one pixel.
-Limits LimitsOf(const Histogram& histogram) {
+Limits LimitsOf(const LevelCounts& counts) {
     int cumulative[kBytes];
-    std::uint32_t sum = 0;
+    std::uint32_t sum = 0;  // wraps, as image files can hold more pixels
     for (int i = 0; i < kBytes; ++i) {
-        sum += histogram.count[i];
+        for (const auto& lane : counts.lane) sum += lane[i];
         cumulative[i] = static_cast<int>(sum);
     }
     const float total = static_cast<float>(cumulative[kBytes - 1]);
@@ -89,10 +73,10 @@ REALboolean AutoLevel5(REALobject object, int x, int y, int width, int height) {
     const PixelRect rect = ReduceToImage(record, {x, y, width, height});
     if (rect.IsEmpty() || !IsUsable(record)) return false;
     YieldIfAsked(record);
-    const LuminanceParts parts = MakeLuminanceParts();
-    Histogram histogram{};
-    WalkRows(record, rect, [&](const RowSpan& row) { CountRow(row, record, rect, parts, &histogram); });
-    const ByteTable table = StretchTable(LimitsOf(histogram));
+    const LuminanceParts parts = MakeLuminanceParts(177, 813, 10);
+    LevelCounts counts{};
+    WalkRows(record, rect, [&](const RowSpan& row) { CountRow(row, record, rect, parts, &counts); });
+    const ByteTable table = StretchTable(LimitsOf(counts));
     const ByteTable tables[] = {table, table, table};
     const PixelSide side = SideOf(record, ColoursOf(PixelFamily::rgb));
     MapThroughTables({side, side}, rect, tables);

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "filters/ByteRuns.h"
 #include "filters/FilterFrame.h"
-#include "filters/PixelSide.h"
 #include "kernels/KernelTable.h"
 
 namespace zor {
@@ -26,22 +26,38 @@ bool CopyRow(ImageClassData* src, int y, std::int64_t rowSize, const RowSpan& co
     return static_cast<bool>(row);
 }
 
-// A pixel of which some bytes do not exist, in the image or behind the copies of short rows.
-void GlowAtEdge(const RunSet& runs) {
-    const auto sample = [&](int layer, int channel) -> std::uint8_t& {
-        return runs.run[layer].pixels[runs.run[layer].channels.offset[channel]];
+// Layers: the result, the row, the same one pixel further on, the row below. The copies of rows share no byte with the
+// result.
+enum GlowLayer { kDst, kHere, kAside, kBelow };
+
+void GlowInOrder(const RunSet& runs) {
+    const auto sample = [&](GlowLayer layer, std::ptrdiff_t i, int channel) -> std::uint8_t& {
+        const PixelRun& run = runs.run[layer];
+        return run.pixels[i * run.step + run.channels.offset[channel]];
     };
-    for (int c = 0; c < runs.run[0].channels.count; ++c) {
-        const int here = sample(1, c), aside = here - sample(2, c), down = here - sample(3, c);
-        sample(0, c) = NeonGlow(aside * aside + down * down);
+    for (std::ptrdiff_t i = 0; i < runs.count; ++i) {
+        for (int c = 0; c < runs.run[kDst].channels.count; ++c) {
+            const int here = sample(kHere, i, c), aside = here - sample(kAside, i, c),
+                      down = here - sample(kBelow, i, c);
+            sample(kDst, i, c) = NeonGlow(aside * aside + down * down);
+        }
     }
+}
+
+template <class Glow>
+void GlowAsBytes(const RunSet& runs, Glow glow) {
+    const std::ptrdiff_t step = runs.run[kHere].step, first = runs.run[kHere].channels.lowest();
+    WorkOnBytes(runs, [&](const std::uint8_t* from, std::uint8_t* to, std::ptrdiff_t bytes, std::ptrdiff_t pixel) {
+        glow(from, from + step, runs.run[kBelow].pixels + pixel * step + first, to, bytes);
+    });
 }
 
 // The source's rows are copied before the destination's are written: a mapped row is good only until the next one,
 // and the two images may be one.
 void GlowRows(const PixelSides& sides, std::int64_t rowSize, RowSpan here, RowSpan below) {
     ImageClassData* const src = sides.src.record;
-    const auto glow = ByCount(Kernels().tone.glow, sides.count());
+    const bool asBytes = GoAsBytes(sides.src);
+    const auto glow = Kernels().tone.glow;
     const auto copied = [&](std::int64_t x) { return LayerOfRows(x, sides.src.channels, sides.src.pixelSize); };
     const Layer layers[] = {LayerOf(sides.dst, 0, 0), copied(0), copied(1), copied(0)};
     const Walk walk{layers, 4, src->Width, src->Height, nullptr, false, false};
@@ -51,8 +67,8 @@ void GlowRows(const PixelSides& sides, std::int64_t rowSize, RowSpan here, RowSp
         const RowSpan rows[] = {GetRowSpan(sides.dst.record, y), here, here, below};
         if (exists) {
             WorkRow(walk, rows, y, [&](const RunSet& runs) {
-                if (runs.sharing == Sharing::mixed) return GlowAtEdge(runs);
-                glow(runs.run[0], runs.run[1], runs.run[3], runs.count);
+                if (!asBytes || runs.sharing == Sharing::mixed) return GlowInOrder(runs);
+                GlowAsBytes(runs, glow);
             });
         }
         std::swap(here, below);

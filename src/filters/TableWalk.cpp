@@ -3,34 +3,59 @@
 #include <algorithm>
 #include <cstring>
 
+#include "filters/ByteRuns.h"
 #include "kernels/KernelTable.h"
 
 namespace zor {
 
-static bool AreEqual(const ByteTable* tables, int count) {
+namespace {
+
+bool AreEqual(const ByteTable* tables, int count) {
     for (int c = 1; c < count; ++c) {
         if (std::memcmp(&tables[c], &tables[0], sizeof(ByteTable)) != 0) return false;
     }
     return true;
 }
 
+// The tables in the order of the bytes of a pixel, from its first channel on. A byte between the channels takes any.
+struct TablesByPlace {
+    ByteTable table[kMaxByteStep];
+
+    TablesByPlace(const PixelSide& side, const ByteTable* tables) {
+        std::fill_n(table, kMaxByteStep, tables[0]);
+        const std::ptrdiff_t first = side.channels.lowest();
+        for (int c = 0; c < side.channels.count; ++c) table[side.channels.offset[c] - first] = tables[c];
+    }
+};
+
+}  // namespace
+
 void MapThroughTables(const PixelSides& sides, const PixelRect& area, const ByteTable* tables) {
     const int count = sides.count();
-    const bool asBytes = AreEqual(tables, count) && ShareWholePixels(sides);
-    const auto mapBytes = Kernels().bytes.map;
-    const auto map = ByCount(Kernels().tables.map, count);
+    if (count < 1) return;
+    const bool alike = AreEqual(tables, count);
+    const auto inOrder = [&](const RunSet& runs) {
+        MapInOrder(runs, [&](std::ptrdiff_t, std::uint8_t* samples) {
+            for (int c = 0; c < count; ++c) samples[c] = tables[c].entry[samples[c]];
+        });
+    };
+    if (!GoAsBytes(sides.src) || !(alike || AreDistinct(sides.src.channels))) {
+        WalkSides(sides, area, inOrder);
+        return;
+    }
+    const TablesByPlace places(sides.src, tables);
+    const int period = static_cast<int>(sides.src.pixelSize);
+    const auto map = Kernels().bytes.map;
+    const auto mapInTurn = Kernels().tables.mapInTurn;
     WalkSides(sides, area, [&](const RunSet& runs) {
-        const PixelRun &dst = runs.run[0], &src = runs.run[1];
-        if (runs.sharing == Sharing::mixed) {
-            MapInOrder(runs, [&](std::ptrdiff_t, std::uint8_t* samples) {
-                for (int c = 0; c < count; ++c) samples[c] = tables[c].entry[samples[c]];
-            });
-        } else if (asBytes) {
-            const std::ptrdiff_t first = src.channels.lowest();
-            mapBytes(src.pixels + first, dst.pixels + first, runs.count * count, tables[0].entry);
-        } else {
-            map(dst, src, runs.count, tables);
-        }
+        if (runs.sharing == Sharing::mixed) return inOrder(runs);
+        WorkOnBytes(runs, [&](const std::uint8_t* from, std::uint8_t* to, std::ptrdiff_t bytes, std::ptrdiff_t) {
+            if (alike) {
+                map(from, to, bytes, tables[0].entry);
+            } else {
+                mapInTurn(from, to, bytes, places.table, period);
+            }
+        });
     });
 }
 

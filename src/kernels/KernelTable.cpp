@@ -66,11 +66,11 @@ constexpr Slot kSlots[] = {
     SLOT(scaling.alongRows[kLumaOnly]),
     SLOT(scaling.alongRows[kLumaAndAlpha]),
     SLOT(scaling.acrossRows),
-    SLOTS_5(tables.map),
-    SLOTS_5(tables.cycle),
+    SLOT(tables.mapInTurn),
     SLOTS_5(tables.combine),
     SLOT(tone.luminance),
-    SLOTS_5(tone.glow),
+    SLOT(tone.glow),
+    SLOT(tone.dither),
     SLOT(blur.narrow.add),
     SLOT(blur.narrow.slide),
     SLOT(blur.narrow.divide),
@@ -124,7 +124,9 @@ void InitKernels_Vector(KernelTable* table, CpuTier tier) {
     InitBlend_##Tier(&table->blend);       \
     InitMatrix_##Tier(&table->matrix);     \
     InitGeometry_##Tier(&table->geometry); \
-    InitScaling_##Tier(&table->scaling)
+    InitScaling_##Tier(&table->scaling);   \
+    InitTables_##Tier(&table->tables);     \
+    InitTone_##Tier(&table->tone)
 #if defined(ZOR_KERNELS_X86)
     if (tier == CpuTier::sse4) {
         INIT_FAMILIES(Sse4);

@@ -1,5 +1,5 @@
 #pragma once
-// Kernels that pass the channels of pixels through tables of 256 bytes.
+// Kernels that pass bytes through tables.
 
 #include "kernels/PixelRun.h"
 
@@ -9,30 +9,27 @@ struct ByteTable {
     std::uint8_t entry[256];
 };
 
-// Tables that pixels take in turn.
-struct TableCycle {
-    const ByteTable* tables;
-    int length;  // 1 or more
-    int first;   // the one of the first pixel
-};
-
 // One byte for every pair of bytes.
 struct PairTable {
     std::uint8_t entry[256][256];
 };
 
-// By channel count, [0] for one channel. dst shares no byte with src, or each pixel is its own fellow.
 struct TablesKernels {
-    using Map = void (*)(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, const ByteTable* tables);
-    using Cycle = void (*)(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, const TableCycle& cycle);
+    // dst shares no byte with src, or each pixel is its own fellow.
     using Combine = void (*)(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count, const PairTable& table);
 
-    Map map[ChannelSet::kMax];      // channel c becomes the entry of tables[c] at the source's byte
-    Cycle cycle[ChannelSet::kMax];  // the same with one table for all channels of a pixel
-    // The entry at dst's byte and src's. A byte that is two channels of dst is combined twice.
+    // Tables take turns: dst[i] = tables[i % period].entry[src[i]]; the period is 1 or more. dst may be src itself;
+    // otherwise the two do not overlap.
+    void (*mapInTurn)(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, const ByteTable* tables,
+                      int period);
+    // The entry at dst's byte and src's, by channel count, [0] for one channel. A byte that is two channels of dst is
+    // combined twice.
     Combine combine[ChannelSet::kMax];
 };
 
 void InitTables_Plain(TablesKernels* kernels);
+void InitTables_Sse4(TablesKernels* kernels);
+void InitTables_Avx2(TablesKernels* kernels);
+void InitTables_Neon(TablesKernels* kernels);
 
 }  // namespace zor

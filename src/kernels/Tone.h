@@ -1,33 +1,80 @@
 #pragma once
-// Kernels that look at how bright pixels are.
+// Kernels that look at how bright pixels are, and those of ordered dither.
 
 #include "kernels/PixelRun.h"
 
 namespace zor {
 
-// What each channel adds to the luminance of a pixel. The three are summed from red to blue, which must stay below 256.
+// --- luminance ------------------------------------------------------------------------------------------------------
+
+// What each channel adds to the luminance of a pixel. The three are summed from red to blue in double precision, which
+// for some pixels falls short of the whole number that it would be.
 struct LuminanceParts {
+    int thousandths[3];  // of red, green and blue; 0 or more, 1000 together at most
     double red[256];
     double green[256];
     double blue[256];
+    std::uint8_t ofGray[256];  // where all three are the same
 };
+LuminanceParts MakeLuminanceParts(int red, int green, int blue);  // in thousandths
+
+// Counts in several lanes, to be added up: a counter that is counted up again at once would have to wait for itself.
+// They wrap at 32 bits.
+struct LevelCounts {
+    static constexpr int kLanes = 8;
+    std::uint32_t lane[kLanes][256];
+};
+
+// --- glow -----------------------------------------------------------------------------------------------------------
 
 // The glow of a sample whose squared differences to its two neighbours add up to that; 0 to 130050.
 std::uint8_t NeonGlow_Plain(int squares);
 std::uint8_t NeonGlow(int squares);
 
-struct ToneKernels {
-    using Glow = void (*)(const PixelRun& dst, const PixelRun& here, const PixelRun& below, std::ptrdiff_t count);
+// --- dither ---------------------------------------------------------------------------------------------------------
 
+// What a dither needs beside its matrix. A byte takes the upper of its two levels where remainder is not above the
+// threshold.
+struct DitherTables {
+    int levels;          // 2 to 256
+    int cells;           // of the matrix: its side squared, 256 at most
+    int level[256];      // bytes, 255 k / (levels - 1); the first `levels` count
+    int quotient[256];   // index of the lower level, i (levels - 1) / 256
+    int remainder[256];  // i (cells + 1) / 256
+};
+DitherTables MakeDitherTables(int levels, int side);
+
+inline std::uint8_t DitherByte(const DitherTables& tables, int threshold, std::uint8_t byte) {
+    const int upper = tables.remainder[byte] <= threshold ? 1 : 0;
+    return static_cast<std::uint8_t>(tables.level[tables.quotient[byte] + upper]);
+}
+
+// The thresholds of a row of bytes, which repeat.
+struct DitherRow {
+    static constexpr int kMaxPeriod = 16 * 8;
+    static constexpr int kMore = 64;  // bytes that go on behind the period, for kernels of many bytes at a time
+
+    int period;  // in bytes
+    std::uint8_t threshold[kMaxPeriod + kMore];
+};
+
+// --- record ---------------------------------------------------------------------------------------------------------
+
+struct ToneKernels {
     // Adds the pixels of a run of three channels, red, green and blue, to the counts of their luminance, rounded down.
-    void (*luminance)(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts,
-                      std::uint32_t* countOfLevel);
-    // The glow of each sample beside those of the next pixel and of the one below, by channel count, [0] for one
-    // channel. So one pixel more is read here. dst shares no byte with the others, whose steps and channels are the
-    // same.
-    Glow glow[ChannelSet::kMax];
+    // Whatever lies between the channels of its pixels may be read.
+    void (*luminance)(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts, LevelCounts* counts);
+    // The glow of each byte here beside those of its two neighbours. dst shares no byte with them.
+    void (*glow)(const std::uint8_t* here, const std::uint8_t* aside, const std::uint8_t* below, std::uint8_t* dst,
+                 std::ptrdiff_t count);
+    // Each byte by its own threshold, the first one by that at `phase`, which lies within the period. dst may be src.
+    void (*dither)(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, const DitherTables& tables,
+                   const DitherRow& row, int phase);
 };
 
 void InitTone_Plain(ToneKernels* kernels);
+void InitTone_Sse4(ToneKernels* kernels);
+void InitTone_Avx2(ToneKernels* kernels);
+void InitTone_Neon(ToneKernels* kernels);
 
 }  // namespace zor

@@ -5,14 +5,27 @@
 
 namespace zor {
 
+// --- luminance ------------------------------------------------------------------------------------------------------
+
+LuminanceParts MakeLuminanceParts(int red, int green, int blue) {
+    LuminanceParts parts{{red, green, blue}, {}, {}, {}, {}};
+    for (int i = 0; i < 256; ++i) {
+        parts.red[i] = red / 1000.0 * i;
+        parts.green[i] = green / 1000.0 * i;
+        parts.blue[i] = blue / 1000.0 * i;
+        parts.ofGray[i] = static_cast<std::uint8_t>(parts.red[i] + parts.green[i] + parts.blue[i]);
+    }
+    return parts;
+}
+
 static void Luminance_Plain(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts,
-                            std::uint32_t* countOfLevel) {
+                            LevelCounts* counts) {
     const std::ptrdiff_t red = rgb.channels.offset[0], green = rgb.channels.offset[1], blue = rgb.channels.offset[2];
     const std::ptrdiff_t step = rgb.step;
     const std::uint8_t* pixel = rgb.pixels;
     for (std::ptrdiff_t i = 0; i < count; ++i, pixel += step) {
         const double luminance = parts.red[pixel[red]] + parts.green[pixel[green]] + parts.blue[pixel[blue]];
-        ++countOfLevel[static_cast<int>(luminance)];
+        ++counts->lane[i % LevelCounts::kLanes][static_cast<int>(luminance)];
     }
 }
 
@@ -42,22 +55,12 @@ const GlowTable& Glows() {
     return table;
 }
 
-template <int kCount>
-void Glow_Plain(const PixelRun& dst, const PixelRun& hereRun, const PixelRun& belowRun, std::ptrdiff_t count) {
+void Glow_Plain(const std::uint8_t* here, const std::uint8_t* aside, const std::uint8_t* below, std::uint8_t* dst,
+                std::ptrdiff_t count) {
     const GlowTable& table = Glows();
-    const std::ptrdiff_t step = hereRun.step, dstStep = dst.step;
-    std::ptrdiff_t from[kCount], to[kCount];
-    std::copy_n(hereRun.channels.offset, kCount, from);
-    std::copy_n(dst.channels.offset, kCount, to);
-    const std::uint8_t *here = hereRun.pixels, *below = belowRun.pixels;
-    std::uint8_t* out = dst.pixels;
-    for (std::ptrdiff_t i = 0; i < count; ++i, here += step, below += step, out += dstStep) {
-        std::uint8_t samples[kCount];
-        for (int c = 0; c < kCount; ++c) {
-            const int sample = here[from[c]], aside = sample - here[step + from[c]], down = sample - below[from[c]];
-            samples[c] = table.Of(down * down + aside * aside);
-        }
-        for (int c = 0; c < kCount; ++c) out[to[c]] = samples[c];
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const int across = here[i] - aside[i], down = here[i] - below[i];
+        dst[i] = table.Of(across * across + down * down);
     }
 }
 
@@ -67,8 +70,29 @@ std::uint8_t NeonGlow(int squares) {
     return Glows().Of(squares);
 }
 
+// --- dither ---------------------------------------------------------------------------------------------------------
+
+DitherTables MakeDitherTables(int levels, int side) {
+    DitherTables tables{levels, side * side, {}, {}, {}};
+    for (int k = 0; k < levels; ++k) tables.level[k] = 255 * k / (levels - 1);
+    for (int i = 0; i < 256; ++i) {
+        tables.quotient[i] = i * (levels - 1) / 256;
+        tables.remainder[i] = i * (tables.cells + 1) / 256;
+    }
+    return tables;
+}
+
+static void Dither_Plain(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, const DitherTables& tables,
+                         const DitherRow& row, int phase) {
+    int at = phase;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        dst[i] = DitherByte(tables, row.threshold[at], src[i]);
+        if (++at == row.period) at = 0;
+    }
+}
+
 void InitTone_Plain(ToneKernels* kernels) {
-    *kernels = {Luminance_Plain, {Glow_Plain<1>, Glow_Plain<2>, Glow_Plain<3>, Glow_Plain<4>, Glow_Plain<5>}};
+    *kernels = {Luminance_Plain, Glow_Plain, Dither_Plain};
 }
 
 }  // namespace zor

@@ -216,7 +216,7 @@ void Nearest(Kernels k, Bytes b, std::ptrdiff_t units) {
 struct TestTables {
     ByteTable bytes[24];
     PairTable pair;
-    LuminanceParts luminance;
+    LuminanceParts luminance[3];
     std::uint8_t taps[kTapEntries];
 };
 
@@ -231,11 +231,9 @@ const TestTables& Tables() {
         };
         for (ByteTable& table : made.bytes) std::generate(std::begin(table.entry), std::end(table.entry), next);
         for (auto& row : made.pair.entry) std::generate(std::begin(row), std::end(row), next);
-        for (int i = 0; i < 256; ++i) {
-            made.luminance.red[i] = 0.2 * i;
-            made.luminance.green[i] = 0.7 * i;
-            made.luminance.blue[i] = 0.1 * i;
-        }
+        made.luminance[0] = MakeLuminanceParts(177, 813, 10);
+        made.luminance[1] = MakeLuminanceParts(299, 587, 114);
+        made.luminance[2] = MakeLuminanceParts(0, 1000, 0);
         std::generate(std::begin(made.taps), std::end(made.taps), next);
         return made;
     }();
@@ -255,19 +253,12 @@ void Tabled(Bytes b, std::ptrdiff_t units, Run run) {
     }
 }
 
-template <int kCount>
-void MapByTables(Kernels k, Bytes b, std::ptrdiff_t units) {
-    const ByteTable* const tables = Tables().bytes + b.choice / 64 % 16;
-    Tabled<kCount>(
-        b, units, [&](const PixelRun& dst, const PixelRun& src) { k.tables.map[kCount - 1](dst, src, units, tables); });
-}
-
-template <int kCount>
-void CycleTables(Kernels k, Bytes b, std::ptrdiff_t units) {
-    const int length = 1 + static_cast<int>(b.choice / 64 % 16), first = static_cast<int>(b.choice / 1024) % length;
-    Tabled<kCount>(b, units, [&](const PixelRun& dst, const PixelRun& src) {
-        k.tables.cycle[kCount - 1](dst, src, units, {Tables().bytes, length, first});
-    });
+// One to five tables, and in place at times.
+void MapInTurn(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const int period = 1 + static_cast<int>(b.choice / 4 % 5);
+    const std::uint8_t* const src = b.choice / 64 % 4 == 1 ? b.out : b.in[0];
+    Start(b, units);
+    k.tables.mapInTurn(src, b.out, units, Tables().bytes + b.choice / 256 % 16, period);
 }
 
 template <int kCount>
@@ -279,22 +270,44 @@ void CombineByTable(Kernels k, Bytes b, std::ptrdiff_t units) {
 
 // --- tone -----------------------------------------------------------------------------------------------------------
 
-// The counts go into as many bytes as the units have.
+// The counts go into as many bytes as the units have. Every other run has grays in it, whose luminance is close to a
+// whole number.
 void Luminance(Kernels k, Bytes b, std::ptrdiff_t units) {
-    std::uint32_t counts[256] = {};
-    k.tone.luminance(RunOf(b.in[0], 3, b.choice), units, Tables().luminance, counts);
+    LevelCounts counts{};
+    PixelRun run = RunOf(b.in[0], 3, b.choice);
+    static thread_local std::vector<std::uint8_t> grays;
+    if (b.choice / 64 % 2 && units > 0) {
+        grays.assign(run.pixels, run.pixels + units * run.step);
+        for (auto pixel = grays.begin(); pixel != grays.end(); pixel += run.step) {
+            if (*pixel % 4 != 0) std::fill_n(pixel, run.step, *pixel);
+        }
+        run.pixels = grays.data();
+    }
+    k.tone.luminance(run, units, Tables().luminance[b.choice / 128 % 3], &counts);
     const std::ptrdiff_t size = units * KernelBytes::kMaxBytesPerUnit;
     std::memset(b.out, 0, static_cast<std::size_t>(size));
     for (std::ptrdiff_t level = 0; level < 256 && size > 0; ++level) {
+        std::uint32_t count = 0;
+        for (const auto& lane : counts.lane) count += lane[level];
         std::uint8_t* const byte = b.out + level % size;
-        *byte = static_cast<std::uint8_t>(*byte * 31 + counts[level]);
+        *byte = static_cast<std::uint8_t>(*byte * 31 + count);
     }
 }
 
-template <int kCount>
 void Glow(Kernels k, Bytes b, std::ptrdiff_t units) {
-    const PixelRun here = RunOf(b.in[0], kCount, b.choice), below = RunOf(b.in[1], kCount, b.choice);
-    k.tone.glow[kCount - 1](RunOf(b.out, kCount, b.choice / 32), here, below, units);
+    k.tone.glow(b.in[0], b.in[0] + 1 + b.choice % 5, b.in[1], b.out, units);
+}
+
+// Any number of levels, the matrices' numbers of cells, and in place at times.
+void Dither(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kSides[] = {2, 4, 6, 8, 16};
+    const int side = kSides[b.choice % 5], levels = 2 + static_cast<int>(b.choice / 8 % 255);
+    DitherRow row{side * (1 + static_cast<int>(b.choice / 2048 % 5)), {}};
+    for (int i = 0; i < row.period + DitherRow::kMore; ++i) row.threshold[i] = b.in[1][i % row.period % 16];
+    const std::uint8_t* const src = b.choice / 8192 % 4 == 1 ? b.out : b.in[0];
+    Start(b, units);
+    const int phase = static_cast<int>(b.choice / 16384) % row.period;
+    k.tone.dither(src, b.out, units, MakeDitherTables(levels, side), row, phase);
 }
 
 // --- blurs ----------------------------------------------------------------------------------------------------------
@@ -572,18 +585,7 @@ const std::vector<KernelCase> kCases = {
      [](Kernels k, Bytes b, std::ptrdiff_t n) {
          k.exports.argbWords(b.in[0], 4, ChannelsOfAWord(b.choice).offset, n, b.out);
      }},
-    {"tables.map[0]", MapByTables<1>},
-    {"tables.map[1]", MapByTables<2>},
-    {"tables.map[2]", MapByTables<3>},
-    {"tables.map[3]", MapByTables<4>},
-    {"tables.map[4]", MapByTables<5>},
-
-    {"tables.cycle[0]", CycleTables<1>},
-    {"tables.cycle[1]", CycleTables<2>},
-    {"tables.cycle[2]", CycleTables<3>},
-    {"tables.cycle[3]", CycleTables<4>},
-    {"tables.cycle[4]", CycleTables<5>},
-
+    {"tables.mapInTurn", MapInTurn},
     {"tables.combine[0]", CombineByTable<1>},
     {"tables.combine[1]", CombineByTable<2>},
     {"tables.combine[2]", CombineByTable<3>},
@@ -591,11 +593,8 @@ const std::vector<KernelCase> kCases = {
     {"tables.combine[4]", CombineByTable<5>},
 
     {"tone.luminance", Luminance},
-    {"tone.glow[0]", Glow<1>},
-    {"tone.glow[1]", Glow<2>},
-    {"tone.glow[2]", Glow<3>},
-    {"tone.glow[3]", Glow<4>},
-    {"tone.glow[4]", Glow<5>},
+    {"tone.glow", Glow},
+    {"tone.dither", Dither},
 
     {"blur.narrow.add", [](Kernels k, Bytes b, std::ptrdiff_t n) { AddSums(k.blur.narrow, b, n); }},
     {"blur.narrow.slide", [](Kernels k, Bytes b, std::ptrdiff_t n) { SlideSums(k.blur.narrow, b, n); }},
