@@ -17,14 +17,19 @@ bool AreEqual(const ByteTable* tables, int count) {
     return true;
 }
 
-// The tables in the order of the bytes of a pixel, from its first channel on. A byte between the channels takes any.
-struct TablesByPlace {
-    ByteTable table[kMaxByteStep];
+// The curves in the order of the bytes of a pixel, from its first channel on; one is enough where all are alike. A byte
+// between the channels takes any.
+struct CurvesByPlace {
+    int period;
+    ByteCurve curve[kMaxByteStep];
 
-    TablesByPlace(const PixelSide& side, const ByteTable* tables) {
-        std::fill_n(table, kMaxByteStep, tables[0]);
+    CurvesByPlace(const PixelSide& side, const ByteTable* tables, bool alike)
+        : period(alike ? 1 : static_cast<int>(side.pixelSize)) {
+        std::fill_n(curve, period, CurveOf(tables[0]));
         const std::ptrdiff_t first = side.channels.lowest();
-        for (int c = 0; c < side.channels.count; ++c) table[side.channels.offset[c] - first] = tables[c];
+        for (int c = 0; c < side.channels.count && !alike; ++c) {
+            curve[side.channels.offset[c] - first] = CurveOf(tables[c]);
+        }
     }
 };
 
@@ -43,17 +48,16 @@ void MapThroughTables(const PixelSides& sides, const PixelRect& area, const Byte
         WalkSides(sides, area, inOrder);
         return;
     }
-    const TablesByPlace places(sides.src, tables);
-    const int period = static_cast<int>(sides.src.pixelSize);
-    const auto map = Kernels().bytes.map;
+    const CurvesByPlace curves(sides.src, tables, alike);
+    const auto mapBytes = Kernels().bytes.map;
     const auto mapInTurn = Kernels().tables.mapInTurn;
     WalkSides(sides, area, [&](const RunSet& runs) {
         if (runs.sharing == Sharing::mixed) return inOrder(runs);
         WorkOnBytes(runs, [&](const std::uint8_t* from, std::uint8_t* to, std::ptrdiff_t bytes, std::ptrdiff_t) {
-            if (alike) {
-                map(from, to, bytes, tables[0].entry);
+            if (alike && !curves.curve[0].smooth) {
+                mapBytes(from, to, bytes, tables[0].entry);
             } else {
-                mapInTurn(from, to, bytes, places.table, period);
+                mapInTurn(from, to, bytes, curves.curve, curves.period);
             }
         });
     });

@@ -19,10 +19,11 @@ struct LuminanceParts {
 LuminanceParts MakeLuminanceParts(int red, int green, int blue);  // in thousandths
 
 // Counts in several lanes, to be added up: a counter that is counted up again at once would have to wait for itself.
-// They wrap at 32 bits.
+// They wrap at 32 bits. Lanes are a little longer than they need to be: counters that lie 4096 bytes apart would wait
+// for each other too.
 struct LevelCounts {
     static constexpr int kLanes = 8;
-    std::uint32_t lane[kLanes][256];
+    std::uint32_t lane[kLanes][256 + 16];
 };
 
 // --- glow -----------------------------------------------------------------------------------------------------------

@@ -97,6 +97,20 @@ bool LieSideBySide(const PixelRun& run) {
     return true;
 }
 
+void CountLevels(const std::uint8_t* level, LevelCounts* counts) {
+    static_assert(kLanes % 8 == 0 && LevelCounts::kLanes == 8);
+    for (int k = 0; k < kLanes; k += 8) {
+        ++counts->lane[0][level[k]];
+        ++counts->lane[1][level[k + 1]];
+        ++counts->lane[2][level[k + 2]];
+        ++counts->lane[3][level[k + 3]];
+        ++counts->lane[4][level[k + 4]];
+        ++counts->lane[5][level[k + 5]];
+        ++counts->lane[6][level[k + 6]];
+        ++counts->lane[7][level[k + 7]];
+    }
+}
+
 void Luminance(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts, LevelCounts* counts) {
     const std::ptrdiff_t red = rgb.channels.offset[0], green = rgb.channels.offset[1], blue = rgb.channels.offset[2];
     const std::ptrdiff_t step = rgb.step;
@@ -140,7 +154,7 @@ void Luminance(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& 
             } else {
                 hn::StoreU(levels.level, kBytes, level);
             }
-            for (int k = 0; k < kLanes; ++k) ++counts->lane[k % LevelCounts::kLanes][level[k]];
+            CountLevels(level, counts);
         }
     }
     for (; i < count; ++i) ++counts->lane[i % LevelCounts::kLanes][levelAt(i)];

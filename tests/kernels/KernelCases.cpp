@@ -214,11 +214,26 @@ void Nearest(Kernels k, Bytes b, std::ptrdiff_t units) {
 // --- tables ---------------------------------------------------------------------------------------------------------
 
 struct TestTables {
-    ByteTable bytes[24];
+    ByteCurve curves[4][24];  // with no, one, two and more rough rows
     PairTable pair;
     LuminanceParts luminance[3];
     std::uint8_t taps[kTapEntries];
 };
+
+// A line up or down for every row of 16, with ones added at random; and noise in some of the rows.
+template <class Next>
+ByteTable TableOfLines(int rough, Next next) {
+    ByteTable table;
+    for (int row = 0; row < 16; ++row) {
+        const int slope = (next() - 128) / (next() % 2 ? 1 : 8), rise = slope * 15 >> 4;
+        const int base = std::max(0, -rise) + next() % (255 - std::abs(rise));
+        for (int l = 0; l < 16; ++l) {
+            table.entry[16 * row + l] = static_cast<std::uint8_t>(base + (slope * l >> 4) + next() % 2);
+        }
+    }
+    for (int r = 0; r < rough; ++r) std::generate_n(table.entry + 16 * (5 * r + next() % 5), 16, next);
+    return table;
+}
 
 // Made once: they take longer to fill than kernels take to run.
 const TestTables& Tables() {
@@ -229,7 +244,12 @@ const TestTables& Tables() {
             state = state * 1664525u + 1013904223u;
             return static_cast<std::uint8_t>(state >> 24);
         };
-        for (ByteTable& table : made.bytes) std::generate(std::begin(table.entry), std::end(table.entry), next);
+        for (int rough = 0; rough < 4; ++rough) {
+            for (ByteCurve& curve : made.curves[rough]) {
+                const ByteTable table = TableOfLines(rough, next);
+                curve = CurveOf(table);
+            }
+        }
         for (auto& row : made.pair.entry) std::generate(std::begin(row), std::end(row), next);
         made.luminance[0] = MakeLuminanceParts(177, 813, 10);
         made.luminance[1] = MakeLuminanceParts(299, 587, 114);
@@ -258,7 +278,7 @@ void MapInTurn(Kernels k, Bytes b, std::ptrdiff_t units) {
     const int period = 1 + static_cast<int>(b.choice / 4 % 5);
     const std::uint8_t* const src = b.choice / 64 % 4 == 1 ? b.out : b.in[0];
     Start(b, units);
-    k.tables.mapInTurn(src, b.out, units, Tables().bytes + b.choice / 256 % 16, period);
+    k.tables.mapInTurn(src, b.out, units, Tables().curves[b.choice / 4096 % 4] + b.choice / 256 % 16, period);
 }
 
 template <int kCount>
