@@ -69,6 +69,8 @@ constexpr Slot kSlots[] = {
     SLOT(tables.mapInTurn),
     SLOTS_5(tables.combine),
     SLOT(tone.luminance),
+    SLOT(tone.count),
+    SLOT(tone.countAbove),
     SLOT(tone.glow),
     SLOT(tone.dither),
     SLOT(blur.narrow.add),

@@ -10,11 +10,12 @@ namespace zor {
 // What each channel adds to the luminance of a pixel. The three are summed from red to blue in double precision, which
 // for some pixels falls short of the whole number that it would be.
 struct LuminanceParts {
-    int thousandths[3];  // of red, green and blue; 0 or more, 1000 together at most
+    int thousandths[3];  // of red, green and blue; 0 or more, 1000 together
     double red[256];
     double green[256];
     double blue[256];
-    std::uint8_t ofGray[256];  // where all three are the same
+    // Where all three are v = 16 h + l: bit h % 8 of [h / 8][l] tells that the sum falls short of v.
+    std::uint8_t grayFallsShort[2][16];
 };
 LuminanceParts MakeLuminanceParts(int red, int green, int blue);  // in thousandths
 
@@ -25,6 +26,9 @@ struct LevelCounts {
     static constexpr int kLanes = 8;
     std::uint32_t lane[kLanes][256 + 16];
 };
+
+// So many limits are counted against at a time: far quicker than all levels, where it is known which ones matter.
+constexpr int kLevelLimits = 8;
 
 // --- glow -----------------------------------------------------------------------------------------------------------
 
@@ -62,9 +66,14 @@ struct DitherRow {
 // --- record ---------------------------------------------------------------------------------------------------------
 
 struct ToneKernels {
-    // Adds the pixels of a run of three channels, red, green and blue, to the counts of their luminance, rounded down.
-    // Whatever lies between the channels of its pixels may be read.
-    void (*luminance)(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts, LevelCounts* counts);
+    // The luminance of a run of three channels, red, green and blue, rounded down. Whatever lies between the channels
+    // of its pixels may be read.
+    void (*luminance)(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts, std::uint8_t* levels);
+    // Adds bytes to the counts of their values.
+    void (*count)(const std::uint8_t* bytes, std::ptrdiff_t count, LevelCounts* counts);
+    // Adds to each of kLevelLimits counts the number of bytes above its limit.
+    void (*countAbove)(const std::uint8_t* bytes, std::ptrdiff_t count, const std::uint8_t* limits,
+                       std::uint32_t* counts);
     // The glow of each byte here beside those of its two neighbours. dst shares no byte with them.
     void (*glow)(const std::uint8_t* here, const std::uint8_t* aside, const std::uint8_t* below, std::uint8_t* dst,
                  std::ptrdiff_t count);

@@ -13,19 +13,42 @@ LuminanceParts MakeLuminanceParts(int red, int green, int blue) {
         parts.red[i] = red / 1000.0 * i;
         parts.green[i] = green / 1000.0 * i;
         parts.blue[i] = blue / 1000.0 * i;
-        parts.ofGray[i] = static_cast<std::uint8_t>(parts.red[i] + parts.green[i] + parts.blue[i]);
+        const bool fallsShort = parts.red[i] + parts.green[i] + parts.blue[i] < i;
+        std::uint8_t& bits = parts.grayFallsShort[i / 128][i % 16];
+        bits = static_cast<std::uint8_t>(bits | (fallsShort ? 1 << i / 16 % 8 : 0));
     }
     return parts;
 }
 
 static void Luminance_Plain(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts,
-                            LevelCounts* counts) {
+                            std::uint8_t* levels) {
     const std::ptrdiff_t red = rgb.channels.offset[0], green = rgb.channels.offset[1], blue = rgb.channels.offset[2];
     const std::ptrdiff_t step = rgb.step;
     const std::uint8_t* pixel = rgb.pixels;
     for (std::ptrdiff_t i = 0; i < count; ++i, pixel += step) {
         const double luminance = parts.red[pixel[red]] + parts.green[pixel[green]] + parts.blue[pixel[blue]];
-        ++counts->lane[i % LevelCounts::kLanes][static_cast<int>(luminance)];
+        levels[i] = static_cast<std::uint8_t>(luminance);
+    }
+}
+
+// --- counts ---------------------------------------------------------------------------------------------------------
+
+static void Count_Plain(const std::uint8_t* bytes, std::ptrdiff_t count, LevelCounts* counts) {
+    constexpr int kLanes = LevelCounts::kLanes;
+    std::ptrdiff_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        for (int k = 0; k < kLanes; ++k) ++counts->lane[k][bytes[i + k]];
+    }
+    for (; i < count; ++i) ++counts->lane[0][bytes[i]];
+}
+
+static void CountAbove_Plain(const std::uint8_t* bytes, std::ptrdiff_t count, const std::uint8_t* limits,
+                             std::uint32_t* counts) {
+    for (int k = 0; k < kLevelLimits; ++k) {
+        const std::uint8_t limit = limits[k];
+        std::uint32_t above = 0;
+        for (std::ptrdiff_t i = 0; i < count; ++i) above += bytes[i] > limit ? 1 : 0;
+        counts[k] += above;
     }
 }
 
@@ -92,7 +115,7 @@ static void Dither_Plain(const std::uint8_t* src, std::uint8_t* dst, std::ptrdif
 }
 
 void InitTone_Plain(ToneKernels* kernels) {
-    *kernels = {Luminance_Plain, Glow_Plain, Dither_Plain};
+    *kernels = {Luminance_Plain, Count_Plain, CountAbove_Plain, Glow_Plain, Dither_Plain};
 }
 
 }  // namespace zor

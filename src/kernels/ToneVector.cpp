@@ -30,60 +30,10 @@ HWY_INLINE Bytes Narrow(Halves words) {  // below 256
 
 // The sum N of the parts in thousandths is a whole number, at most 255000, and the sum of the doubles is within 1e-12
 // of N / 1000. So they agree, rounded down, unless N is a multiple of 1000, where the doubles may have fallen short.
-// Those pixels are looked at again: grays, which are always such, in a table, and others one by one.
-struct Levels {
-    Bytes level;      // N / 1000, rounded down
-    Bytes uncertain;  // 255 where N is a multiple
-};
-
-// Eight of sixteen pixels in every block of 16 bytes: as pairs of bytes red and green, and blue and 0.
-struct EightLevels {
-    Shorts level, uncertain;
-};
-struct LuminanceWeights {
-    Shorts redGreen, blue;
-};
-
+// Those pixels are looked at again: grays, which are always such, by a table of bits, and others one by one.
+//
 // N / 1000 = (N / 8) / 125, and for m = N / 8 < 59074 the quotient m / 125 is m 33555 / 2^22: what the factor is too
 // large by, 71 / (125 2^22), stays below the 1 / 125 that the next whole number is away.
-HWY_INLINE EightLevels LevelsOfEight(Bytes redGreen, Bytes blue, const LuminanceWeights& weights) {
-    const Bytes zero = hn::Zero(kBytes);
-    Ints sum[2];
-    for (int k = 0; k < 2; ++k) {
-        const Bytes rg = k ? hn::InterleaveUpper(kBytes, redGreen, zero) : hn::InterleaveLower(kBytes, redGreen, zero);
-        const Bytes b = k ? hn::InterleaveUpper(kBytes, blue, zero) : hn::InterleaveLower(kBytes, blue, zero);
-        Ints rest = hn::Zero(kInts);
-        const Ints first =
-            hn::ReorderWidenMulAccumulate(kInts, hn::BitCast(kShorts, rg), weights.redGreen, hn::Zero(kInts), rest);
-        const Ints both = hn::ReorderWidenMulAccumulate(kInts, hn::BitCast(kShorts, b), weights.blue, first, rest);
-        sum[k] = hn::RearrangeToOddPlusEven(both, rest);
-    }
-    const Shorts eighth = hn::ReorderDemote2To(kShorts, hn::ShiftRight<3>(sum[0]), hn::ShiftRight<3>(sum[1]));
-    const Ints lowest = hn::Set(kInts, 7);
-    const Shorts rest = hn::ReorderDemote2To(kShorts, hn::And(sum[0], lowest), hn::And(sum[1], lowest));
-    const Shorts level = hn::BitCast(
-        kShorts, hn::ShiftRight<6>(hn::MulHigh(hn::BitCast(kWords, eighth), hn::Set(kWords, std::uint16_t{33555}))));
-    const Shorts left = hn::Or(hn::Sub(eighth, hn::Mul(level, hn::Set(kShorts, 125))), rest);
-    return {level, hn::VecFromMask(kShorts, hn::Eq(left, hn::Zero(kShorts)))};
-}
-
-// Bytes 0 or 255 and levels, of words.
-alignas(16) constexpr std::uint8_t kToLower[16] = {0, 2, 4, 6, 8, 10, 12, 14, 128, 128, 128, 128, 128, 128, 128, 128};
-alignas(16) constexpr std::uint8_t kToUpper[16] = {128, 128, 128, 128, 128, 128, 128, 128, 0, 2, 4, 6, 8, 10, 12, 14};
-
-HWY_INLINE Bytes LowBytes(Shorts lower, Shorts upper) {
-    return hn::Or(hn::TableLookupBytesOr0(hn::BitCast(kBytes, lower), hn::LoadDup128(kBytes, kToLower)),
-                  hn::TableLookupBytesOr0(hn::BitCast(kBytes, upper), hn::LoadDup128(kBytes, kToUpper)));
-}
-
-HWY_INLINE Levels LevelsOf(Bytes red, Bytes green, Bytes blue, const LuminanceWeights& weights) {
-    const Bytes zero = hn::Zero(kBytes);
-    const EightLevels a =
-        LevelsOfEight(hn::InterleaveLower(kBytes, red, green), hn::InterleaveLower(kBytes, blue, zero), weights);
-    const EightLevels b =
-        LevelsOfEight(hn::InterleaveUpper(kBytes, red, green), hn::InterleaveUpper(kBytes, blue, zero), weights);
-    return {LowBytes(a.level, b.level), LowBytes(a.uncertain, b.uncertain)};
-}
 
 // Pixels of three or four bytes, whose channels lie within as many bytes from the first on.
 bool LieSideBySide(const PixelRun& run) {
@@ -97,21 +47,138 @@ bool LieSideBySide(const PixelRun& run) {
     return true;
 }
 
-void CountLevels(const std::uint8_t* level, LevelCounts* counts) {
-    static_assert(kLanes % 8 == 0 && LevelCounts::kLanes == 8);
-    for (int k = 0; k < kLanes; k += 8) {
-        ++counts->lane[0][level[k]];
-        ++counts->lane[1][level[k + 1]];
-        ++counts->lane[2][level[k + 2]];
-        ++counts->lane[3][level[k + 3]];
-        ++counts->lane[4][level[k + 4]];
-        ++counts->lane[5][level[k + 5]];
-        ++counts->lane[6][level[k + 6]];
-        ++counts->lane[7][level[k + 7]];
+// As many pixels as a vector has bytes, as red and green in the halves of 32 bits, and blue in the lower or in both.
+// Part k holds pixels 4 k to 4 k + 3 of every sixteen.
+class PixelBlock {
+public:
+    explicit PixelBlock(const PixelRun& rgb) : step_(rgb.step) {
+        const std::ptrdiff_t *const at = rgb.channels.offset, red = at[0], green = at[1], blue = at[2];
+        lowest_ = red < green ? (red < blue ? red : blue) : (green < blue ? green : blue);
+        alignas(16) std::uint8_t places[3][16];
+        for (int i = 0; i < 16; ++i) {
+            const std::ptrdiff_t pixel = i / 4 * step_ - lowest_;
+            const bool isEven = i % 2 == 0, isLow = i % 4 == 0;
+            places[0][i] = static_cast<std::uint8_t>(isEven ? pixel + (isLow ? red : green) : 128);
+            places[1][i] = static_cast<std::uint8_t>(isLow ? pixel + blue : 128);
+            places[2][i] = static_cast<std::uint8_t>(isEven ? pixel + blue : 128);
+        }
+        redGreen_ = hn::LoadDup128(kBytes, places[0]);
+        blue_ = hn::LoadDup128(kBytes, places[1]);
+        blueTwice_ = hn::LoadDup128(kBytes, places[2]);
     }
+    // Up to two pixels behind those of the block are read too.
+    HWY_INLINE Bytes Load(const std::uint8_t* pixel, int part) const {
+        const std::uint8_t* const from = pixel + lowest_ + 4 * part * step_;
+#if HWY_TARGET == HWY_AVX2
+        const hn::Half<decltype(kBytes)> kHalf;
+        return hn::Combine(kBytes, hn::LoadU(kHalf, from + 16 * step_), hn::LoadU(kHalf, from));
+#else
+        return hn::LoadU(kBytes, from);
+#endif
+    }
+    HWY_INLINE Shorts RedGreen(Bytes part) const {
+        return Words16(part, redGreen_);
+    }
+    HWY_INLINE Shorts Blue(Bytes part) const {
+        return Words16(part, blue_);
+    }
+    HWY_INLINE Shorts BlueTwice(Bytes part) const {
+        return Words16(part, blueTwice_);
+    }
+
+private:
+    static HWY_INLINE Shorts Words16(Bytes part, Bytes places) {
+        return hn::BitCast(kShorts, hn::TableLookupBytesOr0(part, places));
+    }
+
+    std::ptrdiff_t step_, lowest_;
+    Bytes redGreen_, blue_, blueTwice_;
+};
+
+struct LuminanceWeights {
+    Shorts redGreen, blue;
+};
+
+// Of half the pixels of a block: levels, and -1 where they are uncertain.
+struct HalfLevels {
+    Shorts level, uncertain;
+};
+
+HWY_INLINE HalfLevels LevelsOf(const PixelBlock& block, const std::uint8_t* pixel, int half,
+                               const LuminanceWeights& weights) {
+    Ints sum[2];
+    for (int k = 0; k < 2; ++k) {
+        const Bytes part = block.Load(pixel, 2 * half + k);
+        Ints rest = hn::Zero(kInts);
+        const Ints first =
+            hn::ReorderWidenMulAccumulate(kInts, block.RedGreen(part), weights.redGreen, hn::Zero(kInts), rest);
+        const Ints both = hn::ReorderWidenMulAccumulate(kInts, block.Blue(part), weights.blue, first, rest);
+        sum[k] = hn::RearrangeToOddPlusEven(both, rest);
+    }
+    const Shorts eighth = hn::ReorderDemote2To(kShorts, hn::ShiftRight<3>(sum[0]), hn::ShiftRight<3>(sum[1]));
+    const Ints lowest = hn::Set(kInts, 7);
+    const Shorts rest = hn::ReorderDemote2To(kShorts, hn::And(sum[0], lowest), hn::And(sum[1], lowest));
+    const Shorts level = hn::BitCast(
+        kShorts, hn::ShiftRight<6>(hn::MulHigh(hn::BitCast(kWords, eighth), hn::Set(kWords, std::uint16_t{33555}))));
+    const Shorts left = hn::Or(hn::Sub(eighth, hn::Mul(level, hn::Set(kShorts, 125))), rest);
+    return {level, hn::VecFromMask(kShorts, hn::Eq(left, hn::Zero(kShorts)))};
 }
 
-void Luminance(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts, LevelCounts* counts) {
+// The low bytes of words.
+alignas(16) constexpr std::uint8_t kToLower[16] = {0, 2, 4, 6, 8, 10, 12, 14, 128, 128, 128, 128, 128, 128, 128, 128};
+alignas(16) constexpr std::uint8_t kToUpper[16] = {128, 128, 128, 128, 128, 128, 128, 128, 0, 2, 4, 6, 8, 10, 12, 14};
+
+HWY_INLINE Bytes LowBytes(Shorts lower, Shorts upper) {
+    return hn::Or(hn::TableLookupBytesOr0(hn::BitCast(kBytes, lower), hn::LoadDup128(kBytes, kToLower)),
+                  hn::TableLookupBytesOr0(hn::BitCast(kBytes, upper), hn::LoadDup128(kBytes, kToUpper)));
+}
+
+// The grays of a block.
+struct Grays {
+    Bytes isGray;  // 255 or 0
+    Bytes value;
+};
+
+HWY_INLINE Grays GraysOf(const PixelBlock& block, const std::uint8_t* pixel) {
+    Shorts isGray[2], value[2];
+    for (int half = 0; half < 2; ++half) {
+        Ints same[2], red[2];
+        for (int k = 0; k < 2; ++k) {
+            const Bytes part = block.Load(pixel, 2 * half + k);
+            const Ints redGreen = hn::BitCast(kInts, block.RedGreen(part));
+            same[k] = hn::VecFromMask(kInts, hn::Eq(redGreen, hn::BitCast(kInts, block.BlueTwice(part))));
+            red[k] = hn::And(redGreen, hn::Set(kInts, 255));
+        }
+        isGray[half] = hn::ReorderDemote2To(kShorts, same[0], same[1]);
+        value[half] = hn::ReorderDemote2To(kShorts, red[0], red[1]);
+    }
+    return {LowBytes(isGray[0], isGray[1]), LowBytes(value[0], value[1])};
+}
+
+// 255 for grays whose sum falls short of them.
+class ShortGrays {
+public:
+    explicit ShortGrays(const LuminanceParts& parts) {
+        alignas(16) static constexpr std::uint8_t kBitOfRow[16] = {1, 2, 4, 8, 16, 32, 64, 128,
+                                                                   1, 2, 4, 8, 16, 32, 64, 128};
+        lower_ = hn::LoadDup128(kBytes, parts.grayFallsShort[0]);
+        upper_ = hn::LoadDup128(kBytes, parts.grayFallsShort[1]);
+        bitOfRow_ = hn::LoadDup128(kBytes, kBitOfRow);
+    }
+    HWY_INLINE Bytes operator()(Bytes gray) const {
+        const Bytes column = hn::And(gray, hn::Set(kBytes, 15)), row = hn::ShiftRight<4>(gray);
+        const auto isUpper = hn::Gt(gray, hn::Set(kBytes, 127));
+        const Bytes bits =
+            hn::IfThenElse(isUpper, hn::TableLookupBytes(upper_, column), hn::TableLookupBytes(lower_, column));
+        const Bytes bit = hn::TableLookupBytes(bitOfRow_, row);
+        return hn::VecFromMask(kBytes, hn::Eq(hn::And(bits, bit), bit));
+    }
+
+private:
+    Bytes lower_, upper_, bitOfRow_;
+};
+
+void Luminance(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& parts, std::uint8_t* levels) {
     const std::ptrdiff_t red = rgb.channels.offset[0], green = rgb.channels.offset[1], blue = rgb.channels.offset[2];
     const std::ptrdiff_t step = rgb.step;
     const std::uint8_t* const pixels = rgb.pixels;
@@ -119,45 +186,66 @@ void Luminance(const PixelRun& rgb, std::ptrdiff_t count, const LuminanceParts& 
         const std::uint8_t* const pixel = pixels + i * step;
         return static_cast<std::uint8_t>(parts.red[pixel[red]] + parts.green[pixel[green]] + parts.blue[pixel[blue]]);
     };
+    constexpr std::ptrdiff_t kReadOn = 2;
     std::ptrdiff_t i = 0;
-    if (count > kLanes && LieSideBySide(rgb)) {
-        const std::ptrdiff_t lowest = red < green ? (red < blue ? red : blue) : (green < blue ? green : blue);
+    if (count >= kLanes + kReadOn && LieSideBySide(rgb)) {
         const LuminanceWeights weights = {
             hn::BitCast(kShorts, hn::Set(kInts, parts.thousandths[1] << 16 | parts.thousandths[0])),
             hn::BitCast(kShorts, hn::Set(kInts, parts.thousandths[2]))};
-        const LookUp ofGray(parts.ofGray);
-        // Bytes behind the last channel of the last pixel are not read: one pixel more than a block is there.
-        for (; i + kLanes < count; i += kLanes) {
-            const std::uint8_t* const from = pixels + i * step + lowest;
-            Bytes plane[4];
-            if (step == 3) {
-                hn::LoadInterleaved3(kBytes, from, plane[0], plane[1], plane[2]);
-            } else {
-                hn::LoadInterleaved4(kBytes, from, plane[0], plane[1], plane[2], plane[3]);
+        const PixelBlock block(rgb);
+        const ShortGrays shortGrays(parts);
+        const Bytes zero = hn::Zero(kBytes);
+        for (; i + kLanes + kReadOn <= count; i += kLanes) {
+            const std::uint8_t* const pixel = pixels + i * step;
+            const HalfLevels lower = LevelsOf(block, pixel, 0, weights), upper = LevelsOf(block, pixel, 1, weights);
+            const Bytes level = LowBytes(lower.level, upper.level);
+            hn::StoreU(level, kBytes, levels + i);
+            const Bytes uncertain = LowBytes(lower.uncertain, upper.uncertain);
+            if (hn::AllTrue(kBytes, hn::Eq(uncertain, zero))) continue;
+            const Grays grays = GraysOf(block, pixel);
+            const Bytes isGray = hn::And(uncertain, grays.isGray);
+            hn::StoreU(hn::Add(level, hn::And(isGray, shortGrays(grays.value))), kBytes, levels + i);  // less one
+            const Bytes others = hn::AndNot(isGray, uncertain);
+            if (hn::AllTrue(kBytes, hn::Eq(others, zero))) continue;
+            alignas(32) std::uint8_t again[kLanes];
+            hn::StoreU(others, kBytes, again);
+            for (int k = 0; k < kLanes; ++k) {
+                if (again[k]) levels[i + k] = levelAt(i + k);
             }
-            const Bytes r = plane[red - lowest], g = plane[green - lowest], b = plane[blue - lowest];
-            Levels levels = LevelsOf(r, g, b, weights);
-            alignas(32) std::uint8_t level[kLanes];
-            const auto uncertain = hn::Ne(levels.uncertain, hn::Zero(kBytes));
-            if (!hn::AllFalse(kBytes, uncertain)) {
-                const auto isGray = hn::And(hn::Eq(r, g), hn::Eq(g, b));
-                levels.level = hn::IfThenElse(hn::And(uncertain, isGray), ofGray(r), levels.level);
-                hn::StoreU(levels.level, kBytes, level);
-                const auto others = hn::AndNot(isGray, uncertain);
-                if (!hn::AllFalse(kBytes, others)) {
-                    alignas(32) std::uint8_t again[kLanes];
-                    hn::StoreU(hn::VecFromMask(kBytes, others), kBytes, again);
-                    for (int k = 0; k < kLanes; ++k) {
-                        if (again[k]) level[k] = levelAt(i + k);
-                    }
-                }
-            } else {
-                hn::StoreU(levels.level, kBytes, level);
-            }
-            CountLevels(level, counts);
         }
     }
-    for (; i < count; ++i) ++counts->lane[i % LevelCounts::kLanes][levelAt(i)];
+    for (; i < count; ++i) levels[i] = levelAt(i);
+}
+
+// --- counts ---------------------------------------------------------------------------------------------------------
+
+void CountAbove(const std::uint8_t* bytes, std::ptrdiff_t count, const std::uint8_t* limits, std::uint32_t* counts) {
+    const auto top = hn::Set(kBytes, 128);  // turned over, unsigned bytes compare as signed ones
+    hn::Vec<decltype(kSignedBytes)> limit[kLevelLimits];
+    for (int k = 0; k < kLevelLimits; ++k) {
+        limit[k] = hn::BitCast(kSignedBytes, hn::Xor(hn::Set(kBytes, limits[k]), top));
+    }
+    std::ptrdiff_t i = 0;
+    while (i + kLanes <= count) {
+        constexpr std::ptrdiff_t kMost = 255 * kLanes;  // what a byte can count
+        const std::ptrdiff_t left = (count - i) / kLanes * kLanes, end = i + (left < kMost ? left : kMost);
+        Bytes above[kLevelLimits];
+        for (Bytes& each : above) each = hn::Zero(kBytes);
+        for (; i < end; i += kLanes) {
+            const auto value = hn::BitCast(kSignedBytes, hn::Xor(hn::LoadU(kBytes, bytes + i), top));
+            for (int k = 0; k < kLevelLimits; ++k) {
+                const auto isAbove = hn::VecFromMask(kSignedBytes, hn::Gt(value, limit[k]));
+                above[k] = hn::Sub(above[k], hn::BitCast(kBytes, isAbove));
+            }
+        }
+        const hn::Repartition<std::uint64_t, decltype(kBytes)> kSums;
+        for (int k = 0; k < kLevelLimits; ++k) {
+            counts[k] += static_cast<std::uint32_t>(hn::GetLane(hn::SumOfLanes(kSums, hn::SumsOf8(above[k]))));
+        }
+    }
+    for (; i < count; ++i) {
+        for (int k = 0; k < kLevelLimits; ++k) counts[k] += bytes[i] > limits[k] ? 1 : 0;
+    }
 }
 
 // --- glow -----------------------------------------------------------------------------------------------------------
@@ -264,6 +352,7 @@ void Dither(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, co
 
 void ZOR_TIER_FUNCTION(InitTone)(ToneKernels* kernels) {
     kernels->luminance = Luminance;
+    kernels->countAbove = CountAbove;
     kernels->glow = Glow;
     kernels->dither = Dither;
 }

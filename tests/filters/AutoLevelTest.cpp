@@ -197,6 +197,44 @@ TEST_F(AutoLevelTest, AgreesWithTheModelOnRandomImages) {
     }
 }
 
+// Of images of some size the limits are guessed from some rows first. A good guess, a bad one and limits at the ends of
+// the scale come to the same.
+TEST_F(AutoLevelTest, LargeImagesAgreeWithTheModel) {
+    Random random(5);
+    constexpr int kWidth = 300, kHeight = 288;
+    const auto everySixthRow = [](int y, int inner, int other) { return y % 6 == 0 ? inner : other; };
+    for (int kind = 0; kind < 9; ++kind) {
+        SCOPED_TRACE(kind);
+        const TestImage image = MakePlain(kWidth, kHeight, kind % 2 ? ImageFormatRGB : ImageFormatBGRA);
+        Storage storage = SnapshotOf(image);
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                for (int c = 0; c < image->PixelSize; ++c) {
+                    const int noise = random.Between(0, 31);
+                    const int values[] = {
+                        40 + x / 3 + noise,                            // the rows of the guess are like the others
+                        everySixthRow(y, 100, 60 + 2 * noise),         // unlike
+                        everySixthRow(y, 60 + 2 * noise, 100),         // wider than the others
+                        everySixthRow(y, 0, 255),                      // nothing between
+                        7,                                             // one level
+                        random.Between(0, 255),                        // all of them
+                        random.Chance(50) ? 0 : random.Between(0, 7),  // at one end
+                        random.Chance(50) ? 255 : random.Between(248, 255),  // at the other
+                        random.Chance(99) ? 128 + noise : 3 * noise,         // a few outside
+                    };
+                    storage.Put(PlaceOf(image, x, y) + c, static_cast<std::uint8_t>(values[kind]));
+                }
+            }
+        }
+        SetStorage(image, storage);
+        Storage expected = SnapshotOf(image);
+        const int x = kind % 3, y = kind % 4, width = kWidth - 5, height = kHeight - 5;
+        LevelModel(image, &expected, x, y, width, height);
+        EXPECT_TRUE(AutoLevel5(image.object(), x, y, width, height));
+        EXPECT_TRUE(SameStorage(expected, SnapshotOf(image), image));
+    }
+}
+
 TEST_F(AutoLevelTest, ThresholdsAreInSinglePrecision) {
     // 140001 x 0.995 is 139300.995, which single precision rounds to 139301: so many pixels may lie below the high
     // limit, which double precision would not allow.

@@ -290,10 +290,8 @@ void CombineByTable(Kernels k, Bytes b, std::ptrdiff_t units) {
 
 // --- tone -----------------------------------------------------------------------------------------------------------
 
-// The counts go into as many bytes as the units have. Every other run has grays in it, whose luminance is close to a
-// whole number.
+// Every other run has grays in it, whose luminance is close to a whole number.
 void Luminance(Kernels k, Bytes b, std::ptrdiff_t units) {
-    LevelCounts counts{};
     PixelRun run = RunOf(b.in[0], 3, b.choice);
     static thread_local std::vector<std::uint8_t> grays;
     if (b.choice / 64 % 2 && units > 0) {
@@ -303,7 +301,13 @@ void Luminance(Kernels k, Bytes b, std::ptrdiff_t units) {
         }
         run.pixels = grays.data();
     }
-    k.tone.luminance(run, units, Tables().luminance[b.choice / 128 % 3], &counts);
+    k.tone.luminance(run, units, Tables().luminance[b.choice / 128 % 3], b.out);
+}
+
+// The counts go into as many bytes as the units have.
+void Count(Kernels k, Bytes b, std::ptrdiff_t units) {
+    LevelCounts counts{};
+    k.tone.count(b.in[0], units, &counts);
     const std::ptrdiff_t size = units * KernelBytes::kMaxBytesPerUnit;
     std::memset(b.out, 0, static_cast<std::size_t>(size));
     for (std::ptrdiff_t level = 0; level < 256 && size > 0; ++level) {
@@ -312,6 +316,14 @@ void Luminance(Kernels k, Bytes b, std::ptrdiff_t units) {
         std::uint8_t* const byte = b.out + level % size;
         *byte = static_cast<std::uint8_t>(*byte * 31 + count);
     }
+}
+
+// Counts go on from where they are.
+void CountAbove(Kernels k, Bytes b, std::ptrdiff_t units) {
+    std::uint32_t counts[kLevelLimits];
+    std::fill(std::begin(counts), std::end(counts), b.choice * 2654435761u);
+    k.tone.countAbove(b.in[0], units, b.in[1], counts);
+    std::memcpy(b.out, counts, std::min<std::size_t>(sizeof counts, static_cast<std::size_t>(units)));
 }
 
 void Glow(Kernels k, Bytes b, std::ptrdiff_t units) {
@@ -613,6 +625,8 @@ const std::vector<KernelCase> kCases = {
     {"tables.combine[4]", CombineByTable<5>},
 
     {"tone.luminance", Luminance},
+    {"tone.count", Count},
+    {"tone.countAbove", CountAbove},
     {"tone.glow", Glow},
     {"tone.dither", Dither},
 
