@@ -45,8 +45,6 @@ std::uint32_t TimesCounted(std::int64_t p, std::int64_t last, std::int64_t radiu
     return static_cast<std::uint32_t>(times);
 }
 
-// --- vertical -------------------------------------------------------------------------------------------------------
-
 // The kernels for sums of that type.
 const auto& SumsOf(std::uint16_t) {
     return Kernels().blur.narrow;
@@ -55,45 +53,93 @@ const auto& SumsOf(std::uint32_t) {
     return Kernels().blur.wide;
 }
 
-void DivideSums(const std::uint16_t* sums, std::ptrdiff_t count, const NarrowDivision& by, std::uint8_t* bytes) {
-    Kernels().blur.narrow.divide(sums, count, by, bytes);
-}
-void DivideSums(const std::uint32_t* sums, std::ptrdiff_t count, const WideDivision& by, std::uint8_t* bytes) {
-    Kernels().blur.wide.divide(sums, count, by, bytes);
-}
-void DivideSums(const std::uint32_t* sums, std::ptrdiff_t count, const TestedDivision& by, std::uint8_t* bytes) {
-    Kernels().blur.divideTested(sums, count, by, bytes);
-}
+// --- vertical -------------------------------------------------------------------------------------------------------
 
-// Walks by itself, as each row of the result needs two of the source. The pass reads and writes whole rows in turn, so
-// its order holds for images that share pixels too; there the sums can leave their range, and only the wide ones with
-// a tested quotient will do.
+// The sums of all columns around a row of the source, which begins above the first one.
+template <class Sum>
+class ColumnSums {
+public:
+    explicit ColumnSums(const BoxBlur& blur)
+        : blur_(blur),
+          samples_(static_cast<std::ptrdiff_t>(blur.samples())),
+          width_(static_cast<std::ptrdiff_t>(blur.width)),
+          sums_(blur.samples()),
+          leaving_(blur.samples()),
+          entering_(blur.samples()) {}
+    explicit operator bool() const { return sums_ && leaving_ && entering_; }
+    Sum* get() const { return sums_.get(); }
+    std::ptrdiff_t samples() const { return samples_; }
+
+    // To the first row.
+    void Begin() const {
+        const PixelSide& src = blur_.sides.src;
+        for (std::int64_t y = 0; y <= std::min<std::int64_t>(blur_.radius, blur_.height - 1); ++y) {
+            const std::uint32_t times = TimesCounted(y, blur_.height - 1, blur_.radius);
+            const RowSpan row = GetRowSpan(src.record, static_cast<int>(y));
+            SumsOf(Sum{}).add(sums_.get(), PackedSamples(row, src, width_, entering_.get()), samples_, times);
+        }
+    }
+    // The samples by which the sums of the row below y differ from those of row y.
+    struct Change {
+        const std::uint8_t* leaves;
+        const std::uint8_t* enters;
+    };
+    Change Below(std::int64_t y) const {
+        const PixelSide& src = blur_.sides.src;
+        const RowSpan above = GetRowSpan(src.record, blur_.RowAt(y - blur_.radius));
+        const std::uint8_t* leaves = leaving_.get();
+        if (src.record->IsMapping) {
+            CopyPackedSamples(above, src, width_, leaving_.get());  // the next row may move it away
+        } else {
+            leaves = PackedSamples(above, src, width_, leaving_.get());
+        }
+        const RowSpan below = GetRowSpan(src.record, blur_.RowAt(y + blur_.radius + 1));
+        return {leaves, PackedSamples(below, src, width_, entering_.get())};
+    }
+
+private:
+    const BoxBlur& blur_;
+    std::ptrdiff_t samples_, width_;
+    HeapArray<Sum> sums_;
+    HeapArray<std::uint8_t> leaving_, entering_;
+};
+
+// Walks by itself, as each row of the result needs two of the source.
 template <class Sum, class Division>
 void BlurColumns(const BoxBlur& blur, const Division& division) {
-    const PixelSide &src = blur.sides.src, &dst = blur.sides.dst;
-    const HeapArray<Sum> sums(blur.samples());
-    const HeapArray<std::uint8_t> leaving(blur.samples()), entering(blur.samples()), written(blur.samples());
-    if (!sums || !leaving || !entering || !written) return;
-    const std::ptrdiff_t samples = static_cast<std::ptrdiff_t>(blur.samples());
+    const PixelSide& dst = blur.sides.dst;
+    const ColumnSums<Sum> sums(blur);
+    const HeapArray<std::uint8_t> written(blur.samples());
+    if (!sums || !written) return;
     const std::ptrdiff_t width = static_cast<std::ptrdiff_t>(blur.width);
-    const auto& kernels = SumsOf(Sum{});
-    for (std::int64_t y = 0; y <= std::min<std::int64_t>(blur.radius, blur.height - 1); ++y) {
-        const std::uint32_t times = TimesCounted(y, blur.height - 1, blur.radius);
-        const RowSpan row = GetRowSpan(src.record, static_cast<int>(y));
-        kernels.add(sums.get(), PackedSamples(row, src, width, entering.get()), samples, times);
+    sums.Begin();
+    for (int y = 0; y < blur.height; ++y) {
+        const auto change = sums.Below(y);
+        const RowSpan row = GetRowSpan(dst.record, y);
+        std::uint8_t* const bytes = row ? BeginPacked(row, dst, width, written.get()) : written.get();
+        SumsOf(Sum{}).down(sums.get(), change.leaves, change.enters, sums.samples(), division, bytes);
+        if (row) EndPacked(row, dst, width, bytes);
     }
+}
+
+// For images that share pixels. Each row is stored before the source's next ones are read, so that sums can leave
+// their range: only wide ones with a tested quotient will do.
+void BlurColumnsInOrder(const BoxBlur& blur) {
+    const PixelSide& dst = blur.sides.dst;
+    const ColumnSums<std::uint32_t> sums(blur);
+    const HeapArray<std::uint8_t> written(blur.samples());
+    if (!sums || !written) return;
+    const std::ptrdiff_t width = static_cast<std::ptrdiff_t>(blur.width);
+    const TestedDivision division{static_cast<std::uint32_t>(blur.divisor)};
+    sums.Begin();
     for (int y = 0; y < blur.height; ++y) {
         if (const RowSpan row = GetRowSpan(dst.record, y)) {
             std::uint8_t* const bytes = BeginPacked(row, dst, width, written.get());
-            DivideSums(sums.get(), samples, division, bytes);
+            Kernels().blur.divideTested(sums.get(), sums.samples(), division, bytes);
             EndPacked(row, dst, width, bytes);
         }
-        // Copied, as the next row of a mapped image may move it away.
-        const std::int64_t above = static_cast<std::int64_t>(y) - blur.radius;
-        const std::int64_t below = static_cast<std::int64_t>(y) + blur.radius + 1;
-        CopyPackedSamples(GetRowSpan(src.record, blur.RowAt(above)), src, width, leaving.get());
-        const RowSpan row = GetRowSpan(src.record, blur.RowAt(below));
-        kernels.slide(sums.get(), leaving.get(), PackedSamples(row, src, width, entering.get()), samples);
+        const auto change = sums.Below(y);
+        Kernels().blur.slide(sums.get(), change.leaves, change.enters, sums.samples());
     }
 }
 
@@ -131,38 +177,59 @@ void BlurRowsInPlace_Plain(const BoxBlur& blur) {
     }
 }
 
-// Rows with their edge pixels repeated on both sides, so that the sums slide without a test. Beyond the width of the
+// A row with its edge pixels repeated on both sides, so that its sums slide without a test. Beyond the width of the
 // row a radius finds edge pixels only, so that many on each side are enough.
-struct WideRow {
-    WideRow(const BoxBlur& blur)
-        : edge(std::min<std::int64_t>(blur.radius + std::int64_t{1}, blur.width)),
-          bytes(blur.width + 2 * edge, blur.count()) {}
+class WideRow {
+public:
+    explicit WideRow(const BoxBlur& blur)
+        : count_(blur.count()),
+          width_(static_cast<std::ptrdiff_t>(blur.width)),
+          radius_(blur.radius),
+          edge_(static_cast<std::ptrdiff_t>(std::min<std::int64_t>(radius_ + 1, blur.width))),
+          bytes_(blur.width + 2 * std::int64_t{edge_}, count_) {}
+    explicit operator bool() const { return static_cast<bool>(bytes_); }
 
-    std::int64_t edge;  // pixels on each side
-    HeapArray<std::uint8_t> bytes;
+    std::uint8_t* samples() const { return bytes_.get() + edge_ * count_; }
 
-    std::uint8_t* row(int count) const { return bytes.get() + edge * count; }
-    void RepeatEdges(int count, std::ptrdiff_t width) const {
-        std::uint8_t* const first = row(count);
-        for (std::ptrdiff_t i = 1; i <= edge; ++i) {
-            std::memcpy(first - i * count, first, static_cast<std::size_t>(count));
-            std::memcpy(first + (width - 1 + i) * count, first + (width - 1) * count, static_cast<std::size_t>(count));
+    // The row blurred, as packed samples.
+    template <class Sum, class Division>
+    void Blur(const Division& division, std::uint8_t* bytes) const {
+        std::uint8_t* const row = samples();
+        std::uint8_t* const last = row + (width_ - 1) * count_;
+        for (std::ptrdiff_t i = 1; i <= edge_; ++i) {
+            std::memcpy(row - i * count_, row, static_cast<std::size_t>(count_));
+            std::memcpy(last + i * count_, last, static_cast<std::size_t>(count_));
         }
+        SlidingRow sliding{row - (edge_ - 1) * count_, row + edge_ * count_, width_, {}, {}};
+        SumAround(0, sliding.first);
+        SumAround(width_ / 2, sliding.middle);
+        ByCount(SumsOf(Sum{}).along, count_)(sliding, division, bytes);
     }
-};
 
-template <class Sum>
-void SumRow(const WideRow& wide, const BoxBlur& blur, Sum* sums) {
-    const int count = blur.count();
-    const std::uint8_t* const row = wide.row(count);
-    const std::int64_t last = blur.width - 1, reach = std::min<std::int64_t>(blur.radius, last);
-    std::uint32_t sum[ChannelSet::kMax] = {};
-    for (std::int64_t x = 0; x <= reach; ++x) {
-        for (int c = 0; c < count; ++c) sum[c] += TimesCounted(x, last, blur.radius) * row[x * count + c];
+private:
+    void SumAround(std::ptrdiff_t x, std::uint32_t* sums) const {
+        const std::uint8_t* const row = samples();
+        const std::int64_t last = width_ - 1, before = x - radius_, behind = x + radius_;
+        const std::ptrdiff_t from = static_cast<std::ptrdiff_t>(std::max<std::int64_t>(before, 0));
+        const std::ptrdiff_t to = static_cast<std::ptrdiff_t>(std::min(behind, last));
+        const std::uint32_t timesFirst = static_cast<std::uint32_t>(from - before);
+        const std::uint32_t timesLast = static_cast<std::uint32_t>(behind - to);
+        WithChannelCount(count_, [&](auto kCount) {
+            std::uint32_t sum[kCount];
+            for (int c = 0; c < kCount; ++c) sum[c] = timesFirst * row[c] + timesLast * row[last * kCount + c];
+            for (std::ptrdiff_t i = from; i <= to; ++i) {
+                for (int c = 0; c < kCount; ++c) sum[c] += row[i * kCount + c];
+            }
+            std::copy_n(sum, int{kCount}, sums);
+        });
     }
-    ByCount(SumsOf(Sum{}).run, count)(sums, row - reach * count, row + (reach + 1) * count,
-                                      static_cast<std::ptrdiff_t>(blur.width), sum);
-}
+
+    int count_;
+    std::ptrdiff_t width_;
+    std::int64_t radius_;
+    std::ptrdiff_t edge_;  // pixels on each side
+    HeapArray<std::uint8_t> bytes_;
+};
 
 // The bytes that the second of two passes reads: those of the row of the destination, RowSize of them, and 0 beyond.
 RowSpan OwnBytes(const RowSpan& row, const ImageClassData* record) {
@@ -175,33 +242,64 @@ void BlurRows(const BoxBlur& blur, bool afterColumns, const Division& division) 
     const PixelSide& dst = blur.sides.dst;
     const PixelSide& from = afterColumns ? dst : blur.sides.src;
     const WideRow wide(blur);
-    const HeapArray<Sum> sums(blur.samples());
     const HeapArray<std::uint8_t> written(blur.samples());
-    if (!wide.bytes || !sums || !written) return;
+    if (!wide || !written) return;
     const std::ptrdiff_t width = static_cast<std::ptrdiff_t>(blur.width);
     for (int y = 0; y < blur.height; ++y) {
         const RowSpan row = GetRowSpan(dst.record, y);
         if (!row) continue;
         const RowSpan read = afterColumns ? OwnBytes(row, dst.record) : GetRowSpan(from.record, y);
-        CopyPackedSamples(read, from, width, wide.row(blur.count()));
-        wide.RepeatEdges(blur.count(), width);
-        SumRow(wide, blur, sums.get());
+        CopyPackedSamples(read, from, width, wide.samples());
         std::uint8_t* const bytes = BeginPacked(row, dst, width, written.get());
-        DivideSums(sums.get(), width * blur.count(), division, bytes);
+        wide.Blur<Sum>(division, bytes);
         EndPacked(row, dst, width, bytes);
     }
 }
 
 // --- both -----------------------------------------------------------------------------------------------------------
 
+// True if the second pass finds in a row of the destination what the first one has stored there, whatever becomes of
+// the other rows, and so can follow on its heels.
+bool RowsKeepTheirSamples(const BoxBlur& blur) {
+    const PixelSide& dst = blur.sides.dst;
+    return AreDistinct(dst.channels) && PixelsAreApart(dst) && RowsAreApart(dst, blur.width);
+}
+
+// Each row goes through both passes while it is in the cache. Walks by itself, as each row of the result needs two of
+// the source.
+template <class Sum, class Division>
+void BlurBoth(const BoxBlur& blur, const Division& division) {
+    const PixelSide& dst = blur.sides.dst;
+    const ColumnSums<Sum> sums(blur);
+    const WideRow wide(blur);
+    const HeapArray<std::uint8_t> written(blur.samples());
+    if (!sums || !wide || !written) return;
+    const std::ptrdiff_t width = static_cast<std::ptrdiff_t>(blur.width);
+    sums.Begin();
+    for (int y = 0; y < blur.height; ++y) {
+        const auto change = sums.Below(y);
+        SumsOf(Sum{}).down(sums.get(), change.leaves, change.enters, sums.samples(), division, wide.samples());
+        const RowSpan row = GetRowSpan(dst.record, y);
+        if (!row) continue;
+        if (!Covers(row, dst, 0, width)) {  // samples outside are lost between the passes
+            EndPacked(row, dst, width, wide.samples());
+            CopyPackedSamples(OwnBytes(row, dst.record), dst, width, wide.samples());
+        }
+        std::uint8_t* const bytes = BeginPacked(row, dst, width, written.get());
+        wide.Blur<Sum>(division, bytes);
+        EndPacked(row, dst, width, bytes);
+    }
+}
+
 template <class Sum, class Division>
 void BlurApart(const BoxBlur& blur, bool vertical, bool horizontal, const Division& division) {
+    if (vertical && horizontal && RowsKeepTheirSamples(blur)) return BlurBoth<Sum>(blur, division);
     if (vertical) BlurColumns<Sum>(blur, division);
     if (horizontal) BlurRows<Sum>(blur, vertical, division);
 }
 
 void BlurShared(const BoxBlur& blur, bool vertical, bool horizontal) {
-    if (vertical) BlurColumns<std::uint32_t>(blur, TestedDivision{static_cast<std::uint32_t>(blur.divisor)});
+    if (vertical) BlurColumnsInOrder(blur);
     if (!horizontal) return;
     if (vertical) return BlurRows<std::uint32_t>(blur, true, MakeWideDivision(blur.divisor));
     WithChannelCount(blur.count(), [&](auto kCount) { BlurRowsInPlace_Plain<kCount>(blur); });

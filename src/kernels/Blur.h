@@ -8,12 +8,15 @@ namespace zor {
 // --- sums of many ---------------------------------------------------------------------------------------------------
 
 // Sums that stay below 256 times the divisor, as those of any 2 * radius + 1 bytes do, divided by multiplication:
-// floor(sum / divisor) is (sum * factor) >> shift, exactly.
+// floor(sum / divisor) is ((sum + more) * factor) >> shift, exactly.
 struct NarrowDivision {
     std::uint16_t factor;
-    int shift;  // beyond the 16 of the high half of a product
+    std::uint16_t more;  // 0 or 1
+    int shift;           // beyond the 16 of the high half of a product; 1 or more
 };
-// For sums of 16 bits. False where no factor of that size is exact; each quotient is tried at both of its ends.
+// For sums of 16 bits. With 2^l the largest power of two below the divisor and a factor of 2^(16 + l) / divisor,
+// rounded up, the product is too large by less than the sum, which may be too much; rounded down, one sum more makes
+// up for what is missing. Each quotient is tried at both of its ends. False where sums do not fit.
 bool MakeNarrowDivision(std::int64_t divisor, NarrowDivision* division);
 
 struct WideDivision {
@@ -33,21 +36,27 @@ struct TestedDivision {
     }
 };
 
-// Sums wrap at their width, and share no byte with samples.
+// A row whose sums slide from its first pixel to its last: each pixel adds enters - leaves for the next one.
+struct SlidingRow {
+    const std::uint8_t* leaves;
+    const std::uint8_t* enters;
+    std::ptrdiff_t count;                    // pixels, 1 or more
+    std::uint32_t first[ChannelSet::kMax];   // the sums of pixel 0, by channel
+    std::uint32_t middle[ChannelSet::kMax];  // those of pixel count / 2, for kernels that begin there, too
+};
+
+// Sums wrap at their width, and share no byte with samples; bytes overlap no samples.
 template <class Sum, class Division>
 struct SumKernels {
     // sums[i] += times * bytes[i]
     void (*add)(Sum* sums, const std::uint8_t* bytes, std::ptrdiff_t count, std::uint32_t times);
-    // sums[i] += enters[i] - leaves[i]
-    void (*slide)(Sum* sums, const std::uint8_t* leaves, const std::uint8_t* enters, std::ptrdiff_t count);
-    // bytes[i] = sums[i] / by
-    void (*divide)(const Sum* sums, std::ptrdiff_t count, const Division& by, std::uint8_t* bytes);
+    // bytes[i] = sums[i] / by, and then sums[i] += enters[i] - leaves[i]
+    void (*down)(Sum* sums, const std::uint8_t* leaves, const std::uint8_t* enters, std::ptrdiff_t count,
+                 const Division& by, std::uint8_t* bytes);
 
-    // The sums along a row, of `count` pixels: those in `sum` at first, to which each pixel adds enters - leaves. By
-    // channel count, [0] for one channel.
-    using Run = void (*)(Sum* sums, const std::uint8_t* leaves, const std::uint8_t* enters, std::ptrdiff_t count,
-                         const std::uint32_t* sum);
-    Run run[ChannelSet::kMax];
+    // The sums along a row, divided. By channel count, [0] for one channel.
+    using Along = void (*)(const SlidingRow& row, const Division& by, std::uint8_t* bytes);
+    Along along[ChannelSet::kMax];
 };
 
 // --- sums of three --------------------------------------------------------------------------------------------------
@@ -75,13 +84,20 @@ struct TapRows {
 struct BlurKernels {
     SumKernels<std::uint16_t, NarrowDivision> narrow;
     SumKernels<std::uint32_t, WideDivision> wide;
+    // Where a row of bytes is stored before its samples leave the sums.
+    // bytes[i] = sums[i] / by
     void (*divideTested)(const std::uint32_t* sums, std::ptrdiff_t count, const TestedDivision& by,
                          std::uint8_t* bytes);
+    // sums[i] += enters[i] - leaves[i]
+    void (*slide)(std::uint32_t* sums, const std::uint8_t* leaves, const std::uint8_t* enters, std::ptrdiff_t count);
     // dst overlaps none of the rows.
     void (*taps)(const TapRows& rows, std::ptrdiff_t count, const ThreeTaps& taps, std::uint8_t* dst);
     void (*tapsByTable)(const TapRows& rows, std::ptrdiff_t count, const std::uint8_t* entries, std::uint8_t* dst);
 };
 
 void InitBlur_Plain(BlurKernels* kernels);
+void InitBlur_Sse4(BlurKernels* kernels);
+void InitBlur_Avx2(BlurKernels* kernels);
+void InitBlur_Neon(BlurKernels* kernels);
 
 }  // namespace zor

@@ -7,7 +7,8 @@ namespace zor {
 namespace {
 
 std::uint8_t Divided(std::uint16_t sum, const NarrowDivision& by) {
-    return static_cast<std::uint8_t>(((static_cast<std::uint32_t>(sum) * by.factor) >> 16) >> by.shift);
+    const std::uint16_t dividend = static_cast<std::uint16_t>(sum + by.more);
+    return static_cast<std::uint8_t>(((static_cast<std::uint32_t>(dividend) * by.factor) >> 16) >> by.shift);
 }
 std::uint8_t Divided(std::uint32_t sum, const WideDivision& by) {
     return static_cast<std::uint8_t>((sum * std::uint64_t{by.factor}) >> by.shift);
@@ -22,12 +23,13 @@ void Add_Plain(Sum* __restrict sums, const std::uint8_t* __restrict bytes, std::
 }
 
 template <class Sum>
-void Slide_Plain(Sum* __restrict sums, const std::uint8_t* __restrict leaves, const std::uint8_t* __restrict enters,
-                 std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        const std::uint32_t change = static_cast<std::uint32_t>(enters[i]) - static_cast<std::uint32_t>(leaves[i]);
-        sums[i] = static_cast<Sum>(sums[i] + change);
-    }
+Sum Slid(Sum sum, std::uint8_t leaves, std::uint8_t enters) {
+    return static_cast<Sum>(sum + static_cast<std::uint32_t>(enters) - static_cast<std::uint32_t>(leaves));
+}
+
+void Slide_Plain(std::uint32_t* __restrict sums, const std::uint8_t* __restrict leaves,
+                 const std::uint8_t* __restrict enters, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] = Slid(sums[i], leaves[i], enters[i]);
 }
 
 template <class Sum, class Division>
@@ -37,15 +39,26 @@ void Divide_Plain(const Sum* __restrict sums, std::ptrdiff_t count, const Divisi
     for (std::ptrdiff_t i = 0; i < count; ++i) bytes[i] = Divided(sums[i], local);
 }
 
-template <class Sum, int kCount>
-void Run_Plain(Sum* __restrict sums, const std::uint8_t* __restrict leaves, const std::uint8_t* __restrict enters,
-               std::ptrdiff_t count, const std::uint32_t* first) {
-    std::uint32_t sum[kCount];
-    std::copy_n(first, kCount, sum);
-    for (std::ptrdiff_t i = 0; i < count; ++i, sums += kCount, leaves += kCount, enters += kCount) {
+template <class Sum, class Division>
+void Down_Plain(Sum* __restrict sums, const std::uint8_t* __restrict leaves, const std::uint8_t* __restrict enters,
+                std::ptrdiff_t count, const Division& by, std::uint8_t* __restrict bytes) {
+    const Division local = by;
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        bytes[i] = Divided(sums[i], local);
+        sums[i] = Slid(sums[i], leaves[i], enters[i]);
+    }
+}
+
+template <class Sum, class Division, int kCount>
+void Along_Plain(const SlidingRow& row, const Division& by, std::uint8_t* __restrict bytes) {
+    const Division local = by;
+    const std::uint8_t *leaves = row.leaves, *enters = row.enters;
+    Sum sum[kCount];
+    for (int c = 0; c < kCount; ++c) sum[c] = static_cast<Sum>(row.first[c]);
+    for (std::ptrdiff_t i = 0; i < row.count; ++i, bytes += kCount, leaves += kCount, enters += kCount) {
         for (int c = 0; c < kCount; ++c) {
-            sums[c] = static_cast<Sum>(sum[c]);
-            sum[c] += static_cast<std::uint32_t>(enters[c]) - static_cast<std::uint32_t>(leaves[c]);
+            bytes[c] = Divided(sum[c], local);
+            if (i + 1 < row.count) sum[c] = Slid(sum[c], leaves[c], enters[c]);
         }
     }
 }
@@ -53,9 +66,9 @@ void Run_Plain(Sum* __restrict sums, const std::uint8_t* __restrict leaves, cons
 template <class Sum, class Division>
 constexpr SumKernels<Sum, Division> kSums = {
     Add_Plain<Sum>,
-    Slide_Plain<Sum>,
-    Divide_Plain<Sum, Division>,
-    {Run_Plain<Sum, 1>, Run_Plain<Sum, 2>, Run_Plain<Sum, 3>, Run_Plain<Sum, 4>, Run_Plain<Sum, 5>}};
+    Down_Plain<Sum, Division>,
+    {Along_Plain<Sum, Division, 1>, Along_Plain<Sum, Division, 2>, Along_Plain<Sum, Division, 3>,
+     Along_Plain<Sum, Division, 4>, Along_Plain<Sum, Division, 5>}};
 
 void Taps_Plain(const TapRows& rows, std::ptrdiff_t count, const ThreeTaps& given, std::uint8_t* dst) {
     const ThreeTaps taps = given;
@@ -70,19 +83,27 @@ void TapsByTable_Plain(const TapRows& rows, std::ptrdiff_t count, const std::uin
 
 }  // namespace
 
+static bool IsExact(std::int64_t divisor, const NarrowDivision& division) {
+    constexpr std::int64_t kLargestSum = 65535;
+    for (std::int64_t quotient = 0; quotient < 256; ++quotient) {
+        const std::int64_t least = quotient * divisor, most = std::min(least + divisor - 1, kLargestSum);
+        if (Divided(static_cast<std::uint16_t>(least), division) != quotient) return false;
+        if (Divided(static_cast<std::uint16_t>(most), division) != quotient) return false;
+    }
+    return true;
+}
+
 bool MakeNarrowDivision(std::int64_t divisor, NarrowDivision* division) {
     constexpr std::int64_t kLargestSum = 65535;
     if (divisor < 2 || 255 * divisor > kLargestSum) return false;
     const int log = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(divisor))) - 1;
-    const std::int64_t factor = (std::int64_t{1} << (16 + log)) / divisor + 1;
-    if (factor > kLargestSum) return false;
-    *division = {static_cast<std::uint16_t>(factor), log};
-    for (std::int64_t quotient = 0; quotient < 256; ++quotient) {
-        const std::int64_t least = quotient * divisor, most = least + divisor - 1;
-        if (Divided(static_cast<std::uint16_t>(least), *division) != quotient) return false;
-        if (most <= kLargestSum && Divided(static_cast<std::uint16_t>(most), *division) != quotient) return false;
+    const std::uint16_t factor = static_cast<std::uint16_t>((std::int64_t{1} << (16 + log)) / divisor);
+    for (const NarrowDivision& tried :
+         {NarrowDivision{static_cast<std::uint16_t>(factor + 1), 0, log}, NarrowDivision{factor, 1, log}}) {
+        *division = tried;
+        if (IsExact(divisor, tried)) return true;
     }
-    return true;
+    return false;
 }
 
 WideDivision MakeWideDivision(std::int64_t divisor) {
@@ -92,8 +113,12 @@ WideDivision MakeWideDivision(std::int64_t divisor) {
 }
 
 void InitBlur_Plain(BlurKernels* kernels) {
-    *kernels = {kSums<std::uint16_t, NarrowDivision>, kSums<std::uint32_t, WideDivision>,
-                Divide_Plain<std::uint32_t, TestedDivision>, Taps_Plain, TapsByTable_Plain};
+    *kernels = {kSums<std::uint16_t, NarrowDivision>,
+                kSums<std::uint32_t, WideDivision>,
+                Divide_Plain<std::uint32_t, TestedDivision>,
+                Slide_Plain,
+                Taps_Plain,
+                TapsByTable_Plain};
 }
 
 }  // namespace zor

@@ -74,14 +74,13 @@ constexpr Slot kSlots[] = {
     SLOT(tone.glow),
     SLOT(tone.dither),
     SLOT(blur.narrow.add),
-    SLOT(blur.narrow.slide),
-    SLOT(blur.narrow.divide),
-    SLOTS_5(blur.narrow.run),
+    SLOT(blur.narrow.down),
+    SLOTS_5(blur.narrow.along),
     SLOT(blur.wide.add),
-    SLOT(blur.wide.slide),
-    SLOT(blur.wide.divide),
-    SLOTS_5(blur.wide.run),
+    SLOT(blur.wide.down),
+    SLOTS_5(blur.wide.along),
     SLOT(blur.divideTested),
+    SLOT(blur.slide),
     SLOT(blur.taps),
     SLOT(blur.tapsByTable),
     SLOTS_5(geometry.copy),
@@ -125,6 +124,7 @@ void InitKernels_Vector(KernelTable* table, CpuTier tier) {
     InitBytes_##Tier(&table->bytes);       \
     InitBlend_##Tier(&table->blend);       \
     InitMatrix_##Tier(&table->matrix);     \
+    InitBlur_##Tier(&table->blur);         \
     InitGeometry_##Tier(&table->geometry); \
     InitScaling_##Tier(&table->scaling);   \
     InitTables_##Tier(&table->tables);     \

@@ -259,6 +259,8 @@ TEST_F(BoxBlurFilterTest, ACancelledIterationReleasesItsImages) {
 
 // --- dividing sums --------------------------------------------------------------------------------------------------
 
+constexpr std::uint8_t kZeros[2] = {};
+
 TEST(BoxBlurSums, NarrowDivisionIsExactForEverySum) {
     int exact = 0;
     for (int divisor = 3; divisor <= 257; divisor += 2) {
@@ -266,9 +268,9 @@ TEST(BoxBlurSums, NarrowDivisionIsExactForEverySum) {
         if (!MakeNarrowDivision(divisor, &by)) continue;
         ++exact;
         for (int sum = 0; sum <= std::min(65535, 256 * divisor - 1); ++sum) {
-            const std::uint16_t wide = static_cast<std::uint16_t>(sum);
+            std::uint16_t wide = static_cast<std::uint16_t>(sum);
             std::uint8_t byte = 0;
-            Kernels().blur.narrow.divide(&wide, 1, by, &byte);
+            Kernels().blur.narrow.down(&wide, kZeros, kZeros, 1, by, &byte);
             ASSERT_EQ(byte, sum / divisor) << sum << " / " << divisor;
         }
     }
@@ -281,17 +283,17 @@ TEST(BoxBlurSums, WideDivisionIsExactAtBothEndsOfEveryQuotient) {
     for (std::uint32_t divisor = 3; divisor <= 2097151; divisor += divisor < 4000 ? 2 : 7778) {
         const WideDivision by = MakeWideDivision(divisor);
         for (std::uint32_t quotient = 0; quotient < 256; ++quotient) {
-            const std::uint32_t ends[2] = {quotient * divisor, quotient * divisor + divisor - 1};
+            std::uint32_t ends[2] = {quotient * divisor, quotient * divisor + divisor - 1};
             std::uint8_t bytes[2];
-            Kernels().blur.wide.divide(ends, 2, by, bytes);
+            Kernels().blur.wide.down(ends, kZeros, kZeros, 2, by, bytes);
             ASSERT_EQ(bytes[0], quotient) << divisor;
             ASSERT_EQ(bytes[1], quotient) << divisor;
         }
     }
     const WideDivision by = MakeWideDivision(2097151);
-    const std::uint32_t most = 256u * 2097151u - 1;
+    std::uint32_t most = 256u * 2097151u - 1;
     std::uint8_t byte = 0;
-    Kernels().blur.wide.divide(&most, 1, by, &byte);
+    Kernels().blur.wide.down(&most, kZeros, kZeros, 1, by, &byte);
     EXPECT_EQ(byte, 255);
 }
 

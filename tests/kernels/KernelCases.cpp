@@ -353,7 +353,7 @@ public:
     }
     Sum* get() { return sums_.data(); }
     void KeepBelow(std::uint32_t limit) {
-        for (Sum& sum : sums_) sum = static_cast<Sum>(sum % limit);
+        for (Sum& sum : sums_) sum = static_cast<Sum>((std::uint64_t{sum} * limit) >> (8 * sizeof(Sum)));
     }
     void GoOut(Bytes b) const {
         if (sums_.size() > 1) std::memcpy(b.out, sums_.data(), sums_.size() * sizeof(Sum));
@@ -370,50 +370,61 @@ void AddSums(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t u
     sums.GoOut(b);
 }
 
-template <class Sum, class Division>
-void SlideSums(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t units) {
-    TestSums<Sum> sums(b, units);
-    kernels.slide(sums.get(), b.in[0], b.in[1], units);
-    sums.GoOut(b);
-}
-
-template <int kCount, class Sum, class Division>
-void RunSums(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t units) {
-    const std::ptrdiff_t pixels = units / kCount;
-    std::uint32_t first[kCount];
-    for (std::uint32_t& sum : first) sum = b.choice * static_cast<std::uint32_t>(1 + (&sum - first));
-    TestSums<Sum> sums(b, pixels * kCount);
-    kernels.run[kCount - 1](sums.get(), b.in[0], b.in[1], pixels, first);
-    sums.GoOut(b);
-}
-template <int kCount>
-void RunNarrow(Kernels k, Bytes b, std::ptrdiff_t units) {
-    RunSums<kCount>(k.blur.narrow, b, units);
-}
-template <int kCount>
-void RunWide(Kernels k, Bytes b, std::ptrdiff_t units) {
-    RunSums<kCount>(k.blur.wide, b, units);
-}
-
-void DivideNarrow(Kernels k, Bytes b, std::ptrdiff_t units) {
+// Divisors of all sizes, and those that both kinds of division have.
+NarrowDivision AnyDivision(std::uint16_t, std::uint32_t choice, std::uint32_t* divisor) {
     NarrowDivision by{};
-    std::uint32_t divisor = 3 + b.choice % 127 * 2;
-    if (!MakeNarrowDivision(divisor, &by)) MakeNarrowDivision(divisor = 3, &by);
-    TestSums<std::uint16_t> sums(b, units);
-    sums.KeepBelow(std::min(65536u, 256 * divisor));
-    k.blur.narrow.divide(sums.get(), units, by, b.out);
+    *divisor = 3 + choice % 128 * 2;
+    if (!MakeNarrowDivision(*divisor, &by)) MakeNarrowDivision(*divisor = 3, &by);
+    return by;
+}
+WideDivision AnyDivision(std::uint32_t, std::uint32_t choice, std::uint32_t* divisor) {
+    *divisor = 3 + choice % (choice / 1048576 % 2 ? 1048575 : 128) * 2;
+    return MakeWideDivision(*divisor);
 }
 
-void DivideWide(Kernels k, Bytes b, std::ptrdiff_t units) {
-    const std::uint32_t divisor = 3 + b.choice % 1048575 * 2;
-    TestSums<std::uint32_t> sums(b, units);
+template <class Sum, class Division>
+void SumsDown(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t units) {
+    std::uint32_t divisor = 0;
+    const Division by = AnyDivision(Sum{}, b.choice, &divisor);
+    TestSums<Sum> sums(b, units);
     sums.KeepBelow(256 * divisor);
-    k.blur.wide.divide(sums.get(), units, MakeWideDivision(divisor), b.out);
+    kernels.down(sums.get(), b.in[0], b.in[1], units, by, b.out);
+    if (units > 0) sums.GoOut({{}, b.out + units, nullptr, nullptr, 0});
+}
+
+// A window of any size goes over a row, so that all sums stay in their range.
+template <int kCount, class Sum, class Division>
+void SumsAlong(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t units) {
+    std::uint32_t divisor = 0;
+    const Division by = AnyDivision(Sum{}, b.choice, &divisor);
+    if (units < 1) return;
+    const std::ptrdiff_t window = std::min<std::ptrdiff_t>({divisor, 7 + b.choice / 64 % 64, units});
+    const std::uint8_t* const row = b.in[0];
+    SlidingRow sliding{row, row + window * kCount, units, {}, {}};
+    for (std::ptrdiff_t i = 0; i < window * kCount; ++i) {
+        sliding.first[i % kCount] += row[i];
+        sliding.middle[i % kCount] += row[units / 2 * kCount + i];
+    }
+    kernels.along[kCount - 1](sliding, by, b.out);
+}
+template <int kCount>
+void NarrowAlong(Kernels k, Bytes b, std::ptrdiff_t units) {
+    SumsAlong<kCount>(k.blur.narrow, b, units);
+}
+template <int kCount>
+void WideAlong(Kernels k, Bytes b, std::ptrdiff_t units) {
+    SumsAlong<kCount>(k.blur.wide, b, units);
 }
 
 void DivideTested(Kernels k, Bytes b, std::ptrdiff_t units) {
     TestSums<std::uint32_t> sums(b, units);
     k.blur.divideTested(sums.get(), units, {3 + b.choice % 1048575 * 2}, b.out);
+}
+
+void SlideSums(Kernels k, Bytes b, std::ptrdiff_t units) {
+    TestSums<std::uint32_t> sums(b, units);
+    k.blur.slide(sums.get(), b.in[0], b.in[1], units);
+    sums.GoOut(b);
 }
 
 void Taps(Kernels k, Bytes b, std::ptrdiff_t units) {
@@ -631,24 +642,23 @@ const std::vector<KernelCase> kCases = {
     {"tone.dither", Dither},
 
     {"blur.narrow.add", [](Kernels k, Bytes b, std::ptrdiff_t n) { AddSums(k.blur.narrow, b, n); }},
-    {"blur.narrow.slide", [](Kernels k, Bytes b, std::ptrdiff_t n) { SlideSums(k.blur.narrow, b, n); }},
-    {"blur.narrow.divide", DivideNarrow},
-    {"blur.narrow.run[0]", RunNarrow<1>},
-    {"blur.narrow.run[1]", RunNarrow<2>},
-    {"blur.narrow.run[2]", RunNarrow<3>},
-    {"blur.narrow.run[3]", RunNarrow<4>},
-    {"blur.narrow.run[4]", RunNarrow<5>},
+    {"blur.narrow.down", [](Kernels k, Bytes b, std::ptrdiff_t n) { SumsDown(k.blur.narrow, b, n); }},
+    {"blur.narrow.along[0]", NarrowAlong<1>},
+    {"blur.narrow.along[1]", NarrowAlong<2>},
+    {"blur.narrow.along[2]", NarrowAlong<3>},
+    {"blur.narrow.along[3]", NarrowAlong<4>},
+    {"blur.narrow.along[4]", NarrowAlong<5>},
 
     {"blur.wide.add", [](Kernels k, Bytes b, std::ptrdiff_t n) { AddSums(k.blur.wide, b, n); }},
-    {"blur.wide.slide", [](Kernels k, Bytes b, std::ptrdiff_t n) { SlideSums(k.blur.wide, b, n); }},
-    {"blur.wide.divide", DivideWide},
-    {"blur.wide.run[0]", RunWide<1>},
-    {"blur.wide.run[1]", RunWide<2>},
-    {"blur.wide.run[2]", RunWide<3>},
-    {"blur.wide.run[3]", RunWide<4>},
-    {"blur.wide.run[4]", RunWide<5>},
+    {"blur.wide.down", [](Kernels k, Bytes b, std::ptrdiff_t n) { SumsDown(k.blur.wide, b, n); }},
+    {"blur.wide.along[0]", WideAlong<1>},
+    {"blur.wide.along[1]", WideAlong<2>},
+    {"blur.wide.along[2]", WideAlong<3>},
+    {"blur.wide.along[3]", WideAlong<4>},
+    {"blur.wide.along[4]", WideAlong<5>},
 
     {"blur.divideTested", DivideTested},
+    {"blur.slide", SlideSums},
     {"blur.taps", Taps},
     {"blur.tapsByTable", TapsByTable},
 
