@@ -111,6 +111,14 @@ Reach ReachOf(const Cells& cells, const Convolution& job) {
     return reach;
 }
 
+// The scale by a product, for images with more samples than it takes to find one.
+WordScale WordScaleOf(const Convolution& job, const Cells& cells) {
+    std::int64_t most = job.finish.delta;
+    for (int i = 0; i < cells.count; ++i) most += 255 * std::int64_t{std::max(cells.cell[i].weight, 0)};
+    if (!job.finish.scales() || job.width * job.sides.count() < most / job.height) return {};
+    return FindWordScale(job.finish, most);
+}
+
 class SourceRows {
 public:
     SourceRows(const Convolution& job, const Reach& reach)
@@ -153,6 +161,8 @@ bool ConvolveRows(const Convolution& job, const Cells& cells) {
     const HeapArray<std::uint8_t> written(job.width, count);
     const HeapArray<MatrixTap> taps(cells.count);
     if (!rows || !written || !taps) return false;
+    MatrixFinish finish = job.finish;
+    finish.wordScale = WordScaleOf(job, cells);
     for (std::int64_t y = 0; y < std::min(reach.below, job.height); ++y) rows.Take(y);
     for (std::int64_t y = 0; y < job.height; ++y) {
         if (y + reach.below < job.height) rows.Take(y + reach.below);
@@ -164,7 +174,7 @@ bool ConvolveRows(const Convolution& job, const Cells& cells) {
         }
         if (const RowSpan row = GetRowSpan(dst.record, static_cast<int>(y))) {
             std::uint8_t* const bytes = BeginPacked(row, dst, width, written.get());
-            Kernels().matrix.convolve(taps.get(), cells.count, job.finish, width * count, bytes);
+            Kernels().matrix.convolve(taps.get(), cells.count, finish, width * count, bytes);
             EndPacked(row, dst, width, bytes);
         }
     }

@@ -12,13 +12,29 @@ struct MatrixTap {
     int weight;
 };
 
+// The scale of sums from 0 to 32767 by a product: ((sum + more) * factor) >> (16 + shift), cut to 255.
+struct WordScale {
+    std::uint16_t factor = 0;  // 0: there is none
+    std::uint16_t more = 0;    // 0 or 1
+    int shift = 0;
+    std::uint8_t operator()(std::uint32_t sum) const {
+        const std::uint32_t scaled = ((sum + more) * factor) >> (16 + shift);
+        return static_cast<std::uint8_t>(scaled < 255 ? scaled : 255);
+    }
+};
+
 // sum + delta as a byte: scaled if scaleFactor is not 1, then cut to 0 to 255 and truncated. The sum wraps at 32 bits.
 struct MatrixFinish {
     int delta;
     double scaleFactor;
+    WordScale wordScale{};  // does the same, below 0 too when that is taken for 0; good for sums + delta up to 32767
     bool scales() const { return !(scaleFactor == 1.0); }
     std::uint8_t operator()(std::uint32_t sum) const;
 };
+
+// Looks for a product that does what the scale of a finish does to every sum + delta up to `most`: each is tried.
+// None is found for a scale of 1 and above, of 0 and below, or where `most` is beyond 32767.
+WordScale FindWordScale(const MatrixFinish& finish, std::int64_t most);
 
 struct MatrixKernels {
     // dst[i] = finish(sum of samples[i] * weight) for i below count. dst overlaps no samples.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 
 #include "kernels/Matrix.h"
 
@@ -11,6 +12,31 @@ std::uint8_t MatrixFinish::operator()(std::uint32_t sum) const {
     const double scaled = value * scaleFactor;
     const double atLeast0 = scaled > 0.0 ? scaled : 0.0;
     return static_cast<std::uint8_t>(static_cast<int>(atLeast0 < 255.0 ? atLeast0 : 255.0));
+}
+
+static bool IsExact(const WordScale& scale, const MatrixFinish& finish, int most) {
+    const MatrixFinish scaleAlone{0, finish.scaleFactor};
+    for (int sum = 0; sum <= most; ++sum) {
+        if (scale(static_cast<std::uint32_t>(sum)) != scaleAlone(static_cast<std::uint32_t>(sum))) return false;
+    }
+    return true;
+}
+
+WordScale FindWordScale(const MatrixFinish& finish, std::int64_t most) {
+    constexpr std::int64_t kMostOfAWord = 32767;
+    constexpr double kLeast = 1.0 / 32768;  // smaller ones leave nothing but 0
+    const double scale = finish.scaleFactor;
+    if (!(scale >= kLeast && scale < 1.0) || most < 0 || most > kMostOfAWord) return {};
+    // As many bits as there is room for, a little too much or a little too little.
+    int exponent = 0;
+    const double bits = std::frexp(scale, &exponent) * 65536;
+    const std::uint16_t factor = static_cast<std::uint16_t>(bits);
+    const std::uint16_t above = static_cast<std::uint16_t>(std::min(std::ceil(bits), 65535.0));
+    for (const WordScale& tried :
+         {WordScale{above, 0, -exponent}, WordScale{factor, 0, -exponent}, WordScale{factor, 1, -exponent}}) {
+        if (IsExact(tried, finish, static_cast<int>(most))) return tried;
+    }
+    return {};
 }
 
 static void Convolve_Plain(const MatrixTap* taps, int tapCount, const MatrixFinish& finish, std::ptrdiff_t count,

@@ -86,14 +86,28 @@ void PackWords(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.words.pack[kWhich](WordMove{}, b.out, b.in[0], nullptr, units);
 }
 
+// From no tap to twelve: weights whose sums go to the ends of 16 bits and beyond, those at the end of a byte and of 16
+// bits, and some behind it.
 void Convolve(Kernels k, Bytes b, std::ptrdiff_t units) {
-    // From no tap to twelve; small weights, weights at the end of 16 bits, and some beyond it.
-    constexpr int kWeights[] = {1, -1, 2, 16, -9, 254, 32767, -32768, -7, 40000, 3, -5};
-    const int count = static_cast<int>(b.choice % 13), reach = b.choice / 16 % 4 == 0 ? 12 : 6;
+    constexpr int kWeights[][12] = {{1, -1, 2, 16, -9, 54, 3, -8, -7, 40, 3, -5},
+                                    {1, 2, 1, 2, 4, 2, 1, 2, 1, 1, 2, 1},
+                                    {64, 64, -64, -64, 0, 0, 0, 0, 0, 0, 0, 0},
+                                    {127, 1, -128, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+                                    {41, 26, 26, 16, -41, -26, -26, 7, 127, 1, -127, 100},
+                                    {127, 127, -128, -128, 127, 127, 90, 90, 90, 90, 90, 90},
+                                    {1, -1, 2, 16, -9, 254, 32767, -32768, -7, 2, 3, 5},
+                                    {1, -1, 2, 16, -9, 254, 32767, -32768, -7, 40000, 3, -5}};
+    const int* const weights = kWeights[b.choice / 16 % std::size(kWeights)];
+    const int count = static_cast<int>(b.choice % 13);
     MatrixTap taps[12];
-    for (int t = 0; t < count; ++t) taps[t] = {b.in[t % KernelBytes::kInputs] + t % 8, kWeights[t % reach]};
-    constexpr double kScales[] = {1.0, 1.0 / 9, -0.5, 3.7};
-    const MatrixFinish finish{static_cast<int>(b.choice / 64 % 512) - 256, kScales[b.choice / 32768 % 4]};
+    std::int64_t most = 0;
+    for (int t = 0; t < count; ++t) {
+        taps[t] = {b.in[t % KernelBytes::kInputs] + t % 8, weights[t]};
+        most += 255 * std::max(weights[t], 0);
+    }
+    constexpr double kScales[] = {1.0, 1.0 / 9, -0.5, 3.7, 0.37, 1.0 / 16, 1.0, 0.999};
+    MatrixFinish finish{static_cast<int>(b.choice / 128 % 512) - 256, kScales[b.choice / 65536 % 8]};
+    finish.wordScale = FindWordScale(finish, most + finish.delta);
     k.matrix.convolve(taps, count, finish, units, b.out);
 }
 
