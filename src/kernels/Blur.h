@@ -81,6 +81,26 @@ struct TapRows {
     const std::uint8_t* after;
 };
 
+// --- sharpening -----------------------------------------------------------------------------------------------------
+
+// A byte a pushed away from a byte b: by floor(d * factor) above b, by its opposite, rounded down, below b, where d is
+// their distance. All in integers: a factor for each side, with its whole part and 65536 times the rest.
+struct SharpenRule {
+    std::uint16_t whole[2];  // above and below; 127 at most
+    std::uint16_t part[2];
+    std::uint8_t threshold;  // smaller distances stay
+    std::uint8_t operator()(int a, int b) const {
+        const int distance = a < b ? b - a : a - b, side = a < b;
+        const int product = distance * whole[side] + ((distance * part[side]) >> 16);
+        const int sharp = side ? b - product - 1 : b + product;
+        return static_cast<std::uint8_t>(distance < threshold ? a : sharp < 0 ? 0 : sharp > 255 ? 255 : sharp);
+    }
+};
+// The rule whose two products are floor(d * factor) and ceil(d * factor) - 1 for all distances; what comes next to an
+// integer, as 5 * 2.2 does, is that integer. False where there is none: for a factor of 0 and below and beyond 127, and
+// where 16 bits for the rest are not enough.
+bool MakeSharpenRule(double factor, int threshold, SharpenRule* rule);
+
 struct BlurKernels {
     SumKernels<std::uint16_t, NarrowDivision> narrow;
     SumKernels<std::uint32_t, WideDivision> wide;
@@ -93,6 +113,8 @@ struct BlurKernels {
     // dst overlaps none of the rows.
     void (*taps)(const TapRows& rows, std::ptrdiff_t count, const ThreeTaps& taps, std::uint8_t* dst);
     void (*tapsByTable)(const TapRows& rows, std::ptrdiff_t count, const std::uint8_t* entries, std::uint8_t* dst);
+    // dst[i] = rule(dst[i], src[i]). The two share no byte, or are the same bytes.
+    void (*sharpen)(const std::uint8_t* src, std::ptrdiff_t count, const SharpenRule& rule, std::uint8_t* dst);
 };
 
 void InitBlur_Plain(BlurKernels* kernels);

@@ -1,4 +1,5 @@
 #include <bit>
+#include <cmath>
 
 #include "kernels/Blur.h"
 
@@ -81,7 +82,42 @@ void TapsByTable_Plain(const TapRows& rows, std::ptrdiff_t count, const std::uin
     for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = entries[row[i] * kNeighbourSums + before[i] + after[i]];
 }
 
+void Sharpen_Plain(const std::uint8_t* src, std::ptrdiff_t count, const SharpenRule& rule, std::uint8_t* dst) {
+    const SharpenRule local = rule;
+    for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = local(dst[i], src[i]);
+}
+
+// The least factor by which floor(d * factor / 65536) is products(d) for every distance d.
+template <class Products>
+bool FindPart(Products products, std::uint16_t* part) {
+    std::int64_t least = 0, beyond = 65536;
+    for (std::int64_t d = 1; d <= 255; ++d) {
+        const std::int64_t product = products(d);
+        least = std::max(least, (product * 65536 + d - 1) / d);
+        beyond = std::min(beyond, ((product + 1) * 65536 + d - 1) / d);
+    }
+    *part = static_cast<std::uint16_t>(least);
+    return least >= 0 && least < beyond;
+}
+
 }  // namespace
+
+bool MakeSharpenRule(double factor, int threshold, SharpenRule* rule) {
+    if (!(factor > 0.0 && factor <= 127.0)) return false;
+    constexpr double kRounding = 1e-9;
+    const std::int64_t above = static_cast<std::int64_t>(std::floor(factor));
+    const std::int64_t below = static_cast<std::int64_t>(std::ceil(factor)) - 1;
+    const auto aboveB = [=](std::int64_t d) {
+        return static_cast<std::int64_t>(std::floor(static_cast<double>(d) * factor + kRounding)) - d * above;
+    };
+    const auto belowB = [=](std::int64_t d) {
+        return static_cast<std::int64_t>(std::ceil(static_cast<double>(d) * factor - kRounding)) - 1 - d * below;
+    };
+    *rule = {{static_cast<std::uint16_t>(above), static_cast<std::uint16_t>(below)},
+             {},
+             static_cast<std::uint8_t>(std::clamp(threshold, 0, 255))};
+    return threshold <= 255 && FindPart(aboveB, &rule->part[0]) && FindPart(belowB, &rule->part[1]);
+}
 
 static bool IsExact(std::int64_t divisor, const NarrowDivision& division) {
     constexpr std::int64_t kLargestSum = 65535;
@@ -118,7 +154,8 @@ void InitBlur_Plain(BlurKernels* kernels) {
                 Divide_Plain<std::uint32_t, TestedDivision>,
                 Slide_Plain,
                 Taps_Plain,
-                TapsByTable_Plain};
+                TapsByTable_Plain,
+                Sharpen_Plain};
 }
 
 }  // namespace zor

@@ -384,11 +384,77 @@ void AlongWide(const SlidingRow& row, const WideDivision& by, std::uint8_t* byte
     Along<kCount, WideChain<kCount>>(row, by, bytes);
 }
 
+// --- sharpening -----------------------------------------------------------------------------------------------------
+
+// Sums of words below 0 and above 255 included: cut when they become bytes.
+class Sharpener {
+public:
+    HWY_INLINE explicit Sharpener(const SharpenRule& rule)
+        : whole_(hn::Set(kWords, rule.whole[0])),
+          part_(hn::Set(kWords, rule.part[0])),
+          otherWhole_(hn::Set(kWords, static_cast<std::uint16_t>(rule.whole[0] ^ rule.whole[1]))),
+          otherPart_(hn::Set(kWords, static_cast<std::uint16_t>(rule.part[0] ^ rule.part[1]))),
+          threshold_(hn::Set(kBytes, rule.threshold)) {}
+    HWY_INLINE Bytes operator()(Bytes a, Bytes b) const {
+        const Bytes zero = hn::Zero(kBytes);
+        const Bytes fall = hn::SaturatedSub(b, a), distance = hn::Or(hn::SaturatedSub(a, b), fall);
+        const Bytes below = hn::VecFromMask(kBytes, hn::Ne(fall, zero));
+        const Words lower = Sharp(hn::BitCast(kWords, hn::InterleaveLower(kBytes, distance, zero)),
+                                  hn::BitCast(kWords, hn::InterleaveLower(kBytes, below, below)),
+                                  hn::BitCast(kWords, hn::InterleaveLower(kBytes, b, zero)));
+        const Words upper = Sharp(hn::BitCast(kWords, hn::InterleaveUpper(kBytes, distance, zero)),
+                                  hn::BitCast(kWords, hn::InterleaveUpper(kBytes, below, below)),
+                                  hn::BitCast(kWords, hn::InterleaveUpper(kBytes, b, zero)));
+        const auto passes = hn::Eq(hn::Max(distance, threshold_), distance);
+        return hn::IfThenElse(passes, CutBytes(lower, upper), a);
+    }
+
+private:
+    // Turning all bits over makes a product its opposite, less 1: what is wanted below b.
+    HWY_INLINE Words Sharp(Words distance, Words below, Words b) const {
+        const Words whole = hn::Xor(whole_, hn::And(otherWhole_, below));
+        const Words part = hn::Xor(part_, hn::And(otherPart_, below));
+        const Words product = hn::Add(hn::Mul(distance, whole), hn::MulHigh(distance, part));
+        const hn::RebindToSigned<decltype(kWords)> kSigned;
+        const Words change = hn::Xor(product, below);
+        return hn::BitCast(kWords, hn::SaturatedAdd(hn::BitCast(kSigned, b), hn::BitCast(kSigned, change)));
+    }
+    // Signed words cut to 0 to 255, by block.
+    static HWY_INLINE Bytes CutBytes(Words lower, Words upper) {
+#if HWY_TARGET == HWY_AVX2 || HWY_TARGET == HWY_SSE4
+        return BlockwiseBytes(lower, upper);  // which cuts them
+#else
+        const hn::RebindToSigned<decltype(kWords)> kSigned;
+        return hn::Combine(kBytes, hn::DemoteTo(kHalfBytes, hn::BitCast(kSigned, upper)),
+                           hn::DemoteTo(kHalfBytes, hn::BitCast(kSigned, lower)));
+#endif
+    }
+
+    Words whole_, part_, otherWhole_, otherPart_;
+    Bytes threshold_;
+};
+
+void Sharpen(const std::uint8_t* src, std::ptrdiff_t count, const SharpenRule& given, std::uint8_t* dst) {
+    const SharpenRule rule = given;
+    const Sharpener sharpener(rule);
+    std::ptrdiff_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        hn::StoreU(sharpener(hn::LoadU(kBytes, dst + i), hn::LoadU(kBytes, src + i)), kBytes, dst + i);
+    }
+    for (; i < count; ++i) {
+        const int a = dst[i], b = src[i], side = a < b, distance = side ? b - a : a - b;
+        const int product = distance * rule.whole[side] + ((distance * rule.part[side]) >> 16);
+        const int sharp = side ? b - product - 1 : b + product;
+        if (distance >= rule.threshold) dst[i] = static_cast<std::uint8_t>(sharp < 0 ? 0 : sharp > 255 ? 255 : sharp);
+    }
+}
+
 }  // namespace
 
 void ZOR_TIER_FUNCTION(InitBlur)(BlurKernels* kernels) {
     kernels->narrow = {
         AddNarrow, DownNarrow, {AlongNarrow<1>, AlongNarrow<2>, AlongNarrow<3>, AlongNarrow<4>, AlongNarrow<5>}};
+    kernels->sharpen = Sharpen;
     kernels->wide = {AddWide, DownWide, {AlongWide<1>, AlongWide<2>, AlongWide<3>, AlongWide<4>, AlongWide<5>}};
 }
 

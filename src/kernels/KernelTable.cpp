@@ -83,6 +83,7 @@ constexpr Slot kSlots[] = {
     SLOT(blur.slide),
     SLOT(blur.taps),
     SLOT(blur.tapsByTable),
+    SLOT(blur.sharpen),
     SLOTS_5(geometry.copy),
     SLOTS_5(geometry.exchange),
     SLOTS_5(geometry.turn),

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <numeric>
 #include <vector>
 
@@ -54,6 +56,45 @@ TEST(BlurKernelsTiers, WideSumsHaveTheirQuotientAtBothOfItsEnds) {
             }
         }
     }
+}
+
+// --- sharpening -----------------------------------------------------------------------------------------------------
+
+int Sharpened(int a, int b, double factor, int threshold) {
+    if (std::abs(a - b) < threshold) return a;
+    double product = (a - b) * factor;
+    if (std::abs(product - std::round(product)) < 1e-9) product = std::round(product);
+    return std::clamp(static_cast<int>(std::floor(product)) + b, 0, 255);
+}
+
+// A rule that is found does what its factor says for every pair of bytes, in every tier.
+TEST(BlurKernelsTiers, SharpenEveryPairOfBytes) {
+    std::vector<double> factors = {1.0, 2.0, 3.0, 5.0, 2.2, 2.6, 0.2, 0.5, 1.4, 3.8, 9.0, 126.7, 127.0};
+    for (int i = 1; i <= 150; ++i) factors.push_back(4 * (i / 50.0) + 1);
+    std::vector<std::uint8_t> bytes(256);
+    std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
+    int found = 0;
+    for (const KernelTier& tier : RunnableTiers()) {
+        found = 0;
+        for (std::size_t i = 0; i < factors.size(); ++i) {
+            const int threshold = static_cast<int>(i % 4 == 0 ? 0 : i % 4 == 3 ? 255 : i);
+            SharpenRule rule{};
+            if (!MakeSharpenRule(factors[i], threshold, &rule)) continue;
+            ++found;
+            for (int a = 0; a < 256; ++a) {
+                std::vector<std::uint8_t> sharp(256, static_cast<std::uint8_t>(a));
+                tier.table.blur.sharpen(bytes.data(), 256, rule, sharp.data());
+                for (int b = 0; b < 256; ++b) {
+                    ASSERT_EQ(sharp[static_cast<std::size_t>(b)], Sharpened(a, b, factors[i], threshold))
+                        << tier.name << ": " << a << " from " << b << " by " << factors[i];
+                }
+            }
+        }
+    }
+    EXPECT_GT(found, 140) << "most factors should have a rule";
+    SharpenRule rule{};
+    for (const double factor : {0.0, -1.0, 127.5, std::nan("")}) EXPECT_FALSE(MakeSharpenRule(factor, 0, &rule));
+    EXPECT_FALSE(MakeSharpenRule(3.0, 256, &rule)) << "no distance reaches it";
 }
 
 }  // namespace

@@ -450,6 +450,14 @@ void TapsByTable(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.blur.tapsByTable({b.in[0], b.in[1], b.in[2]}, units, Tables().taps, b.out);
 }
 
+void Sharpen(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr double kSharpenings[] = {1.0, 2.2, 3.0, 0.3, 5.0, 7.77, 126.9, 127.0};
+    SharpenRule rule{};
+    MakeSharpenRule(kSharpenings[b.choice % 8], static_cast<int>(b.choice / 8 % 2 ? b.choice / 16 % 256 : 0), &rule);
+    Start(b, units);
+    k.blur.sharpen(b.choice / 4096 % 8 ? b.in[0] : b.out, units, rule, b.out);
+}
+
 // --- geometry -------------------------------------------------------------------------------------------------------
 
 // The same pixels from the last to the first.
@@ -675,6 +683,7 @@ const std::vector<KernelCase> kCases = {
     {"blur.slide", SlideSums},
     {"blur.taps", Taps},
     {"blur.tapsByTable", TapsByTable},
+    {"blur.sharpen", Sharpen},
 
     {"geometry.copy[0]", CopyPixelRun<1>},
     {"geometry.copy[1]", CopyPixelRun<2>},
