@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/Storage.h"
+#include "kernels/KernelTable.h"
 
 namespace zor {
 
@@ -159,6 +160,136 @@ PaintFn Painter(std::int64_t samples) {
     return Paint<kCount, LargeClasses>;
 }
 
+// --- windows of few samples, by vectors -----------------------------------------------------------------------------
+
+// For each class a row of its counts in the columns of the window, which gains the row of the source that enters it
+// and loses the one that leaves it. Rows are wider than the image by the reach of the window on both sides, where
+// nothing is ever counted.
+class OilRing {
+public:
+    OilRing(const PixelSides& sides, int classes, int range)
+        : src_(sides.src),
+          classes_(classes),
+          range_(range),
+          count_(sides.count()),
+          width_(sides.src.record->Width),
+          slots_(2 * std::int64_t{range} + 2),
+          rowBytes_((width_ + 2 * std::int64_t{range}) * count_),
+          counts_(rowBytes_, classes),
+          ofClass_(rowBytes_, slots_),
+          excess_(rowBytes_, slots_),
+          exists_(slots_),
+          packed_(std::int64_t{width_} * count_) {
+        for (int i = 255; i >= 0; --i) {
+            classOf_[i] = static_cast<std::uint8_t>(i * classes / 256);
+            least_[classOf_[i]] = static_cast<std::uint8_t>(i);
+        }
+        for (int i = 0; i < 256; ++i) {
+            excessOf_[i] = static_cast<std::uint8_t>(i - least_[classOf_[i]]);
+            mostExcess_ = std::max<int>(mostExcess_, excessOf_[i]);
+        }
+    }
+    explicit operator bool() const { return counts_ && ofClass_ && excess_ && exists_ && packed_; }
+
+    static std::int64_t BytesFor(const PixelSides& sides, int classes, int range) {
+        const std::int64_t rowBytes = (sides.src.record->Width + 2 * std::int64_t{range}) * sides.count();
+        return rowBytes * (classes + 2 * (2 * std::int64_t{range} + 2));
+    }
+
+    void Bring(std::int64_t y) {
+        const RowSpan row = GetRowSpan(src_.record, static_cast<int>(y));
+        exists_.get()[y % slots_] = static_cast<bool>(row);
+        if (!row) return;
+        const std::ptrdiff_t samples = width_ * count_;
+        const std::uint8_t* const bytes = PackedSamples(row, src_, width_, packed_.get());
+        Kernels().bytes.map(bytes, Row(ofClass_, y) + Margin(), samples, classOf_);
+        Kernels().bytes.map(bytes, Row(excess_, y) + Margin(), samples, excessOf_);
+    }
+    bool Exists(std::int64_t y) const { return y >= 0 && exists_.get()[y % slots_]; }
+
+    // The columns from sample `first` to the one before `end`. Row `above` leaves and row `below` enters; either may
+    // be none that exists.
+    void Slide(std::int64_t above, std::int64_t below, std::ptrdiff_t first, std::ptrdiff_t end) const {
+        const std::uint8_t* const leaves = Exists(above) ? Row(ofClass_, above) + Margin() + first : nullptr;
+        const std::uint8_t* const enters = Exists(below) ? Row(ofClass_, below) + Margin() + first : nullptr;
+        Kernels().oil.slide(CountsAt(Margin() + first), leaves, enters, end - first);
+    }
+    // Samples `first` and on of the row whose window has these rows, of which some exist.
+    void Paint(std::int64_t firstRow, std::int64_t lastRow, std::ptrdiff_t first, std::ptrdiff_t count,
+               std::uint8_t* out) const {
+        const OilColumns columns{2 * range_ + 1, count_};
+        const std::uint8_t *classRows[kMaxRows], *excessRows[kMaxRows];
+        OilRows rows{classRows, excessRows, 0, mostExcess_};
+        for (std::int64_t y = firstRow; y <= lastRow; ++y) {
+            if (!Exists(y)) continue;
+            classRows[rows.count] = Row(ofClass_, y) + first;
+            excessRows[rows.count++] = Row(excess_, y) + first;
+        }
+        std::uint8_t modes[kSamplesAtOnce], times[kSamplesAtOnce], least[kSamplesAtOnce];
+        Kernels().oil.mode(CountsAt(first), columns, count, modes, times);
+        Kernels().bytes.map(modes, least, count, least_);
+        Kernels().oil.mean(rows, columns, count, modes, times, least, out);
+    }
+
+    // So many that the counts of all classes stay in the cache from one kernel to the next.
+    static constexpr std::ptrdiff_t kSamplesAtOnce = 1024;
+    static constexpr int kMaxRows = 15;  // of a window that holds 255 samples at most
+
+private:
+    std::ptrdiff_t Margin() const { return std::ptrdiff_t{range_} * count_; }
+    std::uint8_t* Row(const HeapArray<std::uint8_t>& rows, std::int64_t y) const {
+        return rows.get() + y % slots_ * rowBytes_;
+    }
+    OilCounts CountsAt(std::ptrdiff_t column) const {
+        return {counts_.get() + column, static_cast<std::ptrdiff_t>(rowBytes_), classes_};
+    }
+
+    PixelSide src_;
+    int classes_, range_, count_;
+    std::ptrdiff_t width_;
+    std::int64_t slots_, rowBytes_;
+    HeapArray<std::uint8_t> counts_, ofClass_, excess_;
+    HeapArray<bool> exists_;
+    HeapArray<std::uint8_t> packed_;
+    std::uint8_t classOf_[256], excessOf_[256], least_[256] = {};
+    int mostExcess_ = 0;
+};
+
+// Walks by itself, as each row of the result needs the rows of a window. False, with nothing stored, where memory is
+// short.
+bool PaintByVectors(const PixelSides& sides, int classes, int range) {
+    OilRing ring(sides, classes, range);
+    const std::int64_t width = sides.src.record->Width, height = sides.src.record->Height;
+    const std::ptrdiff_t samples = static_cast<std::ptrdiff_t>(width * sides.count());
+    const std::ptrdiff_t reach = static_cast<std::ptrdiff_t>(range) * sides.count();
+    const HeapArray<std::uint8_t> outCopy(samples);
+    if (!ring || !outCopy) return false;
+    constexpr std::int64_t kNone = -1;
+    for (std::int64_t y = 0; y < std::min<std::int64_t>(range, height); ++y) {
+        ring.Bring(y);
+        ring.Slide(kNone, y, 0, samples);
+    }
+    for (std::int64_t y = 0; y < height; ++y) {
+        const std::int64_t above = y - range - 1, below = y + range < height ? y + range : kNone;
+        if (below != kNone) ring.Bring(below);
+        const std::int64_t first = std::max<std::int64_t>(y - range, 0), last = std::min(y + range, height - 1);
+        const RowSpan dstRow = GetRowSpan(sides.dst.record, static_cast<int>(y));
+        bool any = static_cast<bool>(dstRow);
+        for (std::int64_t row = first; any && !ring.Exists(row); ++row) any = row < last;
+        std::uint8_t* const out = any ? BeginPacked(dstRow, sides.dst, width, outCopy.get()) : nullptr;
+        std::ptrdiff_t slid = 0;
+        for (std::ptrdiff_t at = 0; at < samples; at += OilRing::kSamplesAtOnce) {
+            const std::ptrdiff_t count = std::min(OilRing::kSamplesAtOnce, samples - at);
+            const std::ptrdiff_t needed = std::min(at + count + reach, samples);
+            ring.Slide(above, below, slid, needed);
+            slid = needed;
+            if (any) ring.Paint(first, last, at, count, out + at);
+        }
+        if (any) EndPacked(dstRow, sides.dst, width, out);
+    }
+    return true;
+}
+
 }  // namespace
 
 void OilImage(const PixelSides& wanted, int classes, int range) {
@@ -174,6 +305,13 @@ void OilImage(const PixelSides& wanted, int classes, int range) {
         OilImage_Plain(wanted, classes, range);
         return;
     }
+    PixelSides sides = wanted;
+    OrderByBytes(&sides);
+    const bool byVectors = ProcessKernels().tier != CpuTier::plain && reach <= OilRing::kMaxRows;
+    if (byVectors && OilRing::BytesFor(sides, classes, range) <= kMaxRingBytes &&
+        PaintByVectors(sides, classes, range)) {
+        return;
+    }
     const HeapArray<std::uint8_t> samples(slots * rowBytes), outCopy(rowBytes);
     const HeapArray<bool> exists(slots);
     const HeapArray<const std::uint8_t*> rows(slots);
@@ -181,8 +319,6 @@ void OilImage(const PixelSides& wanted, int classes, int range) {
         OilImage_Plain(wanted, classes, range);
         return;
     }
-    PixelSides sides = wanted;
-    OrderByBytes(&sides);
     const RowRing ring{samples.get(), exists.get(), rowBytes, slots};
     WithChannelCount(sides.count(), [&](auto kCount) {
         const auto paint = Painter<kCount>(slots * columns);

@@ -82,13 +82,16 @@ constexpr Slot kSlots[] = {
     SLOT(blur.divideTested),
     SLOT(blur.slide),
     SLOT(blur.taps),
-    SLOT(blur.tapsByTable),
+    SLOT(blur.tapsByRule),
     SLOT(blur.sharpen),
     SLOTS_5(geometry.copy),
     SLOTS_5(geometry.exchange),
     SLOTS_5(geometry.turn),
     SLOT(geometry.shearRow),
     SLOT(geometry.shearColumns),
+    SLOT(oil.slide),
+    SLOT(oil.mode),
+    SLOT(oil.mean),
 };
 
 // Every pointer of the record has its name, and every name stands at its pointer.
@@ -117,6 +120,7 @@ void InitKernels_Plain(KernelTable* table) {
     InitTone_Plain(&table->tone);
     InitBlur_Plain(&table->blur);
     InitGeometry_Plain(&table->geometry);
+    InitOil_Plain(&table->oil);
 }
 
 // Overwrites the slots that have a twin of that set.
@@ -126,6 +130,7 @@ void InitKernels_Vector(KernelTable* table, CpuTier tier) {
     InitBlend_##Tier(&table->blend);       \
     InitMatrix_##Tier(&table->matrix);     \
     InitBlur_##Tier(&table->blur);         \
+    InitOil_##Tier(&table->oil);           \
     InitGeometry_##Tier(&table->geometry); \
     InitScaling_##Tier(&table->scaling);   \
     InitTables_##Tier(&table->tables);     \

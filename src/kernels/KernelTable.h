@@ -14,6 +14,7 @@
 #include "kernels/Geometry.h"
 #include "kernels/Matrix.h"
 #include "kernels/Nearest.h"
+#include "kernels/Oil.h"
 #include "kernels/Pack.h"
 #include "kernels/Scaling.h"
 #include "kernels/Tables.h"
@@ -39,6 +40,7 @@ struct KernelTable {
     ToneKernels tone;
     BlurKernels blur;
     GeometryKernels geometry;
+    OilKernels oil;
 };
 
 constexpr int kKernelSlots = static_cast<int>(sizeof(KernelTable) / sizeof(void (*)()));

@@ -522,6 +522,60 @@ void ShearColumns(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.geometry.shearColumns({b.in[0], width, down.data(), factor.data(), width, height, b.out, dstRowBytes});
 }
 
+// --- oil ------------------------------------------------------------------------------------------------------------
+
+// A copy of noise, thinned out: smaller numbers, and the same ones more often.
+std::vector<std::uint8_t> Thinned(const std::uint8_t* bytes, std::ptrdiff_t count, std::uint32_t below) {
+    std::vector<std::uint8_t> copy(bytes, bytes + count);
+    for (std::uint8_t& byte : copy) byte = static_cast<std::uint8_t>(byte * below >> 8);
+    return copy;
+}
+
+void OilSlide(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const int classes = 1 + static_cast<int>(b.choice % KernelBytes::kMaxBytesPerUnit);
+    const std::vector<std::uint8_t> leaves = Thinned(b.in[0], units, 16), enters = Thinned(b.in[1], units, 16);
+    Start(b, units * classes);
+    k.oil.slide({b.out, units, classes}, b.choice / 16 % 4 ? leaves.data() : nullptr,
+                b.choice / 64 % 4 ? enters.data() : nullptr, units);
+}
+
+// As many columns, of one to four channels, as there is room for beside a row.
+OilColumns AnyColumns(std::uint32_t choice, std::ptrdiff_t units) {
+    const int count = 1 + static_cast<int>(choice % 15);
+    return {count, std::min<std::ptrdiff_t>(1 + choice / 16 % 4, units / count)};
+}
+
+// Counts that make ties; columns of up to 15 of them stay below 256.
+void OilMode(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const OilColumns columns = AnyColumns(b.choice, units);
+    const int classes = 1 + static_cast<int>(b.choice / 64 % 5);
+    std::vector<std::uint8_t> counts = Thinned(b.in[2], units * 10, b.choice / 512 % 2 ? 18 : 3);
+    k.oil.mode({counts.data(), 2 * units, classes}, columns, units, b.out, b.out + units);
+}
+
+// Sums from none to as many as 255 samples of 255.
+void OilMean(Kernels k, Bytes b, std::ptrdiff_t units) {
+    OilColumns columns = AnyColumns(b.choice, units);
+    const int rowCount = 1 + static_cast<int>(b.choice / 64 % 17), classes = 1 + static_cast<int>(b.choice / 2048 % 5);
+    const int mostExcess = b.choice / 65536 % 2 ? 12 : 255;
+    const auto classesOf = Thinned(b.in[0], units * 2, static_cast<std::uint32_t>(classes));
+    const auto excess = Thinned(b.in[1], units * 2, static_cast<std::uint32_t>(mostExcess + 1));
+    const auto modes = Thinned(b.in[2], units, static_cast<std::uint32_t>(classes));
+    const std::vector<std::uint8_t> least(static_cast<std::size_t>(units));
+    std::vector<std::uint8_t> times(static_cast<std::size_t>(units));
+    const std::vector<const std::uint8_t*> classRows(static_cast<std::size_t>(rowCount), classesOf.data());
+    const std::vector<const std::uint8_t*> excessRows(static_cast<std::size_t>(rowCount), excess.data());
+    for (std::ptrdiff_t i = 0; i < units; ++i) {
+        int most = 0;
+        for (int j = 0; j < columns.count; ++j) {
+            most += classesOf[static_cast<std::size_t>(i + j * columns.step)] == modes[static_cast<std::size_t>(i)];
+        }
+        times[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(std::max(1, most * rowCount));
+    }
+    k.oil.mean({classRows.data(), excessRows.data(), rowCount, mostExcess}, columns, units, modes.data(), times.data(),
+               least.data(), b.out);
+}
+
 const std::vector<KernelCase> kCases = {
     {"bytes.map",
      [](Kernels k, Bytes b, std::ptrdiff_t n) {
@@ -705,6 +759,10 @@ const std::vector<KernelCase> kCases = {
 
     {"geometry.shearRow", ShearRow},
     {"geometry.shearColumns", ShearColumns},
+
+    {"oil.slide", OilSlide},
+    {"oil.mode", OilMode},
+    {"oil.mean", OilMean},
 };
 
 }  // namespace
