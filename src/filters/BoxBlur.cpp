@@ -231,11 +231,6 @@ private:
     HeapArray<std::uint8_t> bytes_;
 };
 
-// The bytes that the second of two passes reads: those of the row of the destination, RowSize of them, and 0 beyond.
-RowSpan OwnBytes(const RowSpan& row, const ImageClassData* record) {
-    return {row.data, std::max<std::ptrdiff_t>(row.begin, 0), std::min<std::ptrdiff_t>(row.end, record->RowSize)};
-}
-
 // Walks by itself, as each row goes through a copy that is wider than the image.
 template <class Sum, class Division>
 void BlurRows(const BoxBlur& blur, bool afterColumns, const Division& division) {
@@ -257,13 +252,6 @@ void BlurRows(const BoxBlur& blur, bool afterColumns, const Division& division) 
 }
 
 // --- both -----------------------------------------------------------------------------------------------------------
-
-// True if the second pass finds in a row of the destination what the first one has stored there, whatever becomes of
-// the other rows, and so can follow on its heels.
-bool RowsKeepTheirSamples(const BoxBlur& blur) {
-    const PixelSide& dst = blur.sides.dst;
-    return AreDistinct(dst.channels) && PixelsAreApart(dst) && RowsAreApart(dst, blur.width);
-}
 
 // Each row goes through both passes while it is in the cache. Walks by itself, as each row of the result needs two of
 // the source.
@@ -293,7 +281,8 @@ void BlurBoth(const BoxBlur& blur, const Division& division) {
 
 template <class Sum, class Division>
 void BlurApart(const BoxBlur& blur, bool vertical, bool horizontal, const Division& division) {
-    if (vertical && horizontal && RowsKeepTheirSamples(blur)) return BlurBoth<Sum>(blur, division);
+    if (vertical && horizontal && RowsKeepTheirSamples(blur.sides.dst, blur.width))
+        return BlurBoth<Sum>(blur, division);
     if (vertical) BlurColumns<Sum>(blur, division);
     if (horizontal) BlurRows<Sum>(blur, vertical, division);
 }

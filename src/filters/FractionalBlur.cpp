@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstring>
 #include <utility>
 
 #include "core/Factory.h"
+#include "core/Storage.h"
 #include "filters/FilterFrame.h"
 #include "filters/PixelSide.h"
 #include "kernels/KernelTable.h"
@@ -20,19 +22,32 @@ ThreeTaps TapsOf(double radius) {
     return {weight, 1.0 / (weight + weight + 1.0)};
 }
 
+// The same in integers, where those give what the taps give to every sample and sum of neighbours.
+bool FindTapRule(const ThreeTaps& taps, TapRule* rule) {
+    constexpr int kSums = 511;
+    if (!MakeTapRule(taps, rule)) return false;
+    std::uint8_t before[kSums], after[kSums];
+    for (int sum = 0; sum < kSums; ++sum) {
+        before[sum] = static_cast<std::uint8_t>(std::min(sum, 255));
+        after[sum] = static_cast<std::uint8_t>(sum - before[sum]);
+    }
+    for (int sample = 0; sample < 256; ++sample) {
+        std::uint8_t row[kSums], exact[kSums], byRule[kSums];
+        std::memset(row, sample, sizeof row);
+        Kernels().blur.taps({row, before, after}, kSums, taps, exact);
+        Kernels().blur.tapsByRule({row, before, after}, kSums, *rule, byRule);
+        if (std::memcmp(exact, byRule, sizeof exact) != 0) return false;
+    }
+    return true;
+}
+
 // The filtered bytes of a run of samples. All edges are cases of this: a pixel alone has itself twice for neighbours.
 class TapRun {
 public:
-    explicit TapRun(double radius, bool byTable) : taps_(TapsOf(radius)), entries_(byTable ? kTapEntries : 0) {
-        byTable_ = byTable && entries_;
-        std::uint8_t* entry = entries_.get();
-        for (int sample = 0; byTable_ && sample < 256; ++sample) {
-            for (int neighbours = 0; neighbours < kNeighbourSums; ++neighbours) *entry++ = taps_(sample, neighbours);
-        }
-    }
+    TapRun(double radius, bool triesRule) : taps_(TapsOf(radius)), byRule_(triesRule && FindTapRule(taps_, &rule_)) {}
     void operator()(const TapRows& rows, std::ptrdiff_t count, std::uint8_t* dst) const {
-        if (byTable_) {
-            Kernels().blur.tapsByTable(rows, count, entries_.get(), dst);
+        if (byRule_) {
+            Kernels().blur.tapsByRule(rows, count, rule_, dst);
         } else {
             Kernels().blur.taps(rows, count, taps_, dst);
         }
@@ -40,8 +55,8 @@ public:
 
 private:
     ThreeTaps taps_;
-    HeapArray<std::uint8_t> entries_;
-    bool byTable_;
+    TapRule rule_;
+    bool byRule_;
 };
 
 struct FractionalBlur {
@@ -52,60 +67,108 @@ struct FractionalBlur {
 };
 
 // Three packed rows that slide down the source.
-struct SlidingRows {
-    explicit SlidingRows(std::int64_t samples) : a(samples), b(samples), c(samples), d(samples) {}
-    HeapArray<std::uint8_t> a, b, c, d;
-    explicit operator bool() const { return a && b && c && d; }
-};
-
+//
 // The last row takes the row above and itself; in an image of one row that is the row before the image, which reads 0
 // unless the image is a view of a larger one.
-//
-// Walks by itself, as each row of the result needs three of the source.
-void BlurColumns(const FractionalBlur& blur, const SlidingRows& rows, const TapRun& taps) {
-    const PixelSide &src = blur.sides.src, &dst = blur.sides.dst;
-    const std::ptrdiff_t samples = static_cast<std::ptrdiff_t>(blur.samples());
-    std::uint8_t *above = rows.a.get(), *row = rows.b.get(), *below = rows.c.get();
-    const auto take = [&](int y, std::uint8_t* bytes) {
-        CopyPackedSamples(GetRowSpan(src.record, y), src, blur.width, bytes);
-    };
-    take(0, row);
-    if (blur.height == 1) take(-1, above);
-    for (int y = 0; y < blur.height; ++y) {
-        const bool first = y == 0, last = y == blur.height - 1;
-        if (!last) take(y + 1, below);
-        const std::uint8_t* const upper = first && !last ? row : above;
-        const std::uint8_t* const lower = first || last ? row : below;
-        if (const RowSpan span = GetRowSpan(dst.record, y)) {
-            std::uint8_t* const bytes = BeginPacked(span, dst, blur.width, rows.d.get());
-            taps({row, upper, lower}, samples, bytes);
-            EndPacked(span, dst, blur.width, bytes);
+class SlidingRows {
+public:
+    explicit SlidingRows(const FractionalBlur& blur)
+        : blur_(blur), a_(blur.samples()), b_(blur.samples()), c_(blur.samples()) {}
+    explicit operator bool() const { return a_ && b_ && c_; }
+
+    // To the first row.
+    void Begin() {
+        Take(0, row_);
+        if (blur_.height == 1) Take(-1, above_);
+    }
+    // Row y with its neighbours. The row below is read now: what becomes of rows 0 to y later does not show.
+    TapRows At(int y) {
+        const bool first = y == 0, last = y == blur_.height - 1;
+        if (!last) Take(y + 1, below_);
+        return {row_, first && !last ? row_ : above_, first || last ? row_ : below_};
+    }
+    void Step() {
+        std::swap(above_, row_);
+        std::swap(row_, below_);
+    }
+
+private:
+    void Take(int y, std::uint8_t* bytes) const {
+        const PixelSide& src = blur_.sides.src;
+        CopyPackedSamples(GetRowSpan(src.record, y), src, blur_.width, bytes);
+    }
+
+    const FractionalBlur& blur_;
+    HeapArray<std::uint8_t> a_, b_, c_;
+    std::uint8_t *above_ = a_.get(), *row_ = b_.get(), *below_ = c_.get();
+};
+
+// A row of packed samples on itself. dst is another.
+void BlurRow(const FractionalBlur& blur, const TapRun& taps, const std::uint8_t* row, std::uint8_t* dst) {
+    const std::ptrdiff_t pixel = blur.sides.count();  // samples of one
+    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(blur.samples()) - pixel;
+    if (last > 0) {
+        taps({row, row, row + pixel}, pixel, dst);
+        taps({row + pixel, row, row + 2 * pixel}, last - pixel, dst + pixel);
+    }
+    taps({row + last, row + last, row + last}, pixel, dst + last);
+}
+
+// Two rows of packed samples: what a pass has made, and what the next one makes of it.
+struct PassRows {
+    explicit PassRows(const FractionalBlur& blur) : first(blur.samples()), second(blur.samples()) {}
+    HeapArray<std::uint8_t> first, second;
+    explicit operator bool() const { return first && second; }
+};
+
+// The second pass, from what the destination holds of the first one.
+void BlurRowOfDestination(const FractionalBlur& blur, const PassRows& rows, const TapRun& taps, const RowSpan& row) {
+    const PixelSide& dst = blur.sides.dst;
+    CopyPackedSamples(OwnBytes(row, dst.record), dst, blur.width, rows.first.get());
+    std::uint8_t* const bytes = BeginPacked(row, dst, blur.width, rows.second.get());
+    BlurRow(blur, taps, rows.first.get(), bytes);
+    EndPacked(row, dst, blur.width, bytes);
+}
+
+// Pass after pass. Walks by itself, as each row of the result needs three of the source.
+void BlurInTwoPasses(const FractionalBlur& blur, SlidingRows* source, const PassRows& rows, const TapRun& taps) {
+    const PixelSide& dst = blur.sides.dst;
+    for (int y = 0; y < blur.height; ++y, source->Step()) {
+        const TapRows three = source->At(y);
+        if (const RowSpan row = GetRowSpan(dst.record, y)) {
+            std::uint8_t* const bytes = BeginPacked(row, dst, blur.width, rows.first.get());
+            taps(three, static_cast<std::ptrdiff_t>(blur.samples()), bytes);
+            EndPacked(row, dst, blur.width, bytes);
         }
-        std::swap(above, row);
-        std::swap(row, below);
+    }
+    for (int y = 0; y < blur.height; ++y) {
+        if (const RowSpan row = GetRowSpan(dst.record, y)) BlurRowOfDestination(blur, rows, taps, row);
     }
 }
 
-// In place on the destination. What a row is read from holds RowSize bytes; pixels beyond them read 0.
-void BlurRows(const FractionalBlur& blur, const SlidingRows& rows, const TapRun& taps) {
+// Each row goes through both passes while it is in the cache. Walks by itself, as each row of the result needs three
+// of the source.
+void BlurRowByRow(const FractionalBlur& blur, SlidingRows* source, const PassRows& rows, const TapRun& taps) {
     const PixelSide& dst = blur.sides.dst;
-    std::uint8_t* const read = rows.a.get();
-    const std::ptrdiff_t pixel = blur.sides.count();  // samples of one
-    const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(blur.samples()) - pixel;
-    for (int y = 0; y < blur.height; ++y) {
+    for (int y = 0; y < blur.height; ++y, source->Step()) {
+        const TapRows three = source->At(y);
         const RowSpan row = GetRowSpan(dst.record, y);
         if (!row) continue;
-        const RowSpan own{row.data, std::max<std::ptrdiff_t>(row.begin, 0),
-                          std::min<std::ptrdiff_t>(row.end, dst.record->RowSize)};
-        CopyPackedSamples(own, dst, blur.width, read);
-        std::uint8_t* const bytes = BeginPacked(row, dst, blur.width, rows.d.get());
-        if (last > 0) {
-            taps({read, read, read + pixel}, pixel, bytes);
-            taps({read + pixel, read, read + 2 * pixel}, last - pixel, bytes + pixel);
+        taps(three, static_cast<std::ptrdiff_t>(blur.samples()), rows.first.get());
+        if (Covers(row, dst, 0, blur.width)) {
+            std::uint8_t* const bytes = BeginPacked(row, dst, blur.width, rows.second.get());
+            BlurRow(blur, taps, rows.first.get(), bytes);
+            EndPacked(row, dst, blur.width, bytes);
+        } else {  // samples outside are lost between the passes
+            EndPacked(row, dst, blur.width, rows.first.get());
+            BlurRowOfDestination(blur, rows, taps, row);
         }
-        taps({read + last, read + last, read + last}, pixel, bytes + last);
-        EndPacked(row, dst, blur.width, bytes);
     }
+}
+
+// True if no row of the source is read after it has been written, pixels for pixels or not at all.
+bool SourceStaysAhead(const PixelSides& sides) {
+    return sides.src.record == sides.dst.record || !ImagesOverlap(sides.src.record, sides.dst.record);
 }
 
 void BlurSides(PixelSides sides, double radius) {
@@ -115,13 +178,18 @@ void BlurSides(PixelSides sides, double radius) {
     const FractionalBlur blur{sides, sides.src.record->Width, sides.src.record->Height};
     if (rowBytes < 0 || rowBytes > INT_MAX || blur.width < 1 || blur.height < 1) return;
     if (!HasRows(sides.src.record)) return;
-    const SlidingRows rows(blur.samples());
-    if (!rows) return;
-    // For images with more samples than the table has entries.
-    const bool byTable = blur.samples() > std::int64_t{4} * kTapEntries / blur.height;
-    const TapRun taps(radius, byTable);
-    BlurColumns(blur, rows, taps);
-    BlurRows(blur, rows, taps);
+    SlidingRows source(blur);
+    const PassRows rows(blur);
+    if (!source || !rows) return;
+    // For images with more samples than there are pairs of a sample and a sum to try.
+    constexpr std::int64_t kPairs = 256 * 511;
+    const TapRun taps(radius, blur.samples() > kPairs / blur.height);
+    source.Begin();
+    if (SourceStaysAhead(sides) && RowsKeepTheirSamples(sides.dst, blur.width)) {
+        BlurRowByRow(blur, &source, rows, taps);
+    } else {
+        BlurInTwoPasses(blur, &source, rows, taps);
+    }
 }
 
 // By the fields of red, green and blue, of whatever family the images are.

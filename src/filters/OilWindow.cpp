@@ -234,6 +234,8 @@ public:
     // So many that the counts of all classes stay in the cache from one kernel to the next.
     static constexpr std::ptrdiff_t kSamplesAtOnce = 1024;
     static constexpr int kMaxRows = 15;  // of a window that holds 255 samples at most
+    // Beyond, moving the window along the row is faster: its cost does not grow with the classes.
+    static constexpr int kMaxClasses = 160;
 
 private:
     std::ptrdiff_t Margin() const { return std::ptrdiff_t{range_} * count_; }
@@ -307,7 +309,8 @@ void OilImage(const PixelSides& wanted, int classes, int range) {
     }
     PixelSides sides = wanted;
     OrderByBytes(&sides);
-    const bool byVectors = ProcessKernels().tier != CpuTier::plain && reach <= OilRing::kMaxRows;
+    const bool byVectors =
+        ProcessKernels().tier != CpuTier::plain && reach <= OilRing::kMaxRows && classes <= OilRing::kMaxClasses;
     if (byVectors && OilRing::BytesFor(sides, classes, range) <= kMaxRingBytes &&
         PaintByVectors(sides, classes, range)) {
         return;

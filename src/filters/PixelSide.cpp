@@ -37,6 +37,14 @@ bool RowsAreApart(const PixelSide& side, std::int64_t width) {
                                               std::abs(static_cast<std::int64_t>(side.record->RowSize));
 }
 
+bool RowsKeepTheirSamples(const PixelSide& side, std::int64_t width) {
+    return AreDistinct(side.channels) && PixelsAreApart(side) && RowsAreApart(side, width);
+}
+
+RowSpan OwnBytes(const RowSpan& row, const ImageClassData* record) {
+    return {row.data, std::max<std::ptrdiff_t>(row.begin, 0), std::min<std::ptrdiff_t>(row.end, record->RowSize)};
+}
+
 bool Covers(const RowSpan& row, const PixelSide& side, std::ptrdiff_t first, std::ptrdiff_t width) {
     if (width < 1) return true;
     return row && row.Covers(first * side.pixelSize + side.channels.lowest(),

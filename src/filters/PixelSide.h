@@ -47,6 +47,13 @@ bool PixelsAreApart(const PixelSide& side);
 // True if the first `width` pixels of a row keep to the RowSize bytes of that row, so that rows share no byte.
 bool RowsAreApart(const PixelSide& side, std::int64_t width);
 
+// True if what is stored in the pixels of a row is found there again, whatever is stored in those of other rows: then
+// a second pass can follow on the heels of a first one.
+bool RowsKeepTheirSamples(const PixelSide& side, std::int64_t width);
+
+// A row as a second pass reads what the first has stored in it: its own RowSize bytes, and 0 beyond.
+RowSpan OwnBytes(const RowSpan& row, const ImageClassData* record);
+
 // True if every channel byte of those pixels may be touched.
 bool Covers(const RowSpan& row, const PixelSide& side, std::ptrdiff_t first, std::ptrdiff_t width);
 

@@ -16,7 +16,8 @@ struct NarrowDivision {
 };
 // For sums of 16 bits. With 2^l the largest power of two below the divisor and a factor of 2^(16 + l) / divisor,
 // rounded up, the product is too large by less than the sum, which may be too much; rounded down, one sum more makes
-// up for what is missing. Each quotient is tried at both of its ends. False where sums do not fit.
+// up for what is missing; a power of two has nothing to round. Each quotient is tried at both of its ends. False where
+// sums do not fit.
 bool MakeNarrowDivision(std::int64_t divisor, NarrowDivision* division);
 
 struct WideDivision {
@@ -70,9 +71,15 @@ struct ThreeTaps {
     }
 };
 
-// All that the taps can give, by sample and then by the neighbours' sum.
-constexpr int kNeighbourSums = 511;
-constexpr int kTapEntries = 256 * kNeighbourSums;
+// The same in integers: sample * weight + neighbours * neighbourWeight, divided.
+struct TapRule {
+    std::uint16_t weight;
+    std::uint16_t neighbourWeight;
+    NarrowDivision division;  // by weight + 2 * neighbourWeight, which is 3 or more
+};
+// For a weight that is a fraction of small numbers. Not for every byte the same: rounded sums of doubles can fall short
+// of an integer. It is to be tried.
+bool MakeTapRule(const ThreeTaps& taps, TapRule* rule);
 
 // The samples whose taps make samples of the result.
 struct TapRows {
@@ -112,7 +119,7 @@ struct BlurKernels {
     void (*slide)(std::uint32_t* sums, const std::uint8_t* leaves, const std::uint8_t* enters, std::ptrdiff_t count);
     // dst overlaps none of the rows.
     void (*taps)(const TapRows& rows, std::ptrdiff_t count, const ThreeTaps& taps, std::uint8_t* dst);
-    void (*tapsByTable)(const TapRows& rows, std::ptrdiff_t count, const std::uint8_t* entries, std::uint8_t* dst);
+    void (*tapsByRule)(const TapRows& rows, std::ptrdiff_t count, const TapRule& rule, std::uint8_t* dst);
     // dst[i] = rule(dst[i], src[i]). The two share no byte, or are the same bytes.
     void (*sharpen)(const std::uint8_t* src, std::ptrdiff_t count, const SharpenRule& rule, std::uint8_t* dst);
 };

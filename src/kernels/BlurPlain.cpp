@@ -77,9 +77,13 @@ void Taps_Plain(const TapRows& rows, std::ptrdiff_t count, const ThreeTaps& give
     for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = taps(row[i], before[i] + after[i]);
 }
 
-void TapsByTable_Plain(const TapRows& rows, std::ptrdiff_t count, const std::uint8_t* entries, std::uint8_t* dst) {
+void TapsByRule_Plain(const TapRows& rows, std::ptrdiff_t count, const TapRule& given, std::uint8_t* dst) {
+    const TapRule rule = given;
     const auto [row, before, after] = rows;
-    for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = entries[row[i] * kNeighbourSums + before[i] + after[i]];
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const int sum = row[i] * rule.weight + (before[i] + after[i]) * rule.neighbourWeight;
+        dst[i] = Divided(static_cast<std::uint16_t>(sum), rule.division);
+    }
 }
 
 void Sharpen_Plain(const std::uint8_t* src, std::ptrdiff_t count, const SharpenRule& rule, std::uint8_t* dst) {
@@ -101,6 +105,21 @@ bool FindPart(Products products, std::uint16_t* part) {
 }
 
 }  // namespace
+
+bool MakeTapRule(const ThreeTaps& taps, TapRule* rule) {
+    constexpr double kRounding = 1e-9;
+    constexpr int kMostWeights = 257;  // 255 times as much is a word
+    for (int weight = 1; weight <= kMostWeights; ++weight) {
+        const double exact = taps.neighbourWeight * weight, neighbours = std::round(exact);
+        if (std::abs(exact - neighbours) > kRounding) continue;
+        const int sum = weight + 2 * static_cast<int>(neighbours);
+        if (sum < 3 || sum > kMostWeights) return false;
+        rule->weight = static_cast<std::uint16_t>(weight);
+        rule->neighbourWeight = static_cast<std::uint16_t>(neighbours);
+        return MakeNarrowDivision(sum, &rule->division);
+    }
+    return false;
+}
 
 bool MakeSharpenRule(double factor, int threshold, SharpenRule* rule) {
     if (!(factor > 0.0 && factor <= 127.0)) return false;
@@ -131,11 +150,11 @@ static bool IsExact(std::int64_t divisor, const NarrowDivision& division) {
 
 bool MakeNarrowDivision(std::int64_t divisor, NarrowDivision* division) {
     constexpr std::int64_t kLargestSum = 65535;
-    if (divisor < 2 || 255 * divisor > kLargestSum) return false;
-    const int log = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(divisor))) - 1;
+    if (divisor < 3 || 255 * divisor > kLargestSum) return false;
+    const int log = static_cast<int>(std::bit_width(static_cast<std::uint64_t>(divisor - 1))) - 1;
     const std::uint16_t factor = static_cast<std::uint16_t>((std::int64_t{1} << (16 + log)) / divisor);
-    for (const NarrowDivision& tried :
-         {NarrowDivision{static_cast<std::uint16_t>(factor + 1), 0, log}, NarrowDivision{factor, 1, log}}) {
+    for (const NarrowDivision& tried : {NarrowDivision{static_cast<std::uint16_t>(factor + 1), 0, log},
+                                        NarrowDivision{factor, 1, log}, NarrowDivision{factor, 0, log}}) {
         *division = tried;
         if (IsExact(divisor, tried)) return true;
     }
@@ -154,7 +173,7 @@ void InitBlur_Plain(BlurKernels* kernels) {
                 Divide_Plain<std::uint32_t, TestedDivision>,
                 Slide_Plain,
                 Taps_Plain,
-                TapsByTable_Plain,
+                TapsByRule_Plain,
                 Sharpen_Plain};
 }
 

@@ -384,6 +384,66 @@ void AlongWide(const SlidingRow& row, const WideDivision& by, std::uint8_t* byte
     Along<kCount, WideChain<kCount>>(row, by, bytes);
 }
 
+// --- sums of three --------------------------------------------------------------------------------------------------
+
+// In the order that is told, number by number; only the bytes are many at a time.
+void Taps(const TapRows& given, std::ptrdiff_t count, const ThreeTaps& taps, std::uint8_t* dst) {
+    const hn::Repartition<double, decltype(kBytes)> kDoubles;
+    const hn::RebindToSigned<decltype(kInts)> kSigned;
+    const hn::Half<decltype(kSigned)> kHalfInts;
+    constexpr std::ptrdiff_t kStep = kLanes / 4;
+    const TapRows rows = given;
+    const double weightOfTaps = taps.neighbourWeight, normOfTaps = taps.norm;
+    const auto weight = hn::Set(kDoubles, weightOfTaps), norm = hn::Set(kDoubles, normOfTaps);
+    const auto tapped = [&](auto samples, auto neighbours) {
+        const auto sum =
+            hn::Add(hn::PromoteTo(kDoubles, samples), hn::Mul(hn::PromoteTo(kDoubles, neighbours), weight));
+        return hn::DemoteTo(kHalfInts, hn::Mul(sum, norm));
+    };
+    std::ptrdiff_t i = 0;
+    for (; i + kStep <= count; i += kStep) {
+        const auto samples = hn::PromoteTo(kSigned, hn::LoadU(kQuarterBytes, rows.row + i));
+        const auto neighbours = hn::Add(hn::PromoteTo(kSigned, hn::LoadU(kQuarterBytes, rows.before + i)),
+                                        hn::PromoteTo(kSigned, hn::LoadU(kQuarterBytes, rows.after + i)));
+        const auto lower = tapped(hn::LowerHalf(samples), hn::LowerHalf(neighbours));
+        const auto upper = tapped(hn::UpperHalf(kHalfInts, samples), hn::UpperHalf(kHalfInts, neighbours));
+        const Ints result = hn::BitCast(kInts, hn::Combine(kSigned, upper, lower));
+        hn::StoreU(hn::U8FromU32(result), kQuarterBytes, dst + i);
+    }
+    for (; i < count; ++i) {
+        const int neighbours = rows.before[i] + rows.after[i];
+        dst[i] = static_cast<std::uint8_t>(static_cast<int>((rows.row[i] + neighbours * weightOfTaps) * normOfTaps));
+    }
+}
+
+void TapsByRule(const TapRows& given, std::ptrdiff_t count, const TapRule& rule, std::uint8_t* dst) {
+    const TapRows rows = given;
+    const NarrowDivision by = rule.division;
+    const NarrowQuotients quotients(by);
+    const Bytes zero = hn::Zero(kBytes);
+    const Words more = hn::Set(kWords, by.more);
+    const std::uint16_t weightOfRule = rule.weight, neighbourWeight = rule.neighbourWeight;
+    const Words weight = hn::Set(kWords, weightOfRule), weightBeside = hn::Set(kWords, neighbourWeight);
+    const auto tapped = [&](Words sample, Words before, Words after) {
+        const Words beside = hn::Mul(hn::Add(before, after), weightBeside);
+        return quotients(hn::Add(hn::Add(hn::Mul(sample, weight), beside), more));
+    };
+    const auto lower = [&](Bytes bytes) { return hn::BitCast(kWords, hn::InterleaveLower(kBytes, bytes, zero)); };
+    const auto upper = [&](Bytes bytes) { return hn::BitCast(kWords, hn::InterleaveUpper(kBytes, bytes, zero)); };
+    std::ptrdiff_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        const Bytes row = hn::LoadU(kBytes, rows.row + i);
+        const Bytes before = hn::LoadU(kBytes, rows.before + i), after = hn::LoadU(kBytes, rows.after + i);
+        hn::StoreU(BlockwiseBytes(tapped(lower(row), lower(before), lower(after)),
+                                  tapped(upper(row), upper(before), upper(after))),
+                   kBytes, dst + i);
+    }
+    for (; i < count; ++i) {
+        const int sum = rows.row[i] * weightOfRule + (rows.before[i] + rows.after[i]) * neighbourWeight;
+        dst[i] = Divided(static_cast<std::uint16_t>(sum), by);
+    }
+}
+
 // --- sharpening -----------------------------------------------------------------------------------------------------
 
 // Sums of words below 0 and above 255 included: cut when they become bytes.
@@ -454,6 +514,8 @@ void Sharpen(const std::uint8_t* src, std::ptrdiff_t count, const SharpenRule& g
 void ZOR_TIER_FUNCTION(InitBlur)(BlurKernels* kernels) {
     kernels->narrow = {
         AddNarrow, DownNarrow, {AlongNarrow<1>, AlongNarrow<2>, AlongNarrow<3>, AlongNarrow<4>, AlongNarrow<5>}};
+    kernels->taps = Taps;
+    kernels->tapsByRule = TapsByRule;
     kernels->sharpen = Sharpen;
     kernels->wide = {AddWide, DownWide, {AlongWide<1>, AlongWide<2>, AlongWide<3>, AlongWide<4>, AlongWide<5>}};
 }

@@ -147,6 +147,22 @@ TEST_F(OilFilterTest, MovingTheWindowAgreesWithGatheringIt) {
     }
 }
 
+// Rows of several blocks of samples, for windows that go by vectors: each up to the last class, and past it.
+TEST_F(OilFilterTest, CountingClassesAgreesWithGatheringThem) {
+    Random random(6);
+    for (const int range : {0, 1, 2, 3, 7, 8}) {
+        for (const int levels : {1, 2, 20, 160, 161}) {
+            const TestImage source = MakePlain(700 + range, 20, ImageFormatBGR);
+            FillWithNoise(source, random);
+            const TestImage counted = MakePlain(700 + range, 20, ImageFormatBGR);
+            const TestImage gathered = MakePlain(700 + range, 20, ImageFormatBGR);
+            OilImage(SidesOf(source.record(), counted.record()), levels, range);
+            OilImage_Plain(SidesOf(source.record(), gathered.record()), levels, range);
+            EXPECT_TRUE(SameStorage(SnapshotOf(gathered), SnapshotOf(counted), counted)) << range << " " << levels;
+        }
+    }
+}
+
 TEST_F(OilFilterTest, ServesEveryFamily) {
     Random random(5);
     const TempDir directory;

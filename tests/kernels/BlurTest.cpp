@@ -28,7 +28,7 @@ std::vector<std::uint8_t> Quotients(const SumKernels<Sum, Division>& kernels, st
 
 TEST(BlurKernelsTiers, NarrowSumsOfEverySizeHaveTheirQuotient) {
     for (const KernelTier& tier : RunnableTiers()) {
-        for (int divisor = 3; divisor <= 257; divisor += 2) {
+        for (int divisor = 3; divisor <= 257; ++divisor) {
             NarrowDivision by{};
             ASSERT_TRUE(MakeNarrowDivision(divisor, &by)) << divisor;
             std::vector<std::uint16_t> sums(static_cast<std::size_t>(std::min(65536, 256 * divisor)));
@@ -56,6 +56,58 @@ TEST(BlurKernelsTiers, WideSumsHaveTheirQuotientAtBothOfItsEnds) {
             }
         }
     }
+}
+
+// --- sums of three --------------------------------------------------------------------------------------------------
+
+// Every sample with every sum of two neighbours.
+struct TapPairs {
+    std::vector<std::uint8_t> row, before, after;
+    TapPairs() {
+        for (int sample = 0; sample < 256; ++sample) {
+            for (int sum = 0; sum <= 510; ++sum) {
+                row.push_back(static_cast<std::uint8_t>(sample));
+                before.push_back(static_cast<std::uint8_t>(std::max(0, sum - 255)));
+                after.push_back(static_cast<std::uint8_t>(sum - before.back()));
+            }
+        }
+    }
+    TapRows rows() const { return {row.data(), before.data(), after.data()}; }
+    std::ptrdiff_t count() const { return static_cast<std::ptrdiff_t>(row.size()); }
+};
+
+TEST(BlurKernelsTiers, TapsGiveTheByteOfEveryPair) {
+    const TapPairs pairs;
+    std::vector<std::uint8_t> bytes(pairs.row.size());
+    for (const KernelTier& tier : RunnableTiers()) {
+        for (const double weight : {0.0, 0.5, 0.25, 0.1, 0.3, 2.3 - 2.0, 1.0 / 3, 0.999999, 1e-9}) {
+            const ThreeTaps taps{weight, 1.0 / (weight + weight + 1.0)};
+            tier.table.blur.taps(pairs.rows(), pairs.count(), taps, bytes.data());
+            for (std::size_t i = 0; i < bytes.size(); ++i) {
+                ASSERT_EQ(bytes[i], taps(pairs.row[i], pairs.before[i] + pairs.after[i]))
+                    << tier.name << ": " << weight;
+            }
+        }
+    }
+}
+
+TEST(BlurKernelsTiers, TapsByRuleAreTheQuotientOfEveryPair) {
+    const TapPairs pairs;
+    std::vector<std::uint8_t> bytes(pairs.row.size());
+    for (const KernelTier& tier : RunnableTiers()) {
+        for (const double weight : {0.5, 0.25, 0.75, 0.125, 0.984375, 0.1, 0.3, 0.78, 1.0 / 3}) {
+            TapRule rule{};
+            ASSERT_TRUE(MakeTapRule({weight, 0.0}, &rule)) << weight;
+            ASSERT_NEAR(rule.neighbourWeight, weight * rule.weight, 1e-6);
+            tier.table.blur.tapsByRule(pairs.rows(), pairs.count(), rule, bytes.data());
+            for (std::size_t i = 0; i < bytes.size(); ++i) {
+                const int sum = pairs.row[i] * rule.weight + (pairs.before[i] + pairs.after[i]) * rule.neighbourWeight;
+                ASSERT_EQ(bytes[i], sum / (rule.weight + 2 * rule.neighbourWeight)) << tier.name << ": " << weight;
+            }
+        }
+    }
+    TapRule rule{};
+    for (const double weight : {0.0, 0.123456789, 0.999}) EXPECT_FALSE(MakeTapRule({weight, 0.0}, &rule)) << weight;
 }
 
 // --- sharpening -----------------------------------------------------------------------------------------------------

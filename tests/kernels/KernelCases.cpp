@@ -231,7 +231,6 @@ struct TestTables {
     ByteCurve curves[4][24];  // with no, one, two and more rough rows
     PairTable pair;
     LuminanceParts luminance[3];
-    std::uint8_t taps[kTapEntries];
 };
 
 // A line up or down for every row of 16, with ones added at random; and noise in some of the rows.
@@ -268,7 +267,6 @@ const TestTables& Tables() {
         made.luminance[0] = MakeLuminanceParts(177, 813, 10);
         made.luminance[1] = MakeLuminanceParts(299, 587, 114);
         made.luminance[2] = MakeLuminanceParts(0, 1000, 0);
-        std::generate(std::begin(made.taps), std::end(made.taps), next);
         return made;
     }();
     return tables;
@@ -446,8 +444,11 @@ void Taps(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.blur.taps({b.in[0], b.in[1], b.in[2]}, units, {weight, 1.0 / (weight + weight + 1.0)}, b.out);
 }
 
-void TapsByTable(Kernels k, Bytes b, std::ptrdiff_t units) {
-    k.blur.tapsByTable({b.in[0], b.in[1], b.in[2]}, units, Tables().taps, b.out);
+void TapsByRule(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr double kTapWeights[] = {0.5, 0.25, 0.75, 0.1, 0.3, 1.0 / 3, 0.9, 0.4, 2.0 / 7, 0.984375};
+    TapRule rule{};
+    MakeTapRule({kTapWeights[b.choice % std::size(kTapWeights)], 0.0}, &rule);
+    k.blur.tapsByRule({b.in[0], b.in[1], b.in[2]}, units, rule, b.out);
 }
 
 void Sharpen(Kernels k, Bytes b, std::ptrdiff_t units) {
@@ -736,7 +737,7 @@ const std::vector<KernelCase> kCases = {
     {"blur.divideTested", DivideTested},
     {"blur.slide", SlideSums},
     {"blur.taps", Taps},
-    {"blur.tapsByTable", TapsByTable},
+    {"blur.tapsByRule", TapsByRule},
     {"blur.sharpen", Sharpen},
 
     {"geometry.copy[0]", CopyPixelRun<1>},
