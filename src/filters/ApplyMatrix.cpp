@@ -115,7 +115,7 @@ Reach ReachOf(const Cells& cells, const Convolution& job) {
 WordScale WordScaleOf(const Convolution& job, const Cells& cells) {
     std::int64_t most = job.finish.delta;
     for (int i = 0; i < cells.count; ++i) most += 255 * std::int64_t{std::max(cells.cell[i].weight, 0)};
-    if (!job.finish.scales() || job.width * job.sides.count() < most / job.height) return {};
+    if (!job.finish.scales() || job.height < 1 || job.width * job.sides.count() < most / job.height) return {};
     return FindWordScale(job.finish, most);
 }
 

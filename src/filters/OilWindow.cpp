@@ -235,7 +235,7 @@ public:
     static constexpr std::ptrdiff_t kSamplesAtOnce = 1024;
     static constexpr int kMaxRows = 15;  // of a window that holds 255 samples at most
     // Beyond, moving the window along the row is faster: its cost does not grow with the classes.
-    static constexpr int kMaxClasses = 160;
+    static constexpr int kMaxClasses = 100;
 
 private:
     std::ptrdiff_t Margin() const { return std::ptrdiff_t{range_} * count_; }

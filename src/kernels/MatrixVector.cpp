@@ -8,7 +8,6 @@ namespace {
 const hn::ScalableTag<std::uint8_t> kBytes;
 const hn::Repartition<std::int16_t, decltype(kBytes)> kShorts;
 const hn::Repartition<std::int32_t, decltype(kBytes)> kInts;
-const hn::Half<decltype(kBytes)> kHalfBytes;
 const hn::Repartition<double, decltype(kBytes)> kDoubles;
 const hn::Rebind<std::int32_t, decltype(kDoubles)> kHalfInts;
 using Bytes = hn::Vec<decltype(kBytes)>;
@@ -79,6 +78,7 @@ HWY_INLINE Bytes Packed(const WordSums& sums) {
 #elif HWY_TARGET == HWY_SSE4
     return Bytes{_mm_packus_epi16(sums.lower.raw, sums.upper.raw)};
 #else
+    const hn::Half<decltype(kBytes)> kHalfBytes;
     return hn::Combine(kBytes, hn::DemoteTo(kHalfBytes, sums.upper), hn::DemoteTo(kHalfBytes, sums.lower));
 #endif
 }

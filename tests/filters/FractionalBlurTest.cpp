@@ -94,7 +94,7 @@ TEST_F(FractionalBlurTest, AgreesWithItsModel) {
     CheckNeighboursOnRandomImages(521, 1000, [&](Random& random) { return FractionalCase(random.Pick(radii)); });
 }
 
-// Large enough for the table of all results.
+// Large enough for integers to be tried.
 TEST_F(FractionalBlurTest, LargeImagesGiveTheSameBytes) {
     Random random(5);
     for (const double radius : {0.3, 0.5, 0.77}) {
