@@ -41,5 +41,8 @@ struct ConvertKernels {
 ConvertFn ConvertInOrder(Conversion conversion, bool withAlpha);
 
 void InitConvert_Plain(ConvertKernels* kernels);
+void InitConvert_Sse4(ConvertKernels* kernels);
+void InitConvert_Avx2(ConvertKernels* kernels);
+void InitConvert_Neon(ConvertKernels* kernels);
 
 }  // namespace zor

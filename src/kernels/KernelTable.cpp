@@ -31,6 +31,7 @@ constexpr Slot kSlots[] = {
     SLOT(blend.replicate4Opaque),
     SLOT(blend.replicateAlpha),
     SLOT(matrix.convolve),
+    SLOT(swizzle.move),
     SLOTS_5(pack.gather),
     SLOTS_5(pack.scatter),
     SLOTS_2(convert.apart[kCopy1]),
@@ -109,6 +110,7 @@ void InitKernels_Plain(KernelTable* table) {
     InitBytes_Plain(&table->bytes);
     InitBlend_Plain(&table->blend);
     InitMatrix_Plain(&table->matrix);
+    InitSwizzle_Plain(&table->swizzle);
     InitPack_Plain(&table->pack);
     InitConvert_Plain(&table->convert);
     InitWords_Plain(&table->words);
@@ -125,16 +127,16 @@ void InitKernels_Plain(KernelTable* table) {
 
 // Overwrites the slots that have a twin of that set.
 void InitKernels_Vector(KernelTable* table, CpuTier tier) {
-#define INIT_FAMILIES(Tier)                \
-    InitBytes_##Tier(&table->bytes);       \
-    InitBlend_##Tier(&table->blend);       \
-    InitMatrix_##Tier(&table->matrix);     \
-    InitBlur_##Tier(&table->blur);         \
-    InitOil_##Tier(&table->oil);           \
-    InitGeometry_##Tier(&table->geometry); \
-    InitScaling_##Tier(&table->scaling);   \
-    InitTables_##Tier(&table->tables);     \
-    InitTone_##Tier(&table->tone)
+#define INIT_FAMILIES(Tier)              \
+    InitBytes_##Tier(&table->bytes);     \
+    InitBlend_##Tier(&table->blend);     \
+    InitMatrix_##Tier(&table->matrix);   \
+    InitConvert_##Tier(&table->convert); \
+    InitScaling_##Tier(&table->scaling); \
+    InitTables_##Tier(&table->tables);   \
+    InitTone_##Tier(&table->tone);       \
+    InitBlur_##Tier(&table->blur);       \
+    InitGeometry_##Tier(&table->geometry)
 #if defined(ZOR_KERNELS_X86)
     if (tier == CpuTier::sse4) {
         INIT_FAMILIES(Sse4);

@@ -17,6 +17,7 @@
 #include "kernels/Oil.h"
 #include "kernels/Pack.h"
 #include "kernels/Scaling.h"
+#include "kernels/Swizzle.h"
 #include "kernels/Tables.h"
 #include "kernels/Tone.h"
 #include "kernels/Touch.h"
@@ -29,6 +30,7 @@ struct KernelTable {
     BytesKernels bytes;
     BlendKernels blend;
     MatrixKernels matrix;
+    SwizzleKernels swizzle;
     PackKernels pack;
     ConvertKernels convert;
     WordsKernels words;

@@ -53,6 +53,30 @@ void Convert(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.convert.apart[kConversion][kAlpha](dst, src, units, alphaMask);
 }
 
+// Any bytes of up to five to any of up to five, some of which stay, are constants or are flipped.
+void Swizzled(Kernels k, Bytes b, std::ptrdiff_t units) {
+    std::uint32_t dice = b.choice;
+    const auto roll = [&dice](std::uint32_t sides) {
+        dice = dice * 1664525 + 1013904223;
+        return static_cast<int>((dice >> 16) % sides);
+    };
+    Swizzle swizzle{};
+    swizzle.srcStep = 1 + roll(Swizzle::kMaxStep);
+    swizzle.dstStep = 1 + roll(Swizzle::kMaxStep);
+    swizzle.srcBytes = 1 + roll(static_cast<std::uint32_t>(swizzle.srcStep));
+    swizzle.dstBytes = 1 + roll(static_cast<std::uint32_t>(swizzle.dstStep));
+    const bool mixed = roll(2) == 0;
+    for (int j = 0; j < swizzle.dstBytes; ++j) {
+        const bool atEnd = j == 0 || j == swizzle.dstBytes - 1;
+        const int kind = mixed ? roll(8) : 7;
+        swizzle.flip[j] = static_cast<std::uint8_t>(mixed ? roll(256) : 0);
+        swizzle.from[j] = kind == 0 && !atEnd ? Swizzle::kStays
+                          : kind == 1         ? Swizzle::kConstant
+                                      : static_cast<signed char>(roll(static_cast<std::uint32_t>(swizzle.srcBytes)));
+    }
+    k.swizzle.move(swizzle, b.out, b.in[0], units);
+}
+
 // Colours on three bytes of the word, the fourth kept, filled or taken from the mask.
 WordMove AnyMove(std::uint32_t choice) {
     const int turn = static_cast<int>(choice % 4), fourth = 8 * ((3 + turn) % 4);
@@ -612,6 +636,8 @@ const std::vector<KernelCase> kCases = {
      }},
 
     {"matrix.convolve", Convolve},
+
+    {"swizzle.move", Swizzled},
 
     {"pack.gather[0]", Gather<1>},
     {"pack.gather[1]", Gather<2>},
