@@ -132,6 +132,7 @@ void InitKernels_Vector(KernelTable* table, CpuTier tier) {
     InitBlend_##Tier(&table->blend);     \
     InitMatrix_##Tier(&table->matrix);   \
     InitConvert_##Tier(&table->convert); \
+    InitTouch_##Tier(&table->touch);     \
     InitScaling_##Tier(&table->scaling); \
     InitTables_##Tier(&table->tables);   \
     InitTone_##Tier(&table->tone);       \

@@ -23,5 +23,8 @@ struct TouchKernels {
 };
 
 void InitTouch_Plain(TouchKernels* kernels);
+void InitTouch_Sse4(TouchKernels* kernels);
+void InitTouch_Avx2(TouchKernels* kernels);
+void InitTouch_Neon(TouchKernels* kernels);
 
 }  // namespace zor

@@ -223,9 +223,17 @@ void Complement(Kernels k, Bytes b, std::ptrdiff_t units) {
 
 template <int kCount>
 void LayOver(Kernels k, Bytes b, std::ptrdiff_t units) {
-    LayOverWeights weights{b.choice % 65536, {}};
-    for (std::uint32_t& added : weights.added)
-        added = b.choice * 2654435761u + static_cast<std::uint32_t>(&added - weights.added);
+    LayOverWeights weights{};
+    if (b.choice / 65536 % 2) {  // as colours have them
+        const std::uint32_t alpha = b.choice / 256 % 256;
+        weights.oldWeight = (255 - alpha) * 257;
+        for (std::uint32_t& added : weights.added)
+            added = (b.choice * 37 + static_cast<std::uint32_t>(&added - weights.added) * 51) % 256 * alpha * 257;
+    } else {  // any
+        weights.oldWeight = b.choice % 65536;
+        for (std::uint32_t& added : weights.added)
+            added = b.choice * 2654435761u + static_cast<std::uint32_t>(&added - weights.added);
+    }
     Start(b, units * kCount);
     k.touch.layOver[kCount - 1](RunOf(b.out, kCount, b.choice), units, weights);
 }
