@@ -87,48 +87,23 @@ int GrayOf(int red, int green, int blue) {
     return static_cast<std::int32_t>(sum) / 256;
 }
 
-// --- runs of whole pixels -------------------------------------------------------------------------------------------
+// --- fills ----------------------------------------------------------------------------------------------------------
 
-// The bytes of the rectangle's columns in one row, counted from byte `lead` of the first pixel.
-ByteRun RunOf(const RowSpan& row, std::int64_t x, std::int64_t width, int pixelSize, int lead) {
-    const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(x * pixelSize + lead);
-    return CutRun(row, first, first + static_cast<std::ptrdiff_t>(width * pixelSize));
+// Whole pixels, counted from byte `lead` of the first one.
+void FillRuns(ImageClassData* record, const PixelRect& rect, int lead, std::uint8_t value) {
+    const ByteRect bytes = BytesOf(rect, record->PixelSize, lead);
+    const auto store = ByCount(Kernels().touch.store, bytes.byte.count);
+    TouchRect(record, bytes.rect, 1, bytes.byte,
+              [&](const PixelRun& run, std::ptrdiff_t count) { store(run, count, &value); });
 }
 
-void FillRuns(ImageClassData* record, const PixelRect& rect, int lead, int value) {
-    const int pixelSize = record->PixelSize;
-    WalkRows(record, rect, [&](const RowSpan& row) {
-        const ByteRun run = RunOf(row, rect.x, rect.width, pixelSize, lead);
-        if (run.size > 0) std::memset(run.data, value, run.size);
-    });
-}
-
-// Stores one value a channel. Where pixels side by side are one run of channel bytes, the run is laid out in pieces of
-// one pattern that holds many pixels.
+// Stores one value a channel.
 void FillChannels(ImageClassData* record, const PixelRect& rect, const ChannelSet& channels,
                   const std::uint8_t* values) {
-    const int pixelSize = record->PixelSize;
     if (channels.count < 1) return;
-    if (!FillPixel(channels, pixelSize)) {
-        const auto store = ByCount(Kernels().touch.store, channels.count);
-        return TouchRect(record, rect, pixelSize, channels,
-                         [&](const PixelRun& run, std::ptrdiff_t count) { store(run, count, values); });
-    }
-    constexpr int kPixels = 800;
-    std::uint8_t pattern[(kPixels + 1) * ChannelSet::kMax];  // one pixel more, for runs that begin within a pixel
-    const int lowest = static_cast<int>(channels.lowest());
-    for (int i = 0; i <= kPixels; ++i) {
-        for (int c = 0; c < channels.count; ++c) pattern[i * pixelSize + channels.offset[c] - lowest] = values[c];
-    }
-    WalkRows(record, rect, [&](const RowSpan& row) {
-        const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(rect.x) * pixelSize + lowest;
-        const ByteRun run = RunOf(row, rect.x, rect.width, pixelSize, lowest);
-        const std::ptrdiff_t begun = std::max<std::ptrdiff_t>(row.begin - first, 0) % pixelSize;
-        const std::size_t piece = static_cast<std::size_t>(kPixels * pixelSize);
-        for (std::size_t done = 0; done < run.size; done += piece) {
-            std::memcpy(run.data + done, pattern + begun, std::min(piece, run.size - done));
-        }
-    });
+    const auto store = ByCount(Kernels().touch.store, channels.count);
+    TouchRect(record, rect, record->PixelSize, channels,
+              [&](const PixelRun& run, std::ptrdiff_t count) { store(run, count, values); });
 }
 
 // The channels of FillRectRandom, in the order in which they draw: alpha first in gray and CMYK images.
@@ -302,19 +277,9 @@ void Invert5(REALobject object, int x, int y, int width, int height) {
     ImageClassData* const record = ImageDataOf(object);
     const PixelRect rect = ReduceToImage(record, {x, y, width, height});
     if (!PassGuard(record, rect)) return;
-    const int pixelSize = record->PixelSize;
     const ChannelSet channels = ChannelsOf(record, true);
     if (channels.count < 1) return;
-    const KernelTable& kernels = Kernels();
-    if (FillPixel(channels, pixelSize)) {
-        const ByteRect bytes = BytesOf(rect, pixelSize, channels.lowest());
-        TouchRect(record, bytes.rect, 1, bytes.byte, [&](const PixelRun& run, std::ptrdiff_t count) {
-            std::uint8_t* const first = run.pixels + run.channels.offset[0];
-            kernels.bytes.complement(first, first, count);
-        });
-    } else {
-        TouchRect(record, rect, pixelSize, channels, ByCount(kernels.touch.complement, channels.count));
-    }
+    TouchRect(record, rect, record->PixelSize, channels, ByCount(Kernels().touch.complement, channels.count));
 }
 
 void Invert1(REALobject object) {

@@ -10,8 +10,6 @@ namespace zor {
 struct BytesKernels {
     // dst[i] = table[src[i]]; the table has 256 entries.
     void (*map)(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, const std::uint8_t* table);
-    // dst[i] = 255 - src[i]
-    void (*complement)(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count);
     // dst[i] = here[i] - there[i] + 128, cut to 0 to 255
     void (*relief)(const std::uint8_t* here, const std::uint8_t* there, std::uint8_t* dst, std::ptrdiff_t count);
 };

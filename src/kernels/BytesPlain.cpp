@@ -18,10 +18,6 @@ static void Map_Plain(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t
     for (; i < count; ++i) dst[i] = table[src[i]];
 }
 
-static void Complement_Plain(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = static_cast<std::uint8_t>(255 - src[i]);
-}
-
 static void Relief_Plain(const std::uint8_t* here, const std::uint8_t* there, std::uint8_t* dst, std::ptrdiff_t count) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         dst[i] = static_cast<std::uint8_t>(std::clamp(here[i] - there[i] + 128, 0, 255));
@@ -29,7 +25,7 @@ static void Relief_Plain(const std::uint8_t* here, const std::uint8_t* there, st
 }
 
 void InitBytes_Plain(BytesKernels* kernels) {
-    *kernels = {Map_Plain, Complement_Plain, Relief_Plain};
+    *kernels = {Map_Plain, Relief_Plain};
 }
 
 }  // namespace zor

@@ -16,12 +16,6 @@ void Map(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count, const
 
 // --- arithmetic -----------------------------------------------------------------------------------------------------
 
-void Complement(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count) {
-    std::ptrdiff_t i = 0;
-    for (; i + kLanes <= count; i += kLanes) hn::StoreU(hn::Not(hn::LoadU(kBytes, src + i)), kBytes, dst + i);
-    for (; i < count; ++i) dst[i] = static_cast<std::uint8_t>(255 - src[i]);
-}
-
 // here - there + 128 is cut by itself when both are taken as signed bytes: 128 less each, they differ by the same, and
 // the difference that saturates at -128 and 127 is 128 less than the one that is cut to 0 and 255.
 void Relief(const std::uint8_t* here, const std::uint8_t* there, std::uint8_t* dst, std::ptrdiff_t count) {
@@ -43,7 +37,6 @@ void Relief(const std::uint8_t* here, const std::uint8_t* there, std::uint8_t* d
 
 void ZOR_TIER_FUNCTION(InitBytes)(BytesKernels* kernels) {
     kernels->map = Map;
-    kernels->complement = Complement;
     kernels->relief = Relief;
 }
 

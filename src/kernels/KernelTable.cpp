@@ -21,7 +21,6 @@ struct Slot {
 
 constexpr Slot kSlots[] = {
     SLOT(bytes.map),
-    SLOT(bytes.complement),
     SLOT(bytes.relief),
     SLOT(blend.mix),
     SLOT(blend.addOver),

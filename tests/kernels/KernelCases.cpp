@@ -617,7 +617,6 @@ const std::vector<KernelCase> kCases = {
              table[i] = static_cast<std::uint8_t>(i * 37 + 11 + static_cast<int>(b.choice % 251));
          k.bytes.map(b.in[0], b.out, n, table);
      }},
-    {"bytes.complement", [](Kernels k, Bytes b, std::ptrdiff_t n) { k.bytes.complement(b.in[0], b.out, n); }},
     {"bytes.relief", [](Kernels k, Bytes b, std::ptrdiff_t n) { k.bytes.relief(b.in[0], b.in[1], b.out, n); }},
 
     {"blend.mix",
