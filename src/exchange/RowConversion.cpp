@@ -6,6 +6,7 @@
 #include "core/Factory.h"
 #include "core/Formats.h"
 #include "exchange/PixelRules.h"
+#include "host/Platform.h"
 
 namespace zor {
 
@@ -151,13 +152,21 @@ void WriteRowFromBlock(ImageClassData* image, int index, int format, bool invert
 
 // --- strings --------------------------------------------------------------------------------------------------------
 
-// A string of zeros in the given layout, filled by read(span), or null if read says false.
+// True if a conversion of the image writes every byte of the data.
+bool WritesAllOf(const ImageClassData* layout, const ImageClassData* image) {
+    return FillPixel(ChannelsOf(layout, image->HasAlpha), layout->PixelSize);
+}
+
+// A string in the given layout, filled by read(span), or null if read says false. What read does not write is 0.
 template <class Read>
-REALstring BuildString(const ImageClassData* layout, Read read) {
+REALstring BuildString(const ImageClassData* layout, const ImageClassData* image, Read read) {
     const int size = SizeOfData(layout);
     if (size <= 0) return nullptr;
-    std::uint8_t* const buffer = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(size), 1));
+    const std::size_t bytes = static_cast<std::size_t>(size);
+    void* const memory = WritesAllOf(layout, image) ? std::malloc(bytes) : std::calloc(bytes, 1);
+    std::uint8_t* const buffer = static_cast<std::uint8_t*>(memory);
     if (!buffer) return nullptr;
+    AskForLargePages(buffer, bytes);
     REALstring result = nullptr;
     if (read(SpanOf(buffer, size))) result = REALBuildUnicodeString(buffer, size, kREALEncodingBytes);
     std::free(buffer);
@@ -264,7 +273,8 @@ REALstring rbGetRowFS(REALobject object, int index, int format) {
     }
     ImageClassData layout{};
     if (!LayOut(&layout, image, 1, format)) return nullptr;
-    return BuildString(&layout, [&](const RowSpan& data) { return ReadOneRow(image, index, &layout, false, data); });
+    return BuildString(&layout, image,
+                       [&](const RowSpan& data) { return ReadOneRow(image, index, &layout, false, data); });
 }
 
 void rbSetRowFS(REALobject object, int index, int format, REALstring string) {
@@ -284,8 +294,9 @@ REALstring rbGetAllFS(REALobject object, int format) {
     ImageClassData* const image = ImageDataOf(object);
     ImageClassData layout{};
     if (!image->Valid || !LayOut(&layout, image, image->Height, format)) return nullptr;
-    return BuildString(
-        &layout, [&](const RowSpan& data) { return ConvertRows(Way::imageToData, image, 0, &layout, false, data); });
+    return BuildString(&layout, image, [&](const RowSpan& data) {
+        return ConvertRows(Way::imageToData, image, 0, &layout, false, data);
+    });
 }
 
 void rbSetAllFS(REALobject object, int format, REALstring string) {
