@@ -2,25 +2,33 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "Services.h"
 
 namespace zorhost::runtime {
 
-REALstring NewString(Runtime& host, const String& text, std::string origin) {
+static REALstring NewString(Runtime& host, std::string_view text, unsigned encoding, std::string origin) {
+    const unsigned char* const bytes = reinterpret_cast<const unsigned char*>(text.data());
     StringEntry entry;
-    entry.buffer.assign(1 + text.bytes.size() + 4, 0);
-    if (!text.bytes.empty()) std::memcpy(entry.buffer.data() + 1, text.bytes.data(), text.bytes.size());
+    entry.buffer.reserve(1 + text.size() + 4);  // strings may hold whole pictures: no byte is written twice
+    entry.buffer.push_back(0);
+    entry.buffer.insert(entry.buffer.end(), bytes, bytes + text.size());
+    entry.buffer.insert(entry.buffer.end(), 4, 0);
     entry.record = std::make_unique<REALstringRecord>();
     entry.record->first = 1;
     entry.record->buffer = entry.buffer.data();
-    entry.record->third = static_cast<REALword>(text.encoding);
-    entry.record->length = static_cast<REALword>(text.bytes.size());
+    entry.record->third = static_cast<REALword>(encoding);
+    entry.record->length = static_cast<REALword>(text.size());
     entry.serial = NextSerial();
     entry.origin = std::move(origin);
     const REALstring string = reinterpret_cast<REALstring>(entry.record.get());
     host.strings.emplace(string, std::move(entry));
     return string;
+}
+
+REALstring NewString(Runtime& host, const String& text, std::string origin) {
+    return NewString(host, text.bytes, text.encoding, std::move(origin));
 }
 
 StringEntry* FindString(Runtime& host, REALstring string) {
@@ -75,9 +83,8 @@ static void REALUnlockString_Service(REALstring string) {
 static REALstring REALBuildString_Service(const void* bytes, int length) {
     Runtime* const host = Enter("REALBuildString");
     if (!host || length < 0 || (!bytes && length > 0)) return nullptr;
-    std::string text;
-    if (length > 0) text.assign(static_cast<const char*>(bytes), static_cast<std::size_t>(length));
-    return NewString(*host, String{std::move(text), kRawBytes}, OriginInCall(*host));
+    const std::string_view text(static_cast<const char*>(bytes), static_cast<std::size_t>(length));
+    return NewString(*host, text, kRawBytes, OriginInCall(*host));
 }
 
 static unsigned REALGetStringEncoding_Service(REALstring string) {
