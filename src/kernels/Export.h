@@ -40,5 +40,8 @@ struct ExportKernels {
 };
 
 void InitExport_Plain(ExportKernels* kernels);
+void InitExport_Sse4(ExportKernels* kernels);
+void InitExport_Avx2(ExportKernels* kernels);
+void InitExport_Neon(ExportKernels* kernels);
 
 }  // namespace zor

@@ -130,8 +130,11 @@ void InitKernels_Vector(KernelTable* table, CpuTier tier) {
     InitBytes_##Tier(&table->bytes);     \
     InitBlend_##Tier(&table->blend);     \
     InitMatrix_##Tier(&table->matrix);   \
+    InitPack_##Tier(&table->pack);       \
     InitConvert_##Tier(&table->convert); \
+    InitWords_##Tier(&table->words);     \
     InitTouch_##Tier(&table->touch);     \
+    InitExport_##Tier(&table->exports);  \
     InitScaling_##Tier(&table->scaling); \
     InitTables_##Tier(&table->tables);   \
     InitTone_##Tier(&table->tone);       \

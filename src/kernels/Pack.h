@@ -15,5 +15,8 @@ struct PackKernels {
 };
 
 void InitPack_Plain(PackKernels* kernels);
+void InitPack_Sse4(PackKernels* kernels);
+void InitPack_Avx2(PackKernels* kernels);
+void InitPack_Neon(PackKernels* kernels);
 
 }  // namespace zor

@@ -49,5 +49,8 @@ WordsFn PickWords(const WordsKernels& kernels, const WordPixel& dst, const WordP
                   WordMove* move);
 
 void InitWords_Plain(WordsKernels* kernels);
+void InitWords_Sse4(WordsKernels* kernels);
+void InitWords_Avx2(WordsKernels* kernels);
+void InitWords_Neon(WordsKernels* kernels);
 
 }  // namespace zor
