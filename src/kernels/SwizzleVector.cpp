@@ -14,7 +14,8 @@ namespace {
 //     RGB to BGR, block 1   from R5 G5 B5 R6 ... R10   G5 R5 B6 G6 R6 B7 ... R9  0
 //                           from G10 B10 .....          0  0  0  0  0  0 ...  0 B10
 //
-// No load leaves the group: the last ones of it begin earlier, and what two of them have is or'ed with itself.
+// Vectors of one block are as fast here as wider ones, whose halves would come from two groups. No load leaves the
+// group: the last ones of it begin earlier, and what two of them have is or'ed with itself.
 template <int kSrc, int kDst>
 struct Group {
     static constexpr std::ptrdiff_t FirstPixel(std::ptrdiff_t block) { return kBlockBytes * block / kDst; }
@@ -50,9 +51,9 @@ constexpr GroupBytes<kSrc, kDst> kGroupBytes;
 
 // What a swizzle says of the bytes of a pixel, for look-ups by byte.
 struct PixelBytes {
-    Bytes from;  // 128 for those that are not taken from the source
-    Bytes keep;  // 255 for those that stay
-    Bytes flip;
+    Block from;  // 128 for those that are not taken from the source
+    Block keep;  // 255 for those that stay
+    Block flip;
 
     explicit PixelBytes(const Swizzle& swizzle) {
         alignas(kBlockBytes) std::uint8_t table[3][kBlockBytes] = {};
@@ -63,19 +64,19 @@ struct PixelBytes {
             table[1][j] = stays ? 255 : 0;
             table[2][j] = stays ? std::uint8_t{0} : swizzle.flip[j];
         }
-        from = hn::LoadDup128(kBytes, table[0]);
-        keep = hn::LoadDup128(kBytes, table[1]);
-        flip = hn::LoadDup128(kBytes, table[2]);
+        from = hn::LoadDup128(kBlock, table[0]);
+        keep = hn::LoadDup128(kBlock, table[1]);
+        flip = hn::LoadDup128(kBlock, table[2]);
     }
 };
 
 // Positions in a block as indices of a shuffle, which gives 0 for those that are not in it. Those of bytes that are not
 // taken lie between 48 and 203, since a pixel begins at most 80 bytes from a load; none of them can be meant.
-HWY_INLINE Bytes IndicesOf(Bytes positions) {
+HWY_INLINE Block IndicesOf(Block positions) {
 #if HWY_TARGET == HWY_NEON
     return positions;  // all above 15 give 0
 #else
-    return hn::SaturatedAdd(positions, hn::Set(kBytes, 0x70));  // the low half counts, and 0 comes where the top bit is
+    return hn::SaturatedAdd(positions, hn::Set(kBlock, 0x70));  // the low half counts, and 0 comes where the top bit is
 #endif
 }
 
@@ -83,18 +84,18 @@ HWY_INLINE Bytes IndicesOf(Bytes positions) {
 template <int kSrc, int kDst, bool kMixed>
 struct GroupMoves {
     using Shape = Group<kSrc, kDst>;
-    Bytes index[kDst][Shape::kMaxLoads];
-    Bytes keep[kDst];
-    Bytes flip[kDst];
+    Block index[kDst][Shape::kMaxLoads];
+    Block keep[kDst];
+    Block flip[kDst];
 
     HWY_INLINE explicit GroupMoves(const Swizzle& swizzle) {
         const PixelBytes pixel(swizzle);
         for (int b = 0; b < kDst; ++b) {
-            const Bytes byte = hn::LoadDup128(kBytes, kGroupBytes<kSrc, kDst>.byte + b * kBlockBytes);
-            const Bytes at = hn::Add(hn::LoadDup128(kBytes, kGroupBytes<kSrc, kDst>.pixelAt + b * kBlockBytes),
+            const Block byte = hn::LoadDup128(kBlock, kGroupBytes<kSrc, kDst>.byte + b * kBlockBytes);
+            const Block at = hn::Add(hn::LoadDup128(kBlock, kGroupBytes<kSrc, kDst>.pixelAt + b * kBlockBytes),
                                      hn::TableLookupBytes(pixel.from, byte));
             for (int l = 0; l < Shape::LoadsOf(b); ++l) {
-                const Bytes start = hn::Set(kBytes, static_cast<std::uint8_t>(Shape::LoadAt(b, l)));
+                const Block start = hn::Set(kBlock, static_cast<std::uint8_t>(Shape::LoadAt(b, l)));
                 index[b][l] = IndicesOf(hn::Sub(at, start));
             }
             if constexpr (kMixed) {
@@ -104,37 +105,19 @@ struct GroupMoves {
         }
     }
 
-    // As many groups as a vector has blocks.
-    HWY_INLINE void MoveAll(std::uint8_t* dst, const std::uint8_t* src) const {
-        AskAhead(src, kBlocks * kSrc * kBlockBytes);
-        AskAhead(dst, kBlocks * kDst * kBlockBytes);
+    HWY_INLINE void Move(std::uint8_t* dst, const std::uint8_t* src) const {
+        AskAhead(src, kSrc * kBlockBytes);
+        AskAhead(dst, kDst * kBlockBytes);
         for (int b = 0; b < kDst; ++b) {
-            Bytes bytes =
-                hn::TableLookupBytesOr0(LoadBlocks(src + Shape::LoadAt(b, 0), kSrc * kBlockBytes), index[b][0]);
+            Block bytes = hn::TableLookupBytesOr0(hn::LoadU(kBlock, src + Shape::LoadAt(b, 0)), index[b][0]);
             for (int l = 1; l < Shape::LoadsOf(b); ++l) {
-                bytes = hn::Or(bytes, hn::TableLookupBytesOr0(LoadBlocks(src + Shape::LoadAt(b, l), kSrc * kBlockBytes),
-                                                              index[b][l]));
+                bytes =
+                    hn::Or(bytes, hn::TableLookupBytesOr0(hn::LoadU(kBlock, src + Shape::LoadAt(b, l)), index[b][l]));
             }
             std::uint8_t* const at = dst + kBlockBytes * b;
             if constexpr (kMixed) {
-                bytes = hn::Or(hn::Xor(bytes, flip[b]), hn::And(LoadBlocks(at, kDst * kBlockBytes), keep[b]));
-            }
-            StoreBlocks(bytes, at, kDst * kBlockBytes);
-        }
-    }
-
-    HWY_INLINE void MoveOne(std::uint8_t* dst, const std::uint8_t* src) const {
-        for (int b = 0; b < kDst; ++b) {
-            Block bytes =
-                hn::TableLookupBytesOr0(hn::LoadU(kBlock, src + Shape::LoadAt(b, 0)), FirstBlock(index[b][0]));
-            for (int l = 1; l < Shape::LoadsOf(b); ++l) {
-                bytes = hn::Or(bytes, hn::TableLookupBytesOr0(hn::LoadU(kBlock, src + Shape::LoadAt(b, l)),
-                                                              FirstBlock(index[b][l])));
-            }
-            std::uint8_t* const at = dst + kBlockBytes * b;
-            if constexpr (kMixed) {
-                const Block kept = hn::And(hn::LoadU(kBlock, at), FirstBlock(keep[b]));
-                bytes = hn::Or(hn::Xor(bytes, FirstBlock(flip[b])), kept);
+                const Block kept = hn::And(hn::LoadU(kBlock, at), keep[b]);
+                bytes = hn::Or(hn::Xor(bytes, flip[b]), kept);
             }
             hn::StoreU(bytes, kBlock, at);
         }
@@ -155,16 +138,15 @@ void MovePixels(const Swizzle& swizzle, std::uint8_t* dst, const std::uint8_t* s
 // left is less than a group, or a last pixel of which not all bytes may be touched.
 template <int kSrc, int kDst, bool kMixed>
 void MoveGroups(const Swizzle& swizzle, std::uint8_t* dst, const std::uint8_t* src, std::ptrdiff_t count) {
-    constexpr std::ptrdiff_t kPixels = kBlockBytes, kAtOnce = kBlocks * kPixels;
+    constexpr std::ptrdiff_t kPixels = kBlockBytes;
     const bool lastIsWhole = swizzle.srcBytes == kSrc && swizzle.dstBytes == kDst;
     const std::ptrdiff_t whole = lastIsWhole ? count : count - 1;
     std::ptrdiff_t done = 0;
     if (whole >= kPixels) {
         const GroupMoves<kSrc, kDst, kMixed> moves(swizzle);
-        for (; done + kAtOnce <= whole; done += kAtOnce) moves.MoveAll(dst + done * kDst, src + done * kSrc);
         while (done < whole) {
             const std::ptrdiff_t first = done + kPixels <= whole ? done : whole - kPixels;
-            moves.MoveOne(dst + first * kDst, src + first * kSrc);
+            moves.Move(dst + first * kDst, src + first * kSrc);
             done = first + kPixels;
         }
     }

@@ -21,9 +21,12 @@ constexpr std::ptrdiff_t kBlocks =
 // caches near a processor, and a row is followed by the next: loops that do little with a byte wait for memory most of
 // the time, and less if it is asked for early. Nothing is read; an address behind the last row does no harm.
 constexpr std::ptrdiff_t kCacheLine = 64;
-constexpr std::ptrdiff_t kAskAhead = 4096;
+constexpr std::uintptr_t kAskAhead = 4096;
 HWY_INLINE void AskAhead(const std::uint8_t* at, std::ptrdiff_t bytes) {
-    for (std::ptrdiff_t i = 0; i < bytes; i += kCacheLine) __builtin_prefetch(at + kAskAhead + i);
+    const std::uintptr_t ahead = reinterpret_cast<std::uintptr_t>(at) + kAskAhead;
+    for (std::ptrdiff_t i = 0; i < bytes; i += kCacheLine) {
+        __builtin_prefetch(reinterpret_cast<const void*>(ahead + static_cast<std::uintptr_t>(i)));
+    }
 }
 
 // The block at `at` and, where there are two, the one `distance` bytes further on.
@@ -32,24 +35,11 @@ HWY_INLINE void AskAhead(const std::uint8_t* at, std::ptrdiff_t bytes) {
 HWY_INLINE Bytes LoadBlocks(const std::uint8_t* at, std::ptrdiff_t distance) {
     return hn::Combine(kBytes, hn::LoadU(kBlock, at + distance), hn::LoadU(kBlock, at));
 }
-HWY_INLINE void StoreBlocks(Bytes blocks, std::uint8_t* at, std::ptrdiff_t distance) {
-    hn::StoreU(hn::LowerHalf(kBlock, blocks), kBlock, at);
-    hn::StoreU(hn::UpperHalf(kBlock, blocks), kBlock, at + distance);
-}
-HWY_INLINE Block FirstBlock(Bytes blocks) {
-    return hn::LowerHalf(kBlock, blocks);
-}
 
 #else
 
 HWY_INLINE Bytes LoadBlocks(const std::uint8_t* at, std::ptrdiff_t) {
     return hn::LoadU(kBytes, at);
-}
-HWY_INLINE void StoreBlocks(Bytes blocks, std::uint8_t* at, std::ptrdiff_t) {
-    hn::StoreU(blocks, kBytes, at);
-}
-HWY_INLINE Block FirstBlock(Bytes blocks) {
-    return blocks;
 }
 
 #endif

@@ -224,7 +224,7 @@ void Complement(Kernels k, Bytes b, std::ptrdiff_t units) {
 template <int kCount>
 void LayOver(Kernels k, Bytes b, std::ptrdiff_t units) {
     LayOverWeights weights{};
-    if (b.choice / 65536 % 2) {  // as colours have them
+    if (b.choice / 65536 % 2 == 0) {  // as colours have them
         const std::uint32_t alpha = b.choice / 256 % 256;
         weights.oldWeight = (255 - alpha) * 257;
         for (std::uint32_t& added : weights.added)
