@@ -58,6 +58,7 @@ constexpr Slot kSlots[] = {
     SLOTS_2(nearest.apart[kReplicate1To4]),
     SLOTS_2(nearest.apart[kBlackOnly1To4]),
     SLOTS_2(nearest.apart[kLuma3To1]),
+    SLOT(nearest.shuffle),
     SLOT(scaling.alongRows[kChannels1]),
     SLOT(scaling.alongRows[kChannels2]),
     SLOT(scaling.alongRows[kChannels3]),
@@ -135,6 +136,7 @@ void InitKernels_Vector(KernelTable* table, CpuTier tier) {
     InitWords_##Tier(&table->words);     \
     InitTouch_##Tier(&table->touch);     \
     InitExport_##Tier(&table->exports);  \
+    InitNearest_##Tier(&table->nearest); \
     InitScaling_##Tier(&table->scaling); \
     InitTables_##Tier(&table->tables);   \
     InitTone_##Tier(&table->tone);       \

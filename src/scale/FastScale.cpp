@@ -1,11 +1,13 @@
 #include "scale/FastScale.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/Storage.h"
 #include "core/Walk.h"
 #include "kernels/KernelTable.h"
 #include "scale/ChannelLists.h"
+#include "scale/ShufflePlan.h"
 
 namespace zor {
 
@@ -89,7 +91,7 @@ bool CheckAndYield(Record* record) {
 
 // --- a row ----------------------------------------------------------------------------------------------------------
 
-// The columns of a row, with everything that is looked up once per row.
+// What rows are made with, but for the rows themselves.
 struct RowWork {
     NearestFn nearest;  // from the source's pixels
     NearestFn pick;     // the source's samples as they are
@@ -97,32 +99,40 @@ struct RowWork {
     double xRatio;      // source columns per target column
     int width;
     Record *src, *dst;
-    ChannelSet read, written;
+    PixelLayout read, written;
 };
 
 constexpr ChannelSet Packed(int count) {
     return {count, {0, 1, 2, 3, 4}};
 }
 
+std::int32_t SourceColumn(const RowWork& work, int column) {
+    return static_cast<std::int32_t>(column * work.xRatio);
+}
+
 std::ptrdiff_t SourceByte(const RowWork& work, int column) {
-    return static_cast<std::ptrdiff_t>(column * work.xRatio) * work.src->PixelSize;
+    return static_cast<std::ptrdiff_t>(SourceColumn(work, column)) * work.read.step;
 }
 
 bool CoversSource(const RowSpan& src, const RowWork& work, int first, int last) {
-    return src.Covers(SourceByte(work, first) + work.read.lowest(),
-                      SourceByte(work, last - 1) + work.read.highest() + 1);
+    return src.Covers(SourceByte(work, first) + work.read.channels.lowest(),
+                      SourceByte(work, last - 1) + work.read.channels.highest() + 1);
 }
+
+constexpr int kColumnsAtOnce = 512;
 
 // The samples of the target's columns first to last - 1, side by side.
 void PickSamples(const RowSpan& src, const RowWork& work, int first, int last, std::uint8_t* samples) {
-    const int count = work.read.count;
+    const int count = work.read.channels.count;
     if (CoversSource(src, work, first, last)) {
-        const PixelRun packed = {samples, count, Packed(count)}, run = {src.data, work.src->PixelSize, work.read};
-        work.pick(packed, run, work.xRatio, first, last - first);
+        std::int32_t columns[kColumnsAtOnce];
+        for (int x = first; x < last; ++x) columns[x - first] = SourceColumn(work, x);
+        work.pick({samples, count, Packed(count)}, {src.data, work.read.step, work.read.channels}, columns,
+                  last - first);
         return;
     }
     for (int x = first; x < last; ++x) {
-        for (int c = 0; c < count; ++c) *samples++ = src.Load(SourceByte(work, x) + work.read.offset[c]);
+        for (int c = 0; c < count; ++c) *samples++ = src.Load(SourceByte(work, x) + work.read.channels.offset[c]);
     }
 }
 
@@ -130,45 +140,32 @@ void PickSamples(const RowSpan& src, const RowWork& work, int first, int last, s
 // a column takes its sample from itself or from the right of it. Rows are fetched again each time, since the one window
 // of an image in a file may not reach from one to the other.
 void ScaleThroughBuffer(const RowWork& work, int y, int srcRow, int atOnce) {
-    constexpr int kMaxColumns = 512;
-    std::uint8_t samples[kMaxColumns * ChannelSet::kMax];
+    std::uint8_t samples[kColumnsAtOnce * ChannelSet::kMax];
+    const int count = work.read.channels.count;
     for (int first = 0, columns; first < work.width; first += columns) {
-        columns = std::min({atOnce, kMaxColumns, work.width - first});
+        columns = std::min({atOnce, kColumnsAtOnce, work.width - first});
         const RowSpan src = GetRowSpan(work.src, srcRow);
         if (!src) return;
         PickSamples(src, work, first, first + columns, samples);
-        const Layer layers[] = {LayerOfRows(first, work.written, work.dst->PixelSize),
-                                LayerOfRows(0, Packed(work.read.count), work.read.count)};
+        const Layer layers[] = {LayerOfRows(first, work.written.channels, work.written.step),
+                                LayerOfRows(0, Packed(count), count)};
         const RowSpan rows[] = {GetRowSpan(work.dst, y), {samples, 0, sizeof samples}};
         WorkRow({layers, 2, columns, 1, nullptr, false, false}, rows, 0,
                 [&](const RunSet& runs) { work.convert(runs.run[0], runs.run[1], runs.count, 0); });
     }
 }
 
-bool Meet(const std::uint8_t* a, std::ptrdiff_t sizeOfA, const std::uint8_t* b, std::ptrdiff_t sizeOfB) {
-    const std::uintptr_t firstA = reinterpret_cast<std::uintptr_t>(a), firstB = reinterpret_cast<std::uintptr_t>(b);
-    return firstA < firstB + static_cast<std::uintptr_t>(sizeOfB) &&
-           firstB < firstA + static_cast<std::uintptr_t>(sizeOfA);
-}
+// A run of bytes.
+struct Reach {
+    const std::uint8_t* begin;
+    std::ptrdiff_t size;
+};
 
-// Straight from the source's pixels into the target's. False, with nothing done, where bytes lie outside the storage or
-// both rows share some. Not for two windows on one file.
-bool ScaleDirectly(const RowWork& work, int y, int srcRow) {
-    const RowSpan dst = GetRowSpan(work.dst, y);
-    const RowSpan src = GetRowSpan(work.src, srcRow);
-    if (!dst || !src) return true;
-    const PixelRun to = {dst.data, work.dst->PixelSize, work.written},
-                   from = {src.data, work.src->PixelSize, work.read};
-    const std::ptrdiff_t written = work.written.lowest(), read = work.read.lowest();
-    const std::ptrdiff_t writtenEnd =
-        static_cast<std::ptrdiff_t>(work.width - 1) * to.step + work.written.highest() + 1;
-    const std::ptrdiff_t readEnd = SourceByte(work, work.width - 1) + work.read.highest() + 1;
-    if (!src.Covers(read, readEnd) || !dst.Covers(written, writtenEnd) ||
-        Meet(dst.data + written, writtenEnd - written, src.data + read, readEnd - read)) {
-        return false;
-    }
-    work.nearest(to, from, work.xRatio, 0, work.width);
-    return true;
+bool Meet(const Reach& a, const Reach& b) {
+    const std::uintptr_t firstA = reinterpret_cast<std::uintptr_t>(a.begin);
+    const std::uintptr_t firstB = reinterpret_cast<std::uintptr_t>(b.begin);
+    return firstA < firstB + static_cast<std::uintptr_t>(b.size) &&
+           firstB < firstA + static_cast<std::uintptr_t>(a.size);
 }
 
 RowWork WorkOf(const Recolouring& recolouring, Record* dst, Record* src, double xRatio, int width) {
@@ -183,20 +180,93 @@ RowWork WorkOf(const Recolouring& recolouring, Record* dst, Record* src, double 
             width,
             src,
             dst,
-            OffsetsOf(src, recolouring.read),
-            OffsetsOf(dst, recolouring.written)};
+            {OffsetsOf(src, recolouring.read), src->PixelSize},
+            {OffsetsOf(dst, recolouring.written), dst->PixelSize}};
 }
 
-// Walks by itself: columns of the source lie at distances that need not be whole.
-void ScaleRow(const Recolouring& recolouring, Record* dst, Record* src, int y, int srcRow, double xRatio, int width) {
-    const RowWork work = WorkOf(recolouring, dst, src, xRatio, width);
-    const bool overlap = ImagesOverlap(dst, src), inFiles = dst->IsMapping && src->IsMapping;
-    if (!(overlap && inFiles) && ScaleDirectly(work, y, srcRow)) return;
-    // Where rows share bytes a pixel may be read after it was written: one at a time. That does not show in one row, or
-    // in an image in a file, whose rows share none.
-    const bool readsAhead = !overlap || (dst == src && (inFiles || srcRow == y));
-    ScaleThroughBuffer(work, y, srcRow, readsAhead ? width : 1);
-}
+// Makes the target's rows from the top. Walks by itself: columns of the source lie at distances that need not be whole.
+class RowScaler {
+public:
+    RowScaler(const Recolouring& recolouring, Record* dst, Record* src, double xRatio, int width)
+        : recolouring_(recolouring), work_(WorkOf(recolouring, dst, src, xRatio, width)), columns_(width) {
+        if (columns_) {
+            for (int x = 0; x < width; ++x) columns_.get()[x] = SourceColumn(work_, x);
+        }
+        LookUp();
+        PlanShuffle();
+    }
+
+    void Scale(int y, int srcRow) {
+        const bool inFiles = work_.dst->IsMapping && work_.src->IsMapping;
+        if (!(overlap_ && inFiles) && ScaleDirectly(y, srcRow)) return;
+        // Where rows share bytes a pixel may be read after it was written: one at a time. That does not show in one
+        // row, or in an image in a file, whose rows share none.
+        const bool readsAhead = !overlap_ || (work_.dst == work_.src && (inFiles || srcRow == y));
+        ScaleThroughBuffer(work_, y, srcRow, readsAhead ? work_.width : 1);
+    }
+
+    // The application had its turn: images may be others now.
+    void LookAgain() {
+        const RowWork before = work_;
+        work_ = WorkOf(recolouring_, work_.dst, work_.src, work_.xRatio, work_.width);
+        LookUp();
+        if (!(before.read == work_.read && before.written == work_.written)) PlanShuffle();
+    }
+
+private:
+    void LookUp() {
+        overlap_ = ImagesOverlap(work_.dst, work_.src);
+        // An enlarged row comes several times. Of an image in a file the one before may be out of reach.
+        canRepeat_ = !overlap_ && !work_.dst->IsMapping && FillPixel(work_.written.channels, work_.written.step);
+        last_ = {};
+    }
+
+    void PlanShuffle() {
+        plan_ = columns_ ? ShufflePlan(recolouring_.rule, recolouring_.withAlpha(), work_.written, work_.read,
+                                       columns_.get(), work_.width)
+                         : ShufflePlan();
+    }
+
+    // Straight from the source's pixels into the target's. False, with nothing done, where bytes lie outside the
+    // storage or both rows share some. Not for two windows on one file.
+    bool ScaleDirectly(int y, int srcRow) {
+        const RowSpan dst = GetRowSpan(work_.dst, y);
+        const RowSpan src = GetRowSpan(work_.src, srcRow);
+        if (!dst || !src) return true;
+        const PixelLayout &to = work_.written, &from = work_.read;
+        const std::ptrdiff_t written = to.channels.lowest(), read = from.channels.lowest();
+        const std::ptrdiff_t writtenEnd =
+            static_cast<std::ptrdiff_t>(work_.width - 1) * to.step + to.channels.highest() + 1;
+        const std::ptrdiff_t readEnd = SourceByte(work_, work_.width - 1) + from.channels.highest() + 1;
+        const Reach target{dst.data + written, writtenEnd - written}, source{src.data + read, readEnd - read};
+        if (!columns_ || !src.Covers(read, readEnd) || !dst.Covers(written, writtenEnd) || Meet(target, source)) {
+            return false;
+        }
+        if (last_.target.size == target.size && last_.srcRow == srcRow && !Meet(last_.target, target)) {
+            std::memcpy(dst.data + written, last_.target.begin, static_cast<std::size_t>(target.size));
+        } else if (plan_) {
+            plan_.Run(src.data, dst.data);
+        } else {
+            work_.nearest({dst.data, to.step, to.channels}, {src.data, from.step, from.channels}, columns_.get(),
+                          work_.width);
+        }
+        if (canRepeat_) last_ = {target, srcRow};
+        return true;
+    }
+
+    // What was made last, for where it comes again.
+    struct LastRow {
+        Reach target;
+        int srcRow;
+    };
+
+    const Recolouring& recolouring_;
+    RowWork work_;
+    HeapArray<std::int32_t> columns_;
+    ShufflePlan plan_;
+    bool overlap_ = true, canRepeat_ = false;
+    LastRow last_{};
+};
 
 }  // namespace
 
@@ -213,9 +283,10 @@ REALboolean ScalePictureFast(REALobject dstObject, REALobject srcObject, int wid
     const double xRatio = static_cast<double>(src->Width) / w;
     const double yRatio = static_cast<double>(src->Height) / h;
     if (!CheckAndYield(dst)) return 0;
+    RowScaler scaler(*recolouring, dst, src, xRatio, w);
     for (int y = 0; y < h; ++y) {
-        ScaleRow(*recolouring, dst, src, y, static_cast<int>(y * yRatio), xRatio, w);
-        YieldIfAsked(dst);
+        scaler.Scale(y, static_cast<int>(y * yRatio));
+        if (YieldIfAsked(dst)) scaler.LookAgain();
     }
     return 1;
 }

@@ -254,7 +254,40 @@ template <Conversion kConversion, int kSrc, int kDst, bool kAlpha>
 void Nearest(Kernels k, Bytes b, std::ptrdiff_t units) {
     const double ratio = 0.1 + b.choice % 977 / 977.0;
     const PixelRun src = RunOf(b.in[0], kSrc + kAlpha, b.choice), dst = RunOf(b.out, kDst + kAlpha, b.choice / 32);
-    k.nearest.apart[kConversion][kAlpha](dst, src, ratio, 0, units);
+    static thread_local std::vector<std::int32_t> columns;
+    columns.resize(static_cast<std::size_t>(units));
+    for (std::size_t x = 0; x < columns.size(); ++x) {
+        columns[x] = static_cast<std::int32_t>(static_cast<double>(x) * ratio);
+    }
+    k.nearest.apart[kConversion][kAlpha](dst, src, columns.data(), units);
+}
+
+// Bytes from any place in any window, among them some 0 and, in every other shuffle, some that stay.
+void ShuffleBytes(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr std::ptrdiff_t kPiece = ByteShuffle::kPiece;
+    if (units < kPiece) return;
+    const int windows = 1 + static_cast<int>(b.choice % ByteShuffle::kMaxWindows);
+    const std::size_t pieces = static_cast<std::size_t>(PiecesOf(units)), window = static_cast<std::size_t>(kPiece);
+    const bool keeps = b.choice / 4 % 2;
+    static thread_local std::vector<std::int32_t> from;
+    static thread_local std::vector<std::uint8_t> index, keep;
+    from.resize(pieces);
+    index.assign(pieces * static_cast<std::size_t>(windows) * window, 128);
+    keep.assign(pieces * window, 0);
+    for (std::size_t piece = 0; piece < pieces; ++piece) {
+        const std::ptrdiff_t room = units * KernelBytes::kMaxBytesPerUnit - windows * kPiece;
+        from[piece] = static_cast<std::int32_t>((static_cast<std::ptrdiff_t>(piece) * 37 + b.choice / 8) % (room + 1));
+        for (std::size_t i = 0; i < window; ++i) {
+            const std::uint8_t any = b.in[1][piece * window + i];
+            if (any % 16 == 0) continue;
+            keep[piece * window + i] = keeps && any % 16 == 1 ? 255 : 0;
+            if (keep[piece * window + i] != 0) continue;
+            index[(piece * static_cast<std::size_t>(windows) + any / 16 % static_cast<std::size_t>(windows)) * window +
+                  i] = b.in[2][piece * window + i] % 16;
+        }
+    }
+    Start(b, units);
+    k.nearest.shuffle({units, windows, from.data(), index.data(), keeps ? keep.data() : nullptr}, b.in[0], b.out);
 }
 
 // --- tables ---------------------------------------------------------------------------------------------------------
@@ -720,6 +753,7 @@ const std::vector<KernelCase> kCases = {
     {"nearest.apart[kBlackOnly1To4][1]", Nearest<kBlackOnly1To4, 1, 4, true>},
     {"nearest.apart[kLuma3To1][0]", Nearest<kLuma3To1, 3, 1, false>},
     {"nearest.apart[kLuma3To1][1]", Nearest<kLuma3To1, 3, 1, true>},
+    {"nearest.shuffle", ShuffleBytes},
 
     {"exports.pixels[0][0]", Export<0, 0>},
     {"exports.pixels[0][1]", Export<0, 1>},

@@ -149,6 +149,39 @@ TEST_F(ScaleFast, AgreesWithTheReferenceForAllFormats) {
     }
 }
 
+// Rows of many vectors, columns close together and far apart, rows that come again and some left out.
+TEST_F(ScaleFast, AgreesWithTheReferenceForRowsOfAnyWidth) {
+    for (int round = 0; round < 600; ++round) {
+        const int from = random.Format(), to = random.Chance(50) ? from : random.Format();
+        const TestImage source = RandomImage(random, directory, random.Between(1, 120), random.Between(1, 9), from);
+        const TestImage target = RandomImage(random, directory, random.Between(1, 120), random.Between(1, 20), to);
+        SCOPED_TRACE(source.text + " to " + target.text);
+        FillWithNoise(source, random);
+        Model model;
+        const ModelImage target_ = model.Of(target), source_ = model.Of(source);
+        const int width = target->Width, height = target->Height;
+        ASSERT_EQ(Scale(target, source, width, height), reference::ScaleFast(target_, source_, width, height));
+        ASSERT_EQ(model.Difference(), "");
+    }
+}
+
+// The application draws into the source between two rows that are the same otherwise, and into the row that was made.
+TEST_F(ScaleFast, ShowsWhatAnApplicationDrawsBetweenRows) {
+    const FakeClock clock;
+    const TestImage source = MakePlain(20, 1, ImageFormatRGB), target = MakePlain(20, 4, ImageFormatRGB);
+    target->YieldTicks = 1;
+    int turns = 0;
+    host.onYield = [&] {
+        ++turns;
+        std::fill_n(source->Pixels, 60, static_cast<std::uint8_t>(turns));
+        std::fill_n(target->Pixels, 60, std::uint8_t{99});
+    };
+    ASSERT_TRUE(Scale(target, source, 20, 4));
+    host.onYield = nullptr;
+    ASSERT_EQ(turns, 5);
+    for (int y = 1; y < 4; ++y) EXPECT_EQ(target->GetRow(target.record(), y)[33], y + 1);
+}
+
 TEST_F(ScaleFast, ShowsTheOrderOfPixelsWhereImagesShareBytes) {
     for (int round = 0; round < 600; ++round) {
         const TestImage whole = MakeOnBlock(40, 40, ImageFormatG, 41);
