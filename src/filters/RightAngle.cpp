@@ -117,53 +117,67 @@ static void TurnBlock_Plain(const QuarterTurn& turn, const Block& block) {
 // rows fill whole cache lines of the destination, whatever their size.
 constexpr int kTileColumns = 64, kTileRows = 128;
 
-// Takes the rows first to first + count - 1 of an image that may be mapped, all good at the same time; false if its
-// window moved meanwhile.
-static bool TakeRows(ImageClassData* record, int first, int count, RowSpan* rows) {
-    rows[0] = GetRowSpan(record, first);
-    const std::uint8_t* const window = record->Pixels;
-    const int windowStart = record->MappedFirstRow;
-    for (int i = 1; i < count; ++i) rows[i] = GetRowSpan(record, first + i);
-    return !record->IsMapping ||
-           (record->IsMapped && record->Pixels == window && record->MappedFirstRow == windowStart);
-}
+// Rows of one of the two images. Where they stay in their places and hold all of their pixels they are looked up once.
+class TurnRows {
+public:
+    TurnRows(const PixelSide& side, int width, int height)
+        : side_(side), standing_(side.record->IsMapping ? 0 : height), stand_(!side.record->IsMapping && standing_) {
+        for (int y = 0; y < height && stand_; ++y) {
+            const RowSpan row = GetRowSpan(side.record, y);
+            stand_ = Covers(row, side, 0, width);
+            standing_.get()[y] = row.data;
+        }
+    }
 
-static bool AllCover(const RowSpan* rows, int count, const PixelSide& side, std::ptrdiff_t first,
-                     std::ptrdiff_t width) {
-    return std::all_of(rows, rows + count, [&](const RowSpan& row) { return Covers(row, side, first, width); });
-}
+    // The addresses of column 0 of rows first to first + count - 1, all good at the same time. False where the window
+    // of a mapped image moved meanwhile, and where a row does not hold the pixels of `width` columns from `left` on.
+    bool Take(int first, int count, std::ptrdiff_t left, std::ptrdiff_t width, std::uint8_t** rows) const {
+        if (stand_) {
+            std::copy_n(standing_.get() + first, count, rows);
+            return true;
+        }
+        ImageClassData* const record = side_.record;
+        const std::uint8_t* window = nullptr;
+        int windowStart = 0;
+        for (int i = 0; i < count; ++i) {
+            const RowSpan row = GetRowSpan(record, first + i);
+            if (!Covers(row, side_, left, width)) return false;
+            rows[i] = row.data;
+            if (i > 0) continue;
+            window = record->Pixels;
+            windowStart = record->MappedFirstRow;
+        }
+        return !record->IsMapping ||
+               (record->IsMapped && record->Pixels == window && record->MappedFirstRow == windowStart);
+    }
 
-// Turns a tile whose rows are at hand and hold all of its pixels. srcRows are in the order of the destination's
-// columns, dstRows from the top.
-static void TurnTile(const RowSpan* srcRows, const RowSpan* dstRows, const QuarterTurn& turn, const Block& tile) {
-    const PixelSide &src = turn.sides.src, &dst = turn.sides.dst;
-    const int columns = tile.right - tile.left, rows = tile.bottom - tile.top;
-    const std::ptrdiff_t firstColumn = std::min(turn.DstColumn(tile.top), turn.DstColumn(tile.bottom - 1));
-    const std::ptrdiff_t firstPixel = turn.clockwise ? tile.left : tile.right - 1;
-    const std::uint8_t* from[kTileRows];
-    std::uint8_t* to[kTileColumns];
-    for (int j = 0; j < rows; ++j) from[j] = srcRows[j].data + firstPixel * src.pixelSize;
-    for (int i = 0; i < columns; ++i) to[i] = dstRows[i].data + firstColumn * dst.pixelSize;
-    ByCount(Kernels().geometry.turn,
-            turn.sides.count())({to, from, dst.pixelSize, turn.clockwise ? src.pixelSize : -src.pixelSize, columns,
-                                 rows, dst.channels, src.channels});
-}
+private:
+    PixelSide side_;
+    HeapArray<std::uint8_t*> standing_;
+    bool stand_;
+};
 
 // One tile of images that share no byte and whose pixels and rows are apart, so that no order shows.
-static void TurnTileOrPlain(const QuarterTurn& turn, const Block& tile) {
-    const PixelSides& sides = turn.sides;
+static void TurnTileOrPlain(const QuarterTurn& turn, const TurnRows& srcRows, const TurnRows& dstRows,
+                            const Block& tile) {
+    const PixelSide &src = turn.sides.src, &dst = turn.sides.dst;
     const int columns = tile.right - tile.left, rows = tile.bottom - tile.top;
     const int firstRow = std::min(turn.DstRow(tile.left), turn.DstRow(tile.right - 1));
     const int firstColumn = std::min(turn.DstColumn(tile.top), turn.DstColumn(tile.bottom - 1));
-    RowSpan srcRows[kTileRows], dstRows[kTileColumns];
-    if (TakeRows(sides.src.record, tile.top, rows, srcRows) && TakeRows(sides.dst.record, firstRow, columns, dstRows) &&
-        AllCover(srcRows, rows, sides.src, tile.left, columns) &&
-        AllCover(dstRows, columns, sides.dst, firstColumn, rows)) {
-        if (turn.clockwise) std::reverse(srcRows, srcRows + rows);
-        TurnTile(srcRows, dstRows, turn, tile);
-    } else {
-        WithChannelCount(sides.count(), [&](auto kCount) { TurnBlock_Plain<kCount>(turn, tile); });
+    std::uint8_t *from[kTileRows], *to[kTileColumns];
+    if (!srcRows.Take(tile.top, rows, tile.left, columns, from) ||
+        !dstRows.Take(firstRow, columns, firstColumn, rows, to)) {
+        WithChannelCount(turn.sides.count(), [&](auto kCount) { TurnBlock_Plain<kCount>(turn, tile); });
+        return;
     }
+    // Rows of the source in the order of the destination's columns, and its columns in that of the rows.
+    if (turn.clockwise) std::reverse(from, from + rows);
+    const std::ptrdiff_t firstPixel = turn.clockwise ? tile.left : tile.right - 1;
+    for (int j = 0; j < rows; ++j) from[j] += firstPixel * src.pixelSize;
+    for (int i = 0; i < columns; ++i) to[i] += firstColumn * dst.pixelSize;
+    ByCount(Kernels().geometry.turn,
+            turn.sides.count())({to, from, dst.pixelSize, turn.clockwise ? src.pixelSize : -src.pixelSize, columns,
+                                 rows, dst.channels, src.channels});
 }
 
 // How many rows of this image can be in reach together wherever they lie: a window starts up to two rows above the
@@ -184,11 +198,13 @@ static void BringIntoReach(ImageClassData* record, int first, int last) {
 static void TurnInTiles(const QuarterTurn& turn, const Block& whole) {
     ImageClassData* const src = turn.sides.src.record;
     ImageClassData* const dst = turn.sides.dst.record;
+    const TurnRows srcRows(turn.sides.src, turn.width, turn.height), dstRows(turn.sides.dst, turn.height, turn.width);
     ForBlocks(whole, RowsInReach(dst), RowsInReach(src), [&](const Block& block) {
         const int a = turn.DstRow(block.left), b = turn.DstRow(block.right - 1);
         BringIntoReach(dst, std::min(a, b), std::max(a, b));
         BringIntoReach(src, block.top, block.bottom - 1);
-        ForBlocks(block, kTileColumns, kTileRows, [&](const Block& tile) { TurnTileOrPlain(turn, tile); });
+        ForBlocks(block, kTileColumns, kTileRows,
+                  [&](const Block& tile) { TurnTileOrPlain(turn, srcRows, dstRows, tile); });
     });
 }
 

@@ -151,9 +151,211 @@ void ShearColumns(const ShearTile& given) {
     }
 }
 
+// --- quarter turns --------------------------------------------------------------------------------------------------
+
+// Vectors of 16 bytes throughout: longer ones would be put together of rows that lie apart.
+const hn::Full128<std::uint8_t> kBlock;
+const hn::Full128<std::uint32_t> kBlockWords;
+const hn::Full128<std::uint64_t> kBlockPairs;
+using Block = hn::Vec<decltype(kBlock)>;
+constexpr std::ptrdiff_t kBlockBytes = 16;
+
+template <int kCount>
+void TurnPixels(const PixelTile& given) {
+    const PixelTile tile = given;  // the stores below cannot change a copy
+    for (int i = 0; i < tile.columns; ++i) {
+        for (int j = 0; j < tile.rows; ++j) {
+            std::uint8_t* const to = tile.dst[i] + j * tile.dstStep;
+            const std::uint8_t* const from = tile.src[j] + i * tile.srcStep;
+            for (int c = 0; c < kCount; ++c) to[tile.dstChannels.offset[c]] = from[tile.srcChannels.offset[c]];
+        }
+    }
+}
+
+// Pixels of one byte, side by side on both sides: 16 columns of 16 rows. Each of four steps interleaves the first half
+// of the rows with the second half, byte by byte.
+void TurnBlock(const std::uint8_t* const* rows, std::ptrdiff_t at, std::uint8_t* const* dst, int dstStep,
+               std::ptrdiff_t to) {
+    Block block[16], next[16];
+    for (int k = 0; k < 16; ++k) block[k] = hn::LoadU(kBlock, rows[k] + at);
+    for (int step = 0; step < 4; ++step) {
+        for (int k = 0; k < 8; ++k) {
+            next[2 * k] = hn::InterleaveLower(kBlock, block[k], block[k + 8]);
+            next[2 * k + 1] = hn::InterleaveUpper(kBlock, block[k], block[k + 8]);
+        }
+        for (int k = 0; k < 16; ++k) block[k] = next[k];
+    }
+    for (int k = 0; k < 16; ++k) hn::StoreU(block[k], kBlock, dst[k * dstStep] + to);
+}
+
+// The last blocks lie over those before them where a tile is none of whole blocks.
+void TurnBytes(const PixelTile& given) {
+    const PixelTile tile = given;
+    const bool backwards = tile.srcStep < 0;
+    for (int i = 0; i < tile.columns; i += 16) {
+        const int column = i + 16 <= tile.columns ? i : tile.columns - 16;
+        const std::ptrdiff_t at = tile.srcChannels.offset[0] + (backwards ? -column - 15 : column);
+        for (int j = 0; j < tile.rows; j += 16) {
+            const int row = j + 16 <= tile.rows ? j : tile.rows - 16;
+            TurnBlock(tile.src + row, at, tile.dst + column + (backwards ? 15 : 0), backwards ? -1 : 1,
+                      tile.dstChannels.offset[0] + row);
+        }
+    }
+}
+
+// The bytes of a run of pixels from the first to the last that has a channel.
+struct PixelBytes {
+    std::ptrdiff_t first, step, size;
+};
+
+template <int kCount>
+PixelBytes BytesOf(const ChannelSet& channels, std::ptrdiff_t step, std::ptrdiff_t pixels) {
+    std::ptrdiff_t lowest = channels.offset[0], highest = lowest;
+    for (int c = 1; c < kCount; ++c) {
+        lowest = channels.offset[c] < lowest ? channels.offset[c] : lowest;
+        highest = channels.offset[c] > highest ? channels.offset[c] : highest;
+    }
+    return {lowest, step, (pixels - 1) * step + highest - lowest + 1};
+}
+
+// Pixels of up to four bytes: four columns of four rows. Four pixels of a row are brought to words of four bytes, those
+// turned as words, and the four of a column stored in the order of the target's bytes:
+//
+//     R0 G0 B0 R1 G1 B1 R2 G2 B2 R3 G3 B3 ....  ->  R0 G0 B0 .. R1 G1 B1 .. R2 G2 B2 .. R3 G3 B3 ..
+//
+// Vectors that would reach past the last pixel of a run end with it instead, and their bytes lie further up by as much.
+template <int kCount>
+class WordTurn {
+public:
+    explicit WordTurn(const PixelTile& tile)
+        : tile_(tile),
+          backwards_(tile.srcStep < 0),
+          src_(BytesOf<kCount>(tile.srcChannels, backwards_ ? -tile.srcStep : tile.srcStep, tile.columns)),
+          dst_(BytesOf<kCount>(tile.dstChannels, tile.dstStep, tile.rows)) {
+        keeps_ = kCount < dst_.step;
+    }
+
+    bool CanRun() const {
+        for (int c = 0; c < kCount; ++c) {
+            for (int d = 0; d < c; ++d) {
+                if (tile_.dstChannels.offset[c] == tile_.dstChannels.offset[d]) return false;
+            }
+        }
+        return tile_.columns >= 4 && tile_.rows >= 4 && Fits(src_, tile_.columns) && Fits(dst_, tile_.rows);
+    }
+
+    void Run() {
+        FillIndices();
+        for (int i = 0; i < tile_.columns; i += 4) TurnColumns(i + 4 <= tile_.columns ? i : tile_.columns - 4);
+    }
+
+private:
+    // Every channel within the bytes of its pixel, counted from the first byte of the run.
+    static bool Fits(const PixelBytes& run, std::ptrdiff_t pixels) {
+        return run.step >= 1 && run.step <= 4 && run.size - (pixels - 1) * run.step <= run.step &&
+               run.size >= kBlockBytes;
+    }
+
+    void FillIndices() {
+        for (std::uint8_t& index : load_) index = 128;
+        for (std::uint8_t& index : store_) index = 128;
+        for (std::uint8_t& mask : keep_) mask = 255;
+        for (int pixel = 0; pixel < 4; ++pixel) {
+            const std::ptrdiff_t from = (backwards_ ? 3 - pixel : pixel) * src_.step - src_.first;
+            const std::ptrdiff_t to = kBlockBytes + pixel * dst_.step - dst_.first;
+            for (int c = 0; c < kCount; ++c) {
+                const std::ptrdiff_t at = to + tile_.dstChannels.offset[c];
+                load_[4 * pixel + c] = static_cast<std::uint8_t>(from + tile_.srcChannels.offset[c]);
+                store_[at] = static_cast<std::uint8_t>(4 * pixel + c);
+                keep_[at] = 0;
+            }
+        }
+    }
+
+    // Four columns: all that the loops need is in variables of their own, which the stores cannot change.
+    void TurnColumns(int column) const {
+        const std::ptrdiff_t from = (backwards_ ? tile_.columns - 4 - column : column) * src_.step;
+        const std::ptrdiff_t lastFrom = src_.size - kBlockBytes;
+        const std::ptrdiff_t at = from < lastFrom ? from : lastFrom;
+        const std::ptrdiff_t start = at + src_.first + (backwards_ ? (tile_.columns - 1) * tile_.srcStep : 0);
+        const Block index = hn::Add(hn::LoadU(kBlock, load_), hn::Set(kBlock, static_cast<std::uint8_t>(from - at)));
+        const std::uint8_t* const* const rows = tile_.src;
+        std::uint8_t* to[4];
+        for (int k = 0; k < 4; ++k) to[k] = tile_.dst[column + k] + dst_.first;
+        const int count = tile_.rows;
+        const std::ptrdiff_t step = dst_.step, lastTo = dst_.size - kBlockBytes;
+
+        // What a vector has behind its four pixels is written over by the ones that come next, unless there are none.
+        int j = 0;
+        if (!keeps_) {
+            const Block store = hn::LoadU(kBlock, store_ + kBlockBytes);
+            for (; j + 4 <= count && j * step <= lastTo; j += 4) {
+                const Columns words = Turned(rows + j, start, index);
+                for (int k = 0; k < 4; ++k) {
+                    hn::StoreU(hn::TableLookupBytesOr0(words.column[k], store), kBlock, to[k] + j * step);
+                }
+            }
+        }
+        for (; j < count; j += 4) {
+            const int row = j + 4 <= count ? j : count - 4;
+            const std::ptrdiff_t place = row * step < lastTo ? row * step : lastTo;
+            const std::ptrdiff_t shift = kBlockBytes - (row * step - place);
+            const Block store = hn::LoadU(kBlock, store_ + shift), keep = hn::LoadU(kBlock, keep_ + shift);
+            const Columns words = Turned(rows + row, start, index);
+            for (int k = 0; k < 4; ++k) {
+                const Block kept = hn::And(hn::LoadU(kBlock, to[k] + place), keep);
+                hn::StoreU(hn::Or(hn::TableLookupBytesOr0(words.column[k], store), kept), kBlock, to[k] + place);
+            }
+        }
+    }
+
+    struct Columns {
+        Block column[4];
+    };
+
+    static HWY_INLINE Columns Turned(const std::uint8_t* const* rows, std::ptrdiff_t at, Block index) {
+        const auto words = [&](int k) {
+            return hn::BitCast(kBlockWords, hn::TableLookupBytesOr0(hn::LoadU(kBlock, rows[k] + at), index));
+        };
+        const auto a = words(0), b = words(1), c = words(2), d = words(3);
+        const auto low1 = hn::BitCast(kBlockPairs, hn::InterleaveLower(kBlockWords, a, b));
+        const auto low2 = hn::BitCast(kBlockPairs, hn::InterleaveLower(kBlockWords, c, d));
+        const auto high1 = hn::BitCast(kBlockPairs, hn::InterleaveUpper(kBlockWords, a, b));
+        const auto high2 = hn::BitCast(kBlockPairs, hn::InterleaveUpper(kBlockWords, c, d));
+        return {{hn::BitCast(kBlock, hn::InterleaveLower(kBlockPairs, low1, low2)),
+                 hn::BitCast(kBlock, hn::InterleaveUpper(kBlockPairs, low1, low2)),
+                 hn::BitCast(kBlock, hn::InterleaveLower(kBlockPairs, high1, high2)),
+                 hn::BitCast(kBlock, hn::InterleaveUpper(kBlockPairs, high1, high2))}};
+    }
+
+    PixelTile tile_;
+    bool backwards_, keeps_;
+    PixelBytes src_, dst_;
+    std::uint8_t load_[kBlockBytes];
+    std::uint8_t store_[2 * kBlockBytes], keep_[2 * kBlockBytes];  // from the middle on, for vectors that lie earlier
+};
+
+template <int kCount>
+void Turn(const PixelTile& tile) {
+    if (kCount == 1 && tile.dstStep == 1 && (tile.srcStep == 1 || tile.srcStep == -1) && tile.columns >= 16 &&
+        tile.rows >= 16) {
+        return TurnBytes(tile);
+    }
+    WordTurn<kCount> turn(tile);
+    if (turn.CanRun()) {
+        turn.Run();
+    } else {
+        TurnPixels<kCount>(tile);
+    }
+}
+
 }  // namespace
 
 void ZOR_TIER_FUNCTION(InitGeometry)(GeometryKernels* kernels) {
+    kernels->turn[0] = Turn<1>;
+    kernels->turn[1] = Turn<2>;
+    kernels->turn[2] = Turn<3>;
+    kernels->turn[3] = Turn<4>;
     kernels->shearRow = ShearRow;
     kernels->shearColumns = ShearColumns;
 }

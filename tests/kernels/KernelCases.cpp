@@ -548,16 +548,24 @@ void ExchangePixels(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.geometry.exchange[kCount - 1](run, Backwards(run, units), units / 2);
 }
 
+// From one row or column to more than two blocks each, forwards and backwards.
 template <int kCount>
 void TurnTile(Kernels k, Bytes b, std::ptrdiff_t units) {
-    constexpr int kMaxColumns = 8, kMaxRows = 64;
-    const PixelRun dst = RunOf(b.out, kCount, b.choice), src = RunOf(b.in[0], kCount, b.choice / 64);
+    constexpr int kMaxColumns = 40, kMaxRows = 64;
+    const PixelRun dst = RunOf(b.out, kCount, b.choice);
+    PixelRun src = RunOf(b.in[0], kCount, b.choice / 64);
+    // Up to twice as many pixels as there are units: a pixel has six bytes at most, a unit twelve.
+    const std::ptrdiff_t pixels = units * KernelBytes::kMaxBytesPerUnit / 6;
     const int columns = 1 + static_cast<int>(b.choice / 4096 % kMaxColumns);
-    const int rows = static_cast<int>(std::min<std::ptrdiff_t>(units / columns, kMaxRows));
+    const int rows = static_cast<int>(std::min<std::ptrdiff_t>(pixels / columns, kMaxRows));
     std::uint8_t* dstRows[kMaxColumns];
     const std::uint8_t* srcRows[kMaxRows];
+    if (b.choice / 2048 % 2 && pixels > 0) src = Backwards(src, columns);
+    Start(b, pixels * dst.step);
     for (int i = 0; i < columns; ++i) dstRows[i] = dst.pixels + i * rows * dst.step;
-    for (int j = 0; j < rows; ++j) srcRows[j] = src.pixels + (rows - 1 - j) * columns * src.step;
+    for (int j = 0; j < rows; ++j) {
+        srcRows[j] = src.pixels + (rows - 1 - j) * columns * std::abs(src.step);
+    }
     k.geometry.turn[kCount - 1]({dstRows, srcRows, dst.step, src.step, columns, rows, dst.channels, src.channels});
 }
 
