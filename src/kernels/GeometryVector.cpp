@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "kernels/Geometry.h"
 #include "kernels/Vector.h"
 
@@ -151,14 +153,176 @@ void ShearColumns(const ShearTile& given) {
     }
 }
 
-// --- quarter turns --------------------------------------------------------------------------------------------------
+// --- runs -----------------------------------------------------------------------------------------------------------
 
-// Vectors of 16 bytes throughout: longer ones would be put together of rows that lie apart.
+// Pixels go through vectors of 16 bytes: shuffles do not reach further, and longer ones would be put together of halves
+// that lie apart.
 const hn::Full128<std::uint8_t> kBlock;
 const hn::Full128<std::uint32_t> kBlockWords;
 const hn::Full128<std::uint64_t> kBlockPairs;
 using Block = hn::Vec<decltype(kBlock)>;
 constexpr std::ptrdiff_t kBlockBytes = 16;
+
+// The bytes of a run of pixels from the first to the last that has a channel.
+struct PixelBytes {
+    std::ptrdiff_t first, step, size;
+};
+
+template <int kCount>
+PixelBytes BytesOf(const ChannelSet& channels, std::ptrdiff_t step, std::ptrdiff_t pixels) {
+    std::ptrdiff_t lowest = channels.offset[0], highest = lowest;
+    for (int c = 1; c < kCount; ++c) {
+        lowest = channels.offset[c] < lowest ? channels.offset[c] : lowest;
+        highest = channels.offset[c] > highest ? channels.offset[c] : highest;
+    }
+    return {lowest, step, (pixels - 1) * step + highest - lowest + 1};
+}
+
+// True if every channel lies within the bytes of its pixel, counted from the first byte of the run, and a vector within
+// the run.
+bool FillsBlocks(const PixelBytes& run, std::ptrdiff_t pixels, std::ptrdiff_t maxStep) {
+    return run.step >= 1 && run.step <= maxStep && run.size - (pixels - 1) * run.step <= run.step &&
+           run.size >= kBlockBytes;
+}
+
+// A vector of bytes of a target that begins or ends with as many pixels as have room in it, and has bytes that are none
+// of theirs; it is made of a vector of the source that begins or ends with the same pixels in the other or the same
+// order.
+struct BlockShuffle {
+    std::uint8_t index[kBlockBytes];  // into the source's; 128 for bytes that are not made
+    std::uint8_t keep[kBlockBytes];   // 255 for those, otherwise 0
+};
+
+// Where the first byte of the first of `pixels` pixels lies in a vector that begins with it, or ends with the last one.
+std::ptrdiff_t LeadOf(const PixelBytes& run, std::ptrdiff_t count, std::ptrdiff_t pixels, bool atEnd) {
+    return atEnd ? kBlockBytes - (pixels - 1) * run.step - (run.size - (count - 1) * run.step) : 0;
+}
+
+template <int kCount>
+HWY_NOINLINE BlockShuffle ShuffleOf(const ChannelSet& dst, std::ptrdiff_t dstLead, std::ptrdiff_t dstStep,
+                                    const ChannelSet& src, std::ptrdiff_t srcLead, std::ptrdiff_t srcStep,
+                                    std::ptrdiff_t pixels, bool turned) {
+    BlockShuffle shuffle;
+    for (std::uint8_t& index : shuffle.index) index = 128;
+    for (std::uint8_t& mask : shuffle.keep) mask = 255;
+    for (std::ptrdiff_t pixel = 0; pixel < pixels; ++pixel) {
+        const std::ptrdiff_t from = srcLead + (turned ? pixels - 1 - pixel : pixel) * srcStep;
+        for (int c = 0; c < kCount; ++c) {
+            const std::ptrdiff_t at = dstLead + pixel * dstStep + dst.offset[c];
+            shuffle.index[at] = static_cast<std::uint8_t>(from + src.offset[c]);
+            shuffle.keep[at] = 0;
+        }
+    }
+    return shuffle;
+}
+
+// How many pixels were copied. What a vector has behind its pixels is written over by those that come next.
+template <int kCount>
+std::ptrdiff_t CopyBlocks(const PixelRun& dst, const PixelRun& src, std::ptrdiff_t count) {
+    const bool backwards = src.step < 0;
+    const PixelBytes from = BytesOf<kCount>(src.channels, backwards ? -src.step : src.step, count);
+    const PixelBytes to = BytesOf<kCount>(dst.channels, dst.step, count);
+    if (!FillsBlocks(from, count, 8) || !FillsBlocks(to, count, 8)) return 0;
+    const std::ptrdiff_t pixels = kBlockBytes / (from.step > to.step ? from.step : to.step);
+    const std::ptrdiff_t lead = LeadOf(from, count, pixels, backwards);
+    const BlockShuffle shuffle = ShuffleOf<kCount>(dst.channels, -to.first, to.step, src.channels, lead - from.first,
+                                                   from.step, pixels, backwards);
+    const Block index = hn::LoadU(kBlock, shuffle.index), keep = hn::LoadU(kBlock, shuffle.keep);
+    bool keeps = false;  // a byte between the first and the last of the pixels
+    for (std::ptrdiff_t at = 0; at < pixels * to.step && at < kBlockBytes; ++at) keeps = keeps || shuffle.keep[at] != 0;
+    const std::uint8_t* read = src.pixels + from.first + (backwards ? -(pixels - 1) * from.step - lead : 0);
+    std::uint8_t* write = dst.pixels + to.first;
+    const std::ptrdiff_t readStep = (backwards ? -from.step : from.step) * pixels, writeStep = to.step * pixels;
+    // As many vectors as neither run ends before.
+    const std::ptrdiff_t reads = (from.size - kBlockBytes) / (from.step * pixels) + 1;
+    const std::ptrdiff_t writes = (to.size - kBlockBytes) / writeStep + 1;
+    std::ptrdiff_t blocks = count / pixels;
+    blocks = reads < blocks ? reads : blocks;
+    blocks = writes < blocks ? writes : blocks;
+    for (std::ptrdiff_t k = 0; k < blocks; ++k, read += readStep, write += writeStep) {
+        Block bytes = hn::TableLookupBytesOr0(hn::LoadU(kBlock, read), index);
+        if (keeps) bytes = hn::Or(bytes, hn::And(hn::LoadU(kBlock, write), keep));
+        hn::StoreU(bytes, kBlock, write);
+    }
+    return blocks * pixels;
+}
+
+template <int kCount>
+bool AreWhole(const ChannelSet& dst, const ChannelSet& src) {
+    for (int c = 0; c < kCount; ++c) {
+        if (dst.offset[c] != src.offset[c]) return false;
+        for (int d = 0; d < c; ++d) {
+            if (src.offset[c] == src.offset[d]) return false;
+        }
+    }
+    return BytesOf<kCount>(src, kCount, 1).size == kCount;
+}
+
+template <int kCount>
+void Copy(const PixelRun& dstRun, const PixelRun& srcRun, std::ptrdiff_t count) {
+    if (count < 1) return;
+    const PixelRun dst = dstRun, src = srcRun;  // the stores below cannot change copies
+    if (dst.step == kCount && src.step == kCount && AreWhole<kCount>(dst.channels, src.channels)) {
+        const std::ptrdiff_t first = BytesOf<kCount>(src.channels, kCount, 1).first;
+        std::memcpy(dst.pixels + first, src.pixels + first, static_cast<std::size_t>(count * kCount));
+        return;
+    }
+    for (std::ptrdiff_t i = CopyBlocks<kCount>(dst, src, count); i < count; ++i) {
+        std::uint8_t* const to = dst.pixels + i * dst.step;
+        const std::uint8_t* const from = src.pixels + i * src.step;
+        for (int c = 0; c < kCount; ++c) to[dst.channels.offset[c]] = from[src.channels.offset[c]];
+    }
+}
+
+// How many pixels were exchanged: of a run that goes forwards and one that comes towards it. Both take vectors that
+// have bytes of the pixels after their own, which are stored as they were read; so the next vectors are read before.
+template <int kCount>
+std::ptrdiff_t ExchangeBlocks(const PixelRun& a, const PixelRun& b, std::ptrdiff_t count) {
+    if (a.step != -b.step || count < 1) return 0;
+    const PixelBytes run = BytesOf<kCount>(a.channels, a.step, count);
+    if (!FillsBlocks(run, count, 8)) return 0;
+    const std::ptrdiff_t pixels = kBlockBytes / run.step, lead = LeadOf(run, count, pixels, true);
+    const BlockShuffle toA =
+        ShuffleOf<kCount>(a.channels, -run.first, run.step, a.channels, lead - run.first, run.step, pixels, true);
+    const BlockShuffle toB =
+        ShuffleOf<kCount>(a.channels, lead - run.first, run.step, a.channels, -run.first, run.step, pixels, true);
+    const Block indexA = hn::LoadU(kBlock, toA.index), keepA = hn::LoadU(kBlock, toA.keep);
+    const Block indexB = hn::LoadU(kBlock, toB.index), keepB = hn::LoadU(kBlock, toB.keep);
+    const std::ptrdiff_t step = run.step * pixels;
+    std::uint8_t* atA = a.pixels + run.first;
+    std::uint8_t* atB = b.pixels + run.first - (pixels - 1) * run.step - lead;
+    std::ptrdiff_t blocks = (run.size - kBlockBytes) / step + 1;
+    if (blocks > count / pixels) blocks = count / pixels;
+    if (blocks < 1) return 0;
+    Block left = hn::LoadU(kBlock, atA), right = hn::LoadU(kBlock, atB);
+    for (std::ptrdiff_t k = 1;; ++k, atA += step, atB -= step) {
+        const Block madeA = hn::Or(hn::TableLookupBytesOr0(right, indexA), hn::And(left, keepA));
+        const Block madeB = hn::Or(hn::TableLookupBytesOr0(left, indexB), hn::And(right, keepB));
+        if (k < blocks) {
+            left = hn::LoadU(kBlock, atA + step);
+            right = hn::LoadU(kBlock, atB - step);
+        }
+        hn::StoreU(madeA, kBlock, atA);
+        hn::StoreU(madeB, kBlock, atB);
+        if (k == blocks) return blocks * pixels;
+    }
+}
+
+template <int kCount>
+void Exchange(const PixelRun& aRun, const PixelRun& bRun, std::ptrdiff_t count) {
+    const PixelRun a = aRun, b = bRun;
+    for (std::ptrdiff_t i = ExchangeBlocks<kCount>(a, b, count); i < count; ++i) {
+        for (int c = 0; c < kCount; ++c) {
+            std::uint8_t* const left = a.pixels + i * a.step + a.channels.offset[c];
+            std::uint8_t* const right = b.pixels + i * b.step + a.channels.offset[c];
+            const std::uint8_t kept = *left;
+            *left = *right;
+            *right = kept;
+        }
+    }
+}
+
+// --- quarter turns --------------------------------------------------------------------------------------------------
 
 template <int kCount>
 void TurnPixels(const PixelTile& given) {
@@ -203,21 +367,6 @@ void TurnBytes(const PixelTile& given) {
     }
 }
 
-// The bytes of a run of pixels from the first to the last that has a channel.
-struct PixelBytes {
-    std::ptrdiff_t first, step, size;
-};
-
-template <int kCount>
-PixelBytes BytesOf(const ChannelSet& channels, std::ptrdiff_t step, std::ptrdiff_t pixels) {
-    std::ptrdiff_t lowest = channels.offset[0], highest = lowest;
-    for (int c = 1; c < kCount; ++c) {
-        lowest = channels.offset[c] < lowest ? channels.offset[c] : lowest;
-        highest = channels.offset[c] > highest ? channels.offset[c] : highest;
-    }
-    return {lowest, step, (pixels - 1) * step + highest - lowest + 1};
-}
-
 // Pixels of up to four bytes: four columns of four rows. Four pixels of a row are brought to words of four bytes, those
 // turned as words, and the four of a column stored in the order of the target's bytes:
 //
@@ -241,7 +390,8 @@ public:
                 if (tile_.dstChannels.offset[c] == tile_.dstChannels.offset[d]) return false;
             }
         }
-        return tile_.columns >= 4 && tile_.rows >= 4 && Fits(src_, tile_.columns) && Fits(dst_, tile_.rows);
+        return tile_.columns >= 4 && tile_.rows >= 4 && FillsBlocks(src_, tile_.columns, 4) &&
+               FillsBlocks(dst_, tile_.rows, 4);
     }
 
     void Run() {
@@ -250,12 +400,6 @@ public:
     }
 
 private:
-    // Every channel within the bytes of its pixel, counted from the first byte of the run.
-    static bool Fits(const PixelBytes& run, std::ptrdiff_t pixels) {
-        return run.step >= 1 && run.step <= 4 && run.size - (pixels - 1) * run.step <= run.step &&
-               run.size >= kBlockBytes;
-    }
-
     void FillIndices() {
         for (std::uint8_t& index : load_) index = 128;
         for (std::uint8_t& index : store_) index = 128;
@@ -352,6 +496,16 @@ void Turn(const PixelTile& tile) {
 }  // namespace
 
 void ZOR_TIER_FUNCTION(InitGeometry)(GeometryKernels* kernels) {
+    kernels->copy[0] = Copy<1>;
+    kernels->copy[1] = Copy<2>;
+    kernels->copy[2] = Copy<3>;
+    kernels->copy[3] = Copy<4>;
+    kernels->copy[4] = Copy<5>;
+    kernels->exchange[0] = Exchange<1>;
+    kernels->exchange[1] = Exchange<2>;
+    kernels->exchange[2] = Exchange<3>;
+    kernels->exchange[3] = Exchange<4>;
+    kernels->exchange[4] = Exchange<5>;
     kernels->turn[0] = Turn<1>;
     kernels->turn[1] = Turn<2>;
     kernels->turn[2] = Turn<3>;

@@ -533,9 +533,12 @@ PixelRun Backwards(const PixelRun& run, std::ptrdiff_t units) {
 
 template <int kCount>
 void CopyPixelRun(Kernels k, Bytes b, std::ptrdiff_t units) {
-    const PixelRun dst = RunOf(b.out, kCount, b.choice);
+    PixelRun dst = RunOf(b.out, kCount, b.choice);
     const PixelRun src = RunOf(b.in[0], kCount, b.choice / 32 % 2 ? b.choice : b.choice / 64);
     if (units < 1) return;
+    // A target that lacks a channel has it at the place of another.
+    if (b.choice / 8192 % 4 == 0) dst.channels.offset[kCount - 1] = dst.channels.offset[0];
+    Start(b, units * dst.step);
     k.geometry.copy[kCount - 1](dst, b.choice / 4096 % 2 ? Backwards(src, units) : src, units);
 }
 
@@ -552,7 +555,7 @@ void ExchangePixels(Kernels k, Bytes b, std::ptrdiff_t units) {
 template <int kCount>
 void TurnTile(Kernels k, Bytes b, std::ptrdiff_t units) {
     constexpr int kMaxColumns = 40, kMaxRows = 64;
-    const PixelRun dst = RunOf(b.out, kCount, b.choice);
+    PixelRun dst = RunOf(b.out, kCount, b.choice);
     PixelRun src = RunOf(b.in[0], kCount, b.choice / 64);
     // Up to twice as many pixels as there are units: a pixel has six bytes at most, a unit twelve.
     const std::ptrdiff_t pixels = units * KernelBytes::kMaxBytesPerUnit / 6;
@@ -561,6 +564,7 @@ void TurnTile(Kernels k, Bytes b, std::ptrdiff_t units) {
     std::uint8_t* dstRows[kMaxColumns];
     const std::uint8_t* srcRows[kMaxRows];
     if (b.choice / 2048 % 2 && pixels > 0) src = Backwards(src, columns);
+    if (b.choice / 262144 % 8 == 0) dst.channels.offset[kCount - 1] = dst.channels.offset[0];
     Start(b, pixels * dst.step);
     for (int i = 0; i < columns; ++i) dstRows[i] = dst.pixels + i * rows * dst.step;
     for (int j = 0; j < rows; ++j) {
