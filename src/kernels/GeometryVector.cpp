@@ -60,7 +60,10 @@ public:
             const int down = tile.down[x + i];
             lowest = down < lowest ? down : lowest;
             highest = down > highest ? down : highest;
-            (i % 2 ? odd : even)[i / 2] = tile.factor[x + i];
+        }
+        for (std::ptrdiff_t i = 0; i < kLanes / 2; ++i) {
+            even[i] = tile.factor[x + 2 * i];
+            odd[i] = tile.factor[x + 2 * i + 1];
         }
         factors_ = {hn::Load(kWords, even), hn::Load(kWords, odd)};
         lowest_ = lowest;

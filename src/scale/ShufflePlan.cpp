@@ -21,6 +21,8 @@ static std::int32_t ChannelFor(PixelRule rule, int channel, int dstColours, int 
 
 ShufflePlan::ShufflePlan(PixelRule rule, bool withAlpha, const PixelLayout& dst, const PixelLayout& src,
                          const std::int32_t* columns, int width) {
+    // Without instructions for it bytes are shuffled one by one, and whole pixels are faster.
+    if (ProcessKernels().tier == CpuTier::plain) return;
     if (rule == PixelRule::luma || rule == PixelRule::refused || width < 1 || dst.step < 1 || src.step < 1) return;
     srcFirst_ = src.channels.lowest();
     dstFirst_ = dst.channels.lowest();

@@ -23,8 +23,8 @@ public:
     ShufflePlan() = default;
 
     // For `width` pixels, pixel i made of pixel columns[i] of the source by that rule, with the alpha that is last in
-    // both layouts if withAlpha. There is none for a rule that calculates, for rows that are too short, for columns
-    // that lie too far apart, and where memory is short.
+    // both layouts if withAlpha. There is none by plain kernels, for a rule that calculates, for rows that are too
+    // short, for columns that lie too far apart, and where memory is short.
     ShufflePlan(PixelRule rule, bool withAlpha, const PixelLayout& dst, const PixelLayout& src,
                 const std::int32_t* columns, int width);
 
