@@ -86,13 +86,18 @@ HWY_INLINE Bytes Packed(const WordSums& sums) {
 // --- sums of 32 bits ------------------------------------------------------------------------------------------------
 
 // The sums of as many samples as a vector has bytes. Interleaving keeps to blocks of 16 bytes: part k holds samples 4 k
-// to 4 k + 3 of each block. Where products are added up in two vectors, the second is `rest`.
+// to 4 k + 3 of each block.
 struct Sums {
+    Ints part[4];
+};
+
+// Where products are added up in two vectors, which are put together in the end, the second is `rest`.
+struct PairSums {
     Ints part[4];
     Ints rest[4];
 };
 
-HWY_INLINE void AddTaps(Sums& sums, Bytes first, Bytes second, Shorts weights) {
+HWY_INLINE void AddTaps(PairSums& sums, Bytes first, Bytes second, Shorts weights) {
     const Bytes zero = hn::Zero(kBytes);
     const Bytes low = hn::InterleaveLower(kBytes, first, second), high = hn::InterleaveUpper(kBytes, first, second);
     const Bytes pairs[4] = {hn::InterleaveLower(kBytes, low, zero), hn::InterleaveUpper(kBytes, low, zero),
@@ -233,18 +238,17 @@ std::ptrdiff_t ByWords(const Plan& plan, const MatrixFinish& finish, std::ptrdif
     return done;
 }
 
-// For sums of 32 bits: add(sums, done) makes those of a vector.
-template <class Add>
-std::ptrdiff_t ByInts(const MatrixFinish& finish, std::ptrdiff_t count, std::uint8_t* dst, Add add) {
-    const Ints delta = hn::Set(kInts, finish.delta), zero = hn::Zero(kInts);
+// For sums of 32 bits: sum(done) makes those of a vector.
+template <class Sum>
+std::ptrdiff_t ByInts(const MatrixFinish& finish, std::ptrdiff_t count, std::uint8_t* dst, Sum sum) {
+    const Ints delta = hn::Set(kInts, finish.delta);
     const Doubles factor = hn::Set(kDoubles, finish.scaleFactor);
     const bool scales = !(finish.scaleFactor == 1.0);  // not by finish.scales(), which other sources share
     std::ptrdiff_t done = 0;
     for (; done + kLanes <= count; done += kLanes) {
-        Sums sums{{zero, zero, zero, zero}, {zero, zero, zero, zero}};
-        add(sums, done);
+        Sums sums = sum(done);
         for (int k = 0; k < 4; ++k) {
-            sums.part[k] = hn::Add(hn::RearrangeToOddPlusEven(sums.part[k], sums.rest[k]), delta);
+            sums.part[k] = hn::Add(sums.part[k], delta);
             if (scales) sums.part[k] = Scaled(sums.part[k], factor);
         }
         hn::StoreU(Packed(sums), kBytes, dst + done);
@@ -253,18 +257,23 @@ std::ptrdiff_t ByInts(const MatrixFinish& finish, std::ptrdiff_t count, std::uin
 }
 
 std::ptrdiff_t ByGroups(const Plan& plan, const MatrixFinish& finish, std::ptrdiff_t count, std::uint8_t* dst) {
-    return ByInts(finish, count, dst, [&](Sums& sums, std::ptrdiff_t done) {
+    const Ints zero = hn::Zero(kInts);
+    return ByInts(finish, count, dst, [&](std::ptrdiff_t done) {
+        Sums sums{{zero, zero, zero, zero}};
         for (int g = 0; g < plan.groups; ++g) {
             WordSums words[1];
             SumPairs(plan.group(g), plan.end(g), done, words);
             AddWords(sums, words[0]);
         }
+        return sums;
     });
 }
 
 std::ptrdiff_t ByWideWeights(const MatrixTap* taps, int tapCount, const MatrixFinish& finish, std::ptrdiff_t count,
                              std::uint8_t* dst) {
-    return ByInts(finish, count, dst, [&](Sums& sums, std::ptrdiff_t done) {
+    const Ints zero = hn::Zero(kInts);
+    return ByInts(finish, count, dst, [&](std::ptrdiff_t done) {
+        PairSums sums{{zero, zero, zero, zero}, {zero, zero, zero, zero}};
         int t = 0;
         for (; t + 1 < tapCount; t += 2) {
             AddTaps(sums, hn::LoadU(kBytes, taps[t].samples + done), hn::LoadU(kBytes, taps[t + 1].samples + done),
@@ -273,6 +282,9 @@ std::ptrdiff_t ByWideWeights(const MatrixTap* taps, int tapCount, const MatrixFi
         if (t < tapCount) {
             AddTaps(sums, hn::LoadU(kBytes, taps[t].samples + done), hn::Zero(kBytes), WeightPair(taps[t].weight, 0));
         }
+        Sums whole;
+        for (int k = 0; k < 4; ++k) whole.part[k] = hn::RearrangeToOddPlusEven(sums.part[k], sums.rest[k]);
+        return whole;
     });
 }
 
