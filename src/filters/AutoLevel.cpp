@@ -29,8 +29,9 @@ struct Levels {
             constexpr std::ptrdiff_t kPart = 4096;
             std::uint8_t levels[kPart];
             PixelRun run = runs.run[0];
-            for (std::ptrdiff_t at = 0; at < runs.count; at += kPart, run.pixels += kPart * run.step) {
+            for (std::ptrdiff_t at = 0; at < runs.count; at += kPart) {
                 const std::ptrdiff_t count = std::min(kPart, runs.count - at);
+                run.pixels = runs.run[0].pixels + at * run.step;
                 Kernels().tone.luminance(run, count, parts, levels);
                 work(levels, count);
             }
