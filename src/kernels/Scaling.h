@@ -110,15 +110,15 @@ struct RowBlock {
     int step;                           // from pixel to pixel, at most kMaxStep
     int offset[ChannelSet::kMax];       // by plane, 0 or above, and below step
     int width;                          // of the source, in pixels, at least 1
-    const Taps* taps;                   // one list per column of the result
+    const Taps* taps;                   // one list per column of the result, none beginning before the one before it
     std::uint8_t* dst[kMaxRows];        // by row: pitch bytes per list, all of which are written
     int pitch;                          // at most kMaxPitch
     int byteOf[ChannelSet::kMax];       // by channel: its byte in the group; the other bytes of a group become 0
     std::uint8_t* scratch;              // RowScratchBytes of it, of any content
 };
 
-// Working memory for blocks of such rows.
-std::int64_t RowScratchBytes(ResampleShape shape, int width, int stride);
+// Working memory for blocks of such rows, of any width.
+std::int64_t RowScratchBytes(ResampleShape shape, int stride);
 
 // One row of the result out of rows that stand one above the other.
 struct RowStack {

@@ -13,10 +13,12 @@ std::uint8_t ScaledByte(double sum, double weightSum, Ending ending) {
     return static_cast<std::uint8_t>(static_cast<int>(cut));
 }
 
-// Vector twins keep a window on the row of 16 rows of two bytes, plain ones the whole of up to six rows of eight. Both
-// have at least the taps of one list behind the row.
-std::int64_t RowScratchBytes(ResampleShape shape, int width, int stride) {
-    return (std::int64_t{width} + 2 * std::int64_t{stride} + 1024) * PlanesOf(shape) * 48 + 8192;
+// Plain twins work on a window on the row, of up to six rows of eight bytes; vector ones on one of 16 rows of two
+// bytes.
+constexpr int kWindow = 1024;  // columns, besides those of two lists
+
+std::int64_t RowScratchBytes(ResampleShape shape, int stride) {
+    return (kWindow + 2 * std::int64_t{stride}) * PlanesOf(shape) * 48 + 8192;
 }
 
 namespace {
@@ -24,45 +26,68 @@ namespace {
 // --- rows -----------------------------------------------------------------------------------------------------------
 
 // Several source rows are resampled at once: the samples of the rows stand side by side as lanes, each plane times its
-// factor. A column of the block is the rows of plane 0, of plane 1, ... So many run fastest; a block that does not fit
+// factor. A column of the block is the rows of plane 0, of plane 1, ... So many run fastest; a window that does not fit
 // into the cache would be slower than one row at a time.
 constexpr int kRowsAtOnce[kResampleShapes] = {6, 3, 2, 3, 2, 6, 3};
-constexpr std::int64_t kMaxBlockBytes = std::int64_t{1} << 24;
+constexpr std::int64_t kMaxWindowBytes = std::int64_t{1} << 24;
+
+// Lists that are worked on together, and the columns of the source that they take.
+struct Section {
+    int begin, end;
+    int first, pastLast;
+};
+
+Section SectionFrom(const Taps& taps, int begin) {
+    Section section = {begin, begin, 0, 0};
+    for (; section.end < taps.count; ++section.end) {
+        const TapList& list = taps.lists[section.end];
+        if (list.taps == 0) continue;
+        if (section.pastLast == 0) section.first = list.first;
+        const std::int64_t pastLast = std::int64_t{list.first} + list.taps;
+        if (pastLast - section.first > kWindow + 2 * std::int64_t{taps.stride}) break;
+        section.pastLast = static_cast<int>(std::max<std::int64_t>(section.pastLast, pastLast));
+    }
+    return section;
+}
 
 template <ResampleShape kShape, int kRows>
-void Widen(const RowBlock& block, int firstRow, int rows, double* lanes) {
+void Widen(const RowBlock& block, int firstRow, int rows, const Section& section, double* lanes) {
     constexpr int kPlanes = PlanesOf(kShape);
     constexpr int kLanes = kPlanes * kRows;
+    const int pastLast = std::min(section.pastLast, block.width);  // beyond the row there are taps of weight 0 only
     for (int r = 0; r < rows; ++r) {
-        const std::uint8_t* pixel = block.src[firstRow + r];
+        const std::uint8_t* pixel = block.src[firstRow + r] + static_cast<std::ptrdiff_t>(section.first) * block.step;
         double* lane = lanes + r;
-        for (int x = 0; x < block.width; ++x, pixel += block.step, lane += kLanes) {
+        for (int x = section.first; x < pastLast; ++x, pixel += block.step, lane += kLanes) {
             for (int p = 0; p < kPlanes; ++p) {
                 const double byte = static_cast<double>(pixel[block.offset[p]]);
                 lane[p * kRows] = kShape >= kLumaOnly && p < 3 ? byte * kLumaFactors[p] : byte;
             }
         }
     }
-    std::fill_n(lanes + static_cast<std::ptrdiff_t>(block.width) * kLanes,
-                static_cast<std::ptrdiff_t>(block.taps->stride) * kLanes, 0.0);
+    if (pastLast < section.pastLast) {
+        std::fill(lanes + static_cast<std::ptrdiff_t>(pastLast - section.first) * kLanes,
+                  lanes + static_cast<std::ptrdiff_t>(section.pastLast - section.first) * kLanes, 0.0);
+    }
 }
 
 // The sums of a column are kept apart from each other, so that additions need not wait for one another. Counts of sums
 // that are a power of two are avoided in the blocks of several rows: the compiler then turns the loop over the
 // taps into vectors across taps, shuffles the samples for it, and ends up at half the speed.
 template <ResampleShape kShape, int kRows>
-void Resample(const RowBlock& block, int firstRow, int rows, const double* lanes) {
+void Resample(const RowBlock& block, int firstRow, int rows, const Section& section, const double* lanes) {
     constexpr bool kLuma = kShape >= kLumaOnly;
     constexpr int kChannels = ChannelsOf(kShape), kLanes = PlanesOf(kShape) * kRows, kSums = kChannels * kRows;
     const Taps& taps = *block.taps;
     for (int r = 0; r < rows && kChannels < block.pitch; ++r) {
-        std::memset(block.dst[firstRow + r], 0,
-                    static_cast<std::size_t>(taps.count) * static_cast<unsigned>(block.pitch));
+        std::memset(block.dst[firstRow + r] + static_cast<std::ptrdiff_t>(section.begin) * block.pitch, 0,
+                    static_cast<std::size_t>(section.end - section.begin) * static_cast<unsigned>(block.pitch));
     }
-    const float* weights = taps.weights;
-    for (int x = 0; x < taps.count; ++x, weights += taps.stride) {
+    const float* weights = taps.weights + static_cast<std::ptrdiff_t>(section.begin) * taps.stride;
+    for (int x = section.begin; x < section.end; ++x, weights += taps.stride) {
         const TapList& list = taps.lists[x];
-        const double* sample = lanes + static_cast<std::ptrdiff_t>(list.first) * kLanes;
+        const std::ptrdiff_t column = list.taps > 0 ? list.first - section.first : 0;
+        const double* sample = lanes + column * kLanes;
         double sums[kSums] = {};
         for (int k = 0; k < list.taps; ++k, sample += kLanes) {
             const double weight = static_cast<double>(weights[k]);
@@ -90,14 +115,17 @@ void AlongRowsBy(const RowBlock& block) {
     double* const lanes = reinterpret_cast<double*>(block.scratch);
     for (int first = 0; first < block.rows; first += kRows) {
         const int rows = std::min(kRows, block.rows - first);
-        Widen<kShape, kRows>(block, first, rows, lanes);
-        Resample<kShape, kRows>(block, first, rows, lanes);
+        for (Section section{}; section.end < block.taps->count;) {
+            section = SectionFrom(*block.taps, section.end);
+            Widen<kShape, kRows>(block, first, rows, section, lanes);
+            Resample<kShape, kRows>(block, first, rows, section, lanes);
+        }
     }
 }
 
 template <ResampleShape kShape>
 void AlongRows_Plain(const RowBlock& block) {
-    const bool fits = RowScratchBytes(kShape, block.width, block.taps->stride) <= kMaxBlockBytes;
+    const bool fits = RowScratchBytes(kShape, block.taps->stride) <= kMaxWindowBytes;
     if (fits && block.rows > 1) return AlongRowsBy<kShape, kRowsAtOnce[kShape]>(block);
     AlongRowsBy<kShape, 1>(block);
 }

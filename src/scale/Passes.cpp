@@ -110,7 +110,7 @@ bool ProvideHorizontalParts(const HorizontalJob& job, PassScratch* scratch, Hori
     const ResampleShape shape = ResampleShapeOf(pair.channels, pair.luma);
     parts->packedRow = RoundUp(std::int64_t{job.srcWidth} * pair.read.count);
     parts->groupRow = RoundUp(std::int64_t{job.width} * pair.pitch);
-    const std::int64_t kernelBytes = RoundUp(RowScratchBytes(shape, job.srcWidth, job.taps->stride));
+    const std::int64_t kernelBytes = RoundUp(RowScratchBytes(shape, job.taps->stride));
     std::uint8_t* const memory = scratch->Get(kernelBytes + RowBlock::kMaxRows * (parts->packedRow + parts->groupRow));
     if (!memory) return false;
     parts->scratch = memory;

@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <vector>
 
 namespace zor {
 
 namespace {
-
-constexpr std::int64_t kMaxTableBytes = std::int64_t{1} << 29;
 
 // --- integers for weights -------------------------------------------------------------------------------------------
 //
@@ -44,7 +41,8 @@ double SumOfSizes(const double* values, int count) {
 }
 
 // The nearest integers, but for as many of them as it takes to make their sum the nearest to that of the values.
-void RoundWithTheirSum(const double* values, int count, std::int16_t* integers) {
+// `order` is working memory for as many numbers.
+void RoundWithTheirSum(const double* values, int count, std::int16_t* integers, int* order) {
     double sum = 0.0, rounded = 0.0;
     for (int k = 0; k < count; ++k) {
         integers[k] = static_cast<std::int16_t>(std::nearbyint(values[k]));
@@ -55,12 +53,11 @@ void RoundWithTheirSum(const double* values, int count, std::int16_t* integers) 
     if (missing == 0) return;
     const int step = missing > 0 ? 1 : -1;
     missing = std::min(missing * step, count);
-    std::vector<int> order(static_cast<std::size_t>(count));
-    std::iota(order.begin(), order.end(), 0);
-    std::nth_element(order.begin(), order.begin() + (missing - 1), order.end(),
+    std::iota(order, order + count, 0);
+    std::nth_element(order, order + (missing - 1), order + count,
                      [&](int a, int b) { return step * (values[a] - integers[a]) > step * (values[b] - integers[b]); });
     for (int i = 0; i < missing; ++i) {
-        std::int16_t& integer = integers[order[static_cast<std::size_t>(i)]];
+        std::int16_t& integer = integers[order[i]];
         integer = static_cast<std::int16_t>(integer + step);
     }
 }
@@ -113,29 +110,36 @@ bool MakeMean(const float* weights, int count, double weightSum, int shift, std:
 
 }  // namespace
 
-IntegerForm MakeIntegers(const double* shares, int count, std::int16_t* coarse, std::int16_t* fine) {
+IntegerMaker::IntegerMaker(int mostTaps)
+    : doubles_(3, std::min(mostTaps, kMaxTaps)), order_(std::min(mostTaps, kMaxTaps)) {
+    const int room = std::min(mostTaps, kMaxTaps);
+    shares_ = doubles_.get();
+    if (!shares_) return;
+    rest_ = shares_ + room;
+    finest_ = rest_ + room;
+}
+
+IntegerForm IntegerMaker::OfShares(const double* shares, int count, std::int16_t* coarse, std::int16_t* fine) const {
     const double sizes = SumOfSizes(shares, count);
     if (count > kMaxTaps || !(sizes < 64.0)) return NoForm(count, coarse, fine);
     const int shift = ShiftFor(shares, count);
     if (shift < kMinShift) return NoForm(count, coarse, fine);
     const double rounding = (4.0 * count + 16.0) * std::ldexp(255.0 * sizes, -53);
 
-    std::vector<double> rest(shares, shares + count);
-    for (double& value : rest) value = std::ldexp(value, shift);
-    RoundWithTheirSum(rest.data(), count, coarse);
+    for (int k = 0; k < count; ++k) rest_[k] = std::ldexp(shares[k], shift);
+    RoundWithTheirSum(rest_, count, coarse, order_.get());
     IntegerForm form{};
     form.usable = true;
     form.shift = static_cast<std::int8_t>(shift);
-    const double bound = TakeOff(coarse, count, rest.data()) + std::ldexp(rounding, shift);
+    const double bound = TakeOff(coarse, count, rest_) + std::ldexp(rounding, shift);
     form.bound = static_cast<std::int32_t>(bound) + 2;
     if (!(bound < std::ldexp(1.0, shift - 1))) return NoForm(count, coarse, fine);
 
     for (int fineShift = std::min(kMaxFineShift, kMaxShifts - shift); fineShift >= 0; --fineShift) {
-        std::vector<double> finest(rest);
-        for (double& value : finest) value = std::ldexp(value, fineShift);
-        const double all = 255.0 * (SumOfSizes(finest.data(), count) + count);
-        RoundWithTheirSum(finest.data(), count, fine);
-        const double fineBound = TakeOff(fine, count, finest.data()) + std::ldexp(rounding, shift + fineShift);
+        for (int k = 0; k < count; ++k) finest_[k] = std::ldexp(rest_[k], fineShift);
+        const double all = 255.0 * (SumOfSizes(finest_, count) + count);
+        RoundWithTheirSum(finest_, count, fine, order_.get());
+        const double fineBound = TakeOff(fine, count, finest_) + std::ldexp(rounding, shift + fineShift);
         if (!(all + 2.0 * fineBound < kMaxSum)) continue;
         form.fineShift = static_cast<std::int8_t>(fineShift);
         form.fineBound = static_cast<std::int32_t>(fineBound) + 2;
@@ -144,14 +148,11 @@ IntegerForm MakeIntegers(const double* shares, int count, std::int16_t* coarse, 
     return NoForm(count, coarse, fine);
 }
 
-IntegerForm MakeIntegersOfWeights(const float* weights, int count, double weightSum, std::int16_t* coarse,
-                                  std::int16_t* fine) {
-    if (!(weightSum > 0.0)) return NoForm(count, coarse, fine);
-    std::vector<double> shares(static_cast<std::size_t>(count));
-    for (int k = 0; k < count; ++k) {
-        shares[static_cast<std::size_t>(k)] = static_cast<double>(weights[k]) / weightSum;
-    }
-    IntegerForm form = MakeIntegers(shares.data(), count, coarse, fine);
+IntegerForm IntegerMaker::OfWeights(const float* weights, int count, double weightSum, std::int16_t* coarse,
+                                    std::int16_t* fine) const {
+    if (count > kMaxTaps || !(weightSum > 0.0)) return NoForm(count, coarse, fine);
+    for (int k = 0; k < count; ++k) shares_[k] = static_cast<double>(weights[k]) / weightSum;
+    IntegerForm form = OfShares(shares_, count, coarse, fine);
     if (!form.usable) return form;
 
     // Integers that are just the weights make sums that double precision holds exactly: they are of 24 bits times
@@ -202,15 +203,15 @@ Taps TapTable::taps() const {
     return taps;
 }
 
-bool TapTable::Build(const ContributionList* lists, int count, ScaleAxis axis, bool luma, Ending ending) {
-    const auto firstOf = [axis](const ContributionList& list) {
-        const int pixel = list.entries[0].pixel;
+bool TapTable::Build(const ContributionList* lists, int count, ScaleAxis axis, bool luma, Ending ending, int origin) {
+    const auto firstOf = [axis, origin](const ContributionList& list) {
+        const int pixel = list.entries[0].pixel - origin;
         return axis == ScaleAxis::kHorizontal ? pixel / 2 * 2 : pixel;
     };
     int stride = 2;
     for (int i = 0; i < count; ++i) {
         const ContributionList& list = lists[i];
-        if (list.count > 0) stride = std::max(stride, list.entries[list.count - 1].pixel - firstOf(list) + 1);
+        if (list.count > 0) stride = std::max(stride, list.entries[list.count - 1].pixel - origin - firstOf(list) + 1);
     }
     if (stride > 2147483646) return false;
     stride += stride % 2;
@@ -220,38 +221,42 @@ bool TapTable::Build(const ContributionList* lists, int count, ScaleAxis axis, b
     taps_.ending = ending;
     taps_.luma = luma;
     const std::int64_t weights = std::int64_t{stride} * count, integers = weights * taps_.sets();
-    if (weights > kMaxTableBytes / 16) return false;
+    if (weights > kMaxWeights) return false;
 
     lists_ = HeapArray<TapList>(count);
     weights_ = HeapArray<float>(weights);
     integers_ = HeapArray<std::int16_t>(2 * integers);
-    if (!lists_ || !weights_ || !integers_) return false;
+    const IntegerMaker maker(luma && stride <= kMaxTaps ? 3 * stride : stride);
+    const HeapArray<double> shares(luma ? 3 : 0, stride);
+    if (!lists_ || !weights_ || !integers_ || !maker || !shares) return false;
 
-    std::vector<double> shares(luma ? 3 * static_cast<std::size_t>(stride) : 0);
     for (int i = 0; i < count; ++i) {
         const ContributionList& from = lists[i];
         TapList& list = lists_.get()[i];
         list.weightSum = static_cast<double>(from.weightSum);
         if (from.count == 0) continue;
         list.first = firstOf(from);
-        list.taps = from.entries[from.count - 1].pixel - list.first + 1;
+        list.taps = from.entries[from.count - 1].pixel - origin - list.first + 1;
         float* const weight = weights_.get() + static_cast<std::ptrdiff_t>(i) * stride;
-        for (int k = 0; k < from.count; ++k) weight[from.entries[k].pixel - list.first] = from.entries[k].weight;
+        for (int k = 0; k < from.count; ++k)
+            weight[from.entries[k].pixel - origin - list.first] = from.entries[k].weight;
 
         std::int16_t* coarse = integers_.get() + static_cast<std::ptrdiff_t>(i) * stride * taps_.sets();
         std::int16_t* fine = coarse + integers;
         if (luma) {
             for (int c = 0; c < 3; ++c) {
+                double* const share = shares.get() + static_cast<std::ptrdiff_t>(c) * stride;
                 for (int k = 0; k < stride; ++k) {
-                    shares[static_cast<std::size_t>(c * stride + k)] =
-                        kLumaFactors[c] * static_cast<double>(weight[k]) / list.weightSum;
+                    share[k] = kLumaFactors[c] * static_cast<double>(weight[k]) / list.weightSum;
                 }
             }
-            if (list.weightSum > 0.0) list.lumaForm = MakeIntegers(shares.data(), 3 * stride, coarse, fine);
+            if (list.weightSum > 0.0 && stride <= kMaxTaps) {
+                list.lumaForm = maker.OfShares(shares.get(), 3 * stride, coarse, fine);
+            }
             coarse += 3 * static_cast<std::ptrdiff_t>(stride);
             fine += 3 * static_cast<std::ptrdiff_t>(stride);
         }
-        list.form = MakeIntegersOfWeights(weight, stride, list.weightSum, coarse, fine);
+        list.form = maker.OfWeights(weight, stride, list.weightSum, coarse, fine);
         list.flat = FlatResultOf(weight, list.taps, list.weightSum, ending);
     }
     return true;

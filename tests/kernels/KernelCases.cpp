@@ -181,7 +181,7 @@ void AlongRows(Kernels k, Bytes b, std::ptrdiff_t units) {
     }
     block.taps = &TapsBetween(block.width, columns, ScaleAxis::kHorizontal, kShape >= kLumaOnly, b.choice / 16384);
     static thread_local std::vector<std::uint8_t> scratch;
-    scratch.resize(static_cast<std::size_t>(RowScratchBytes(kShape, block.width, block.taps->stride)));
+    scratch.resize(static_cast<std::size_t>(RowScratchBytes(kShape, block.taps->stride)));
     block.scratch = scratch.data();
     k.scaling.alongRows[kShape](block);
 }

@@ -66,11 +66,13 @@ TEST(TapTable, GivesUpWithoutMemory) {
     ContributionTable table;
     ASSERT_TRUE(table.Allocate(4));
     table.Build(*KernelOfMode(3), ScaleAxis::kHorizontal, 0.5, 8, 4, nullptr);
-    for (int passed = 0; passed < 3; ++passed) {
-        const FailingAlloc fail(passed);
-        TapTable taps;
-        EXPECT_FALSE(taps.Build(table.lists(), 4, ScaleAxis::kHorizontal, false));
-        EXPECT_TRUE(fail.happened());
+    for (const bool luma : {false, true}) {
+        for (int passed = 0; passed < 6; ++passed) {
+            const FailingAlloc fail(passed);
+            TapTable taps;
+            EXPECT_FALSE(taps.Build(table.lists(), 4, ScaleAxis::kHorizontal, luma));
+            EXPECT_TRUE(fail.happened());
+        }
     }
 }
 
@@ -159,7 +161,7 @@ TEST(IntegerForms, OfMeansGiveEveryMean) {
     for (int n = 1; n <= 300; ++n) {
         std::vector<float> weights(static_cast<std::size_t>(n), 1.0F);
         std::vector<std::int16_t> coarse(weights.size()), fine(weights.size());
-        const IntegerForm form = MakeIntegersOfWeights(weights.data(), n, n, coarse.data(), fine.data());
+        const IntegerForm form = IntegerMaker(n).OfWeights(weights.data(), n, n, coarse.data(), fine.data());
         ASSERT_TRUE(form.usable);
         if (form.bound != 0) continue;
         ++exact;
@@ -176,7 +178,7 @@ TEST(IntegerForms, OfMeansGiveEveryMean) {
 TEST(IntegerForms, OfWeightsThatAreBinaryFractionsAreExact) {
     const float weights[] = {0.125F, 0.375F, 0.625F, 0.875F, 0.875F, 0.625F, 0.375F, 0.125F};
     std::int16_t coarse[8], fine[8];
-    const IntegerForm form = MakeIntegersOfWeights(weights, 8, 4.0, coarse, fine);
+    const IntegerForm form = IntegerMaker(8).OfWeights(weights, 8, 4.0, coarse, fine);
     EXPECT_TRUE(form.usable);
     EXPECT_EQ(form.bound, 0);
     for (int k = 0; k < 8; ++k) EXPECT_EQ(std::ldexp(coarse[k], -form.shift), static_cast<double>(weights[k]) / 4.0);
@@ -185,12 +187,13 @@ TEST(IntegerForms, OfWeightsThatAreBinaryFractionsAreExact) {
 TEST(IntegerForms, AreRefusedWhereThereIsNone) {
     std::int16_t coarse[2] = {1, 1}, fine[2] = {1, 1};
     const float weights[] = {0.5F, 0.5F};
-    EXPECT_FALSE(MakeIntegersOfWeights(weights, 2, 0.0, coarse, fine).usable);
-    EXPECT_FALSE(MakeIntegersOfWeights(weights, 2, -1.0, coarse, fine).usable);
-    EXPECT_FALSE(MakeIntegersOfWeights(weights, 2, 1e-6, coarse, fine).usable);
-    EXPECT_FALSE(MakeIntegersOfWeights(weights, 2, std::nan(""), coarse, fine).usable);
+    const IntegerMaker maker(2);
+    EXPECT_FALSE(maker.OfWeights(weights, 2, 0.0, coarse, fine).usable);
+    EXPECT_FALSE(maker.OfWeights(weights, 2, -1.0, coarse, fine).usable);
+    EXPECT_FALSE(maker.OfWeights(weights, 2, 1e-6, coarse, fine).usable);
+    EXPECT_FALSE(maker.OfWeights(weights, 2, std::nan(""), coarse, fine).usable);
     const double noNumber[] = {std::nan(""), 1.0};
-    EXPECT_FALSE(MakeIntegers(noNumber, 2, coarse, fine).usable);
+    EXPECT_FALSE(maker.OfShares(noNumber, 2, coarse, fine).usable);
     EXPECT_EQ(coarse[0], 0);
     EXPECT_EQ(fine[1], 0);
 }
