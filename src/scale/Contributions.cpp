@@ -81,8 +81,8 @@ bool ContributionTable::Allocate(int lists) {
 }
 
 void ContributionTable::Build(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, int lists,
-                              YieldData* yield) {
-    double position = 0.0;
+                              YieldData* yield, int first) {
+    double position = static_cast<double>(first);
     for (int i = 0; i < lists; ++i, position += 1.0) {
         BuildList(kernel, axis, scale, size, position, &lists_[i]);
         if (yield) YieldIfAsked(yield);

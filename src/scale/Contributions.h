@@ -33,9 +33,10 @@ public:
     // Room for that many empty lists. False without memory, and for an array above 2147483647 bytes.
     [[nodiscard]] bool Allocate(int lists);
 
-    // Fills the first `lists` lists. scale is target size / source size; size is the number of samples there are, by
-    // which spans are clipped. With a yield, the host may get a turn after each list.
-    void Build(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, int lists, YieldData* yield);
+    // Fills the first `lists` lists, for the positions from `first` on. scale is target size / source size; size is the
+    // number of samples there are, by which spans are clipped. With a yield, the host may get a turn after each list.
+    void Build(const FilterKernel& kernel, ScaleAxis axis, double scale, int size, int lists, YieldData* yield,
+               int first = 0);
 
     // Makes all lists empty again.
     void FreeEntries();

@@ -204,14 +204,18 @@ Taps TapTable::taps() const {
 }
 
 bool TapTable::Build(const ContributionList* lists, int count, ScaleAxis axis, bool luma, Ending ending, int origin) {
-    const auto firstOf = [axis, origin](const ContributionList& list) {
-        const int pixel = list.entries[0].pixel - origin;
-        return axis == ScaleAxis::kHorizontal ? pixel / 2 * 2 : pixel;
-    };
-    int stride = 2;
-    for (int i = 0; i < count; ++i) {
-        const ContributionList& list = lists[i];
-        if (list.count > 0) stride = std::max(stride, list.entries[list.count - 1].pixel - origin - firstOf(list) + 1);
+    lists_ = HeapArray<TapList>(count);
+    if (!lists_) return false;
+    // A sample that happens to have weight 0 makes a list begin later than the next one, here only.
+    int first = 2147483647, stride = 2;
+    for (int i = count - 1; i >= 0; --i) {
+        const ContributionList& from = lists[i];
+        if (from.count == 0) continue;
+        first = std::min(first, from.entries[0].pixel - origin);
+        TapList& list = lists_.get()[i];
+        list.first = axis == ScaleAxis::kHorizontal ? first / 2 * 2 : first;
+        list.taps = from.entries[from.count - 1].pixel - origin - list.first + 1;
+        stride = std::max(stride, list.taps);
     }
     if (stride > 2147483646) return false;
     stride += stride % 2;
@@ -223,23 +227,21 @@ bool TapTable::Build(const ContributionList* lists, int count, ScaleAxis axis, b
     const std::int64_t weights = std::int64_t{stride} * count, integers = weights * taps_.sets();
     if (weights > kMaxWeights) return false;
 
-    lists_ = HeapArray<TapList>(count);
     weights_ = HeapArray<float>(weights);
     integers_ = HeapArray<std::int16_t>(2 * integers);
     const IntegerMaker maker(luma && stride <= kMaxTaps ? 3 * stride : stride);
     const HeapArray<double> shares(luma ? 3 : 0, stride);
-    if (!lists_ || !weights_ || !integers_ || !maker || !shares) return false;
+    if (!weights_ || !integers_ || !maker || !shares) return false;
 
     for (int i = 0; i < count; ++i) {
         const ContributionList& from = lists[i];
         TapList& list = lists_.get()[i];
         list.weightSum = static_cast<double>(from.weightSum);
         if (from.count == 0) continue;
-        list.first = firstOf(from);
-        list.taps = from.entries[from.count - 1].pixel - origin - list.first + 1;
         float* const weight = weights_.get() + static_cast<std::ptrdiff_t>(i) * stride;
-        for (int k = 0; k < from.count; ++k)
+        for (int k = 0; k < from.count; ++k) {
             weight[from.entries[k].pixel - origin - list.first] = from.entries[k].weight;
+        }
 
         std::int16_t* coarse = integers_.get() + static_cast<std::ptrdiff_t>(i) * stride * taps_.sets();
         std::int16_t* fine = coarse + integers;

@@ -9,10 +9,10 @@ namespace zor {
 
 class TapTable {
 public:
-    // Lists of a horizontal table begin at even columns, since its kernels take columns two by two. What is filled in
-    // at ends and gaps are taps of weight 0, which add exactly nothing. Columns and rows of the table count from
-    // `origin`, which no list lies before. False without memory, or if the table would have more than kMaxWeights; the
-    // lists serve then.
+    // No list begins before the one before it, as kernels go along a row. Those of a horizontal table begin at even
+    // columns, since its kernels take columns two by two. What is filled in at ends and gaps are taps of weight 0,
+    // which add exactly nothing. Columns and rows of the table count from `origin`, which no list lies before. False
+    // without memory, or if the table would have more than kMaxWeights; the lists serve then.
     static constexpr std::int64_t kMaxWeights = std::int64_t{1} << 25;
     [[nodiscard]] bool Build(const ContributionList* lists, int count, ScaleAxis axis, bool luma,
                              Ending ending = Ending::truncate, int origin = 0);

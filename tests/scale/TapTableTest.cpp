@@ -62,6 +62,45 @@ TEST(TapTable, HoldsTheSameWeightsWithGapsFilled) {
     }
 }
 
+// Of three times the size, every third list of poly3 is a single sample, and begins where its neighbours are done.
+TEST(TapTable, HasNoListThatBeginsBeforeTheOneBeforeIt) {
+    int filledIn = 0;
+    for (int mode = 1; mode <= kScaleModes; ++mode) {
+        for (const Sizes& size :
+             {Sizes{2, 6}, Sizes{40, 120}, Sizes{7, 17}, Sizes{5, 21}, Sizes{60, 90}, Sizes{9, 3}}) {
+            for (const ScaleAxis axis : {ScaleAxis::kHorizontal, ScaleAxis::kVertical}) {
+                const Table made(mode, size.from, size.to, axis, false);
+                for (int x = 1; x < size.to; ++x) {
+                    EXPECT_GE(made.taps.lists[x].first, made.taps.lists[x - 1].first);
+                    filledIn += made.lists.lists()[x].entries[0].pixel < made.lists.lists()[x - 1].entries[0].pixel;
+                }
+            }
+        }
+    }
+    EXPECT_GT(filledIn, 50);
+}
+
+TEST(TapTable, CountsFromItsOrigin) {
+    ContributionTable table;
+    ASSERT_TRUE(table.Allocate(4));
+    table.Build(*KernelOfMode(3), ScaleAxis::kHorizontal, 0.5, 200, 4, nullptr, 50);
+    TapTable whole, part;
+    ASSERT_TRUE(whole.Build(table.lists(), 4, ScaleAxis::kHorizontal, false));
+    const int origin = table.lists()[0].entries[0].pixel;
+    ASSERT_GT(origin, 90);
+    ASSERT_TRUE(part.Build(table.lists(), 4, ScaleAxis::kHorizontal, false, Ending::truncate, origin));
+    for (int i = 0; i < 4; ++i) {
+        const TapList &a = whole.taps().lists[i], &b = part.taps().lists[i];
+        EXPECT_EQ(a.first + a.taps, b.first + b.taps + origin);
+        EXPECT_EQ(b.first % 2, 0);
+        for (int k = 1; k <= std::min(a.taps, b.taps); ++k) {
+            EXPECT_EQ(whole.taps().weights[i * whole.taps().stride + a.taps - k],
+                      part.taps().weights[i * part.taps().stride + b.taps - k]);
+        }
+    }
+    EXPECT_EQ(part.taps().lists[0].first, 0);
+}
+
 TEST(TapTable, GivesUpWithoutMemory) {
     ContributionTable table;
     ASSERT_TRUE(table.Allocate(4));
