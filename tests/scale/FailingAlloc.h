@@ -1,5 +1,5 @@
 #pragma once
-// Lets calls of calloc by the engine fail, one after the other.
+// Lets calls of calloc by the engine fail, one after the other, or counts them.
 
 class FailingAlloc {
 public:
@@ -10,4 +10,16 @@ public:
     FailingAlloc& operator=(const FailingAlloc&) = delete;
 
     bool happened() const;  // the call came
+};
+
+// Counts what the engine asks calloc for.
+class CountedAlloc {
+public:
+    CountedAlloc();
+    long long bytes() const;  // since this was made, given back or not
+    int calls() const;
+
+private:
+    long long bytesBefore_;
+    int callsBefore_;
 };
