@@ -475,7 +475,8 @@ void SumsAlong(const SumKernels<Sum, Division>& kernels, Bytes b, std::ptrdiff_t
     std::uint32_t divisor = 0;
     const Division by = AnyDivision(Sum{}, b.choice, &divisor);
     if (units < 1) return;
-    const std::ptrdiff_t window = std::min<std::ptrdiff_t>({divisor, 7 + b.choice / 64 % 64, units});
+    const std::ptrdiff_t window =
+        std::min({static_cast<std::ptrdiff_t>(divisor), static_cast<std::ptrdiff_t>(7 + b.choice / 64 % 64), units});
     const std::uint8_t* const row = b.in[0];
     SlidingRow sliding{row, row + window * kCount, units, {}, {}};
     for (std::ptrdiff_t i = 0; i < window * kCount; ++i) {

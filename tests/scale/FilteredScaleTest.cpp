@@ -479,7 +479,7 @@ TEST_F(FilteredScale, SkipsAPassWithoutMemoryForItsBands) {
     const TestImage temp = MakePlain(4, 4, ImageFormatScaling1);
     for (std::int64_t i = 0; i < source->TotalSize; ++i) source->Pixels[i] = 255;
     for (int y = 0; y < 4; ++y) temp->GetRow(temp.record(), y)[0] = static_cast<std::uint8_t>(50 + y);
-    const FailingAlloc fail(1 + 4 + 3 + 2);  // the array, four lists, the three parts of the fast table, two pins
+    const FailingAlloc fail(1 + 4 + 6 + 2);  // the array, four lists, six for the fast table, two pins
     ASSERT_TRUE(ScaleMT(target, 2, source, temp.object(), 1, 4, 4));
     ASSERT_TRUE(fail.happened());
     for (int y = 0; y < 4; ++y) EXPECT_EQ(target->GetRow(target.record(), y)[0], 50 + y);  // what temp held
