@@ -106,51 +106,35 @@ constexpr bool NamesFillTheRecord() {
 }
 static_assert(NamesFillTheRecord());
 
-void InitKernels_Plain(KernelTable* table) {
-    InitBytes_Plain(&table->bytes);
-    InitBlend_Plain(&table->blend);
-    InitMatrix_Plain(&table->matrix);
-    InitSwizzle_Plain(&table->swizzle);
-    InitPack_Plain(&table->pack);
-    InitConvert_Plain(&table->convert);
-    InitWords_Plain(&table->words);
-    InitTouch_Plain(&table->touch);
-    InitExport_Plain(&table->exports);
-    InitNearest_Plain(&table->nearest);
-    InitScaling_Plain(&table->scaling);
-    InitTables_Plain(&table->tables);
-    InitTone_Plain(&table->tone);
-    InitBlur_Plain(&table->blur);
-    InitGeometry_Plain(&table->geometry);
-    InitOil_Plain(&table->oil);
-}
+// Every family of kernels, once: what has a plain form has a vector form beside it.
+#define INIT_FAMILIES(Tier, table)           \
+    InitBytes_##Tier(&(table)->bytes);       \
+    InitBlend_##Tier(&(table)->blend);       \
+    InitMatrix_##Tier(&(table)->matrix);     \
+    InitSwizzle_##Tier(&(table)->swizzle);   \
+    InitPack_##Tier(&(table)->pack);         \
+    InitConvert_##Tier(&(table)->convert);   \
+    InitWords_##Tier(&(table)->words);       \
+    InitTouch_##Tier(&(table)->touch);       \
+    InitExport_##Tier(&(table)->exports);    \
+    InitNearest_##Tier(&(table)->nearest);   \
+    InitScaling_##Tier(&(table)->scaling);   \
+    InitTables_##Tier(&(table)->tables);     \
+    InitTone_##Tier(&(table)->tone);         \
+    InitBlur_##Tier(&(table)->blur);         \
+    InitGeometry_##Tier(&(table)->geometry); \
+    InitOil_##Tier(&(table)->oil)
 
-// Overwrites the slots that have a twin of that set.
 void InitKernels_Vector(KernelTable* table, CpuTier tier) {
-#define INIT_FAMILIES(Tier)              \
-    InitBytes_##Tier(&table->bytes);     \
-    InitBlend_##Tier(&table->blend);     \
-    InitMatrix_##Tier(&table->matrix);   \
-    InitPack_##Tier(&table->pack);       \
-    InitConvert_##Tier(&table->convert); \
-    InitWords_##Tier(&table->words);     \
-    InitTouch_##Tier(&table->touch);     \
-    InitExport_##Tier(&table->exports);  \
-    InitNearest_##Tier(&table->nearest); \
-    InitScaling_##Tier(&table->scaling); \
-    InitTables_##Tier(&table->tables);   \
-    InitTone_##Tier(&table->tone);       \
-    InitBlur_##Tier(&table->blur);       \
-    InitGeometry_##Tier(&table->geometry)
 #if defined(ZOR_KERNELS_X86)
     if (tier == CpuTier::sse4) {
-        INIT_FAMILIES(Sse4);
+        INIT_FAMILIES(Sse4, table);
     } else if (tier == CpuTier::avx2) {
-        INIT_FAMILIES(Avx2);
+        INIT_FAMILIES(Avx2, table);
     }
 #elif defined(ZOR_KERNELS_NEON)
     if (tier == CpuTier::neon) {
-        INIT_FAMILIES(Neon);
+        INIT_FAMILIES(Neon, table);
     }
 #else
     static_cast<void>(table);
@@ -170,7 +154,7 @@ const char* KernelSlotName(int slot) {
 
 KernelPick PickKernels(CpuTier limit) {
     KernelPick pick{};
-    InitKernels_Plain(&pick.table);
+    INIT_FAMILIES(Plain, &pick.table);
     for (const CpuTier tier : kCpuTiers) {
         if (tier == CpuTier::plain || tier > limit || !CanRun(tier)) continue;
         const KernelTable before = pick.table;
