@@ -29,10 +29,13 @@ std::uint8_t ScaledByte(double sum, double weightSum, Ending ending = Ending::tr
 //
 // up to an error, and for any bytes the sum of byte * share is off by at most `bound` * 2^-shift for the coarse
 // integers alone, by at most `fineBound` * 2^-(shift + fineShift) for both: these bounds count in what rounding in
-// double precision may do to the sum that defines the result. A byte is proved where both ends of the interval that the
-// bound leaves give it. No sum of the integers, nor of bounds and halves with it, leaves 32 bits.
+// double precision may do to the sum that defines the result. Where the bytes of a sum are known to differ by no more
+// than d levels, the coarse sum is off by at most `boundOfLevel` * d + `boundOfNone`. A byte is proved where both ends of
+// the interval that the bound leaves give it. No sum of the integers, nor of bounds and halves with it, leaves 32 bits.
 struct IntegerForm {
     std::int32_t bound;
+    std::int16_t boundOfLevel;
+    std::int16_t boundOfNone;
     std::int32_t fineBound;
     std::int8_t shift;
     std::int8_t fineShift;

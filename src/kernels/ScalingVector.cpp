@@ -603,6 +603,7 @@ struct Stack {
     const float* weights;
     const std::int16_t* coarse;
     const std::int16_t* fine;
+    Shorts bounds;  // of a level, of none
 };
 
 HWY_INLINE Bytes LoadRow(const Stack& s, int tap, std::ptrdiff_t at) {
@@ -619,27 +620,39 @@ HWY_INLINE void AddRows(Bytes a, Bytes b, Shorts weights, Ints (&sums)[4]) {
     sums[3] = AddProducts(sums[3], hn::BitCast(kShorts, hn::InterleaveUpper(kBytes, upper, zero)), weights);
 }
 
-template <int kVectors>
-HWY_INLINE void SumRows(const Stack& s, const std::int16_t* weights, std::ptrdiff_t at, Ints (&sums)[kVectors][4]) {
+HWY_INLINE void SumRows(const Stack& s, const std::int16_t* weights, std::ptrdiff_t at, Ints (&sums)[4]) {
     const int taps = s.list.taps;
     for (int k = 0; k < taps; k += 2) {
-        const Shorts weight = PairOfWeights(weights + k);
-        const std::uint8_t* const a = s.stack.rows[k] + at;
-        const std::uint8_t* const b = s.stack.rows[k + 1 < taps ? k + 1 : k] + at;
-        for (int v = 0; v < kVectors; ++v) {
-            AddRows(hn::LoadU(kBytes, a + v * kByteLanes), hn::LoadU(kBytes, b + v * kByteLanes), weight, sums[v]);
-        }
+        AddRows(LoadRow(s, k, at), LoadRow(s, k + 1 < taps ? k + 1 : k, at), PairOfWeights(weights + k), sums);
     }
+}
+
+// The same, and how far the bytes of each column are apart.
+HWY_INLINE Bytes SumRowsWithRange(const Stack& s, const std::int16_t* weights, std::ptrdiff_t at, Ints (&sums)[4]) {
+    const int taps = s.list.taps;
+    Bytes least = LoadRow(s, 0, at), most = least;
+    for (int k = 0; k < taps; k += 2) {
+        const Bytes a = LoadRow(s, k, at), b = LoadRow(s, k + 1 < taps ? k + 1 : k, at);
+        least = hn::Min(least, hn::Min(a, b));
+        most = hn::Max(most, hn::Max(a, b));
+        AddRows(a, b, PairOfWeights(weights + k), sums);
+    }
+    return hn::Sub(most, least);
 }
 
 HWY_INLINE Bytes BytesOf(const Ints (&sums)[4], int shift) {
     return ToBytes(ToShorts(hn::ShiftRightSame(sums[0], shift), hn::ShiftRightSame(sums[1], shift)),
                    ToShorts(hn::ShiftRightSame(sums[2], shift), hn::ShiftRightSame(sums[3], shift)));
 }
-HWY_INLINE Bytes BytesOf(const Ints (&sums)[4], Ints more, int shift) {
-    const Ints moved[4] = {hn::Add(sums[0], more), hn::Add(sums[1], more), hn::Add(sums[2], more),
-                           hn::Add(sums[3], more)};
-    return BytesOf(moved, shift);
+HWY_INLINE Bytes BytesOfLow(const Ints (&sums)[4], const Ints (&bounds)[4], int shift) {
+    const Ints low[4] = {hn::Sub(sums[0], bounds[0]), hn::Sub(sums[1], bounds[1]), hn::Sub(sums[2], bounds[2]),
+                         hn::Sub(sums[3], bounds[3])};
+    return BytesOf(low, shift);
+}
+HWY_INLINE Bytes BytesOfHigh(const Ints (&sums)[4], const Ints (&bounds)[4], int shift) {
+    const Ints high[4] = {hn::Add(sums[0], bounds[0]), hn::Add(sums[1], bounds[1]), hn::Add(sums[2], bounds[2]),
+                          hn::Add(sums[3], bounds[3])};
+    return BytesOf(high, shift);
 }
 
 // The sums that define the result, for one vector of columns.
@@ -690,15 +703,11 @@ HWY_INLINE bool TellAllFlat(const Stack& s, std::ptrdiff_t at) {
     return true;
 }
 
-// Settles what the coarse sums of one vector of columns, which have the lower end in them, leave open.
+// Settles what the coarse sums of one vector of columns leave open, by the columns' own bounds.
 // True if all that was open was flat.
-HWY_NOINLINE bool SettleColumns(const Stack& s, std::ptrdiff_t at, const std::int32_t* open) {
+HWY_NOINLINE bool SettleColumns(const Stack& s, std::ptrdiff_t at, const std::int32_t* open, Bytes byte,
+                                hn::Mask<decltype(kBytes)> isOpen) {
     const IntegerForm& form = s.list.form;
-    Ints sums[4];
-    for (int i = 0; i < 4; ++i) sums[i] = hn::LoadU(kInts, open + i * kIntLanes);
-    Bytes byte = BytesOf(sums, form.shift);
-    auto isOpen = hn::Ne(byte, BytesOf(sums, hn::Set(kInts, 2 * form.bound), form.shift));
-
     const Bytes first = LoadRow(s, 0, at);
     auto isFlat = hn::And(isOpen, hn::Eq(first, LoadRow(s, s.list.taps - 1, at)));
     if (s.list.flat != FlatResult::unknown && !hn::AllFalse(kBytes, isFlat)) {
@@ -708,12 +717,12 @@ HWY_NOINLINE bool SettleColumns(const Stack& s, std::ptrdiff_t at, const std::in
         isOpen = hn::AndNot(isFlat, isOpen);
     }
     if (!hn::AllFalse(kBytes, isOpen)) {
-        Ints fine[1][4];
-        for (Ints& sum : fine[0]) sum = hn::Zero(kInts);
-        SumRows<1>(s, s.fine, at, fine);
+        Ints fine[4];
+        for (Ints& sum : fine) sum = hn::Zero(kInts);
+        SumRows(s, s.fine, at, fine);
         Ints low[4], high[4];
         for (int i = 0; i < 4; ++i) {
-            const Ends ends = FineEnds(hn::Add(sums[i], hn::Set(kInts, form.bound)), fine[0][i], form);
+            const Ends ends = FineEnds(hn::LoadU(kInts, open + i * kIntLanes), fine[i], form);
             low[i] = ends.low;
             high[i] = ends.high;
         }
@@ -751,7 +760,7 @@ HWY_NOINLINE void SettleFewColumns(const Stack& s, std::ptrdiff_t at, const std:
             continue;
         }
         // The sums lie as Columns made them: in every 16 columns, four in each vector.
-        const std::int32_t coarse = open[column % 16 / 4 * kIntLanes + column / 16 * 4 + column % 4] + form.bound;
+        const std::int32_t coarse = open[column % 16 / 4 * kIntLanes + column / 16 * 4 + column % 4];
         const std::int32_t whole = coarse >> form.shift, fraction = coarse & ((std::int32_t{1} << form.shift) - 1);
         const std::int32_t sum = fraction * (std::int32_t{1} << form.fineShift) + fine;
         const std::int32_t low = whole + ((sum - form.fineBound) >> shift);
@@ -763,36 +772,35 @@ HWY_NOINLINE void SettleFewColumns(const Stack& s, std::ptrdiff_t at, const std:
     }
 }
 
-template <int kVectors>
+// One vector of columns.
 HWY_INLINE void Columns(const Stack& s, std::ptrdiff_t at, bool* wasFlat) {
     constexpr int kFew = 4;
     if (*wasFlat) {
-        for (int v = 0; v < kVectors; ++v) *wasFlat = *wasFlat && TellAllFlat(s, at + v * kByteLanes);
+        *wasFlat = TellAllFlat(s, at);
         if (*wasFlat) return;
     }
     const IntegerForm& form = s.list.form;
-    Ints sums[kVectors][4];
-    for (int v = 0; v < kVectors; ++v) {
-        for (Ints& sum : sums[v]) sum = hn::Set(kInts, s.half - form.bound);
+    Ints sums[4], bounds[4];
+    for (int i = 0; i < 4; ++i) {
+        sums[i] = hn::Set(kInts, s.half);
+        bounds[i] = hn::Zero(kInts);
     }
-    SumRows<kVectors>(s, s.coarse, at, sums);
-    const Ints spread = hn::Set(kInts, 2 * form.bound);
-    for (int v = 0; v < kVectors; ++v) {
-        const Bytes low = BytesOf(sums[v], form.shift);
-        const auto isOpen = hn::Ne(low, BytesOf(sums[v], spread, form.shift));
-        hn::StoreU(low, kBytes, s.stack.dst + at + v * kByteLanes);
-        if (HWY_LIKELY(hn::AllFalse(kBytes, isOpen))) continue;
-        std::int32_t open[4 * kIntLanes];
-        for (int i = 0; i < 4; ++i) hn::StoreU(sums[v][i], kInts, open + i * kIntLanes);
-        std::uint32_t bits = 0;
-        std::uint8_t mask[8] = {};
-        hn::StoreMaskBits(kBytes, isOpen, mask);
-        std::memcpy(&bits, mask, sizeof bits);
-        if (__builtin_popcount(bits) <= kFew) {
-            SettleFewColumns(s, at + v * kByteLanes, open, bits);
-        } else {
-            *wasFlat = SettleColumns(s, at + v * kByteLanes, open);
-        }
+    const Bytes range = SumRowsWithRange(s, s.coarse, at, sums);
+    AddRows(range, hn::Set(kBytes, 1), s.bounds, bounds);
+    const Bytes low = BytesOfLow(sums, bounds, form.shift);
+    const auto isOpen = hn::Ne(low, BytesOfHigh(sums, bounds, form.shift));
+    hn::StoreU(low, kBytes, s.stack.dst + at);
+    if (HWY_LIKELY(hn::AllFalse(kBytes, isOpen))) return;
+    std::int32_t open[4 * kIntLanes];
+    for (int i = 0; i < 4; ++i) hn::StoreU(sums[i], kInts, open + i * kIntLanes);
+    std::uint32_t bits = 0;
+    std::uint8_t mask[8] = {};
+    hn::StoreMaskBits(kBytes, isOpen, mask);
+    std::memcpy(&bits, mask, sizeof bits);
+    if (__builtin_popcount(bits) <= kFew) {
+        SettleFewColumns(s, at, open, bits);
+    } else {
+        *wasFlat = SettleColumns(s, at, open, low, isOpen);
     }
 }
 
@@ -800,8 +808,15 @@ void AcrossRows(const RowStack& stack) {
     const Taps& taps = *stack.taps;
     const TapList& list = taps.lists[stack.list];
     const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(stack.list) * taps.stride;
-    const Stack s = {stack,         list, taps.ending, HalfOf(taps, list.form), taps.weights + at, taps.coarse + at,
-                     taps.fine + at};
+    const std::int16_t bounds[] = {list.form.boundOfLevel, list.form.boundOfNone};
+    const Stack s = {stack,
+                     list,
+                     taps.ending,
+                     HalfOf(taps, list.form),
+                     taps.weights + at,
+                     taps.coarse + at,
+                     taps.fine + at,
+                     PairOfWeights(bounds)};
     std::ptrdiff_t i = 0;
     if (stack.count < kByteLanes) {
         for (; i < stack.count; ++i) stack.dst[i] = ByteOfDoubles(s, i);
@@ -809,9 +824,8 @@ void AcrossRows(const RowStack& stack) {
     }
     if (list.form.usable) {
         bool wasFlat = false;
-        for (; i + 2 * kByteLanes <= stack.count; i += 2 * kByteLanes) Columns<2>(s, i, &wasFlat);
-        for (; i + kByteLanes <= stack.count; i += kByteLanes) Columns<1>(s, i, &wasFlat);
-        if (i < stack.count) Columns<1>(s, stack.count - kByteLanes, &wasFlat);
+        for (; i + kByteLanes <= stack.count; i += kByteLanes) Columns(s, i, &wasFlat);
+        if (i < stack.count) Columns(s, stack.count - kByteLanes, &wasFlat);
     } else {
         for (; i + kByteLanes <= stack.count; i += kByteLanes) SumInDoubles(s, i);
         if (i < stack.count) SumInDoubles(s, stack.count - kByteLanes);

@@ -23,6 +23,11 @@ namespace {
 // So roundings are chosen that add up to nothing as nearly as whole numbers can. The fine integers stand for e_k in the
 // same way, and leave what is bounded in the same way, counted in 2^-(shift + fineShift).
 //
+// Bytes that lie within d levels of each other are at most d / 2 from the middle of them, which is at most 255; with it
+// in place of 127.5,
+//
+//     d / 2 * sum|e_k| + 255 * |sum(e_k)|.
+//
 // The result that is to be met is itself a sum in double precision. A product of byte and weight is exact (8 and 24
 // bits); of luma, byte * factor * weight, it has two roundings. Every addition adds one, at most 2^-53 of a partial
 // sum, which is at most 255 * sum|s_k| times the weight sum, and so do the division and the half that is added for the
@@ -62,15 +67,24 @@ void RoundWithTheirSum(const double* values, int count, std::int16_t* integers, 
     }
 }
 
-// What the integers leave of the values, which it then is, and the bound for any bytes.
-double TakeOff(const std::int16_t* integers, int count, double* values) {
+// What integers leave of values: the sum of it, and that of the sizes.
+struct Rest {
     double sum = 0.0, sizes = 0.0;
+
+    // For any bytes, and for bytes within `levels` of each other.
+    double Bound() const { return 127.5 * (sizes + std::fabs(sum)); }
+    double BoundWithin(double levels) const { return levels / 2.0 * sizes + 255.0 * std::fabs(sum); }
+};
+
+// The values become what the integers leave of them.
+Rest TakeOff(const std::int16_t* integers, int count, double* values) {
+    Rest rest;
     for (int k = 0; k < count; ++k) {
         values[k] -= static_cast<double>(integers[k]);
-        sum += values[k];
-        sizes += std::fabs(values[k]);
+        rest.sum += values[k];
+        rest.sizes += std::fabs(values[k]);
     }
-    return 127.5 * (sizes + std::fabs(sum));
+    return rest;
 }
 
 IntegerForm NoForm(int count, std::int16_t* coarse, std::int16_t* fine) {
@@ -126,20 +140,25 @@ IntegerForm IntegerMaker::OfShares(const double* shares, int count, std::int16_t
     if (shift < kMinShift) return NoForm(count, coarse, fine);
     const double rounding = (4.0 * count + 16.0) * std::ldexp(255.0 * sizes, -53);
 
-    for (int k = 0; k < count; ++k) rest_[k] = std::ldexp(shares[k], shift);
+    const double scale = std::ldexp(1.0, shift);
+    for (int k = 0; k < count; ++k) rest_[k] = shares[k] * scale;
     RoundWithTheirSum(rest_, count, coarse, order_.get());
     IntegerForm form{};
     form.usable = true;
     form.shift = static_cast<std::int8_t>(shift);
-    const double bound = TakeOff(coarse, count, rest_) + std::ldexp(rounding, shift);
-    form.bound = static_cast<std::int32_t>(bound) + 2;
+    const Rest rest = TakeOff(coarse, count, rest_);
+    const double rounded = std::ldexp(rounding, shift), bound = rest.Bound() + rounded;
     if (!(bound < std::ldexp(1.0, shift - 1))) return NoForm(count, coarse, fine);
+    form.bound = static_cast<std::int32_t>(bound) + 2;
+    form.boundOfNone = static_cast<std::int16_t>(rest.BoundWithin(0.0) + rounded + 2.0);
+    form.boundOfLevel = static_cast<std::int16_t>(rest.BoundWithin(1.0) - rest.BoundWithin(0.0) + 1.0);
 
     for (int fineShift = std::min(kMaxFineShift, kMaxShifts - shift); fineShift >= 0; --fineShift) {
-        for (int k = 0; k < count; ++k) finest_[k] = std::ldexp(rest_[k], fineShift);
+        const double fineScale = std::ldexp(1.0, fineShift);
+        for (int k = 0; k < count; ++k) finest_[k] = rest_[k] * fineScale;
         const double all = 255.0 * (SumOfSizes(finest_, count) + count);
         RoundWithTheirSum(finest_, count, fine, order_.get());
-        const double fineBound = TakeOff(fine, count, finest_) + std::ldexp(rounding, shift + fineShift);
+        const double fineBound = TakeOff(fine, count, finest_).Bound() + std::ldexp(rounding, shift + fineShift);
         if (!(all + 2.0 * fineBound < kMaxSum)) continue;
         form.fineShift = static_cast<std::int8_t>(fineShift);
         form.fineBound = static_cast<std::int32_t>(fineBound) + 2;
@@ -157,13 +176,15 @@ IntegerForm IntegerMaker::OfWeights(const float* weights, int count, double weig
 
     // Integers that are just the weights make sums that double precision holds exactly: they are of 24 bits times
     // 2^shift times a byte at most, 53 bits with one to spare for shares that add up to more than 1.
+    const double scale = std::ldexp(1.0, form.shift);
     bool exact = form.shift <= kMaxShift;
     for (int k = 0; k < count; ++k) {
-        exact = exact && coarse[k] * weightSum == std::ldexp(static_cast<double>(weights[k]), form.shift);
+        exact = exact && coarse[k] * weightSum == static_cast<double>(weights[k]) * scale;
     }
     if (exact || MakeMean(weights, count, weightSum, form.shift, coarse)) {
         std::fill_n(fine, count, std::int16_t{0});
         form.bound = form.fineBound = 0;
+        form.boundOfLevel = form.boundOfNone = 0;
     }
     return form;
 }

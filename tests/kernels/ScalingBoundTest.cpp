@@ -76,18 +76,29 @@ struct Sum {
     }
 };
 
+// Bytes from `least` on, that are at most `levels` apart.
+struct Span {
+    int least, levels;
+};
+constexpr Span kAllBytes{0, 255};
+
 double Fraction(double value) {
     return value - std::floor(value);
 }
 
+// How far the coarse integers may be off.
+int BoundOf(const IntegerForm& form, Span span) {
+    return std::min(form.bound, form.boundOfLevel * span.levels + form.boundOfNone);
+}
+
 // Bytes for which the errors `left` add up as far as they go, and the sum lies just behind a whole number (and the
 // goal), on that side of it: 1 above, -1 below. Two bytes are given up for that, of those that matter least.
-std::vector<Bytes> BytesAtTheBound(const Sum& sum, const std::vector<double>& left, int side) {
+std::vector<Bytes> BytesAtTheBound(const Sum& sum, const std::vector<double>& left, int side, Span span) {
     const std::size_t count = sum.shares.size();
     Bytes worst(count);
     std::vector<std::size_t> free;
     for (std::size_t k = 0; k < count; ++k) {
-        worst[k] = left[k] * side > 0.0 ? 255 : 0;
+        worst[k] = static_cast<std::uint8_t>(left[k] * side > 0.0 ? span.least + span.levels : span.least);
         if (std::fabs(sum.shares[k]) > 1e-5) free.push_back(k);
     }
     std::sort(free.begin(), free.end(),
@@ -101,7 +112,7 @@ std::vector<Bytes> BytesAtTheBound(const Sum& sum, const std::vector<double>& le
     };
     std::vector<Change> changes;
     for (const std::size_t k : free) {
-        for (int byte = 0; byte < 256; ++byte) {
+        for (int byte = span.least; byte <= span.least + span.levels; ++byte) {
             changes.push_back({Fraction(side * (byte - worst[k]) * sum.shares[k]), k, static_cast<std::uint8_t>(byte)});
         }
     }
@@ -127,7 +138,7 @@ std::vector<Bytes> BytesAtTheBound(const Sum& sum, const std::vector<double>& le
     }
     std::sort(found.begin(), found.end(), [](const Found& a, const Found& b) { return a.behind < b.behind; });
     // The nearest ones, and some at other distances within the bound.
-    const double bound = std::ldexp(sum.form.bound, -sum.form.shift);
+    const double bound = std::ldexp(BoundOf(sum.form, span), -sum.form.shift);
     std::vector<Bytes> result;
     for (std::size_t i = 0; i < found.size() && result.size() < 8; i += i < 4 ? 1 : 1 + found.size() / 16) {
         if (found[i].behind <= bound || i == 0) result.push_back(found[i].bytes);
@@ -142,13 +153,13 @@ struct Attack {
     int atBound = 0;             // of those: off by more than four fifths of the bound
 };
 
-Attack AttackOn(const Sum& sum) {
+Attack AttackOn(const Sum& sum, Span span = kAllBytes) {
     Attack attack;
     if (!sum.form.usable || sum.form.bound == 0) return attack;
     const std::vector<double> left = sum.Left(false), leftByBoth = sum.Left(true);
     for (const int side : {1, -1}) {
         for (const bool fine : {false, true}) {
-            for (const Bytes& bytes : BytesAtTheBound(sum, fine ? leftByBoth : left, side)) {
+            for (const Bytes& bytes : BytesAtTheBound(sum, fine ? leftByBoth : left, side, span)) {
                 const double value = sum.Of(bytes) - sum.goal;
                 double off = 0.0, offByBoth = 0.0;
                 for (std::size_t k = 0; k < bytes.size(); ++k) {
@@ -158,7 +169,7 @@ Attack AttackOn(const Sum& sum) {
                 const double scale = std::ldexp(1.0, -sum.form.shift);
                 attack.wrong += std::floor(value) != std::floor(value - off * scale);
                 attack.fineWrong += std::floor(value) != std::floor(value - offByBoth * scale);
-                attack.atBound += std::fabs(off) > 0.8 * sum.form.bound;
+                attack.atBound += std::fabs(off) > 0.8 * BoundOf(sum.form, span);
                 attack.samples.push_back(bytes);
             }
         }
@@ -334,6 +345,40 @@ TEST(ScalingBounds, HoldForTheWorstBytesOfStacks) {
         }
     }
     counts.Check();
+}
+
+// Bytes near each other leave less open: that is attacked in the same way.
+TEST(ScalingBounds, HoldForTheWorstBytesNearEachOther) {
+    Random random(6);
+    int samples = 0, wrong = 0, nearBound = 0;
+    for (int mode = 1; mode <= kScaleModes; ++mode) {
+        for (const Sizes& size : kSizes) {
+            for (const Ending ending : kEndings) {
+                const Table table(mode, size, ScaleAxis::kVertical, false, ending);
+                for (const int y : SomeLists(table.taps)) {
+                    std::vector<Bytes> columns;
+                    for (const int levels : {1, 3, 10, 40, 130}) {
+                        const Span span{random.Between(0, 255 - levels), levels};
+                        const Attack attack = AttackOn(SumOf(table.Only(y), false), span);
+                        columns.insert(columns.end(), attack.samples.begin(), attack.samples.end());
+                        wrong += attack.wrong;
+                        nearBound += attack.atBound;
+                    }
+                    samples += static_cast<int>(columns.size());
+                    if (columns.empty()) continue;
+                    std::vector<Bytes> rows(Size(table.taps.lists[y].taps), Bytes(columns.size() + 37));
+                    for (std::size_t k = 0; k < rows.size(); ++k) {
+                        for (std::size_t i = 0; i < rows[k].size(); ++i) rows[k][i] = columns[i % columns.size()][k];
+                    }
+                    CompareStacks(table.taps, y, rows, KernelOfMode(mode)->name);
+                    if (HasFatalFailure()) FAIL() << size.from << " to " << size.to << ", list " << y;
+                }
+            }
+        }
+    }
+    EXPECT_GT(samples, 10000);
+    EXPECT_GT(wrong, samples / 4);
+    EXPECT_GT(nearBound, samples / 100);
 }
 
 // --- flat spans -----------------------------------------------------------------------------------------------------

@@ -118,6 +118,7 @@ TEST(TapTable, GivesUpWithoutMemory) {
 // How far the integers are from the shares for the bytes that are worst for them, counted as the bounds are.
 struct Worst {
     long double coarse, both;
+    long double coarseOfLevel, coarseOfNone;  // where bytes differ by no more than some levels: for each, and for none
 };
 Worst WorstOf(const std::vector<double>& shares, const IntegerForm& form, const std::int16_t* coarse,
               const std::int16_t* fine) {
@@ -128,7 +129,9 @@ Worst WorstOf(const std::vector<double>& shares, const IntegerForm& form, const 
         (left > 0 ? coarseUp : coarseDown) += 255 * left;
         (leftOfBoth > 0 ? bothUp : bothDown) += 255 * leftOfBoth;
     }
-    return {std::max(coarseUp, -coarseDown), std::max(bothUp, -bothDown)};
+    // Of bytes from b to b + d, those that are b + d add what they leave d times, and all together it b times.
+    return {std::max(coarseUp, -coarseDown), std::max(bothUp, -bothDown), (coarseUp - coarseDown) / 510,
+            std::fabs(coarseUp + coarseDown)};
 }
 
 TEST(IntegerForms, AreNeverOffByMoreThanTheirBounds) {
@@ -165,6 +168,8 @@ TEST(IntegerForms, AreNeverOffByMoreThanTheirBounds) {
                 const Worst ofPlain = WorstOf(plain, list.form, taps.coarse + own, taps.fine + own);
                 EXPECT_LE(ofPlain.coarse, list.form.bound);
                 EXPECT_LE(ofPlain.both, list.form.fineBound);
+                EXPECT_LE(ofPlain.coarseOfLevel, list.form.boundOfLevel);
+                EXPECT_LE(ofPlain.coarseOfNone, list.form.boundOfNone);
                 EXPECT_LT(std::ldexp(list.form.bound, -list.form.shift), 0.1);
             }
         }
