@@ -30,8 +30,9 @@ std::uint8_t ScaledByte(double sum, double weightSum, Ending ending = Ending::tr
 // up to an error, and for any bytes the sum of byte * share is off by at most `bound` * 2^-shift for the coarse
 // integers alone, by at most `fineBound` * 2^-(shift + fineShift) for both: these bounds count in what rounding in
 // double precision may do to the sum that defines the result. Where the bytes of a sum are known to differ by no more
-// than d levels, the coarse sum is off by at most `boundOfLevel` * d + `boundOfNone`. A byte is proved where both ends of
-// the interval that the bound leaves give it. No sum of the integers, nor of bounds and halves with it, leaves 32 bits.
+// than d levels, the coarse sum is off by at most `boundOfLevel` * d + `boundOfNone`. A byte is proved where both ends
+// of the interval that the bound leaves give it. No sum of the integers, nor of bounds and halves with it, leaves 32
+// bits.
 struct IntegerForm {
     std::int32_t bound;
     std::int16_t boundOfLevel;
@@ -123,18 +124,22 @@ struct RowBlock {
 // Working memory for blocks of such rows, of any width.
 std::int64_t RowScratchBytes(ResampleShape shape, int stride);
 
-// One row of the result out of rows that stand one above the other.
+// One row of the result out of rows that stand one above the other, or two that are of the same rows: of `list` and of
+// the list after it, which has as many taps.
 struct RowStack {
+    static constexpr int kMaxLists = 2;
+
     const std::uint8_t* const* rows;  // by tap of the list
     std::ptrdiff_t count;             // bytes of each, each for itself
     const Taps* taps;
     int list;
-    std::uint8_t* dst;
+    int lists;                     // 1 or 2
+    std::uint8_t* dst[kMaxLists];  // rows that share no byte with each other nor with those that they are made of
 };
 
 struct ScalingKernels {
     void (*alongRows[kResampleShapes])(const RowBlock& block);
-    // Every row has `taps` rows, at least 1. The result shares no byte with them.
+    // Of at least one row.
     void (*acrossRows)(const RowStack& stack);
 };
 

@@ -150,20 +150,24 @@ void Accumulate(double* sums, const std::uint8_t* const* rows, const float* weig
     }
 }
 
-void AcrossRows_Plain(const RowStack& stack) {
+void AcrossRowsOf(const RowStack& stack, int which) {
     const Taps& taps = *stack.taps;
-    const TapList& list = taps.lists[stack.list];
-    const float* const weights = taps.weights + static_cast<std::ptrdiff_t>(stack.list) * taps.stride;
+    const int index = stack.list + which;
+    const TapList& list = taps.lists[index];
+    const float* const weights = taps.weights + static_cast<std::ptrdiff_t>(index) * taps.stride;
     for (std::ptrdiff_t at = 0; at < stack.count; at += kStrip) {
         const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kStrip, stack.count - at);
         double sums[kStrip] = {};
         int k = 0;
         for (; k + 4 <= list.taps; k += 4) Accumulate<4>(sums, stack.rows + k, weights + k, at, count);
         for (; k < list.taps; ++k) Accumulate<1>(sums, stack.rows + k, weights + k, at, count);
-        for (std::ptrdiff_t i = 0; i < count; ++i) {
-            stack.dst[at + i] = ScaledByte(sums[i], list.weightSum, taps.ending);
-        }
+        std::uint8_t* const dst = stack.dst[which] + at;
+        for (std::ptrdiff_t i = 0; i < count; ++i) dst[i] = ScaledByte(sums[i], list.weightSum, taps.ending);
     }
+}
+
+void AcrossRows_Plain(const RowStack& stack) {
+    for (int i = 0; i < stack.lists; ++i) AcrossRowsOf(stack, i);
 }
 
 }  // namespace

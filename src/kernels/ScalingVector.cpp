@@ -597,6 +597,7 @@ void AlongRows(const RowBlock& block) {
 
 struct Stack {
     const RowStack& stack;
+    std::uint8_t* dst;
     const TapList& list;
     Ending ending;
     std::int32_t half;
@@ -627,15 +628,23 @@ HWY_INLINE void SumRows(const Stack& s, const std::int16_t* weights, std::ptrdif
     }
 }
 
-// The same, and how far the bytes of each column are apart.
-HWY_INLINE Bytes SumRowsWithRange(const Stack& s, const std::int16_t* weights, std::ptrdiff_t at, Ints (&sums)[4]) {
-    const int taps = s.list.taps;
-    Bytes least = LoadRow(s, 0, at), most = least;
+// The coarse sums of lists of the same rows, and how far the bytes of each column are apart.
+template <int kLists>
+HWY_INLINE Bytes SumCoarse(const Stack (&s)[kLists], std::ptrdiff_t at, Ints (&sums)[kLists][4]) {
+    const int taps = s[0].list.taps;
+    Bytes least = LoadRow(s[0], 0, at), most = least;
+    const Bytes zero = hn::Zero(kBytes);
     for (int k = 0; k < taps; k += 2) {
-        const Bytes a = LoadRow(s, k, at), b = LoadRow(s, k + 1 < taps ? k + 1 : k, at);
+        const Bytes a = LoadRow(s[0], k, at), b = LoadRow(s[0], k + 1 < taps ? k + 1 : k, at);
         least = hn::Min(least, hn::Min(a, b));
         most = hn::Max(most, hn::Max(a, b));
-        AddRows(a, b, PairOfWeights(weights + k), sums);
+        const Bytes lower = hn::InterleaveLower(kBytes, a, b), upper = hn::InterleaveUpper(kBytes, a, b);
+        const Bytes pairs[4] = {hn::InterleaveLower(kBytes, lower, zero), hn::InterleaveUpper(kBytes, lower, zero),
+                                hn::InterleaveLower(kBytes, upper, zero), hn::InterleaveUpper(kBytes, upper, zero)};
+        for (int l = 0; l < kLists; ++l) {
+            const Shorts weights = PairOfWeights(s[l].coarse + k);
+            for (int i = 0; i < 4; ++i) sums[l][i] = AddProducts(sums[l][i], hn::BitCast(kShorts, pairs[i]), weights);
+        }
     }
     return hn::Sub(most, least);
 }
@@ -676,7 +685,7 @@ HWY_NOINLINE void SumInDoubles(const Stack& s, std::ptrdiff_t at) {
     for (int i = 0; i < kParts; ++i) {
         std::int32_t ints[kLanes];
         hn::StoreU(hn::DemoteTo(kFewInts, EndOfSum(sums[i], weightSum, s.ending)), kFewInts, ints);
-        for (int k = 0; k < kLanes; ++k) s.stack.dst[at + i * kLanes + k] = static_cast<std::uint8_t>(ints[k]);
+        for (int k = 0; k < kLanes; ++k) s.dst[at + i * kLanes + k] = static_cast<std::uint8_t>(ints[k]);
     }
 }
 
@@ -699,7 +708,7 @@ HWY_INLINE bool TellAllFlat(const Stack& s, std::ptrdiff_t at) {
     for (int k = 1; k < s.list.taps; ++k) isFlat = hn::And(isFlat, hn::Eq(first, LoadRow(s, k, at)));
     if (!hn::AllTrue(kBytes, isFlat)) return false;
     const Bytes less = hn::Set(kBytes, static_cast<std::uint8_t>(s.list.flat == FlatResult::oneLess ? 1 : 0));
-    hn::StoreU(hn::SaturatedSub(first, less), kBytes, s.stack.dst + at);
+    hn::StoreU(hn::SaturatedSub(first, less), kBytes, s.dst + at);
     return true;
 }
 
@@ -733,10 +742,10 @@ HWY_NOINLINE bool SettleColumns(const Stack& s, std::ptrdiff_t at, const std::in
             SumInDoubles(s, at);
             return false;
         }
-        hn::StoreU(byte, kBytes, s.stack.dst + at);
+        hn::StoreU(byte, kBytes, s.dst + at);
         return false;
     }
-    hn::StoreU(byte, kBytes, s.stack.dst + at);
+    hn::StoreU(byte, kBytes, s.dst + at);
     return true;
 }
 
@@ -746,7 +755,7 @@ HWY_NOINLINE void SettleFewColumns(const Stack& s, std::ptrdiff_t at, const std:
     const int taps = s.list.taps, shift = form.shift + form.fineShift;
     for (; bits != 0; bits &= bits - 1) {
         const int column = __builtin_ctz(bits);
-        std::uint8_t* const byte = s.stack.dst + at + column;
+        std::uint8_t* const byte = s.dst + at + column;
         const int first = s.stack.rows[0][at + column];
         std::int32_t fine = 0;
         int unlike = 0;
@@ -772,64 +781,88 @@ HWY_NOINLINE void SettleFewColumns(const Stack& s, std::ptrdiff_t at, const std:
     }
 }
 
-// One vector of columns.
-HWY_INLINE void Columns(const Stack& s, std::ptrdiff_t at, bool* wasFlat) {
+// One vector of columns, of lists of the same rows.
+template <int kLists>
+HWY_INLINE void Columns(const Stack (&s)[kLists], std::ptrdiff_t at, bool* wasFlat) {
     constexpr int kFew = 4;
     if (*wasFlat) {
-        *wasFlat = TellAllFlat(s, at);
+        for (const Stack& list : s) *wasFlat = *wasFlat && TellAllFlat(list, at);
         if (*wasFlat) return;
     }
-    const IntegerForm& form = s.list.form;
-    Ints sums[4], bounds[4];
-    for (int i = 0; i < 4; ++i) {
-        sums[i] = hn::Set(kInts, s.half);
-        bounds[i] = hn::Zero(kInts);
+    Ints sums[kLists][4];
+    for (int l = 0; l < kLists; ++l) {
+        for (Ints& sum : sums[l]) sum = hn::Set(kInts, s[l].half);
     }
-    const Bytes range = SumRowsWithRange(s, s.coarse, at, sums);
-    AddRows(range, hn::Set(kBytes, 1), s.bounds, bounds);
-    const Bytes low = BytesOfLow(sums, bounds, form.shift);
-    const auto isOpen = hn::Ne(low, BytesOfHigh(sums, bounds, form.shift));
-    hn::StoreU(low, kBytes, s.stack.dst + at);
-    if (HWY_LIKELY(hn::AllFalse(kBytes, isOpen))) return;
-    std::int32_t open[4 * kIntLanes];
-    for (int i = 0; i < 4; ++i) hn::StoreU(sums[i], kInts, open + i * kIntLanes);
-    std::uint32_t bits = 0;
-    std::uint8_t mask[8] = {};
-    hn::StoreMaskBits(kBytes, isOpen, mask);
-    std::memcpy(&bits, mask, sizeof bits);
-    if (__builtin_popcount(bits) <= kFew) {
-        SettleFewColumns(s, at, open, bits);
+    const Bytes range = SumCoarse(s, at, sums);
+    for (int l = 0; l < kLists; ++l) {
+        const int shift = s[l].list.form.shift;
+        Ints bounds[4] = {hn::Zero(kInts), hn::Zero(kInts), hn::Zero(kInts), hn::Zero(kInts)};
+        AddRows(range, hn::Set(kBytes, 1), s[l].bounds, bounds);
+        const Bytes low = BytesOfLow(sums[l], bounds, shift);
+        const auto isOpen = hn::Ne(low, BytesOfHigh(sums[l], bounds, shift));
+        hn::StoreU(low, kBytes, s[l].dst + at);
+        if (HWY_LIKELY(hn::AllFalse(kBytes, isOpen))) continue;
+        std::int32_t open[4 * kIntLanes];
+        for (int i = 0; i < 4; ++i) hn::StoreU(sums[l][i], kInts, open + i * kIntLanes);
+        std::uint32_t bits = 0;
+        std::uint8_t mask[8] = {};
+        hn::StoreMaskBits(kBytes, isOpen, mask);
+        std::memcpy(&bits, mask, sizeof bits);
+        if (__builtin_popcount(bits) <= kFew) {
+            SettleFewColumns(s[l], at, open, bits);
+        } else {
+            *wasFlat = SettleColumns(s[l], at, open, low, isOpen);
+        }
+    }
+}
+
+Stack StackOf(const RowStack& stack, int which) {
+    const Taps& taps = *stack.taps;
+    const TapList& list = taps.lists[stack.list + which];
+    const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(stack.list + which) * taps.stride;
+    const std::int16_t bounds[] = {list.form.boundOfLevel, list.form.boundOfNone};
+    return {stack,
+            stack.dst[which],
+            list,
+            taps.ending,
+            HalfOf(taps, list.form),
+            taps.weights + at,
+            taps.coarse + at,
+            taps.fine + at,
+            PairOfWeights(bounds)};
+}
+
+// All whole vectors of columns, and the last columns as a vector that some of the others are in.
+template <class Work>
+HWY_INLINE void ForVectors(std::ptrdiff_t count, Work work) {
+    std::ptrdiff_t i = 0;
+    for (; i + kByteLanes <= count; i += kByteLanes) work(i);
+    if (i < count) work(count - kByteLanes);
+}
+
+void AcrossRowsOf(const Stack& s) {
+    const std::ptrdiff_t count = s.stack.count;
+    if (count < kByteLanes) {
+        for (std::ptrdiff_t i = 0; i < count; ++i) s.dst[i] = ByteOfDoubles(s, i);
+    } else if (s.list.form.usable) {
+        const Stack one[] = {s};
+        bool wasFlat = false;
+        ForVectors(count, [&](std::ptrdiff_t at) { Columns(one, at, &wasFlat); });
     } else {
-        *wasFlat = SettleColumns(s, at, open, low, isOpen);
+        ForVectors(count, [&](std::ptrdiff_t at) { SumInDoubles(s, at); });
     }
 }
 
 void AcrossRows(const RowStack& stack) {
-    const Taps& taps = *stack.taps;
-    const TapList& list = taps.lists[stack.list];
-    const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(stack.list) * taps.stride;
-    const std::int16_t bounds[] = {list.form.boundOfLevel, list.form.boundOfNone};
-    const Stack s = {stack,
-                     list,
-                     taps.ending,
-                     HalfOf(taps, list.form),
-                     taps.weights + at,
-                     taps.coarse + at,
-                     taps.fine + at,
-                     PairOfWeights(bounds)};
-    std::ptrdiff_t i = 0;
-    if (stack.count < kByteLanes) {
-        for (; i < stack.count; ++i) stack.dst[i] = ByteOfDoubles(s, i);
-        return;
+    const Stack first = StackOf(stack, 0);
+    if (stack.lists < 2) return AcrossRowsOf(first);
+    const Stack both[] = {first, StackOf(stack, 1)};
+    if (stack.count < kByteLanes || !first.list.form.usable || !both[1].list.form.usable) {
+        AcrossRowsOf(first);
+        return AcrossRowsOf(both[1]);
     }
-    if (list.form.usable) {
-        bool wasFlat = false;
-        for (; i + kByteLanes <= stack.count; i += kByteLanes) Columns(s, i, &wasFlat);
-        if (i < stack.count) Columns(s, stack.count - kByteLanes, &wasFlat);
-    } else {
-        for (; i + kByteLanes <= stack.count; i += kByteLanes) SumInDoubles(s, i);
-        if (i < stack.count) SumInDoubles(s, stack.count - kByteLanes);
-    }
+    bool wasFlat = false;
+    ForVectors(stack.count, [&](std::ptrdiff_t at) { Columns(both, at, &wasFlat); });
 }
 
 }  // namespace

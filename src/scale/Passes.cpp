@@ -309,23 +309,36 @@ const std::uint8_t* UsedBytes(const VerticalJob& job, const VerticalParts& parts
     return copy;
 }
 
-void StackRows(const VerticalJob& job, const VerticalParts& parts, int y, std::uint8_t* result) {
+// Makes row y, or that and the one after it, which is of the same rows.
+void StackRows(const VerticalJob& job, const VerticalParts& parts, int y, int count,
+               std::uint8_t* const (&results)[RowStack::kMaxLists]) {
     const TapList& list = job.taps->lists[y];
     if (list.taps == 0) {
-        std::fill_n(result, parts.rowSize, std::uint8_t{0});
+        std::fill_n(results[0], parts.rowSize, std::uint8_t{0});
         return;
     }
     RowStack stack{};
     stack.rows = parts.rows;
     stack.taps = job.taps;
     stack.list = y;
+    stack.lists = count;
     for (std::int64_t at = 0; at < parts.rowSize; at += parts.columns) {
-        const std::int64_t count = std::min(parts.columns, parts.rowSize - at);
-        for (int k = 0; k < list.taps; ++k) parts.rows[k] = UsedBytes(job, parts, list.first + k, at, count);
-        stack.count = static_cast<std::ptrdiff_t>(count);
-        stack.dst = result + at;
+        const std::int64_t bytes = std::min(parts.columns, parts.rowSize - at);
+        for (int k = 0; k < list.taps; ++k) parts.rows[k] = UsedBytes(job, parts, list.first + k, at, bytes);
+        stack.count = static_cast<std::ptrdiff_t>(bytes);
+        for (int i = 0; i < count; ++i) stack.dst[i] = results[i] + at;
         job.kernels->scaling.acrossRows(stack);
     }
+}
+
+bool AreOfTheSameRows(const TapList& a, const TapList& b) {
+    return a.taps > 0 && a.first == b.first && a.taps == b.taps;
+}
+
+// Where the result of a row can be made; null where it cannot be made in place.
+std::uint8_t* PlaceOfRow(const VerticalJob& job, const VerticalParts& parts, int y) {
+    const RowSpan row = parts.inTargetOrder ? GetRowSpan(job.dst, y) : RowSpan{};
+    return row && row.Covers(0, parts.rowSize) ? row.data : nullptr;
 }
 
 }  // namespace
@@ -338,15 +351,22 @@ void VerticalRows(const VerticalJob& job, int first, int last, PassScratch* scra
         return;
     }
     const PixelRun result = {parts.bytes, parts.used.count, parts.result};
-    for (int y = first;; ++y) {
-        const RowSpan row = parts.inTargetOrder ? GetRowSpan(job.dst, y) : RowSpan{};
-        const bool inPlace = row && row.Covers(0, parts.rowSize);
-        StackRows(job, parts, y, inPlace ? row.data : parts.bytes);
-        if (!inPlace) {
+    // The row after one can be made along with it where it is no part of it, and stays where it is.
+    const bool apart = !job.dst->IsMapping && std::abs(std::int64_t{job.dst->RowSize}) >= parts.rowSize;
+    for (int y = first; y <= last; ++y) {
+        std::uint8_t* places[RowStack::kMaxLists] = {PlaceOfRow(job, parts, y), nullptr};
+        if (!places[0]) {
+            places[0] = parts.bytes;
+            StackRows(job, parts, y, 1, places);
             job.kernels->pack.gather[written.count - 1](result, job.width, parts.pixels);
             ScatterPixels(GetRowSpan(job.dst, y), job.dst->PixelSize, written, 0, job.width, parts.pixels);
+            continue;
         }
-        if (y >= last) return;
+        if (y < last && apart && AreOfTheSameRows(job.taps->lists[y], job.taps->lists[y + 1])) {
+            places[1] = PlaceOfRow(job, parts, y + 1);
+        }
+        StackRows(job, parts, y, places[1] ? 2 : 1, places);
+        if (places[1]) ++y;
     }
 }
 

@@ -160,7 +160,8 @@ bool ScaleStream::Take(std::uint8_t* row) {
     stack.count = rowBytes();
     stack.taps = &down_;
     stack.list = next_++;
-    stack.dst = row;
+    stack.lists = 1;
+    stack.dst[0] = row;
     if (list.taps > 0) {
         kernels_->scaling.acrossRows(stack);
     } else {

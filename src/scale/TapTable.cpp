@@ -202,6 +202,13 @@ FlatResult FlatResultOf(const float* weights, int count, double weightSum, Endin
     if (ending == Ending::nearest) return FlatResult::same;
     if (more > errors) return FlatResult::same;
     if (more < -errors) return FlatResult::oneLess;
+    // Multiples of 2^-40 below 2^13 have 53 bits, so that nothing is rounded until the quotient, which is the byte.
+    bool wholes = sum == weightSum && sizes < 32.0;
+    for (int k = 0; k < count && wholes; ++k) {
+        const double units = static_cast<double>(weights[k]) * 0x1p40;
+        wholes = units == std::trunc(units);
+    }
+    if (wholes) return FlatResult::same;
     bool same = true, oneLess = true;
     for (int byte = 1; byte < 256; ++byte) {
         double exact = 0.0;

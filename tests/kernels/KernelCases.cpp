@@ -186,7 +186,7 @@ void AlongRows(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.scaling.alongRows[kShape](block);
 }
 
-// One row of as many bytes as units, out of up to fifty.
+// One row of as many bytes as units, out of up to fifty; two where the list after it may be of the same rows.
 void AcrossRows(Kernels k, Bytes b, std::ptrdiff_t units) {
     if (units == 0) return;
     const int rows = 1 + static_cast<int>(b.choice % 50), results = 1 + static_cast<int>(b.choice / 64 % 80);
@@ -200,7 +200,9 @@ void AcrossRows(Kernels k, Bytes b, std::ptrdiff_t units) {
     stack.rows = pointers;
     stack.count = units;
     stack.taps = &taps;
-    stack.dst = b.out;
+    stack.dst[0] = b.out;
+    stack.dst[1] = b.out + units;
+    stack.lists = stack.list + 1 < results && (&list)[1].taps == list.taps ? 2 : 1;
     k.scaling.acrossRows(stack);
 }
 

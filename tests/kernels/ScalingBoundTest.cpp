@@ -253,9 +253,10 @@ void CompareStacks(const Taps& taps, int list, const std::vector<Bytes>& rows, c
     stack.count = static_cast<std::ptrdiff_t>(expected.size());
     stack.taps = &taps;
     stack.list = list;
-    stack.dst = expected.data();
+    stack.lists = 1;
+    stack.dst[0] = expected.data();
     plain.scaling.acrossRows(stack);
-    stack.dst = result.data();
+    stack.dst[0] = result.data();
     for (const KernelTier& tier : tiers) {
         std::fill(result.begin(), result.end(), std::uint8_t{111});
         tier.table.scaling.acrossRows(stack);

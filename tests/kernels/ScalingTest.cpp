@@ -191,10 +191,11 @@ TEST(ScalingKernelsTiers, AddRowsInOrder) {
     for (const KernelTier& tier : RunnableTiers()) {
         for (int round = 0; round < 3000; ++round) {
             const int count = random.Between(1, 140);
-            const AnyTaps any(random, 1, 1, false, false);
+            const AnyTaps any(random, 1, 2, false, false);
             const Taps& taps = any.taps();
             const TapList& list = taps.lists[0];
             if (list.taps == 0) continue;
+            const int lists = taps.lists[1].taps == list.taps ? 2 : 1;
             std::vector<Bytes> rows(Size(list.taps), Bytes(Size(count)));
             std::vector<const std::uint8_t*> pointers;
             FillHard(random, rows[0]);
@@ -206,19 +207,27 @@ TEST(ScalingKernelsTiers, AddRowsInOrder) {
                 }
                 pointers.push_back(rows[k].data());
             }
-            Bytes bytes(Size(count) + 2 * kGuard, 99), expected = bytes;
-            for (std::size_t i = 0; i < Size(count); ++i) {
-                double sum = 0.0;
-                for (std::size_t k = 0; k < rows.size(); ++k) sum += rows[k][i] * static_cast<double>(taps.weights[k]);
-                expected[kGuard + i] = ScaledByte(sum, list.weightSum, taps.ending);
-            }
+            Bytes bytes[2], expected[2];
             RowStack stack{};
             stack.rows = pointers.data();
             stack.count = count;
             stack.taps = &taps;
-            stack.dst = bytes.data() + kGuard;
+            stack.lists = lists;
+            for (std::size_t l = 0; l < 2; ++l) {
+                bytes[l].assign(Size(count) + 2 * kGuard, 99);
+                expected[l] = bytes[l];
+                stack.dst[l] = bytes[l].data() + kGuard;
+                if (static_cast<int>(l) >= lists) continue;
+                const float* const weights = taps.weights + l * Size(taps.stride);
+                for (std::size_t i = 0; i < Size(count); ++i) {
+                    double sum = 0.0;
+                    for (std::size_t k = 0; k < rows.size(); ++k) sum += rows[k][i] * static_cast<double>(weights[k]);
+                    expected[l][kGuard + i] = ScaledByte(sum, taps.lists[l].weightSum, taps.ending);
+                }
+            }
             tier.table.scaling.acrossRows(stack);
-            ASSERT_EQ(bytes, expected) << tier.name << ": " << count << " bytes of " << rows.size() << " rows";
+            ASSERT_EQ(bytes[1], expected[1]) << tier.name << ": " << count << " bytes of " << rows.size() << " rows";
+            ASSERT_EQ(bytes[0], expected[0]) << tier.name << ": " << count << " bytes of " << rows.size() << " rows";
         }
     }
 }
