@@ -88,6 +88,8 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
     app.add_flag("--cpu", line.cpu, "What describe tells: the instructions that the engine uses on this processor");
     app.add_flag("--no-orientation", line.ignoreOrientation,
                  "Take pictures as they are stored, not turned the way that the camera tells");
+    app.add_flag("--plugin-bytes", line.pluginBytes,
+                 "Exactly what the methods of the plug-in give: cut off instead of rounded, alpha as one channel more");
     app.add_flag("-q,--quiet", line.quiet, "No progress and no remarks, only errors");
     app.add_flag("-h,--help", flags.help, "This text");
     app.add_flag("--version", flags.version, "The version");

@@ -22,6 +22,7 @@ struct CommandLine {
     bool json = false;  // Info
     bool cpu = false;   // Describe
     bool ignoreOrientation = false;
+    bool pluginBytes = false;
     bool quiet = false;
 };
 

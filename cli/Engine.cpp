@@ -1,30 +1,19 @@
 #include "Engine.h"
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <system_error>
-
 #include "Errors.h"
 #include "Storage.h"
+#include "plugin/PluginEntry.h"
 
 namespace {
 
 constexpr const char* kImageClass = "PictureZOR";
-constexpr const char* kPlugin = "libPictureZOR.so";
-
-std::filesystem::path PluginPath() {
-    std::error_code error;
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (error ? std::filesystem::path(".") : self.parent_path()) / kPlugin;
-}
 
 }  // namespace
 
 zorhost::Host& Engine() {
     static zorhost::Host host([] {
         zorhost::HostOptions options;
-        options.plugin = PluginPath();
+        options.entry = REALPluginMain;
         // The program is no application of the host language, and takes the classes whole: Combine is kept from
         // applications on the console.
         options.world = zorhost::World::None;

@@ -1,5 +1,5 @@
 #pragma once
-// The engine, as the program has it: the plug-in that lies beside the executable, reached through the embedded host.
+// The engine, as the program has it: the plug-in, linked in, and reached through the embedded host.
 
 #include <zorhost/Host.h>
 
@@ -7,7 +7,7 @@
 #include <functional>
 #include <string>
 
-// The one host of the process; the first call opens the plug-in. A RunError when that fails.
+// The one host of the process; the first call starts the plug-in.
 zorhost::Host& Engine();
 
 // The value of a constant of PictureZOR: "ImageFormatRGB".

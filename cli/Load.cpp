@@ -1,5 +1,7 @@
 #include "Load.h"
 
+#include <vector>
+
 #include "Engine.h"
 #include "Notes.h"
 #include "Orientation.h"
@@ -9,6 +11,27 @@ namespace {
 ImageShape StoredShape(const PictureHeader& header) {
     return {static_cast<int>(header.width), static_cast<int>(header.height), header.kind};
 }
+
+class RowsOfFile : public RowSource {
+public:
+    RowsOfFile(PictureReader& reader, const RowTick& tick)
+        : RowSource(StoredShape(reader.Header())),
+          reader_(reader),
+          tick_(tick),
+          row_(static_cast<std::size_t>(Shape().width) * static_cast<std::size_t>(Describe(Shape().kind).channels)) {}
+
+    const std::uint8_t* Next() override {
+        reader_.ReadRow(row_.data());
+        tick_(++done_, Shape().height);
+        return row_.data();
+    }
+
+private:
+    PictureReader& reader_;
+    const RowTick& tick_;
+    std::vector<std::uint8_t> row_;
+    std::int64_t done_ = 0;
+};
 
 }  // namespace
 
@@ -32,6 +55,15 @@ Raster ReadPicture(PictureReader& reader, const RowTick& tick) {
     reader.ReadRows(image, tick);
     ApplyOrientation(&image, HeededOrientation(header));
     return image;
+}
+
+bool GivesRows(const PictureReader& reader) {
+    return reader.InOrder() && HeededOrientation(reader.Header()) == 1;
+}
+
+std::unique_ptr<RowSource> RowsOfPicture(PictureReader& reader, const RowTick& tick) {
+    if (GivesRows(reader)) return std::make_unique<RowsOfFile>(reader, tick);
+    return RowsOf(ReadPicture(reader, tick));
 }
 
 Raster LoadPicture(const std::string& path, Notes& notes, const RowTick& tick) {

@@ -6,6 +6,7 @@
 
 #include "PixelKind.h"
 #include "Raster.h"
+#include "Rows.h"
 #include "codecs/Picture.h"
 #include "files/InputFile.h"
 
@@ -18,6 +19,13 @@ ImageShape ShapeOf(const InputFile& file, const PictureHeader& header);
 
 // The pixels behind the header, turned to their orientation. ShapeOf comes before it. A RunError for damaged pixels.
 Raster ReadPicture(PictureReader& reader, const RowTick& tick);
+
+// Whether rows can be had as they are decoded: the file can be read so, and they are not turned.
+bool GivesRows(const PictureReader& reader);
+
+// The pixels as rows, as they are decoded or else out of an image. The reader must stay as long as they are taken, and
+// the tick too.
+std::unique_ptr<RowSource> RowsOfPicture(PictureReader& reader, const RowTick& tick);
 
 // The whole file. A RunError as of the three above.
 Raster LoadPicture(const std::string& path, Notes& notes, const RowTick& tick);

@@ -1,4 +1,5 @@
 #include <optional>
+#include <utility>
 
 #include "Commands.h"
 #include "Effort.h"
@@ -8,7 +9,7 @@
 #include "Notes.h"
 #include "Orientation.h"
 #include "Progress.h"
-#include "Raster.h"
+#include "Rows.h"
 #include "Storage.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Picture.h"
@@ -50,33 +51,49 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
     }
 }
 
-// What each phase will take, about, in the order of the phases.
-std::vector<double> Efforts(const ImageShape& shape, const std::vector<EffectCall>& calls,
+// What each phase will take, about, in the order of the phases. What works on rows as they come has no phase of its
+// own: it is done in the next one that has.
+std::vector<double> Efforts(const ImageShape& shape, bool readsRows, const std::vector<EffectCall>& calls,
                             const std::vector<ImageShape>& shapes, const Codec& outputCodec) {
-    std::vector<double> efforts = {ReadingEffort(shape)};
+    std::vector<double> efforts;
+    double open = ReadingEffort(shape);
+    const auto end = [&] {
+        efforts.push_back(open);
+        open = 0;
+    };
+    if (!readsRows) end();
     ImageShape source = shape;
     for (std::size_t i = 0; i < calls.size(); ++i) {
-        efforts.push_back(EffectEffort(*calls[i].row, source, shapes[i]));
+        open += EffectEffort(*calls[i].row, source, shapes[i]);
+        if (!TakesRows(calls[i])) end();
         source = shapes[i];
     }
-    efforts.push_back(WritingEffort(outputCodec, source));
+    open += WritingEffort(outputCodec, source);
+    end();
     return efforts;
 }
 
-// Where the engine gives turns while it works, a signal ends the work between two rows.
-void RunEffects(const std::vector<EffectCall>& calls, const std::vector<ImageShape>& shapes, Raster* image,
-                Progress& progress) {
-    const SignalPatience patience;
+// The rows that come out of all effects. Those that take rows as they come have their work done while the rows are
+// taken, the others before; where the engine gives turns in that, a signal ends it between two rows.
+std::unique_ptr<RowSource> RunEffects(const std::vector<EffectCall>& calls, const std::vector<ImageShape>& shapes,
+                                      std::unique_ptr<RowSource> rows, Progress& progress) {
     SetEngineTick([&progress] {
         progress.Step(0, 0);
         SignalPatience::Look();
     });
     for (std::size_t i = 0; i < calls.size(); ++i) {
+        if (TakesRows(calls[i])) {
+            rows = RunEffect(calls[i], std::move(rows), shapes[i]);
+            continue;
+        }
+        rows = RowsOf(Collect(*rows));
+        const SignalPatience patience;
         progress.Begin(calls[i].row->name);
-        calls[i].row->run(image, shapes[i], calls[i].arguments);
+        rows = RunEffect(calls[i], std::move(rows), shapes[i]);
         SignalPatience::Look();
     }
     SetEngineTick(nullptr);
+    return rows;
 }
 
 }  // namespace
@@ -100,15 +117,14 @@ void Process(const CommandLine& line, Notes& notes) {
     OutputFile output(outputPath);
 
     Progress progress(line.quiet);
-    progress.Plan(Efforts(shape, calls, shapes, outputCodec));
+    const bool readsRows = GivesRows(*reader);
+    progress.Plan(Efforts(shape, readsRows, calls, shapes, outputCodec));
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
-    progress.Begin("reading");
-    Raster image = ReadPicture(*reader, tick);
-
-    RunEffects(calls, shapes, &image, progress);
+    if (!readsRows) progress.Begin("reading");
+    std::unique_ptr<RowSource> rows = RunEffects(calls, shapes, RowsOfPicture(*reader, tick), progress);
 
     progress.Begin("writing");
-    outputCodec.write(output, image, header, line.write, tick);
+    outputCodec.write(output, *rows, header, line.write, tick);
     output.Commit();
     progress.End();
 }

@@ -11,6 +11,7 @@
 #include "Notes.h"
 #include "Orientation.h"
 #include "Storage.h"
+#include "effects/Effects.h"
 #include "files/Cleanup.h"
 #include "files/StandardStreams.h"
 #include "plugin/Version.h"
@@ -30,6 +31,7 @@ ExitCode Run(const CommandLine& line) {
     Notes notes(line.quiet);
     SetStorage(line.storage);
     SetOrientationHeeded(!line.ignoreOrientation);
+    SetPluginBytes(line.pluginBytes);
     switch (line.command) {
         case Command::Process:
             Process(line, notes);

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "Errors.h"
-#include "Raster.h"
+#include "Rows.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Jpeg.h"
 #include "codecs/JpegErrors.h"
@@ -61,7 +61,7 @@ void PackPixels(const std::uint8_t* row, int width, std::uint8_t mask, std::uint
 
 // One row as JPEG holds it: without alpha, and ink the way that Adobe's programs expect. It is the row itself where
 // that is so already, else it is made in the buffer.
-std::uint8_t* PreparedRow(std::uint8_t* row, const ImageShape& shape, std::vector<std::uint8_t>& buffer) {
+const std::uint8_t* PreparedRow(const std::uint8_t* row, const ImageShape& shape, std::vector<std::uint8_t>& buffer) {
     switch (shape.kind) {
         case PixelKind::GrayAlpha:
             PackPixels<2, 1>(row, shape.width, 0, buffer.data());
@@ -88,8 +88,9 @@ public:
     JpegWriter& operator=(const JpegWriter&) = delete;
 
     void WriteHeader(const ImageShape& shape, const PictureHeader& tags, int quality);
-    void WriteRow(std::uint8_t* row) {
-        Guarded([this, &row] { jpeg_write_scanlines(&jpeg_, &row, 1); });
+    void WriteRow(const std::uint8_t* row) {
+        auto* unchanged = const_cast<std::uint8_t*>(row);  // the library has no const, and only reads
+        Guarded([this, &unchanged] { jpeg_write_scanlines(&jpeg_, &unchanged, 1); });
     }
     void WriteEnd() {
         Guarded([this] { jpeg_finish_compress(&jpeg_); });
@@ -147,14 +148,14 @@ void JpegWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags,
 
 }  // namespace
 
-void WriteJpeg(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WriteJpeg(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                const RowTick& tick) {
     JpegWriter writer(file);
-    const ImageShape& shape = image.Shape();
+    const ImageShape& shape = rows.Shape();
     writer.WriteHeader(shape, tags, options.quality);
     std::vector<std::uint8_t> buffer(static_cast<std::size_t>(shape.width) * 4);
     for (int y = 0; y < shape.height; ++y) {
-        writer.WriteRow(PreparedRow(image.Row(y), shape, buffer));
+        writer.WriteRow(PreparedRow(rows.Next(), shape, buffer));
         tick(y + 1, shape.height);
     }
     writer.WriteEnd();

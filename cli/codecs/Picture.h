@@ -15,6 +15,7 @@ class InputFile;
 class Notes;
 class OutputFile;
 class Raster;
+class RowSource;
 
 // How many pixels a length of the printed picture has, as the file tells it.
 struct Resolution {
@@ -56,8 +57,14 @@ public:
     virtual ~PictureReader() = default;
     [[nodiscard]] const PictureHeader& Header() const { return header_; }
 
-    // Fills an image of the header's size and kind. Called once. A RunError for a damaged file.
+    // The pixels come out in one of two ways, once. A RunError for a damaged file.
+    // Fills an image of the header's size and kind.
     virtual void ReadRows(Raster& image, const RowTick& tick) = 0;
+
+    // Where the file can be decoded row by row from the top without holding it: the next row into memory for it, of the
+    // header's width and kind. `InOrder` tells of that before any is read; ReadRow is not called where it is false.
+    [[nodiscard]] virtual bool InOrder() const { return false; }
+    virtual void ReadRow(std::uint8_t* row) { static_cast<void>(row); }
 
 protected:
     PictureHeader header_;
@@ -80,8 +87,8 @@ struct Codec {
     PixelKind (*stored)(PixelKind kind);  // what the file holds for an image of a kind that it does not refuse
     bool holdsProfile;
     bool lossless;  // can keep every pixel as it is
-    // Writes the image with the tags that fit the format and the stored kind. RunError. Null: the format is read only.
-    void (*write)(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+    // Writes all rows with the tags that fit the format and the stored kind. RunError. Null: the format is read only.
+    void (*write)(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                   const RowTick& tick);
     double effort = 1;  // of writing: about so many nanoseconds for a byte of the image
 };

@@ -4,5 +4,5 @@
 #include "codecs/Picture.h"
 
 std::unique_ptr<PictureReader> OpenPng(InputFile& file, Notes& notes);
-void WritePng(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WritePng(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
               const RowTick& tick);

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "Errors.h"
-#include "Raster.h"
+#include "Rows.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Png.h"
 #include "files/OutputFile.h"
@@ -120,13 +120,13 @@ void PngWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, 
 
 }  // namespace
 
-void WritePng(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WritePng(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
               const RowTick& tick) {
     PngWriter writer(file);
-    const ImageShape& shape = image.Shape();
+    const ImageShape& shape = rows.Shape();
     writer.WriteHeader(shape, tags, options.compression);
     for (int y = 0; y < shape.height; ++y) {
-        writer.WriteRow(image.Row(y));
+        writer.WriteRow(rows.Next());
         tick(y + 1, shape.height);
     }
     writer.WriteEnd();

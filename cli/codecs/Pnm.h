@@ -7,11 +7,11 @@
 std::unique_ptr<PictureReader> OpenPnm(InputFile& file, Notes& notes);
 
 // In bytes, 255 for the largest value. PPM turns gray into RGB; PNM is PGM, PPM or, for alpha and CMYK, PAM.
-void WritePgm(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WritePgm(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
               const RowTick& tick);
-void WritePpm(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WritePpm(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
               const RowTick& tick);
-void WritePam(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WritePam(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
               const RowTick& tick);
-void WritePnm(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WritePnm(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
               const RowTick& tick);

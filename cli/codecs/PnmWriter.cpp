@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "Errors.h"
-#include "Raster.h"
+#include "Rows.h"
 #include "codecs/Pnm.h"
 #include "files/OutputFile.h"
 
@@ -18,15 +18,15 @@ void PrepareRow(const std::uint8_t* row, int width, int channels, int stored, bo
         for (int c = 0; c < stored; ++c) out[c] = row[spread ? 0 : c];
 }
 
-void WriteFile(OutputFile& file, Raster& image, const std::string& header, int stored, const RowTick& tick) {
-    const ImageShape& shape = image.Shape();
+void WriteFile(OutputFile& file, RowSource& rows, const std::string& header, int stored, const RowTick& tick) {
+    const ImageShape& shape = rows.Shape();
     const int channels = Describe(shape.kind).channels;
     const bool spread = channels < 3 && stored == 3;
     const auto rowBytes = static_cast<std::size_t>(shape.width) * static_cast<unsigned>(stored);
     std::vector<std::uint8_t> prepared(stored == channels ? 0 : rowBytes);
     Put(file, header.data(), header.size());
     for (int y = 0; y < shape.height; ++y) {
-        const std::uint8_t* row = image.Row(y);
+        const std::uint8_t* row = rows.Next();
         if (!prepared.empty()) PrepareRow(row, shape.width, channels, stored, spread, prepared.data());
         Put(file, prepared.empty() ? row : prepared.data(), rowBytes);
         tick(y + 1, shape.height);
@@ -55,31 +55,31 @@ const char* TupleType(PixelKind kind) {
 
 }  // namespace
 
-void WritePgm(OutputFile& file, Raster& image, const PictureHeader&, const WriteOptions&, const RowTick& tick) {
-    WriteFile(file, image, ClassicHeader("P5", image.Shape()), 1, tick);
+void WritePgm(OutputFile& file, RowSource& rows, const PictureHeader&, const WriteOptions&, const RowTick& tick) {
+    WriteFile(file, rows, ClassicHeader("P5", rows.Shape()), 1, tick);
 }
 
-void WritePpm(OutputFile& file, Raster& image, const PictureHeader&, const WriteOptions&, const RowTick& tick) {
-    WriteFile(file, image, ClassicHeader("P6", image.Shape()), 3, tick);
+void WritePpm(OutputFile& file, RowSource& rows, const PictureHeader&, const WriteOptions&, const RowTick& tick) {
+    WriteFile(file, rows, ClassicHeader("P6", rows.Shape()), 3, tick);
 }
 
-void WritePam(OutputFile& file, Raster& image, const PictureHeader&, const WriteOptions&, const RowTick& tick) {
-    const ImageShape& shape = image.Shape();
+void WritePam(OutputFile& file, RowSource& rows, const PictureHeader&, const WriteOptions&, const RowTick& tick) {
+    const ImageShape& shape = rows.Shape();
     const int channels = Describe(shape.kind).channels;
     const std::string header = "P7\nWIDTH " + std::to_string(shape.width) + "\nHEIGHT " + std::to_string(shape.height) +
                                "\nDEPTH " + std::to_string(channels) + "\nMAXVAL 255\nTUPLTYPE " +
                                TupleType(shape.kind) + "\nENDHDR\n";
-    WriteFile(file, image, header, channels, tick);
+    WriteFile(file, rows, header, channels, tick);
 }
 
-void WritePnm(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WritePnm(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
               const RowTick& tick) {
-    switch (image.Shape().kind) {
+    switch (rows.Shape().kind) {
         case PixelKind::Gray:
-            return WritePgm(file, image, tags, options, tick);
+            return WritePgm(file, rows, tags, options, tick);
         case PixelKind::RGB:
-            return WritePpm(file, image, tags, options, tick);
+            return WritePpm(file, rows, tags, options, tick);
         default:
-            return WritePam(file, image, tags, options, tick);
+            return WritePam(file, rows, tags, options, tick);
     }
 }

@@ -4,5 +4,5 @@
 #include "codecs/Picture.h"
 
 std::unique_ptr<PictureReader> OpenTiff(InputFile& file, Notes& notes);
-void WriteTiff(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WriteTiff(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                const RowTick& tick);

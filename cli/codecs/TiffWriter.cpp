@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "Errors.h"
-#include "Raster.h"
+#include "Rows.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Tiff.h"
 #include "codecs/TiffStream.h"
@@ -37,7 +37,7 @@ public:
     }
 
     void SetTags(const ImageShape& shape, const PictureHeader& tags, int compression);
-    void WriteRows(Raster& image, const RowTick& tick);
+    void WriteRows(RowSource& rows, const RowTick& tick);
 
 private:
     [[noreturn]] void Fail() const {
@@ -113,14 +113,14 @@ void TiffWriter::SetTags(const ImageShape& shape, const PictureHeader& tags, int
     SetResolution(tags.resolution);
 }
 
-void TiffWriter::WriteRows(Raster& image, const RowTick& tick) {
-    const ImageShape& shape = image.Shape();
+void TiffWriter::WriteRows(RowSource& rows, const RowTick& tick) {
+    const ImageShape& shape = rows.Shape();
     const auto rowBytes = static_cast<std::size_t>(RowBytes(shape));
     std::vector<std::uint8_t> strip(rowBytes * static_cast<std::size_t>(stripRows_));
     std::size_t used = 0;
     std::uint32_t number = 0;
     for (int y = 0; y < shape.height; ++y) {
-        std::memcpy(strip.data() + used, image.Row(y), rowBytes);
+        std::memcpy(strip.data() + used, rows.Next(), rowBytes);
         used += rowBytes;
         if (used == strip.size() || y + 1 == shape.height) {
             const auto count = static_cast<tmsize_t>(used);
@@ -134,9 +134,9 @@ void TiffWriter::WriteRows(Raster& image, const RowTick& tick) {
 
 }  // namespace
 
-void WriteTiff(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WriteTiff(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                const RowTick& tick) {
-    TiffWriter writer(file, NeedsBigTiff(image.Shape(), tags));
-    writer.SetTags(image.Shape(), tags, options.compression);
-    writer.WriteRows(image, tick);
+    TiffWriter writer(file, NeedsBigTiff(rows.Shape(), tags));
+    writer.SetTags(rows.Shape(), tags, options.compression);
+    writer.WriteRows(rows, tick);
 }

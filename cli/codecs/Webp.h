@@ -5,5 +5,5 @@
 
 // Reads the whole file, which is small beside its pixels: tags that are needed first may stand at its end.
 std::unique_ptr<PictureReader> OpenWebp(InputFile& file, Notes& notes);
-void WriteWebp(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WriteWebp(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                const RowTick& tick);

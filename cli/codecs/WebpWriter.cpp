@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Errors.h"
-#include "Raster.h"
+#include "Rows.h"
 #include "codecs/Exif.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Webp.h"
@@ -44,7 +44,7 @@ public:
     WebpWriter(const WebpWriter&) = delete;
     WebpWriter& operator=(const WebpWriter&) = delete;
 
-    void TakeRows(Raster& image);
+    void TakeRows(RowSource& rows);
     void Encode(const WriteOptions& options, const RowTick& tick);
     void Write(const PictureHeader& tags);
 
@@ -71,14 +71,14 @@ void PrepareRow(const std::uint8_t* row, int width, PixelKind kind, std::uint32_
                  std::uint32_t{row[green]} << 8 | row[blue];
 }
 
-void WebpWriter::TakeRows(Raster& image) {
-    const ImageShape& shape = image.Shape();
+void WebpWriter::TakeRows(RowSource& rows) {
+    const ImageShape& shape = rows.Shape();
     picture_.width = shape.width;
     picture_.height = shape.height;
     picture_.use_argb = 1;
     if (WebPPictureAlloc(&picture_) == 0) FailFile(file_.Path(), "not enough memory");
     for (int y = 0; y < shape.height; ++y)
-        PrepareRow(image.Row(y), shape.width, shape.kind,
+        PrepareRow(rows.Next(), shape.width, shape.kind,
                    picture_.argb + static_cast<std::ptrdiff_t>(y) * picture_.argb_stride);
 }
 
@@ -131,10 +131,10 @@ void WebpWriter::Write(const PictureHeader& tags) {
 
 }  // namespace
 
-void WriteWebp(OutputFile& file, Raster& image, const PictureHeader& tags, const WriteOptions& options,
+void WriteWebp(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                const RowTick& tick) {
     WebpWriter writer(file);
-    writer.TakeRows(image);
+    writer.TakeRows(rows);
     writer.Encode(options, tick);
     writer.Write(tags);
 }

@@ -1,9 +1,11 @@
 #include "effects/Effects.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include "Errors.h"
+#include "Rows.h"
 #include "Suggest.h"
 #include "effects/ArtisticEffects.h"
 #include "effects/CombineEffects.h"
@@ -60,6 +62,68 @@ std::vector<EffectCall> ReadEffects(const std::vector<std::string>& words) {
         calls.push_back({row, Arguments(row->name, row->arguments, arguments, EffectNames())});
     }
     return calls;
+}
+
+namespace {
+
+bool pluginBytes = false;
+
+// Some rows at a time through an effect that needs no more.
+class RowsThroughEffect : public RowSource {
+public:
+    RowsThroughEffect(std::unique_ptr<RowSource> rows, const ImageShape& result, const EffectCall& call)
+        : RowSource(result), rows_(std::move(rows)), call_(call) {}
+
+    const std::uint8_t* Next() override {
+        if (part_ == nullptr || next_ == part_->Shape().height) MakePart();
+        return part_->Row(next_++);
+    }
+
+private:
+    void MakePart() {
+        constexpr std::int64_t kPartBytes = 1 << 20;
+        const ImageShape& source = rows_->Shape();
+        const std::int64_t rowBytes = std::int64_t{source.width} * Describe(source.kind).channels;
+        const auto height =
+            static_cast<int>(std::clamp<std::int64_t>(kPartBytes / rowBytes, 1, std::int64_t{source.height} - done_));
+        Raster part({source.width, height, source.kind});
+        for (int y = 0; y < height; ++y) std::memcpy(part.Row(y), rows_->Next(), static_cast<std::size_t>(rowBytes));
+        call_.row->run(&part, {Shape().width, height, Shape().kind}, call_.arguments);
+        part_ = std::make_unique<Raster>(std::move(part));
+        done_ += height;
+        next_ = 0;
+    }
+
+    std::unique_ptr<RowSource> rows_;
+    const EffectCall& call_;
+    std::unique_ptr<Raster> part_;
+    int next_ = 0, done_ = 0;
+};
+
+}  // namespace
+
+void SetPluginBytes(bool wanted) {
+    pluginBytes = wanted;
+}
+
+bool PluginBytes() {
+    return pluginBytes;
+}
+
+bool TakesRows(const EffectCall& call) {
+    return call.row->rowByRow || (call.row->stream != nullptr && !pluginBytes);
+}
+
+std::unique_ptr<RowSource> RunEffect(const EffectCall& call, std::unique_ptr<RowSource> rows,
+                                     const ImageShape& result) {
+    const EffectRow& row = *call.row;
+    if (row.stream != nullptr && !pluginBytes) return row.stream(std::move(rows), result, call.arguments);
+    if (row.rowByRow && rows->Whole() == nullptr)
+        return std::make_unique<RowsThroughEffect>(std::move(rows), result, call);
+    Raster image = Collect(*rows);
+    rows.reset();
+    (row.right != nullptr && !pluginBytes ? row.right : row.run)(&image, result, call.arguments);
+    return RowsOf(std::move(image));
 }
 
 ImageShape PlanEffect(const EffectCall& call, const ImageShape& source) {

@@ -2,6 +2,7 @@
 // The table of effects. Help, completion, the manual page, the checking of arguments, the work and what progress
 // expects of it all come from its rows: a new effect is one row and its functions.
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "effects/Arguments.h"
 
 class Raster;
+class RowSource;
 
 struct EffectRow {
     const char* name;
@@ -22,12 +24,25 @@ struct EffectRow {
     // cannot be done on such an image.
     ImageShape (*plan)(const ImageShape& source, const Arguments& arguments);
 
-    // Does the work: changes the image, or puts one of the planned shape in its place. A RunError when that fails.
+    // Does the work with the methods of the plug-in, whose bytes it gives: changes the image, or puts one of the
+    // planned shape in its place. A RunError when that fails.
     void (*run)(Raster* image, const ImageShape& result, const Arguments& arguments);
 
     // About how long that takes, in nanoseconds for a byte of the larger of the two images; how much longer also hangs
     // on arguments that are not told apart here. Unless given, that of a walk over the pixels.
     double effort = 1;
+
+    // What people get where the plug-in's bytes are not asked for: rounded, with colours weighed by alpha. At most one
+    // of the two is there, and none where `run` loses nothing by itself.
+    // From rows as they come; a RunError while it is made, or out of its rows.
+    std::unique_ptr<RowSource> (*stream)(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                         const Arguments& arguments) = nullptr;
+    // The whole image at once.
+    void (*right)(Raster* image, const ImageShape& result, const Arguments& arguments) = nullptr;
+
+    // Every row of the result is that of the same row of the source alone, so that `run` may as well have some rows at
+    // a time.
+    bool rowByRow = false;
 };
 
 // All rows, group by group.
@@ -52,3 +67,13 @@ std::vector<EffectCall> ReadEffects(const std::vector<std::string>& words);
 
 // The shape after one effect; throws as `plan` does.
 ImageShape PlanEffect(const EffectCall& call, const ImageShape& source);
+
+// Whether effects give the plug-in's own bytes, which are cut off and take alpha as one channel more. False at first.
+void SetPluginBytes(bool wanted);
+bool PluginBytes();
+
+// Whether the effect holds no more of the picture than some rows.
+bool TakesRows(const EffectCall& call);
+
+// Rows of the planned shape out of those of the source. The call must stay as long as they are taken. A RunError.
+std::unique_ptr<RowSource> RunEffect(const EffectCall& call, std::unique_ptr<RowSource> rows, const ImageShape& result);
