@@ -58,7 +58,7 @@ HWY_INLINE Shorts PairOfWeights(const std::int16_t* weights) {
 }
 
 HWY_INLINE std::int32_t HalfOf(const Taps& taps, const IntegerForm& form) {
-    return taps.ending == Ending::nearest ? std::int32_t{1} << (form.shift - 1) : 0;
+    return taps.ending == Ending::nearest && form.usable ? std::int32_t{1} << (form.shift - 1) : 0;
 }
 
 // Where the fine integers leave the sum whose coarse one, with the half of the ending in it, is `coarse`.
