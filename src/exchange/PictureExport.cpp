@@ -35,25 +35,25 @@ static REALobject ExportRectangle(ImageClassData* record, const PixelRect& rect,
 // --- colours --------------------------------------------------------------------------------------------------------
 
 // The try at a picture for the images of one family: with the host in between, each looks at the image anew. A picture
-// that is there already stays.
-static void TryColours(REALobject* picture, ImageClassData* record, const PixelRect& rect, PixelFamily family,
+// that is there already stays, and is given back where that turn cancels.
+static void TryColours(ObjectHolder* picture, ImageClassData* record, const PixelRect& rect, PixelFamily family,
                        ExportColours colours) {
     const FamilyFields& fields = kFamilyFields[static_cast<int>(family)];
     if (!(record->*fields.flag) || !IsUsable(record)) return;
     YieldIfAsked(record);
-    if (*picture) return;
-    *picture = ExportRectangle(record, rect, colours, OffsetsOf(record, fields.colours));
+    if (picture->get()) return;
+    picture->hold(ExportRectangle(record, rect, colours, OffsetsOf(record, fields.colours)));
 }
 
 REALobject rbCopyPicture(REALobject object, int x, int y, int w, int h) {
     ImageClassData* const record = ImageDataOf(object);
     const PixelRect rect = ReduceToImage(record, {x, y, w, h});
     if (rect.IsEmpty()) return nullptr;
-    REALobject picture = nullptr;
+    ObjectHolder picture;
     TryColours(&picture, record, rect, PixelFamily::gray, ExportColours::gray);
     TryColours(&picture, record, rect, PixelFamily::rgb, ExportColours::rgb);
     TryColours(&picture, record, rect, PixelFamily::cmyk, ExportColours::cmyk);
-    return picture;
+    return picture.release();
 }
 
 REALobject rbCopyPictureAll(REALobject object) {

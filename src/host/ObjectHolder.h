@@ -15,6 +15,8 @@ public:
     ObjectHolder(const ObjectHolder&) = delete;
     ObjectHolder& operator=(const ObjectHolder&) = delete;
     REALobject get() const { return object_; }
+    // Takes an object over, in place of none.
+    void hold(REALobject object) { object_ = object; }
     REALobject release() {
         REALobject object = object_;
         object_ = nullptr;

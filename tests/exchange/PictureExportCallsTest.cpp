@@ -380,4 +380,30 @@ TEST_F(PictureExportCalls, AYieldThatCancelsLeavesNothingOpen) {
     }
 }
 
+TEST_F(PictureExportCalls, AYieldThatCancelsBehindThePictureGivesItBack) {
+    for (const bool madeAnew : {false, true}) {
+        const TestImage image = Noise(3, 1, ImageFormatRGBA);
+        image->IsGray = !madeAnew;
+        image->IsCMYK = true;  // the next family's try has a turn of its own
+        image->GetRow = SlowRow;
+        YieldEverywhere(image.record());
+        int yields = 0;
+        host.onYield = [&] {
+            ++yields;
+            if (madeAnew && yields == 3) {
+                ImageConstructor(image.object(), 5, 5, ImageFormatCMYK);
+                image->LastYieldTick -= 1000;
+            }
+            if (yields == 4) throw 42;
+        };
+        const std::size_t before = host.LiveObjects();
+        EXPECT_THROW(rbCopyPictureAll(image.object()), int);
+        host.onYield = nullptr;
+        EXPECT_EQ(yields, 4);
+        EXPECT_EQ(host.Count("newPicture"), 1);
+        EXPECT_EQ(host.LiveObjects(), before);
+        pictures.ClearCalls();
+    }
+}
+
 }  // namespace
