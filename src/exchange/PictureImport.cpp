@@ -4,6 +4,7 @@
 #include "exchange/PictureDrawing.h"
 #include "exchange/PictureEditor.h"
 #include "exchange/PictureRows.h"
+#include "host/ObjectHolder.h"
 
 namespace zor {
 
@@ -82,26 +83,28 @@ void ImportRectangle(ImageClassData* image, PictureEditor& picture, PictureEdito
              [&](const RunSet& runs) { ImportRun(plan, layers, runs); });
 }
 
-// Everything behind the gate, its yield included. The mask may be null.
-void Import(ImageClassData* image, REALobject pictureObject, REALobject maskObject, TransferRect rect,
-            const ImportWay& way) {
-    YieldIfAsked(image);
-    const auto yield = [&] {
-        if (way.yields) YieldIfAsked(image);
-    };
+// The mask may be null.
+void ImportFromPictures(ImageClassData* image, REALobject pictureObject, REALobject maskObject, TransferRect rect,
+                        const ImportWay& way) {
     EditorHolder picture, mask;
-    if (!GetPictureReader(picture.editor, pictureObject)) return yield();
-    if (maskObject && !GetPictureReader(mask.editor, maskObject)) {
-        ClosePictureReader(picture.editor);
-        return yield();
+    if (!GetPictureReader(picture.editor, pictureObject)) return;
+    if (maskObject && !GetPictureReader(mask.editor, maskObject)) return;
+    if (!ClipTransfer(&rect, SizeOf(image), {picture.editor.Width, picture.editor.Height})) return;
+    if (way.yields) YieldIfAsked(image);
+    ImportRectangle(image, picture.editor, maskObject ? &mask.editor : nullptr, rect, way);
+}
+
+// Everything behind the gate, its yield included. The mask may be null.
+void Import(ImageClassData* image, REALobject picture, REALobject mask, const TransferRect& rect,
+            const ImportWay& way) {
+    {
+        // A turn may take the mask from its picture, which may have held the last reference to it.
+        if (mask) REALLockObject(mask);
+        const ObjectHolder maskLock(mask);
+        YieldIfAsked(image);
+        ImportFromPictures(image, picture, mask, rect, way);
     }
-    if (ClipTransfer(&rect, SizeOf(image), {picture.editor.Width, picture.editor.Height})) {
-        yield();
-        ImportRectangle(image, picture.editor, maskObject ? &mask.editor : nullptr, rect, way);
-    }
-    ClosePictureReader(mask.editor);
-    ClosePictureReader(picture.editor);
-    yield();
+    if (way.yields) YieldIfAsked(image);
 }
 
 void DrawToGray(REALobject object, REALobject picture, const TransferRect& rect, GrayChannelSource colour) {

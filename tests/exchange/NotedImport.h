@@ -26,6 +26,10 @@ inline Calls Row(int y) {
     return {"GetRow(nil, " + std::to_string(y) + ")"};
 }
 
+// The mask is asked for, and kept as long as it is read.
+inline const Calls kMaskAsked = {"REALGetPictureMask(source, 0)", "REALLockObject(mask)"};
+inline const Calls kMaskLeft = {"REALUnlockObject(mask)"};
+
 class NotedImport : public EngineTest {
 protected:
     FakePictures pictures{host, World::console};
