@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 #include "core/RowAccess.h"
@@ -96,11 +97,12 @@ bool MarkAsFileStorage(ImageClassData* record, int descriptor) {
 
 void MarkFileGone(int descriptor) {
     struct stat status {};
-    if (fstat(descriptor, &status) != 0) return;
+    const bool identified = fstat(descriptor, &status) == 0;
+    if (!identified && errno == EBADF) return;  // no open file, so none is cut
     StorageMark file{};
     TakeIdentity(&file, status);
     for (StorageMark* other = liveFiles; other; other = other->nextFile) {
-        if (SameFile(other, &file)) other->gone = true;
+        if (!identified || SameFile(other, &file)) other->gone = true;
     }
 }
 

@@ -24,7 +24,9 @@ bool ShareStorageMark(ImageClassData* view, ImageClassData* src);
 // Gives a record that now lives in the open file its mark. False when out of memory.
 bool MarkAsFileStorage(ImageClassData* record, int descriptor);
 
-// The open file is cut off: every image that lives in it loses its storage, whichever descriptor it has of it.
+// The open file is cut off: every image that lives in it loses its storage, whichever descriptor it has of it. Where
+// the system does not tell which file that is, all images in files do: rows behind the end of a file must not be
+// touched.
 void MarkFileGone(int descriptor);
 
 // True if the record lives in the file of that path, by whatever name it was opened.

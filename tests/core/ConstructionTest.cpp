@@ -10,15 +10,18 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
+#include "FailingStatus.h"
 #include "core/Formats.h"
 #include "core/RowAccess.h"
 #include "core/RowSpan.h"
+#include "core/Storage.h"
 #include "core/Views.h"
 #include "host/Platform.h"
 #include "support/Images.h"
@@ -439,6 +442,44 @@ TEST_F(Construction, InTheFileOfAnotherImageTakesItsRows) {
     EXPECT_FALSE(Exists("scratch"));
     EXPECT_FALSE(GetRowSpan(second.record(), 0)) << "the first image cut the file off";
     EXPECT_TRUE(GetRowSpan(other.record(), 0));
+}
+
+// Of which file another image's rows are cannot be told then, and those of the file that was cut would fault.
+TEST_F(Construction, InAFileThatCannotBeIdentifiedTakesTheRowsOfAllFiles) {
+    const TestImage first = InFile("scratch", 100, 20, ImageFormatG);
+    const TestImage view(ClipImage1(first.object()));
+    const TestImage plain = MakePlain(5, 5, ImageFormatG);
+    ASSERT_TRUE(GetRowSpan(first.record(), 0));
+    TestImage second;
+    {
+        const FailingStatus status(1, EIO);
+        second = InFile("scratch", 100, 20, ImageFormatG);
+        EXPECT_TRUE(status.happened());
+    }
+    for (int y = 0; y < 20; ++y) {
+        EXPECT_FALSE(GetRowSpan(first.record(), y));
+        EXPECT_FALSE(GetRowSpan(view.record(), y));
+        EXPECT_TRUE(GetRowSpan(second.record(), y));
+    }
+    EXPECT_TRUE(GetRowSpan(plain.record(), 0));
+}
+
+TEST_F(Construction, ATeardownThatCutsNothingTakesNoRows) {
+    const TestImage image = InFile("scratch", 100, 20, ImageFormatG);
+    MarkFileGone(-1);
+    EXPECT_TRUE(GetRowSpan(image.record(), 0)) << "there is no such descriptor, so nothing was cut";
+}
+
+TEST_F(Construction, InAFileThatCannotBeTakenNoteOfIsQuiet) {
+    for (int n = 1; n <= 2; ++n) {
+        const FailingStatus status(n, EIO);
+        const TestImage image = InFile("scratch", 100, 20, ImageFormatG);
+        EXPECT_TRUE(status.happened());
+        EXPECT_EQ(image->Valid, n == 1) << n;
+        EXPECT_EQ(Exists("scratch"), n == 1);
+    }
+    EXPECT_FALSE(Exists("scratch"));
+    EXPECT_FALSE(host.TakeException());
 }
 
 TEST_F(Construction, InAFileTooLargeForAnyFileSystemIsQuiet) {
