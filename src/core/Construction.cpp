@@ -119,10 +119,7 @@ void ImageConstructorFile(REALobject object, int width, int height, int format, 
     MarkFileGone(descriptor);  // opening it has cut it off from other images
     ImageClassData mark{};     // the new storage's mark, before the record takes it over
     if (!GrowFile(descriptor, total) || !MarkAsFileStorage(&mark, descriptor)) {
-        const int truncated = ftruncate(descriptor, 0);
-        static_cast<void>(truncated);  // it is removed at once
-        close(descriptor);
-        unlink(path);
+        DiscardFile(descriptor, path);
         std::free(path);
         return;
     }

@@ -1,5 +1,6 @@
 #include "core/Teardown.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -15,15 +16,38 @@ static void DropObject(REALobject* object) {
     *object = nullptr;
 }
 
+// --- files ----------------------------------------------------------------------------------------------------------
+
+// A regular file by that name, itself and not behind a link.
+static bool IsNameOf(const char* path, const struct stat& file) {
+    struct stat named {};
+    return lstat(path, &named) == 0 && S_ISREG(named.st_mode) && named.st_dev == file.st_dev &&
+           named.st_ino == file.st_ino;
+}
+
+void DiscardFile(int descriptor, const char* path) {
+    struct stat file {};
+    const bool known = path && fstat(descriptor, &file) == 0;
+    const int truncated = ftruncate(descriptor, 0);
+    static_cast<void>(truncated);  // the file goes away in any case
+    close(descriptor);
+    if (!known) return;
+    if (IsNameOf(path, file)) {
+        unlink(path);
+    } else if (char* const target = realpath(path, nullptr)) {
+        if (IsNameOf(target, file)) unlink(target);
+        std::free(target);
+    }
+}
+
 // The file is scratch storage: it never outlives the image. A file-backed image that was closed before comes here
 // again with descriptor 0 and without a path.
 static void RemoveFile(ImageClassData* record) {
-    const int truncated = ftruncate(record->FileHandle, 0);
-    static_cast<void>(truncated);  // the file goes away in any case
-    close(record->FileHandle);
-    if (record->FilePath) unlink(record->FilePath);
+    DiscardFile(record->FileHandle, record->FilePath);
     record->FileHandle = 0;
 }
+
+// --- all of it ------------------------------------------------------------------------------------------------------
 
 void Teardown(ImageClassData* record) {
     // Only an image that owns its storage takes it from its views.

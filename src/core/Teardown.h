@@ -12,4 +12,9 @@ void Teardown(ImageClassData* record);
 // back, and the record is ready for the new storage.
 void ReleaseEarlierStorage(ImageClassData* record);
 
+// Cuts off and closes a file that was opened under that path, which may be null, and removes it: the regular file that
+// was opened, also where the path is a link to it. Anything else that stands there stays: a pipe, a device, a link,
+// another file that has taken the name.
+void DiscardFile(int descriptor, const char* path);
+
 }  // namespace zor

@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -480,6 +481,56 @@ TEST_F(Construction, InAFileThatCannotBeTakenNoteOfIsQuiet) {
     }
     EXPECT_FALSE(Exists("scratch"));
     EXPECT_FALSE(host.TakeException());
+}
+
+// --- what an application names that is no file of the engine's ------------------------------------------------------
+
+TEST_F(Construction, InAPipeOrADeviceLeavesItWhereItIs) {
+    ASSERT_EQ(mkfifo(directory.File("pipe").c_str(), 0600), 0);
+    const TestImage inPipe = InFile("pipe", 5, 20, ImageFormatRGB);
+    ExpectNoStorage(inPipe.record());
+    EXPECT_TRUE(std::filesystem::is_fifo(directory.File("pipe")));
+    if (mknod(directory.File("null").c_str(), S_IFCHR | 0600, makedev(1, 3)) == 0) {
+        const TestImage onDevice = InFile("null", 5, 20, ImageFormatRGB);
+        ExpectNoStorage(onDevice.record());
+        EXPECT_TRUE(std::filesystem::is_character_file(directory.File("null")));
+    }
+    std::filesystem::create_symlink("/dev/null", directory.File("link"));
+    const TestImage byLink = InFile("link", 5, 20, ImageFormatRGB);
+    ExpectNoStorage(byLink.record());
+    EXPECT_TRUE(std::filesystem::is_symlink(directory.File("link")));
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+}
+
+TEST_F(Construction, InAFileBehindALinkRemovesTheFileAndLeavesTheLink) {
+    for (const char* const target : {"scratch", "folder/scratch"}) {
+        std::filesystem::create_directory(directory.File("folder"));
+        std::filesystem::create_symlink(target, directory.File("link"));
+        {
+            const TestImage image = InFile("link", 100, 20, ImageFormatG);
+            EXPECT_TRUE(image->Valid);
+            EXPECT_TRUE(Exists(target));
+        }
+        EXPECT_FALSE(Exists(target));
+        EXPECT_TRUE(std::filesystem::is_symlink(directory.File("link")));
+        {
+            const FileSizeLimit small(4096);
+            const TestImage image = InFile("link", 5, 20, ImageFormatRGB);
+            ExpectNoStorage(image.record());
+        }
+        EXPECT_FALSE(Exists(target));
+        EXPECT_TRUE(std::filesystem::is_symlink(directory.File("link")));
+        std::filesystem::remove(directory.File("link"));
+    }
+}
+
+TEST_F(Construction, RemovesNoOtherFileThatHasTakenTheName) {
+    const TestImage image = InFile("scratch", 100, 20, ImageFormatG);
+    std::filesystem::rename(directory.File("scratch"), directory.File("moved"));
+    std::ofstream(directory.File("scratch")) << "somebody else's";
+    ImageDestructor(image.object());
+    EXPECT_EQ(std::filesystem::file_size(directory.File("scratch")), 15U);
+    EXPECT_EQ(std::filesystem::file_size(directory.File("moved")), 0U);
 }
 
 TEST_F(Construction, InAFileTooLargeForAnyFileSystemIsQuiet) {
