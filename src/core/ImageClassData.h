@@ -85,6 +85,9 @@ struct ImageClassData : YieldData {
     std::int64_t WindowBytes;   // bytes of the current window that lie inside the file
     int TableRows;              // host picture in console form: entries of RowPointers
     StorageMark* Mark;          // shared by an image and its views; null where no view was ever made
+    REALobject
+        NextWaiting;      // while views of this image that have gone wait to let go of it: the next that is waited for
+    int WaitingReleases;  // and how many they are
 };
 static_assert(std::is_standard_layout_v<YieldData>);
 

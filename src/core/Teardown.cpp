@@ -16,6 +16,57 @@ static void DropObject(REALobject* object) {
     *object = nullptr;
 }
 
+// --- chains of views ------------------------------------------------------------------------------------------------
+
+// A view that goes may take its source along, which may be a view as well, and so on. Beyond so many at once they wait
+// in a list until the one that is the deepest has gone, so that a chain of any length fits on the stack.
+constexpr int kMaxNestedReleases = 64;
+
+namespace {
+
+// What this thread releases. The list goes through the records: a source that waits is alive.
+struct Releases {
+    int nested;
+    REALobject waiting;
+};
+thread_local Releases releases;
+
+struct NestedRelease {
+    NestedRelease() { ++releases.nested; }
+    ~NestedRelease() { --releases.nested; }
+};
+
+}  // namespace
+
+static void LetWait(REALobject source) {
+    ImageClassData* const record = ImageDataOf(source);
+    if (record->WaitingReleases++ > 0) return;
+    record->NextWaiting = releases.waiting;
+    releases.waiting = source;
+}
+
+static void ReleaseWaiting() {
+    while (const REALobject source = releases.waiting) {
+        ImageClassData* const record = ImageDataOf(source);
+        releases.waiting = record->NextWaiting;
+        const int count = record->WaitingReleases;
+        record->WaitingReleases = 0;
+        for (int i = 0; i < count; ++i) REALUnlockObject(source);
+    }
+}
+
+static void DropSource(REALobject* source) {
+    if (!*source) return;
+    if (releases.nested == kMaxNestedReleases) {
+        LetWait(*source);
+    } else {
+        const NestedRelease nested;
+        REALUnlockObject(*source);
+        if (releases.nested == kMaxNestedReleases) ReleaseWaiting();
+    }
+    *source = nullptr;
+}
+
 // --- files ----------------------------------------------------------------------------------------------------------
 
 // A regular file by that name, itself and not behind a link.
@@ -68,7 +119,7 @@ void Teardown(ImageClassData* record) {
         REALUnlockString(record->DataString);
         record->DataString = nullptr;
     }
-    DropObject(&record->Parent);
+    DropSource(&record->Parent);
     DropObject(&record->MemoryTarget);
     DropObject(&record->FileItem);
     DropObject(&record->Target);

@@ -607,6 +607,41 @@ TEST_F(Views, KeepTheirSourceAlive) {
     }
 }
 
+TEST_F(Views, InAChainOfAnyLengthAreReleasedOnAStackOfAnySize) {
+    for (const int length : {1, 63, 64, 65, 66, 130, 300000}) {
+        TestImage last = Make(StorageKind::plain, 3, 2, ImageFormatRGB);
+        const std::size_t before = host.LiveObjects();
+        for (int i = 0; i < length; ++i) {
+            REALobject view = ClipImage1(last.object());
+            ASSERT_TRUE(view);
+            last = TestImage(view);
+        }
+        EXPECT_EQ(host.LiveObjects(), before + static_cast<std::size_t>(length));
+        last = TestImage();
+        EXPECT_EQ(host.LiveObjects(), before - 1) << length;
+    }
+}
+
+TEST_F(Views, OfOneSourceInALongChainLetGoOfItOnceEach) {
+    TestImage last = Make(StorageKind::plain, 3, 2, ImageFormatRGB);
+    for (int i = 0; i < 500; ++i) {
+        const TestImage source = std::move(last);
+        // The image that the application ends with its picture is a view of the same source.
+        const REALobject sibling = ClipImage1(source.object());
+        last = TestImage(ClipImage1(source.object()));
+        host.SetPayload(last.object(), sibling);
+    }
+    host.pictures.destroyed = [&](REALobject object) {
+        const REALobject sibling = static_cast<REALobject>(host.Payload(object));
+        if (!sibling) return;
+        host.SetPayload(object, nullptr);
+        REALUnlockObject(sibling);
+    };
+    last = TestImage();
+    host.pictures.destroyed = nullptr;
+    EXPECT_EQ(host.LiveObjects(), 0U);
+}
+
 TEST_F(Views, OfAClosedImageHaveNoRows) {
     for (const StorageKind kind : kStorageKinds) {
         const TestImage source = Make(kind, 9, 14, ImageFormatRGB);
