@@ -8,16 +8,30 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <system_error>
 #include <vector>
 
 #include "Errors.h"
 #include "files/Cleanup.h"
 #include "files/Scratch.h"
+#include "files/UnnamedFile.h"
 
 namespace {
 
 constexpr std::size_t kBufferBytes = 1 << 16;
+constexpr int kNameTries = 100;
+
+// Six of them, for a name that nobody guesses.
+std::string RandomLetters() {
+    static constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    constexpr int kCount = 6;
+    std::random_device random;
+    std::uniform_int_distribution<std::size_t> letter(0, sizeof kLetters - 2);
+    std::string letters;
+    for (int i = 0; i < kCount; ++i) letters += kLetters[letter(random)];
+    return letters;
+}
 
 // The permissions of a file that is to take the place of `target`: those of the target, else what the umask leaves.
 void GivePermissions(int descriptor, bool exists, const struct stat& target) {
@@ -69,7 +83,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)), target_(path_
         OpenDirectly(open(target_.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
         return;
     }
-    OpenTemporary();
+    OpenReplacement();
     GivePermissions(fileno(file_), exists, status);
     std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
 }
@@ -92,10 +106,29 @@ void OutputFile::OpenDirectly(int descriptor) {
     std::setvbuf(file_, nullptr, _IOFBF, kBufferBytes);
 }
 
-void OutputFile::OpenTemporary() {
+void OutputFile::OpenReplacement() {
     const std::string directory = std::filesystem::path(target_).parent_path().string();
+    directory_ = directory.empty() ? "." : directory;
+    const int descriptor = OpenUnnamed(directory_);
+    if (descriptor < 0 && !LacksUnnamedFiles(errno)) FailSystem(path_, errno);
+    if (descriptor < 0) return OpenTemporary();
+    if (!CanBeNamed(descriptor)) {
+        close(descriptor);
+        return OpenTemporary();
+    }
+    file_ = fdopen(descriptor, "wb");
+    // The one that stays open when the last bytes have been written.
+    unnamed_ = file_ != nullptr ? fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
+    if (unnamed_ >= 0) return;
+    const int error = errno;
+    if (file_ == nullptr) close(descriptor);
+    if (file_ != nullptr) std::fclose(file_);
+    FailSystem(path_, error);
+}
+
+void OutputFile::OpenTemporary() {
     const SignalPause pause;
-    temporary_ = (directory.empty() ? "." : directory) + "/.zor-XXXXXX";
+    temporary_ = directory_ + "/.zor-XXXXXX";
     const int descriptor = mkostemp(temporary_.data(), O_CLOEXEC);
     if (descriptor < 0) FailSystem(path_, errno);
     file_ = fdopen(descriptor, "wb");
@@ -110,6 +143,7 @@ void OutputFile::OpenTemporary() {
 OutputFile::~OutputFile() {
     if (file_ != nullptr) std::fclose(file_);
     if (direct_ != nullptr) std::fclose(direct_);
+    if (unnamed_ >= 0) close(unnamed_);
     if (temporary_.empty()) return;
     unlink(temporary_.c_str());
     ForgetTemporary(temporary_);
@@ -123,7 +157,7 @@ bool OutputFile::Write(const void* bytes, std::size_t count) {
 }
 
 void OutputFile::MakeSeekable() {
-    if (!temporary_.empty() || direct_ != nullptr) return;
+    if (!directory_.empty() || direct_ != nullptr) return;
     const int scratch = OpenScratch();
     std::FILE* file = fdopen(scratch, "w+b");
     if (file == nullptr) {
@@ -164,6 +198,23 @@ void OutputFile::CopyScratch() {
     if (readError != 0) FailScratch(readError);
 }
 
+// A name can be given only where nothing stands; to take the place of a file takes one more name for a moment.
+void OutputFile::GiveName() {
+    const SignalPause pause;
+    if (NameFile(unnamed_, target_)) return;
+    int error = errno;
+    std::string name;
+    for (int tries = 0; error == EEXIST && tries < kNameTries; ++tries) {
+        name = directory_ + "/.zor-" + RandomLetters();
+        error = NameFile(unnamed_, name) ? 0 : errno;
+    }
+    if (error != 0) FailSystem(path_, error);
+    if (std::rename(name.c_str(), target_.c_str()) == 0) return;
+    error = errno;
+    unlink(name.c_str());
+    FailSystem(path_, error);
+}
+
 void OutputFile::Commit() {
     if (direct_ != nullptr) CopyScratch();
     std::FILE* file = file_;
@@ -172,6 +223,7 @@ void OutputFile::Commit() {
     const bool closed = std::fclose(file) == 0;  // writes the last buffer; some file systems report errors only here
     if (error_ == 0 && !closed) error_ = errno != 0 ? errno : EIO;
     if (error_ != 0) Fail();
+    if (unnamed_ >= 0) return GiveName();
     if (temporary_.empty()) return;
     const SignalPause pause;
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0) FailSystem(path_, errno);

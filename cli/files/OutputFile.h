@@ -1,7 +1,9 @@
 #pragma once
 // The file that a result goes to. What stands under its name stays as it is until the result is complete: the bytes go
-// to a temporary file in the same directory, which takes the name at the end. Where the name is no regular file but a
-// device or a pipe, the bytes go there directly. The path "-" is standard output.
+// to a file without a name in the same directory, which takes the name at the end, so that nothing is left behind
+// however the program ends. Where the file system has no such files, it is a temporary one with a name of its own.
+// Where the name is no regular file but a device or a pipe, the bytes go there directly. The path "-" is standard
+// output.
 
 #include <cstddef>
 #include <cstdint>
@@ -39,12 +41,16 @@ public:
 
 private:
     void OpenDirectly(int descriptor);
+    void OpenReplacement();
     void OpenTemporary();
+    void GiveName();
     void CopyScratch();
 
     std::string path_;           // as the user named it
     std::string target_;         // where the name leads when links are followed
-    std::string temporary_;      // empty: the bytes go to the target itself
+    std::string directory_;      // of the target, where its replacement is made
+    std::string temporary_;      // name of the replacement; empty: it has none, or there is none
+    int unnamed_ = -1;           // a replacement without a name; below 0: it has one, or there is none
     std::FILE* file_ = nullptr;  // what Write writes to
     std::FILE* direct_ =
         nullptr;  // the device or pipe that gets what file_, a scratch file, holds; null: there is none

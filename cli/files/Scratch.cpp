@@ -8,6 +8,7 @@
 
 #include "Errors.h"
 #include "files/Cleanup.h"
+#include "files/UnnamedFile.h"
 
 namespace {
 
@@ -27,9 +28,9 @@ void SetScratchDirectory(const std::string& directory) {
 
 int OpenScratch() {
     const std::string directory = ScratchDirectory();
-    int descriptor = open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    int descriptor = OpenUnnamed(directory);
     // Not every file system has files without a name; there it loses its name at once.
-    if (descriptor < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL)) {
+    if (descriptor < 0 && LacksUnnamedFiles(errno)) {
         const SignalPause pause;
         std::string path = directory + "/.zor-XXXXXX";
         descriptor = mkostemp(path.data(), O_CLOEXEC);

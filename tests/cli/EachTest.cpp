@@ -58,8 +58,9 @@ protected:
             ASSERT_GE(pipes_[i], 0);
             ASSERT_GT(write(pipes_[i], bytes.data(), bytes.size() / 2), 0);
         }
-        Await([&] { return Results().size() == 2; });
-        ASSERT_EQ(Results().size(), 2U) << "no temporary files have appeared";
+        Await([&] { return Children().size() == 2; });
+        ASSERT_EQ(Children().size(), 2U);
+        for (const pid_t child : Children()) AwaitOutput(child);
     }
     void ClosePipes() {
         for (int& pipe : pipes_) close(pipe);

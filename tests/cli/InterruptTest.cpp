@@ -18,6 +18,13 @@
 
 namespace {
 
+// Of a run on a file system where the temporary file has a name.
+const RunOptions kNamedFiles = [] {
+    RunOptions options;
+    options.unnamedFiles = false;
+    return options;
+}();
+
 class Interrupt : public ZorTest {
 protected:
     // Starts a run that has opened its output and waits for the rest of its input, which comes through a pipe.
@@ -34,8 +41,7 @@ protected:
         ASSERT_GE(pipe_, 0);
         const auto half = static_cast<ssize_t>(bytes_.size() / 2);
         ASSERT_EQ(write(pipe_, bytes_.data(), static_cast<std::size_t>(half)), half);
-        for (int i = 0; i < 1000 && Files().size() < 3; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        ASSERT_EQ(Files().size(), 3U) << "no temporary file has appeared";
+        AwaitOutput(process_);
     }
 
     Outcome SendTheRest() {
@@ -56,18 +62,42 @@ private:
     int pipe_ = -1;
 };
 
+// Also on file systems where files always have a name.
 TEST_F(Interrupt, EndsBySignalAndLeavesNothingBehind) {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
-        SCOPED_TRACE(strsignal(number));
-        StartHalfway();
-        kill(process_, number);
-        const Outcome outcome = Wait(process_);
-        EXPECT_EQ(outcome.signal, number);
-        EXPECT_EQ(outcome.err, "");
-        EXPECT_EQ(ReadFile(At("out.png")), "old");
-        EXPECT_EQ(Files(), (std::vector<std::string>{"out.png", "pipe"}));
-        std::filesystem::remove(At("pipe"));
-    }
+    for (const bool unnamedFiles : {true, false})
+        for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
+            SCOPED_TRACE(strsignal(number));
+            StartHalfway(unnamedFiles ? RunOptions{} : kNamedFiles);
+            EXPECT_EQ(Files().size(), unnamedFiles ? 2U : 3U);
+            kill(process_, number);
+            const Outcome outcome = Wait(process_);
+            EXPECT_EQ(outcome.signal, number);
+            EXPECT_EQ(outcome.err, "");
+            EXPECT_EQ(ReadFile(At("out.png")), "old");
+            EXPECT_EQ(Files(), (std::vector<std::string>{"out.png", "pipe"}));
+            std::filesystem::remove(At("pipe"));
+        }
+}
+
+TEST_F(Interrupt, LeavesNothingBehindWhereItIsKilled) {
+    StartHalfway();
+    kill(process_, SIGKILL);
+    EXPECT_EQ(Wait(process_).signal, SIGKILL);
+    EXPECT_EQ(ReadFile(At("out.png")), "old");
+    EXPECT_EQ(Files(), (std::vector<std::string>{"out.png", "pipe"}));
+}
+
+TEST_F(Interrupt, WritesTheSameWhereFilesHaveAName) {
+    for (const bool replaces : {true, false})
+        for (const bool unnamedFiles : {true, false}) {
+            StartHalfway(unnamedFiles ? RunOptions{} : kNamedFiles);
+            ASSERT_EQ(chmod(At("out.png").c_str(), 0640), 0);
+            if (!replaces) std::filesystem::remove(At("out.png"));
+            EXPECT_EQ(SendTheRest().exitCode, 0);
+            EXPECT_EQ(LoadPng(At("out.png")).width, 150);
+            EXPECT_EQ(Files(), (std::vector<std::string>{"out.png", "pipe"}));
+            std::filesystem::remove(At("pipe"));
+        }
 }
 
 TEST_F(Interrupt, IgnoresASignalThatWasIgnoredAtItsStart) {
@@ -82,7 +112,7 @@ TEST_F(Interrupt, IgnoresASignalThatWasIgnoredAtItsStart) {
 TEST_F(Interrupt, NamesItsTemporaryFileSoThatNobodyGuessesIt) {
     std::vector<std::string> seen;
     for (int i = 0; i < 3; ++i) {
-        StartHalfway();
+        StartHalfway(kNamedFiles);
         for (const std::string& name : Files())
             if (name != "pipe" && name != "out.png") seen.push_back(name);
         EXPECT_EQ(SendTheRest().exitCode, 0);
@@ -153,7 +183,7 @@ TEST_F(Interrupt, EndsInTheMiddleOfAnEffect) {
     SavePng(At("in.png"), PlainPng(MakePixels(1000, 1000, 3, 3)));
     WriteFile(At("out.png"), "old");
     const pid_t process = Start({"in.png", "out.png", "scale", "9000x9000", "filter=lanczos8"});
-    for (int i = 0; i < 1000 && Files().size() < 3; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    AwaitOutput(process);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     kill(process, SIGINT);
     const Outcome outcome = Wait(process);
@@ -172,9 +202,7 @@ TEST_F(Interrupt, EndsAnEffectWhetherOrNotItLooksForSignals) {
             std::vector<std::string> words = {"in.png", "out.png"};
             words.insert(words.end(), effect.begin(), effect.end());
             const pid_t process = Start(words);
-            for (int i = 0; i < 1000 && Files().size() < 2; ++i)
-                std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            ASSERT_EQ(Files().size(), 2U);
+            AwaitOutput(process);
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
             kill(process, number);
             const Outcome outcome = Wait(process);
@@ -187,7 +215,7 @@ TEST_F(Interrupt, EndsAnEffectWhetherOrNotItLooksForSignals) {
 TEST_F(Interrupt, DoesNotWaitAfterASecondSignal) {
     SavePng(At("in.png"), PlainPng(MakePixels(1500, 1500, 3, 3)));
     const pid_t process = Start({"in.png", "out.png", "oil", "range=100", "levels=256"});
-    for (int i = 0; i < 1000 && Files().size() < 2; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    AwaitOutput(process);
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     kill(process, SIGINT);
     kill(process, SIGTERM);

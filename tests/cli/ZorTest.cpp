@@ -3,16 +3,24 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
+#include <thread>
 
 namespace fs = std::filesystem;
 
@@ -31,6 +39,21 @@ void Redirect(const std::string& path, int descriptor) {
     close(file);
 }
 
+// What opens a file without a name is told that there are none, as some file systems tell it.
+void RefuseUnnamedFiles() {
+    constexpr unsigned kFlagsOfOpenat = offsetof(seccomp_data, args[2]);  // the low half on little-endian processors
+    constexpr unsigned kOnlyUnnamed = O_TMPFILE & ~O_DIRECTORY;
+    sock_filter rules[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+                           BPF_STMT(BPF_LD | BPF_W | BPF_ABS, kFlagsOfOpenat),
+                           BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, kOnlyUnnamed, 0, 1),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EOPNOTSUPP),
+                           BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program{std::size(rules), rules};
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        _exit(126);
+}
+
 [[noreturn]] void Become(const std::vector<std::string>& words, const std::string& directory, const std::string& out,
                          const std::string& err, const RunOptions& options) {
     Redirect(out, STDOUT_FILENO);
@@ -47,6 +70,7 @@ void Redirect(const std::string& path, int descriptor) {
         const rlimit limit{*options.addressLimit, *options.addressLimit};
         if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(125);
     }
+    if (!options.unnamedFiles) RefuseUnnamedFiles();
     if (options.obeysPermissions && geteuid() == 0)
         for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH})
             if (prctl(PR_CAPBSET_DROP, right) != 0) _exit(124);
@@ -106,6 +130,22 @@ Outcome ZorTest::RunWell(const std::vector<std::string>& words) {
     Outcome outcome = Run(words);
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     return outcome;
+}
+
+void ZorTest::AwaitOutput(pid_t process) const {
+    const std::string place = fs::canonical(directory_).string() + "/";
+    const auto isResult = [&](const std::string& opened) {
+        const bool named = opened.find("/.zor-") != std::string::npos, unnamed = opened.find("/#") != std::string::npos;
+        return opened.starts_with(place) && (named || unnamed);
+    };
+    for (int i = 0; i < 1000; ++i) {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(process) + "/fd", error)) {
+            if (isResult(fs::read_symlink(entry.path(), error).string())) return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    FAIL() << "no result has been opened";
 }
 
 void ZorTest::ExpectFailure(const Outcome& outcome, int exitCode, const std::vector<std::string>& parts) {

@@ -26,6 +26,7 @@ struct RunOptions {
     bool obeysPermissions = false;               // even where the tests run as root
     std::vector<int> closedStreams;              // when the program starts
     std::vector<int> ignoredSignals;             // when the program starts
+    bool unnamedFiles = true;                    // false: as on file systems that have no files without a name
     std::optional<unsigned> user;                // that the program runs as, with a group of the same number
 };
 
@@ -46,6 +47,10 @@ protected:
 
     // The same, where nothing but success is expected.
     Outcome RunWell(const std::vector<std::string>& words);
+
+    // Waits until a program that was started has opened a result in the directory of the test, which has its name only
+    // when it is complete. Fails the test where it does not.
+    void AwaitOutput(pid_t process) const;
 
     // Expects the exit code, one line on stderr that starts with "zor: " and holds all of `parts`, and nothing on
     // stdout.
