@@ -128,7 +128,8 @@ TEST(Engine, AsksFactoriesForNewImages) {
 
 // Forms of one name are told apart by their arguments, and rows can be assigned to.
 TEST(Engine, FillsCopiesAndBlendsByTheFormsOfItsMethods) {
-    Host host({.plugin = ENGINE, .world = World::Desktop});  // Combine is not for console applications
+    FreshHost fresh(ENGINE, {.world = World::Desktop});  // Combine is not for console applications
+    Host& host = fresh.host;
     {
         const Object image = NewImage(host, 2, 2, "ImageFormatRGB");
         const auto pixel = [&](int x, int y) {
