@@ -52,7 +52,7 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
 }
 
 // What each phase will take, about, in the order of the phases. What works on rows as they come has no phase of its
-// own: it is done in the next one that has.
+// own: it is done while all rows are gathered for what needs the whole, or written.
 std::vector<double> Efforts(const ImageShape& shape, bool readsRows, const std::vector<EffectCall>& calls,
                             const std::vector<ImageShape>& shapes, const Codec& outputCodec) {
     std::vector<double> efforts;
@@ -64,8 +64,10 @@ std::vector<double> Efforts(const ImageShape& shape, bool readsRows, const std::
     if (!readsRows) end();
     ImageShape source = shape;
     for (std::size_t i = 0; i < calls.size(); ++i) {
+        const bool whole = !TakesRows(calls[i]);
+        if (whole && open > 0) end();
         open += EffectEffort(*calls[i].row, source, shapes[i]);
-        if (!TakesRows(calls[i])) end();
+        if (whole) end();
         source = shapes[i];
     }
     open += WritingEffort(outputCodec, source);
@@ -74,19 +76,25 @@ std::vector<double> Efforts(const ImageShape& shape, bool readsRows, const std::
 }
 
 // The rows that come out of all effects. Those that take rows as they come have their work done while the rows are
-// taken, the others before; where the engine gives turns in that, a signal ends it between two rows.
+// taken, the others before; where the engine gives turns in that, a signal ends it between two rows. `open` names what
+// is still to be done while rows are taken; empty: nothing.
 std::unique_ptr<RowSource> RunEffects(const std::vector<EffectCall>& calls, const std::vector<ImageShape>& shapes,
-                                      std::unique_ptr<RowSource> rows, Progress& progress) {
+                                      std::unique_ptr<RowSource> rows, Progress& progress, std::string* open) {
     SetEngineTick([&progress] {
         progress.Step(0, 0);
         SignalPatience::Look();
     });
     for (std::size_t i = 0; i < calls.size(); ++i) {
         if (TakesRows(calls[i])) {
+            if (open->empty()) *open = calls[i].row->name;
             rows = RunEffect(calls[i], std::move(rows), shapes[i]);
             continue;
         }
-        rows = RowsOf(Collect(*rows));
+        if (!open->empty()) {
+            progress.Begin(*open);
+            rows = RowsOf(Collect(*rows));
+            open->clear();
+        }
         const SignalPatience patience;
         progress.Begin(calls[i].row->name);
         rows = RunEffect(calls[i], std::move(rows), shapes[i]);
@@ -121,9 +129,10 @@ void Process(const CommandLine& line, Notes& notes) {
     progress.Plan(Efforts(shape, readsRows, calls, shapes, outputCodec));
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
     if (!readsRows) progress.Begin("reading");
-    std::unique_ptr<RowSource> rows = RunEffects(calls, shapes, RowsOfPicture(*reader, tick), progress);
+    std::string open = readsRows ? "reading" : "";
+    std::unique_ptr<RowSource> rows = RunEffects(calls, shapes, RowsOfPicture(*reader, tick), progress, &open);
 
-    progress.Begin("writing");
+    progress.Begin(open.empty() ? "writing" : open + " and writing");
     outputCodec.write(output, *rows, header, line.write, tick);
     output.Commit();
     progress.End();

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Errors.h"
+#include "Raster.h"
 #include "codecs/Jpeg.h"
 #include "codecs/Picture.h"
 #include "codecs/Png.h"
@@ -127,6 +128,14 @@ Resolution InUnit(const Resolution& resolution, Resolution::Unit unit) {
         return static_cast<std::uint32_t>(std::min(std::round(count * factor), 4294967295.0));
     };
     return unit == resolution.unit ? resolution : Resolution{unit, convert(resolution.x), convert(resolution.y)};
+}
+
+void PictureReader::ReadRows(Raster& image, const RowTick& tick) {
+    const int height = image.Shape().height;
+    for (int y = 0; y < height; ++y) {
+        ReadRow(image.Row(y));
+        tick(y + 1, height);
+    }
 }
 
 const std::vector<Codec>& Codecs() {

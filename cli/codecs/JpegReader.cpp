@@ -117,6 +117,9 @@ public:
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
 
+    // Of a file with several scans libjpeg gathers the whole before the first row.
+    [[nodiscard]] bool InOrder() const override { return !severalScans_; }
+    void ReadRow(std::uint8_t* row) override;
     void ReadRows(Raster& image, const RowTick& tick) override;
 
 private:
@@ -148,6 +151,8 @@ private:
     // Adobe's programs store CMYK with 255 as no ink, and say so by a marker of their own; the others follow the
     // letter.
     bool inverted_ = false;
+    bool severalScans_ = false;
+    bool started_ = false;
 };
 
 void JpegReader::ReadHeader() {
@@ -166,6 +171,7 @@ void JpegReader::ReadHeader() {
     header_.height = jpeg_.image_height;
     header_.bitDepth = jpeg_.data_precision;
     ChooseKind();
+    severalScans_ = jpeg_has_multiple_scans(&jpeg_) != FALSE;
     // libjpeg looks at the number of the table, which is any byte of the file, when it decodes the first scan.
     if (const int number = jpeg_.comp_info[0].quant_tbl_no; number < NUM_QUANT_TBLS)
         if (const JQUANT_TBL* table = jpeg_.quant_tbl_ptrs[number]; table != nullptr)
@@ -229,21 +235,22 @@ void JpegReader::ReadResolution() {
     header_.resolution = {unit, jpeg_.X_density, jpeg_.Y_density};
 }
 
+void JpegReader::ReadRow(std::uint8_t* row) {
+    if (!started_) Guarded([this] { jpeg_start_decompress(&jpeg_); });
+    started_ = true;
+    Guarded([this, &row] { jpeg_read_scanlines(&jpeg_, &row, 1); });
+    if (inverted_) {
+        const auto bytes =
+            static_cast<std::size_t>(header_.width) * static_cast<unsigned>(Describe(header_.kind).channels);
+        for (std::size_t i = 0; i < bytes; ++i) row[i] = static_cast<std::uint8_t>(255 - row[i]);
+    }
+    if (jpeg_.output_scanline == jpeg_.output_height) Guarded([this] { jpeg_finish_decompress(&jpeg_); });
+}
+
 void JpegReader::ReadRows(Raster& image, const RowTick& tick) {
     watch_.tick = &tick;
-    Guarded([this] { jpeg_start_decompress(&jpeg_); });
+    PictureReader::ReadRows(image, tick);
     watch_.tick = nullptr;
-    const int height = image.Shape().height;
-    const auto rowBytes =
-        static_cast<std::size_t>(header_.width) * static_cast<unsigned>(Describe(header_.kind).channels);
-    for (int y = 0; y < height; ++y) {
-        std::uint8_t* row = image.Row(y);
-        Guarded([this, &row] { jpeg_read_scanlines(&jpeg_, &row, 1); });
-        if (inverted_)
-            for (std::size_t i = 0; i < rowBytes; ++i) row[i] = static_cast<std::uint8_t>(255 - row[i]);
-        tick(y + 1, height);
-    }
-    Guarded([this] { jpeg_finish_decompress(&jpeg_); });
 }
 
 }  // namespace

@@ -58,13 +58,15 @@ public:
     [[nodiscard]] const PictureHeader& Header() const { return header_; }
 
     // The pixels come out in one of two ways, once. A RunError for a damaged file.
-    // Fills an image of the header's size and kind.
-    virtual void ReadRows(Raster& image, const RowTick& tick) = 0;
 
-    // Where the file can be decoded row by row from the top without holding it: the next row into memory for it, of the
-    // header's width and kind. `InOrder` tells of that before any is read; ReadRow is not called where it is false.
-    [[nodiscard]] virtual bool InOrder() const { return false; }
-    virtual void ReadRow(std::uint8_t* row) { static_cast<void>(row); }
+    // Whether ReadRow may be called: the file can be decoded from the top without holding more of it than some rows.
+    [[nodiscard]] virtual bool InOrder() const { return true; }
+
+    // The next row into memory for it, of the header's width and kind.
+    virtual void ReadRow(std::uint8_t* row) = 0;
+
+    // Fills an image of the header's size and kind, row by row. Those that go over it several times have their own way.
+    virtual void ReadRows(Raster& image, const RowTick& tick);
 
 protected:
     PictureHeader header_;

@@ -38,6 +38,9 @@ public:
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
 
+    // Interlaced rows are completed in place, pass by pass.
+    [[nodiscard]] bool InOrder() const override { return png_get_interlace_type(png_, info_) == PNG_INTERLACE_NONE; }
+    void ReadRow(std::uint8_t* row) override;
     void ReadRows(Raster& image, const RowTick& tick) override;
 
 private:
@@ -75,11 +78,14 @@ private:
     void ReadHeader();
     void ReadColourTags();
     void ReadResolution();
+    void StartRows();
 
     InputFile& file_;
     Notes& notes_;
     png_structp png_ = nullptr;
     png_infop info_ = nullptr;
+    int passes_ = 0;  // over all rows; 0: none of them was read yet
+    std::int64_t next_ = 0;
     char message_[128] = "";
     char warning_[128] = "";
 };
@@ -152,30 +158,36 @@ void PngReader::ReadResolution() {
     header_.resolution = {unit == PNG_RESOLUTION_METER ? Resolution::Unit::Metre : Resolution::Unit::Aspect, x, y};
 }
 
-void PngReader::ReadRows(Raster& image, const RowTick& tick) {
+void PngReader::StartRows() {
     if (header_.bitDepth == 16) notes_.Say(file_.Path(), "16 bits a channel are reduced to 8");
-    int passes = 1;
-    Guarded([this, &passes] {
+    Guarded([this] {
         png_set_palette_to_rgb(png_);
         png_set_expand_gray_1_2_4_to_8(png_);
         if (png_get_valid(png_, info_, PNG_INFO_tRNS) != 0) png_set_tRNS_to_alpha(png_);
         png_set_scale_16(png_);
-        passes = png_set_interlace_handling(png_);
+        passes_ = png_set_interlace_handling(png_);
         png_read_update_info(png_, info_);
     });
     const auto rowBytes =
         static_cast<std::size_t>(header_.width) * static_cast<unsigned>(Describe(header_.kind).channels);
     if (png_get_rowbytes(png_, info_) != rowBytes) FailFile(file_.Path(), "unsupported kind of PNG");
+}
+
+void PngReader::ReadRow(std::uint8_t* row) {
+    if (passes_ == 0) StartRows();
+    Guarded([this, row] { png_read_row(png_, row, nullptr); });
+    if (++next_ == header_.height * passes_) Guarded([this] { png_read_end(png_, nullptr); });
+}
+
+void PngReader::ReadRows(Raster& image, const RowTick& tick) {
+    StartRows();
     const int height = image.Shape().height;
-    for (int pass = 0; pass < passes; ++pass) {
+    for (int pass = 0; pass < passes_; ++pass) {
         for (int y = 0; y < height; ++y) {
-            std::uint8_t* row = image.Row(y);
-            // Interlaced rows are completed in place, pass by pass.
-            Guarded([this, row] { png_read_row(png_, row, nullptr); });
-            tick(std::int64_t{pass} * height + y + 1, std::int64_t{passes} * height);
+            ReadRow(image.Row(y));
+            tick(next_, std::int64_t{passes_} * height);
         }
     }
-    Guarded([this] { png_read_end(png_, nullptr); });
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <functional>
 
 #include "Errors.h"
-#include "Raster.h"
 #include "codecs/Pnm.h"
 #include "codecs/Samples.h"
 #include "files/InputFile.h"
@@ -87,7 +86,7 @@ bool IsSpace(int byte) {
 class PnmReader : public PictureReader {
 public:
     explicit PnmReader(InputFile& file) : file_(file), bytes_(file) { ReadHeader(); }
-    void ReadRows(Raster& image, const RowTick& tick) override;
+    void ReadRow(std::uint8_t* row) override;
 
 private:
     [[noreturn]] void Fail(const std::string& what) const {
@@ -101,6 +100,7 @@ private:
     void CheckSides() const;
     void CheckMost() const;
     void DescribeStorage();
+    void StartRows();
 
     // The next word of the text, and the one byte behind it; empty: the file ends here.
     std::string Word();
@@ -123,7 +123,7 @@ private:
     std::string name_;  // of the format
     Form form_ = Form::Bytes;
     std::int64_t most_ = 1;              // the largest value of a sample
-    std::size_t samples_ = 0;            // of a row
+    std::size_t samples_ = 0;            // of a row; 0: none was read yet
     std::vector<std::uint8_t> in8Bits_;  // for each value
     std::vector<std::uint8_t> fileRow_;  // as the file holds it, where that differs from the image
 };
@@ -249,30 +249,25 @@ void PnmReader::ReadBytes(std::uint8_t* row) {
     }
 }
 
-void PnmReader::ReadRows(Raster& image, const RowTick& tick) {
+void PnmReader::StartRows() {
     samples_ = static_cast<std::size_t>(header_.width) * static_cast<unsigned>(Describe(header_.kind).channels);
     for (std::int64_t value = 0; value <= most_; ++value)
         in8Bits_.push_back(SampleIn8Bits(static_cast<std::uint32_t>(value), static_cast<std::uint32_t>(most_)));
     if (form_ == Form::PackedBits) fileRow_.resize((samples_ + 7) / 8);
     if (form_ == Form::Bytes && most_ > 255) fileRow_.resize(samples_ * 2);
-    const int height = image.Shape().height;
-    for (int y = 0; y < height; ++y) {
-        std::uint8_t* row = image.Row(y);
-        switch (form_) {
-            case Form::PlainBits:
-                ReadPlainBits(row);
-                break;
-            case Form::PlainNumbers:
-                ReadPlainNumbers(row);
-                break;
-            case Form::PackedBits:
-                ReadPackedBits(row);
-                break;
-            case Form::Bytes:
-                ReadBytes(row);
-                break;
-        }
-        tick(y + 1, height);
+}
+
+void PnmReader::ReadRow(std::uint8_t* row) {
+    if (samples_ == 0) StartRows();
+    switch (form_) {
+        case Form::PlainBits:
+            return ReadPlainBits(row);
+        case Form::PlainNumbers:
+            return ReadPlainNumbers(row);
+        case Form::PackedBits:
+            return ReadPackedBits(row);
+        case Form::Bytes:
+            return ReadBytes(row);
     }
 }
 

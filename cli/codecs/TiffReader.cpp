@@ -1,65 +1,66 @@
 #include <algorithm>
 #include <cmath>
-#include <new>
+#include <utility>
 
 #include "Errors.h"
 #include "Notes.h"
-#include "Raster.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Tiff.h"
 #include "codecs/TiffLayout.h"
+#include "codecs/TiffRows.h"
 #include "codecs/TiffStream.h"
 #include "files/InputFile.h"
 
 namespace {
 
-// A strip up to this size is taken at once, which is faster; of a larger one only a row at a time.
+// Strips up to this size, of all planes together, are taken whole.
 constexpr std::uint64_t kWholeStripBytes = std::uint64_t{1} << 24;
-
-// A row of pixels, or of tiles, has to be in memory. Files with larger ones are made to fill it.
-constexpr std::uint64_t kMaxTileBytes = std::uint64_t{1} << 30;
 
 class TiffReader : public PictureReader {
 public:
     TiffReader(InputFile& file, Notes& notes);
-    void ReadRows(Raster& image, const RowTick& tick) override;
+    void ReadRow(std::uint8_t* row) override;
 
 private:
-    // The RunError that the stream, or the file itself, stands for.
-    [[noreturn]] void Fail() const;
+    // libtiff at work on the file. Each plane has its own: it stands at another place.
+    struct Handle {
+        explicit Handle(InputFile& file);
+        TiffStream stream;
+        TiffHandle tiff;
+    };
+    struct Plane {
+        int number;
+        std::unique_ptr<Handle> handle;  // null: that of the file
+        std::unique_ptr<TiffRows> rows;
+    };
+
     void TellWarning();
-    // Throws where the file has no bytes for a strip or tile, which libtiff may make up.
-    void CheckPlace(std::uint32_t strile);
     void ReadProfile();
     void ReadResolution();
     void TellOfOtherPages();
-
-    // One plane, or all samples when there are no planes.
-    void ReadStrips(Raster& image, int plane, const std::function<void()>& done);
-    void ReadTiles(Raster& image, int plane, const std::function<void()>& done);
-    // The unpacked bytes of one row, which stay good until the next call.
-    const std::uint8_t* StripRow(std::uint32_t row, int plane);
+    void StartRows();
 
     InputFile& file_;
     Notes& notes_;
-    TiffStream stream_;
-    TiffHandle tiff_;
+    Handle handle_;
+    TIFF* tiff_;
     TiffLayout layout_;
     std::unique_ptr<TiffRowConverter> converter_;
-    std::vector<std::uint8_t> buffer_;
-    std::uint64_t stripBytes_ = 0;  // of a whole one
-    std::uint64_t lineBytes_ = 0;
-    std::int64_t stripRows_ = 0;
-    std::int64_t stripAt_ = -1;  // the strip that the buffer holds
+    std::vector<Plane> planes_;  // one where the file has none; empty: no row was read yet
+    std::int64_t next_ = 0;
 };
 
-TiffReader::TiffReader(InputFile& file, Notes& notes) : file_(file), notes_(notes) {
-    file_.MakeSeekable();
-    stream_.input = &file_;
+TiffReader::Handle::Handle(InputFile& file) {
+    file.MakeSeekable();
+    stream.input = &file;
     // Without a mapping of the file, which may be larger than the address space.
-    tiff_ = OpenTiffStream(&stream_, "rm");
-    if (tiff_ == nullptr) Fail();
-    const std::string problem = ReadTiffLayout(tiff_.get(), &layout_);
+    tiff = OpenTiffStream(&stream, "rm");
+    if (tiff == nullptr) FailTiff(stream);
+}
+
+TiffReader::TiffReader(InputFile& file, Notes& notes)
+    : file_(file), notes_(notes), handle_(file), tiff_(handle_.tiff.get()) {
+    const std::string problem = ReadTiffLayout(tiff_, &layout_);
     if (!problem.empty()) FailFile(file_.Path(), "unsupported TIFF: " + problem);
     header_.width = layout_.width;
     header_.height = layout_.height;
@@ -67,7 +68,7 @@ TiffReader::TiffReader(InputFile& file, Notes& notes) : file_(file), notes_(note
     header_.bitDepth = layout_.samples.bits;
     header_.storage = layout_.storage;
     std::uint16_t orientation = 1;
-    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_ORIENTATION, &orientation);
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_ORIENTATION, &orientation);
     if (orientation >= 1 && orientation <= 8) header_.orientation = orientation;
     ReadProfile();
     ReadResolution();
@@ -76,26 +77,15 @@ TiffReader::TiffReader(InputFile& file, Notes& notes) : file_(file), notes_(note
     TellWarning();
 }
 
-void TiffReader::Fail() const {
-    if (file_.Error() != 0) FailSystem(file_.Path(), file_.Error());
-    FailFile(file_.Path(),
-             std::string("damaged TIFF: ") + (stream_.error[0] != '\0' ? stream_.error : "the pixels cannot be read"));
-}
-
 void TiffReader::TellWarning() {
-    if (stream_.warning[0] == '\0') return;
-    notes_.Say(file_.Path(), stream_.warning);
-}
-
-void TiffReader::CheckPlace(std::uint32_t strile) {
-    if (TIFFGetStrileOffset(tiff_.get(), strile) == 0 || TIFFGetStrileByteCount(tiff_.get(), strile) == 0)
-        FailFile(file_.Path(), "damaged TIFF: pixels are missing");
+    if (handle_.stream.warning[0] == '\0') return;
+    notes_.Say(file_.Path(), handle_.stream.warning);
 }
 
 void TiffReader::ReadProfile() {
     std::uint32_t size = 0;
     const std::uint8_t* bytes = nullptr;
-    if (TIFFGetField(tiff_.get(), TIFFTAG_ICCPROFILE, &size, &bytes) != 1) return;
+    if (TIFFGetField(tiff_, TIFFTAG_ICCPROFILE, &size, &bytes) != 1) return;
     header_.colour.profile.assign(bytes, bytes + size);
     if (ProfileFits(header_.colour.profile, header_.kind)) return;
     notes_.Say(file_.Path(), "the colour profile does not fit the pixels and is left out");
@@ -106,10 +96,8 @@ void TiffReader::ReadResolution() {
     float x = 0;
     float y = 0;
     std::uint16_t unit = RESUNIT_INCH;
-    if (TIFFGetField(tiff_.get(), TIFFTAG_XRESOLUTION, &x) != 1 ||
-        TIFFGetField(tiff_.get(), TIFFTAG_YRESOLUTION, &y) != 1)
-        return;
-    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_RESOLUTIONUNIT, &unit);
+    if (TIFFGetField(tiff_, TIFFTAG_XRESOLUTION, &x) != 1 || TIFFGetField(tiff_, TIFFTAG_YRESOLUTION, &y) != 1) return;
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_RESOLUTIONUNIT, &unit);
     constexpr float kMax = 1e7F;
     if (!(x > 0 && y > 0 && x < kMax && y < kMax)) return;
     Resolution resolution{Resolution::Unit::Aspect, 0, 0};
@@ -129,116 +117,40 @@ void TiffReader::ReadResolution() {
 }
 
 void TiffReader::TellOfOtherPages() {
-    if (TIFFLastDirectory(tiff_.get()) == 0)
+    if (TIFFLastDirectory(tiff_) == 0)
         notes_.Say(file_.Path(), "the file holds more than one picture; the first is read");
     std::uint32_t type = 0;
-    if (TIFFGetField(tiff_.get(), TIFFTAG_SUBFILETYPE, &type) == 1 && (type & FILETYPE_REDUCEDIMAGE) != 0)
+    if (TIFFGetField(tiff_, TIFFTAG_SUBFILETYPE, &type) == 1 && (type & FILETYPE_REDUCEDIMAGE) != 0)
         notes_.Say(file_.Path(), "the picture is a reduced copy of another one in the file");
 }
 
-void TiffReader::ReadRows(Raster& image, const RowTick& tick) {
+void TiffReader::StartRows() {
     const TiffSamples& samples = layout_.samples;
     if (samples.bits > 8) notes_.Say(file_.Path(), std::to_string(samples.bits) + " bits a channel are reduced to 8");
     converter_ = std::make_unique<TiffRowConverter>(samples);
-    std::vector<int> planes = {0};
+    std::vector<int> numbers = {0};
     if (samples.planes) {
-        for (int i = 1; i < samples.colours; ++i) planes.push_back(i);
-        if (samples.alphaAt >= 0) planes.push_back(samples.alphaAt);
+        for (int i = 1; i < samples.colours; ++i) numbers.push_back(i);
+        if (samples.alphaAt >= 0) numbers.push_back(samples.alphaAt);
     }
-    const std::int64_t total = layout_.height * static_cast<std::int64_t>(planes.size());
-    std::int64_t rows = 0;
-    const auto done = [&] { tick(++rows, total); };
-    stream_.decoding = true;
-    stream_.error[0] = '\0';  // what libtiff did without until now
-    for (const int plane : planes) {
-        if (layout_.tileWidth > 0)
-            ReadTiles(image, plane, done);
-        else
-            ReadStrips(image, plane, done);
-    }
-    TellWarning();
-}
-
-const std::uint8_t* TiffReader::StripRow(std::uint32_t row, int plane) {
-    TIFF* tiff = tiff_.get();
-    const auto sample = static_cast<std::uint16_t>(plane);
-    if (stripBytes_ > kWholeStripBytes) {
-        if (row % stripRows_ == 0) CheckPlace(TIFFComputeStrip(tiff, row, sample));
-        if (TIFFReadScanline(tiff, buffer_.data(), row, sample) != 1 || stream_.error[0] != '\0') Fail();
-        return buffer_.data();
-    }
-    const std::uint32_t strip = TIFFComputeStrip(tiff, row, sample);
-    if (strip != stripAt_) {
-        const std::int64_t rows = std::min(stripRows_, layout_.height - row / stripRows_ * stripRows_);
-        const auto expected = static_cast<tmsize_t>(lineBytes_) * rows;
-        CheckPlace(strip);
-        if (TIFFReadEncodedStrip(tiff, strip, buffer_.data(), expected) != expected || stream_.error[0] != '\0') Fail();
-        stripAt_ = strip;
-    }
-    return buffer_.data() + lineBytes_ * static_cast<std::uint64_t>(row % stripRows_);
-}
-
-void TiffReader::ReadStrips(Raster& image, int plane, const std::function<void()>& done) {
-    std::uint32_t rowsPerStrip = 0;
-    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_ROWSPERSTRIP, &rowsPerStrip);
-    if (rowsPerStrip == 0) FailFile(file_.Path(), "damaged TIFF: strips without rows");
-    stripRows_ = std::min<std::int64_t>(rowsPerStrip, layout_.height);
-    lineBytes_ = TIFFScanlineSize64(tiff_.get());
-    stripBytes_ = TIFFVStripSize64(tiff_.get(), static_cast<std::uint32_t>(stripRows_));
-    const TiffSamples& samples = layout_.samples;
-    const auto bits = static_cast<std::uint64_t>(layout_.width) * static_cast<unsigned>(samples.bits) *
-                      static_cast<unsigned>(samples.planes ? 1 : samples.samples);
-    // Whatever a codec in libtiff makes of the tags, rows have what the pixels take.
-    if (lineBytes_ != (bits + 7) / 8 || stripBytes_ != lineBytes_ * static_cast<std::uint64_t>(stripRows_)) Fail();
-    if (lineBytes_ > kMaxTileBytes)
-        FailFile(file_.Path(), "a row of " + std::to_string(layout_.width) + " pixels of " +
-                                   std::to_string(samples.samples) + " samples takes more than 1 GiB");
-    stripAt_ = -1;
-    buffer_.resize(stripBytes_ > kWholeStripBytes ? lineBytes_ : stripBytes_);
-    const int width = image.Shape().width;
-    for (int y = 0; y < image.Shape().height; ++y) {
-        const std::uint8_t* packed = StripRow(static_cast<std::uint32_t>(y), plane);
-        converter_->Convert(plane, packed, width, image.Row(y));
-        done();
+    for (const int number : numbers) {
+        Plane plane{number, number == 0 ? nullptr : std::make_unique<Handle>(file_), nullptr};
+        Handle& handle = plane.handle == nullptr ? handle_ : *plane.handle;
+        handle.stream.decoding = true;
+        handle.stream.error[0] = '\0';  // what libtiff did without until now
+        plane.rows = RowsOfTiff(handle.stream, handle.tiff.get(), layout_, number, kWholeStripBytes / numbers.size());
+        planes_.push_back(std::move(plane));
     }
 }
 
-void TiffReader::ReadTiles(Raster& image, int plane, const std::function<void()>& done) {
-    const std::int64_t across = (layout_.width + layout_.tileWidth - 1) / layout_.tileWidth;
-    const std::uint64_t tileBytes = TIFFTileSize64(tiff_.get());
-    const std::uint64_t lineBytes = TIFFTileRowSize64(tiff_.get());
-    const TiffSamples& samples = layout_.samples;
-    const auto bits = static_cast<std::uint64_t>(layout_.tileWidth) * static_cast<unsigned>(samples.bits) *
-                      static_cast<unsigned>(samples.planes ? 1 : samples.samples);
-    if (tileBytes == 0 || lineBytes != (bits + 7) / 8 ||
-        tileBytes / lineBytes != static_cast<std::uint64_t>(layout_.tileHeight))
-        Fail();
-    if (tileBytes > kMaxTileBytes / static_cast<std::uint64_t>(across))
-        FailFile(file_.Path(), "a row of " + std::to_string(across) + " tiles of " + std::to_string(layout_.tileWidth) +
-                                   " x " + std::to_string(layout_.tileHeight) + " pixels takes more than 1 GiB");
-    buffer_.resize(tileBytes * static_cast<std::uint64_t>(across));
+void TiffReader::ReadRow(std::uint8_t* row) {
+    if (planes_.empty()) StartRows();
     const int channels = Describe(header_.kind).channels;
-    for (std::int64_t y = 0; y < layout_.height; ++y) {
-        const std::int64_t inTile = y % layout_.tileHeight;
-        std::uint8_t* out = image.Row(static_cast<int>(y));
-        for (std::int64_t i = 0; i < across; ++i) {
-            std::uint8_t* tile = buffer_.data() + tileBytes * static_cast<std::uint64_t>(i);
-            const std::int64_t x = i * layout_.tileWidth;
-            if (inTile == 0) {
-                const std::uint32_t number =
-                    TIFFComputeTile(tiff_.get(), static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), 0,
-                                    static_cast<std::uint16_t>(plane));
-                CheckPlace(number);
-                const auto expected = static_cast<tmsize_t>(tileBytes);
-                if (TIFFReadEncodedTile(tiff_.get(), number, tile, expected) != expected || stream_.error[0] != '\0')
-                    Fail();
-            }
-            const std::int64_t width = std::min(layout_.tileWidth, layout_.width - x);
-            converter_->Convert(plane, tile + lineBytes * static_cast<std::uint64_t>(inTile), static_cast<int>(width),
-                                out + x * channels);
-        }
-        done();
-    }
+    for (const Plane& plane : planes_)
+        plane.rows->Read(next_, 0, layout_.width, [&](std::int64_t x, int width, const std::uint8_t* packed) {
+            converter_->Convert(plane.number, packed, width, row + x * channels);
+        });
+    if (++next_ == layout_.height) TellWarning();
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "Errors.h"
 #include "files/InputFile.h"
 #include "files/OutputFile.h"
 
@@ -87,4 +88,11 @@ TiffHandle OpenTiffStream(TiffStream* stream, const char* mode) {
                                         SizeInBytes, nullptr, nullptr, options));
     TIFFOpenOptionsFree(options);
     return handle;
+}
+
+void FailTiff(const TiffStream& stream) {
+    const InputFile& file = *stream.input;
+    if (file.Error() != 0) FailSystem(file.Path(), file.Error());
+    FailFile(file.Path(),
+             std::string("damaged TIFF: ") + (stream.error[0] != '\0' ? stream.error : "the pixels cannot be read"));
 }

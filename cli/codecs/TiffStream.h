@@ -27,3 +27,6 @@ using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
 // libtiff on `input`, which MakeSeekable has been called for, or on `output`. `mode` as TIFFOpen takes it. Null: an
 // error, which the stream then tells.
 TiffHandle OpenTiffStream(TiffStream* stream, const char* mode);
+
+// The RunError that the stream, or the file that is read, stands for.
+[[noreturn]] void FailTiff(const TiffStream& stream);

@@ -10,7 +10,6 @@
 
 #include "Errors.h"
 #include "Notes.h"
-#include "Raster.h"
 #include "codecs/Exif.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Webp.h"
@@ -75,7 +74,7 @@ public:
     WebpReader(const WebpReader&) = delete;
     WebpReader& operator=(const WebpReader&) = delete;
 
-    void ReadRows(Raster& image, const RowTick& tick) override;
+    void ReadRow(std::uint8_t* row) override;
 
 private:
     [[noreturn]] void Fail(const char* what) const {
@@ -87,13 +86,22 @@ private:
     void ReadFrame();
     void ReadTags();
     [[nodiscard]] std::vector<std::uint8_t> Chunk(const char* name) const;
-    void CopyRows(Raster& image, const DecodedRows& rows, int first, int end) const;
+    void StartRows();
+    void DecodeFurther();
 
     InputFile& file_;
     Notes& notes_;
     std::vector<std::uint8_t> bytes_;  // the file, without what may follow the picture
     std::unique_ptr<WebPDemuxer, FreeDemuxer> demuxer_;
     WebPIterator frame_{};  // the first, which is the only one where nothing moves
+    std::size_t pixelBytes_ = 0;
+    std::optional<DecodedRows> rows_;  // of the frame
+    WebPDecoderConfig config_{};       // the decoder looks into it
+    std::unique_ptr<WebPIDecoder, FreeDecoder> decoder_;
+    VP8StatusCode status_ = VP8_STATUS_SUSPENDED;
+    std::size_t given_ = 0;  // bytes of the frame that the decoder has
+    int ready_ = 0;          // rows of the frame
+    std::int64_t next_ = 0;  // row of the picture
 };
 
 void WebpReader::ReadFile() {
@@ -147,58 +155,47 @@ void WebpReader::ReadTags() {
     header_.resolution = exif.resolution;
 }
 
-// Hands the rows `first` to `end` of the frame on to their place in the image, which is clear elsewhere.
-void WebpReader::CopyRows(Raster& image, const DecodedRows& rows, int first, int end) const {
-    const auto channels = static_cast<std::size_t>(Describe(header_.kind).channels);
-    const std::size_t count = static_cast<std::size_t>(frame_.width) * channels;
-    const std::size_t left = static_cast<std::size_t>(frame_.x_offset) * channels;
-    for (int y = first; y < end; ++y) std::memcpy(image.Row(frame_.y_offset + y) + left, rows.Row(y), count);
-}
-
-void WebpReader::ReadRows(Raster& image, const RowTick& tick) {
+void WebpReader::StartRows() {
     if (header_.frames > 1)
         notes_.Say(file_.Path(),
                    "an animation of " + std::to_string(header_.frames) + " frames, of which the first is taken");
-    WebPDecoderConfig config{};
-    WebPInitDecoderConfig(&config);
-    const auto channels = static_cast<std::size_t>(Describe(header_.kind).channels);
-    const std::size_t used = static_cast<std::size_t>(frame_.width) * channels;
-    // An image in memory takes the pixels as they come.
-    std::optional<DecodedRows> rows;
-    std::uint8_t* bytes = nullptr;
-    std::size_t distance = static_cast<std::size_t>(image.RowDistance());
-    if (distance > 0) {
-        bytes = image.Row(frame_.y_offset) + static_cast<std::size_t>(frame_.x_offset) * channels;
-    } else {
-        distance = used;
-        bytes = rows.emplace(used, frame_.height).Bytes();
-    }
-    config.output.colorspace = header_.kind == PixelKind::RGBA ? MODE_RGBA : MODE_RGB;
-    config.output.is_external_memory = 1;
-    config.output.u.RGBA = {bytes, static_cast<int>(distance),
-                            distance * static_cast<unsigned>(frame_.height - 1) + used};
-    const std::unique_ptr<WebPIDecoder, FreeDecoder> decoder(WebPIDecode(nullptr, 0, &config));
-    if (bytes == nullptr || decoder == nullptr) FailFile(file_.Path(), "not enough memory");
+    pixelBytes_ = static_cast<std::size_t>(Describe(header_.kind).channels);
+    const std::size_t rowBytes = static_cast<std::size_t>(frame_.width) * pixelBytes_;
+    rows_.emplace(rowBytes, frame_.height);
+    WebPInitDecoderConfig(&config_);
+    config_.output.colorspace = header_.kind == PixelKind::RGBA ? MODE_RGBA : MODE_RGB;
+    config_.output.is_external_memory = 1;
+    config_.output.u.RGBA = {rows_->Bytes(), static_cast<int>(rowBytes), rows_->Size()};
+    decoder_.reset(WebPIDecode(nullptr, 0, &config_));
+    if (rows_->Bytes() == nullptr || decoder_ == nullptr) FailFile(file_.Path(), "not enough memory");
+}
 
-    // The decoder is fed a little at a time, so that rows can be taken from it, and memory given back, as they come.
+// The decoder is fed a little at a time, so that rows can be taken from it, and memory given back, as they come.
+void WebpReader::DecodeFurther() {
+    rows_->Drop(ready_);
     const WebPData& data = frame_.fragment;
-    const std::size_t step = std::max<std::size_t>(data.size / 256, 4096);
-    VP8StatusCode status = VP8_STATUS_SUSPENDED;
-    int done = 0;
-    for (std::size_t given = 0; status == VP8_STATUS_SUSPENDED && given < data.size;) {
-        given = std::min(given + step, data.size);
-        status = WebPIUpdate(decoder.get(), data.bytes, given);
-        int ready = 0;
-        if (WebPIDecGetRGB(decoder.get(), &ready, nullptr, nullptr, nullptr) == nullptr) continue;
-        if (rows) {
-            CopyRows(image, *rows, done, ready);
-            rows->Drop(ready);
-        }
-        for (; done < ready; ++done) tick(done + 1, frame_.height);
+    if (status_ == VP8_STATUS_SUSPENDED && given_ < data.size) {
+        given_ = std::min(given_ + std::max<std::size_t>(data.size / 256, 4096), data.size);
+        status_ = WebPIUpdate(decoder_.get(), data.bytes, given_);
+        WebPIDecGetRGB(decoder_.get(), &ready_, nullptr, nullptr, nullptr);
+        if (status_ == VP8_STATUS_OK || status_ == VP8_STATUS_SUSPENDED) return;
     }
-    if (status == VP8_STATUS_OUT_OF_MEMORY) FailFile(file_.Path(), "not enough memory");
-    if (status != VP8_STATUS_OK || done != frame_.height)
-        Fail(status == VP8_STATUS_SUSPENDED ? "its pixels end too early" : "its pixels cannot be decoded");
+    if (status_ == VP8_STATUS_OUT_OF_MEMORY) FailFile(file_.Path(), "not enough memory");
+    Fail(status_ == VP8_STATUS_SUSPENDED ? "its pixels end too early" : "its pixels cannot be decoded");
+}
+
+void WebpReader::ReadRow(std::uint8_t* row) {
+    if (decoder_ == nullptr) StartRows();
+    const std::int64_t inFrame = next_++ - frame_.y_offset;
+    // The picture is clear where the frame leaves it free.
+    if (frame_.width != header_.width || inFrame < 0 || inFrame >= frame_.height)
+        std::memset(row, 0, static_cast<std::size_t>(header_.width) * pixelBytes_);
+    if (inFrame < 0 || inFrame >= frame_.height) return;
+    while (ready_ <= inFrame) DecodeFurther();
+    std::memcpy(row + static_cast<std::size_t>(frame_.x_offset) * pixelBytes_, rows_->Row(static_cast<int>(inFrame)),
+                static_cast<std::size_t>(frame_.width) * pixelBytes_);
+    if (inFrame + 1 < frame_.height) return;
+    while (status_ != VP8_STATUS_OK) DecodeFurther();  // what follows the last row may be damaged
 }
 
 }  // namespace

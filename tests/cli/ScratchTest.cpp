@@ -187,9 +187,9 @@ TEST_F(Scratch, IsTouchedByLargeImagesOnly) {
     MakePicture("in.png", "RGB", 1);
     RunOptions options;
     options.fileSizeLimit = 4 << 20;
-    RunWell({"in.png", "out.png"});
-    EXPECT_EQ(Run({"--memory", "100M", "--scratch", "scratch", "in.png", "out.png"}, options).exitCode, 0);
-    ExpectFailure(Run({"--memory", "1M", "--scratch", "scratch", "in.png", "out.png"}, options), 1,
+    RunWell({"in.png", "out.png", "flip", "v"});
+    EXPECT_EQ(Run({"--memory", "100M", "--scratch", "scratch", "in.png", "out.png", "flip", "v"}, options).exitCode, 0);
+    ExpectFailure(Run({"--memory", "1M", "--scratch", "scratch", "in.png", "out.png", "flip", "v"}, options), 1,
                   {"scratch directory scratch: no room for an image of 70 x 4700 pixels of 3 bytes", "19 MiB",
                    "File too large", "--scratch"});
 }
