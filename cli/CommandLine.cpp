@@ -58,6 +58,19 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
         ->type_name("N")
         ->check(range(0, 9));
     app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
+    app.option_defaults()->group("Colour");
+    app.add_flag("--srgb", line.srgb,
+                 "Colours are converted to sRGB on reading, as the profile of INPUT tells; CMYK becomes RGB");
+    app.add_option("--profile", line.profile,
+                   "Colours of the result are converted to the profile in this file, such as that of a printer")
+        ->type_name("FILE")
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                return text.empty()  ? "the name of the file is empty"
+                       : text == "-" ? "'-' is the stream of a picture, and no file"
+                                     : std::string();
+            },
+            ""));
     app.option_defaults()->group("Memory");
     app.add_option_function<std::string>(
            "--memory",

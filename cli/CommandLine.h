@@ -23,6 +23,8 @@ struct CommandLine {
     bool cpu = false;   // Describe
     bool ignoreOrientation = false;
     bool pluginBytes = false;
+    bool srgb = false;
+    std::string profile;  // file of the profile that the result gets; empty: none
     bool quiet = false;
 };
 

@@ -9,6 +9,7 @@
 #include <set>
 #include <thread>
 
+#include "Colour.h"
 #include "Commands.h"
 #include "Errors.h"
 #include "Jobs.h"
@@ -25,6 +26,7 @@ namespace {
 // Everything that can be known to be wrong before the first file is opened.
 void CheckPlan(const CommandLine& line, const std::vector<std::string>& results) {
     ReadEffects(line.words);
+    if (!line.profile.empty()) ReadProfile(line.profile);
     for (const std::string& file : line.files)
         if (line.words.empty() && FindEffect(file) != nullptr && access(file.c_str(), F_OK) != 0)
             throw UsageError("--each: '" + file + "' is an effect, and no file; effects stand behind '--'");

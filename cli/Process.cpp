@@ -1,6 +1,7 @@
 #include <optional>
 #include <utility>
 
+#include "Colour.h"
 #include "Commands.h"
 #include "Effort.h"
 #include "Engine.h"
@@ -110,15 +111,28 @@ void Process(const CommandLine& line, Notes& notes) {
     const std::vector<EffectCall> calls = ReadEffects({line.words.begin() + 2, line.words.end()});
     const std::string& outputPath = line.words[1];
     const Codec& outputCodec = OutputCodec(line, outputPath);
+    std::vector<std::uint8_t> profile;
+    if (!line.profile.empty()) profile = ReadProfile(line.profile);
 
     InputFile input(line.words[0]);
     const std::unique_ptr<PictureReader> reader = OpenPicture(input, notes);
-    const ImageShape shape = ShapeOf(input, reader->Header());
+    const ImageShape stored = ShapeOf(input, reader->Header());
     const int orientation = HeededOrientation(reader->Header());
-    const PictureHeader header = OrientedTags(reader->Header(), orientation);
+    PictureHeader header = OrientedTags(reader->Header(), orientation);
+    ColourStep first{stored.kind, nullptr};
+    if (line.srgb) first = StepToSrgb(input.Path(), stored.kind, &header.colour, notes);
+    const ImageShape shape{stored.width, stored.height, first.kind};
+    if (shape.kind != stored.kind && !GivesRows(*reader))
+        CheckScratchHolds(input.Path(), {NeedOf(stored), NeedOf(shape)});
     const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
-    CheckOutput(outputCodec, outputPath == "-" ? "standard output" : outputPath, shapes.empty() ? shape : shapes.back(),
-                header, notes);
+    ImageShape result = shapes.empty() ? shape : shapes.back();
+    ColourStep last{result.kind, nullptr};
+    if (!line.profile.empty())
+        last = StepToProfile(line.profile, profile, input.Path(), result.kind, &header.colour, notes);
+    else if (line.srgb)
+        header.colour = outputCodec.holdsProfile ? SrgbTags(outputCodec.stored(result.kind)) : ColourTags();
+    result.kind = last.kind;
+    CheckOutput(outputCodec, outputPath == "-" ? "standard output" : outputPath, result, header, notes);
     if (reader->Header().orientation != orientation)
         notes.Say(input.Path(),
                   "the orientation (" + std::to_string(reader->Header().orientation) + ") is neither applied nor kept");
@@ -130,7 +144,8 @@ void Process(const CommandLine& line, Notes& notes) {
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
     if (!readsRows) progress.Begin("reading");
     std::string open = readsRows ? "reading" : "";
-    std::unique_ptr<RowSource> rows = RunEffects(calls, shapes, RowsOfPicture(*reader, tick), progress, &open);
+    std::unique_ptr<RowSource> rows = Recoloured(RowsOfPicture(*reader, tick), first);
+    rows = Recoloured(RunEffects(calls, shapes, std::move(rows), progress, &open), last);
 
     progress.Begin(open.empty() ? "writing" : open + " and writing");
     outputCodec.write(output, *rows, header, line.write, tick);

@@ -61,11 +61,11 @@ bool IsNothing(const std::uint8_t*, std::size_t) {
 }
 
 const char* PngRefuses(PixelKind kind) {
-    return kind == PixelKind::CMYK ? "PNG cannot hold CMYK" : nullptr;
+    return kind == PixelKind::CMYK ? "PNG cannot hold CMYK; --srgb makes RGB of CMYK pictures" : nullptr;
 }
 
 const char* WebpRefuses(PixelKind kind) {
-    return kind == PixelKind::CMYK ? "WebP cannot hold CMYK" : nullptr;
+    return kind == PixelKind::CMYK ? "WebP cannot hold CMYK; --srgb makes RGB of CMYK pictures" : nullptr;
 }
 
 const char* PgmRefuses(PixelKind kind) {
@@ -73,7 +73,7 @@ const char* PgmRefuses(PixelKind kind) {
 }
 
 const char* PpmRefuses(PixelKind kind) {
-    return kind == PixelKind::CMYK ? "PPM cannot hold CMYK" : nullptr;
+    return kind == PixelKind::CMYK ? "PPM cannot hold CMYK; --srgb makes RGB of CMYK pictures" : nullptr;
 }
 
 const char* RefusesNothing(PixelKind) {

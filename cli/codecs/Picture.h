@@ -31,7 +31,7 @@ Resolution InUnit(const Resolution& resolution, Resolution::Unit unit);
 // What the colour values of a file mean.
 struct ColourTags {
     std::vector<std::uint8_t> profile;                     // ICC profile; empty: none
-    std::optional<int> srgbIntent;                         // the file says that it is sRGB; rendering intent 0 to 3
+    std::optional<int> srgbIntent;                         // it is sRGB, profile or not; rendering intent 0 to 3
     std::optional<std::int32_t> gamma;                     // of encoding, times 100000
     std::optional<std::array<std::int32_t, 8>> primaries;  // white, red, green, blue; x and y times 100000
 };

@@ -85,11 +85,11 @@ private:
 
 void PngWriter::SetTags(PixelKind kind, const PictureHeader& tags) {
     const ColourTags& colour = tags.colour;
-    if (ProfileFits(colour.profile, kind)) {
+    if (colour.srgbIntent) {
+        png_set_sRGB(png_, info_, *colour.srgbIntent);
+    } else if (ProfileFits(colour.profile, kind)) {
         png_set_iCCP(png_, info_, "ICC profile", PNG_COMPRESSION_TYPE_BASE, colour.profile.data(),
                      static_cast<png_uint_32>(colour.profile.size()));
-    } else if (colour.srgbIntent) {
-        png_set_sRGB(png_, info_, *colour.srgbIntent);
     } else {
         if (colour.gamma) png_set_gAMA_fixed(png_, info_, *colour.gamma);
         if (colour.primaries) {

@@ -64,7 +64,7 @@ ImageShape PlanConvert(const ImageShape& source, const Arguments& arguments) {
     const PixelKind kind = Find(kFormats, arguments.Choice("format")).kind;
     if (!CanConvert(source.kind, kind))
         throw RunError(std::string("convert: ") + Describe(source.kind).name + " cannot become " + Describe(kind).name +
-                       "; between RGB and CMYK only colour profiles tell the way");
+                       "; between RGB and CMYK only colour profiles tell the way, see --srgb and --profile");
     return {source.width, source.height, kind};
 }
 
@@ -169,7 +169,9 @@ std::vector<EffectRow> ConvertEffects() {
          "Another kind of pixels",
          "G is gray, A stands for alpha. Alpha that is new is opaque; alpha that goes is left out, whatever lies\n"
          "behind it. Gray becomes the black ink of CMYK, and of CMYK only the black ink becomes gray, so that what\n"
-         "cyan, magenta and yellow print is lost. RGB cannot become CMYK, nor CMYK RGB: that needs colour profiles.",
+         "cyan, magenta and yellow print is lost. Between RGB and CMYK colour profiles tell the way: the options "
+         "--srgb\n"
+         "and --profile are for that.",
          "convert GA",
          {{"format", ArgumentType::Choice, nullptr, 0, 0, Words(kFormats), "the new kind"}},
          PlanConvert,
