@@ -93,7 +93,7 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
         ->type_name("PATTERN")
         ->check(CLI::Validator(
             [](const std::string& text) { return text.empty() ? "the pattern is empty" : std::string(); }, ""));
-    app.add_option("--jobs", line.jobs, "Files at a time, each in a process; one for each processor unless given")
+    app.add_option("--jobs", line.jobs, "Files at a time, in so many processes; one for each processor unless given")
         ->type_name("N")
         ->check(range(1, 256));
     app.option_defaults()->group("General");

@@ -11,7 +11,7 @@ class Notes;
 // Reads INPUT, runs the effects and writes OUTPUT.
 void Process(const CommandLine& line, Notes& notes);
 
-// Works through `files`, each in a process of its own, and tells which have failed; whether none has.
+// Works through `files` in a few processes side by side, and tells which have failed; whether none has.
 bool ProcessEach(const CommandLine& line);
 
 // Prints what each file holds, for people or, as JSON, for programs. A file that cannot be read is told of as an error,

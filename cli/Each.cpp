@@ -55,7 +55,6 @@ int ProcessOne(CommandLine line, const std::string& input, const std::string& ou
     line.command = Command::Process;
     line.words.insert(line.words.begin(), {input, output});
     try {
-        SetStorage(line.storage);
         Notes notes(line.quiet);
         Process(line, notes);
         return 0;
@@ -75,11 +74,12 @@ bool ProcessEach(const CommandLine& line) {
     const std::vector<std::string> results = ResultNames(line.each, line.files);
     CheckPlan(line, results);
     const std::size_t jobs = JobCount(line);
-    // Each process has its share of the memory.
+    // Each process has its share of the memory, from the first image on.
     constexpr std::int64_t kLeastMemory = 1 << 20;
     const std::int64_t memory = line.storage.memory > 0 ? line.storage.memory : DefaultMemory();
     CommandLine share = line;
     share.storage.memory = std::max(memory / static_cast<std::int64_t>(jobs), kLeastMemory);
+    SetStorage(share.storage);
 
     Progress progress(line.quiet);
     const auto total = static_cast<std::int64_t>(line.files.size());

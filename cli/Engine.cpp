@@ -45,6 +45,10 @@ void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t he
                        " pixels; with a smaller --memory it is made as a file");
 }
 
-void SetEngineTick(std::function<void()> tick) {
+EngineTicks::EngineTicks(std::function<void()> tick) {
     Engine().SetYield(std::move(tick));
+}
+
+EngineTicks::~EngineTicks() {
+    Engine().SetYield(nullptr);
 }

@@ -18,5 +18,11 @@ int EngineConstant(const std::string& name);
 void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t height, const char* formatConstant,
                     int bytesPerPixel);
 
-// Called from time to time while the engine works on images made by Raster; null: nothing is.
-void SetEngineTick(std::function<void()> tick);
+// While one lives, `tick` is called from time to time as the engine works on images made by Raster. One at a time.
+class EngineTicks {
+public:
+    explicit EngineTicks(std::function<void()> tick);
+    ~EngineTicks();
+    EngineTicks(const EngineTicks&) = delete;
+    EngineTicks& operator=(const EngineTicks&) = delete;
+};

@@ -81,7 +81,7 @@ std::vector<double> Efforts(const ImageShape& shape, bool readsRows, const std::
 // is still to be done while rows are taken; empty: nothing.
 std::unique_ptr<RowSource> RunEffects(const std::vector<EffectCall>& calls, const std::vector<ImageShape>& shapes,
                                       std::unique_ptr<RowSource> rows, Progress& progress, std::string* open) {
-    SetEngineTick([&progress] {
+    const EngineTicks ticks([&progress] {
         progress.Step(0, 0);
         SignalPatience::Look();
     });
@@ -101,7 +101,6 @@ std::unique_ptr<RowSource> RunEffects(const std::vector<EffectCall>& calls, cons
         rows = RunEffect(calls[i], std::move(rows), shapes[i]);
         SignalPatience::Look();
     }
-    SetEngineTick(nullptr);
     return rows;
 }
 

@@ -224,4 +224,105 @@ TEST_F(Each, TellsOfAProcessThatTheSystemEnds) {
     EXPECT_NE(outcome.err.find("zor: 1 of 2 files failed: p"), std::string::npos) << outcome.err;
 }
 
+// Ten files through one process, of which one is ended in its middle.
+TEST_F(Each, GoesOnInAnotherProcessAfterOneThatTheSystemEnds) {
+    std::vector<std::string> words = {"--each", "out/{n}.png", "--jobs", "1"};
+    ASSERT_EQ(mkfifo(At("p1").c_str(), 0600), 0);
+    for (int i = 0; i < 10; ++i) words.emplace_back(i == 4 ? "p1" : "a.png");
+    process_ = Start(words);
+    pipes_[0] = open(At("p1").c_str(), O_WRONLY);
+    Await([&] { return Results().size() >= 4 && Children().size() == 1; });
+    const std::vector<pid_t> children = Children();
+    ASSERT_EQ(children.size(), 1U);
+    kill(children[0], SIGKILL);
+    const Outcome outcome = Wait(process_);
+    close(pipes_[0]);
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_NE(outcome.err.find("zor: p1: ended by the system: Killed\n"), std::string::npos) << outcome.err;
+    EXPECT_TRUE(outcome.err.ends_with("zor: 1 of 10 files failed: p1\n")) << outcome.err;
+    for (int i = 1; i <= 10; ++i) {
+        const std::string name = (i < 10 ? "out/0" : "out/") + std::to_string(i) + ".png";
+        EXPECT_EQ(std::filesystem::exists(At(name)), i != 5) << name;
+    }
+}
+
+TEST_F(Each, TakesOneProcessForManyFiles) {
+    std::vector<std::string> words = {"--each", "out/{n}.png", "--jobs", "1"};
+    for (const char* name : {"p1", "p2"}) {
+        ASSERT_EQ(mkfifo(At(name).c_str(), 0600), 0);
+        words.emplace_back(name);
+    }
+    process_ = Start(words);
+    const std::string bytes = ReadFile(At("a.png"));
+    std::vector<pid_t> seen;
+    for (const char* name : {"p1", "p2"}) {
+        const int pipe = open(At(name).c_str(), O_WRONLY);
+        ASSERT_GE(pipe, 0);
+        const std::vector<pid_t> children = Children();
+        ASSERT_EQ(children.size(), 1U);
+        seen.push_back(children[0]);
+        EXPECT_EQ(write(pipe, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        close(pipe);
+    }
+    EXPECT_EQ(Wait(process_).exitCode, 0);
+    EXPECT_EQ(seen[0], seen[1]);
+}
+
+// What went wrong with one file, and what was to be said of it, is not told of another.
+TEST_F(Each, TellsOfEveryFileWhatIsTrueOfIt) {
+    std::vector<std::string> words = {"--each", "out/{n}.png", "--jobs", "2"};
+    std::string bad;
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "f" + std::to_string(i) + ".png";
+        if (i % 3 == 0) {
+            WriteFile(At(name), ReadFile(At("a.png")).substr(0, 1000));
+            bad += (bad.empty() ? "" : ", ") + name;
+        } else {
+            PngFile file = PlainPng(MakePixels(20, 20, 3, 1));
+            if (i % 3 == 1) {
+                file.bitDepth = 16;
+                for (std::uint16_t& sample : file.samples) sample = static_cast<std::uint16_t>(sample * 257);
+            }
+            SavePng(At(name), file);
+        }
+        words.push_back(name);
+    }
+    for (const char* word : {"--", "blur", "1"}) words.emplace_back(word);
+    const Outcome outcome = Run(words);
+    EXPECT_EQ(outcome.exitCode, 1);
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "zor: f" + std::to_string(i) + ".png: ";
+        std::size_t count = 0;
+        for (std::size_t at = outcome.err.find(name); at != std::string::npos; at = outcome.err.find(name, at + 1))
+            ++count;
+        EXPECT_EQ(count, i % 3 == 2 ? 0U : 1U) << name;
+    }
+    EXPECT_TRUE(outcome.err.ends_with("zor: 14 of 40 files failed: " + bad + "\n")) << outcome.err;
+    EXPECT_EQ(Results().size(), 26U);
+}
+
+// A large picture's memory is not kept while small ones are worked on.
+TEST_F(Each, GivesMemoryBackBetweenFiles) {
+    WriteFile(At("large.ppm"), "P6\n6000 5000\n255\n" + std::string(6000 * 5000 * 3, 'x'));
+    ASSERT_EQ(mkfifo(At("p1").c_str(), 0600), 0);
+    process_ = Start({"--each", "out/{n}.ppm", "--jobs", "1", "large.ppm", "p1", "--", "rotate", "90"});
+    const int pipe = open(At("p1").c_str(), O_WRONLY);  // waits for the process to come there
+    ASSERT_GE(pipe, 0);
+    const std::vector<pid_t> children = Children();
+    ASSERT_EQ(children.size(), 1U);
+    const auto value = [&](const char* key) {
+        std::ifstream status("/proc/" + std::to_string(children[0]) + "/status");
+        std::string line;
+        while (std::getline(status, line))
+            if (line.rfind(key, 0) == 0) return std::stol(line.substr(std::string(key).size()));
+        return -1L;
+    };
+    EXPECT_GT(value("VmHWM:"), 80000);  // kilobytes: the picture was there
+    EXPECT_LT(value("VmRSS:"), 60000);
+    const std::string bytes = ReadFile(At("a.png"));
+    EXPECT_EQ(write(pipe, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+    close(pipe);
+    EXPECT_EQ(Wait(process_).exitCode, 0);
+}
+
 }  // namespace
