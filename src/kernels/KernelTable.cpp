@@ -67,6 +67,9 @@ constexpr Slot kSlots[] = {
     SLOT(scaling.alongRows[kLumaOnly]),
     SLOT(scaling.alongRows[kLumaAndAlpha]),
     SLOT(scaling.acrossRows),
+    SLOTS_2(weighed.isOpaque),
+    SLOTS_2(weighed.alongRows),
+    SLOTS_2(weighed.acrossRows),
     SLOT(tables.mapInTurn),
     SLOTS_5(tables.combine),
     SLOT(tone.luminance),
@@ -119,6 +122,7 @@ static_assert(NamesFillTheRecord());
     InitExport_##Tier(&(table)->exports);    \
     InitNearest_##Tier(&(table)->nearest);   \
     InitScaling_##Tier(&(table)->scaling);   \
+    InitWeighed_##Tier(&(table)->weighed);   \
     InitTables_##Tier(&(table)->tables);     \
     InitTone_##Tier(&(table)->tone);         \
     InitBlur_##Tier(&(table)->blur);         \

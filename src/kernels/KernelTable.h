@@ -21,6 +21,7 @@
 #include "kernels/Tables.h"
 #include "kernels/Tone.h"
 #include "kernels/Touch.h"
+#include "kernels/Weighed.h"
 #include "kernels/Words.h"
 
 namespace zor {
@@ -38,6 +39,7 @@ struct KernelTable {
     ExportKernels exports;
     NearestKernels nearest;
     ScalingKernels scaling;
+    WeighedKernels weighed;
     TablesKernels tables;
     ToneKernels tone;
     BlurKernels blur;

@@ -206,6 +206,92 @@ void AcrossRows(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.scaling.acrossRows(stack);
 }
 
+// What they give in place of bytes, as far as there is room for it.
+void PutOut(const std::vector<float>& floats, std::ptrdiff_t units, std::uint8_t* out) {
+    const std::size_t room = static_cast<std::size_t>(units) * KernelBytes::kMaxBytesPerUnit;
+    std::memcpy(out, floats.data(), std::min(floats.size() * sizeof(float), room));
+}
+
+const float* SharesOf(const Taps& taps, std::vector<float>* shares) {
+    shares->clear();
+    for (int i = 0; i < taps.count; ++i) {
+        for (int k = 0; k < taps.stride; ++k) {
+            const float weight = taps.weights[static_cast<std::ptrdiff_t>(i) * taps.stride + k];
+            const bool isEmpty = taps.lists[i].taps == 0;
+            shares->push_back(isEmpty ? 0.0F : weight / static_cast<float>(taps.lists[i].weightSum));
+        }
+    }
+    return shares->data();
+}
+
+template <WeighedShape kShape>
+void IsOpaque(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kChannels = ChannelsOf(kShape);
+    std::vector<std::uint8_t> pixels(b.in[0], b.in[0] + units * kChannels);
+    if (b.choice % 4 > 0) {
+        for (std::size_t i = kChannels - 1; i < pixels.size(); i += kChannels) pixels[i] = 255;
+    }
+    if (b.choice % 4 > 1 && units > 0) {
+        const std::size_t at = b.choice / 4 % static_cast<std::uint32_t>(units);
+        pixels[at * kChannels + kChannels - 1] = static_cast<std::uint8_t>(b.choice / 65536);
+    }
+    const bool isOpaque = k.weighed.isOpaque[kShape](pixels.data(), units);
+    if (units > 0) *b.out = isOpaque ? 1 : 0;
+}
+
+// One to sixteen rows as wide as units, scaled to as many columns as there is room for.
+template <WeighedShape kShape>
+void WeighedAlongRows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kChannels = ChannelsOf(kShape);
+    WeighedBlock block{};
+    block.rows = 1 + static_cast<int>(b.choice % RowBlock::kMaxRows);
+    const int columns = units == 0 ? 0 : 1 + static_cast<int>(b.choice / 256 % static_cast<unsigned>(2 * units));
+    if (columns == 0) return;
+    block.taps = &TapsBetween(static_cast<int>(units), columns, ScaleAxis::kHorizontal, false, b.choice / 16384);
+    static thread_local std::vector<float> shares, result;
+    block.shares = SharesOf(*block.taps, &shares);
+    const auto rowFloats = static_cast<std::size_t>(WeighedRowFloats(kShape, columns));
+    result.assign(rowFloats * static_cast<std::size_t>(block.rows), -1.0F);
+    for (int r = 0; r < block.rows; ++r) {
+        block.src[r] = b.in[r % KernelBytes::kInputs] + r * kChannels;
+        block.dst[r] = result.data() + rowFloats * static_cast<std::size_t>(r);
+    }
+    static thread_local std::vector<std::uint8_t> scratch;
+    scratch.resize(static_cast<std::size_t>(WeighedScratchBytes(block.taps->stride)));
+    block.scratch = scratch.data();
+    k.weighed.alongRows[kShape](block);
+    PutOut(result, units, b.out);
+}
+
+// As many pixels as units, out of up to 700 rows.
+template <WeighedShape kShape>
+void WeighedAcrossRows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    constexpr int kChannels = ChannelsOf(kShape);
+    static thread_local std::vector<float> rows[KernelBytes::kInputs], shares;
+    const auto count = static_cast<std::size_t>(units * kChannels);
+    for (int i = 0; i < KernelBytes::kInputs; ++i) {
+        rows[i].assign(static_cast<std::size_t>(WeighedRowFloats(kShape, units)), 0.0F);
+        for (std::size_t at = 0; at < count; ++at) {
+            const float alpha = b.in[i][at / kChannels];
+            rows[i][at] = at % kChannels == kChannels - 1 ? alpha : alpha * b.in[i][at];
+        }
+    }
+    WeighedStack stack{};
+    stack.taps = static_cast<int>(b.choice % 8 == 0 ? b.choice / 8 % 700 : b.choice / 8 % 40);
+    shares.clear();
+    std::vector<const float*> pointers;
+    for (int t = 0; t < stack.taps; ++t) {
+        pointers.push_back(rows[t % KernelBytes::kInputs].data());
+        shares.push_back((t % 5 == 0 ? -0.4F : 1.1F + 0.1F * static_cast<float>(t % 7)) /
+                         static_cast<float>(stack.taps));
+    }
+    stack.rows = pointers.data();
+    stack.shares = shares.data();
+    stack.count = units;
+    stack.dst = b.out;
+    k.weighed.acrossRows[kShape](stack);
+}
+
 // For kernels that work on their output.
 void Start(Bytes b, std::ptrdiff_t bytes) {
     std::memcpy(b.out, b.in[3], static_cast<std::size_t>(bytes));
@@ -728,6 +814,12 @@ const std::vector<KernelCase> kCases = {
     {"scaling.alongRows[kLumaOnly]", AlongRows<kLumaOnly>},
     {"scaling.alongRows[kLumaAndAlpha]", AlongRows<kLumaAndAlpha>},
     {"scaling.acrossRows", AcrossRows},
+    {"weighed.isOpaque[0]", IsOpaque<kGrayByAlpha>},
+    {"weighed.isOpaque[1]", IsOpaque<kColoursByAlpha>},
+    {"weighed.alongRows[0]", WeighedAlongRows<kGrayByAlpha>},
+    {"weighed.alongRows[1]", WeighedAlongRows<kColoursByAlpha>},
+    {"weighed.acrossRows[0]", WeighedAcrossRows<kGrayByAlpha>},
+    {"weighed.acrossRows[1]", WeighedAcrossRows<kColoursByAlpha>},
 
     {"words.move", MoveWords},
     {"words.moveMasked", MoveWordsMasked},
