@@ -1,11 +1,22 @@
 #include "core/Factory.h"
 
+#include <mutex>
+#include <utility>
+
 #include "core/Construction.h"
 #include "core/RegisteredClasses.h"
 
 namespace zor {
 
+static std::mutex globalFactoryGuard;
 static REALobject globalFactory = nullptr;
+
+// The factory of all images, locked for the caller: another thread may set another one meanwhile.
+static REALobject LockedGlobalFactory() {
+    const std::lock_guard<std::mutex> guard(globalFactoryGuard);
+    if (globalFactory) REALLockObject(globalFactory);
+    return globalFactory;
+}
 
 // The format is not compared: pixel code goes by the record, and a larger image does as well.
 static bool IsLargeEnough(REALobject image, int width, int height) {
@@ -27,7 +38,8 @@ REALobject CreatePicture(ImageClassData* record, int width, int height, int form
     if (record) {
         if (const REALobject image = AskFactory(record->Factory, width, height, format)) return image;
     }
-    if (const REALobject image = AskFactory(globalFactory, width, height, format)) return image;
+    const ObjectHolder global(LockedGlobalFactory());
+    if (const REALobject image = AskFactory(global.get(), width, height, format)) return image;
     const REALobject image = REALnewInstance("PictureZOR");
     if (!image) return nullptr;
     ImageConstructor(image, width, height, format);
@@ -37,6 +49,7 @@ REALobject CreatePicture(ImageClassData* record, int width, int height, int form
 }
 
 bool HasFactory(const ImageClassData* record) {
+    const std::lock_guard<std::mutex> guard(globalFactoryGuard);
     return record->Factory || globalFactory;
 }
 
@@ -51,8 +64,12 @@ REALobject CreatePictureGlobal(int width, int height, int format) {
 void SetFactory(REALobject factory) {
     // The new one first: setting the same factory twice must not drop it.
     if (factory) REALLockObject(factory);
-    if (globalFactory) REALUnlockObject(globalFactory);
-    globalFactory = factory;
+    REALobject before = factory;
+    {
+        const std::lock_guard<std::mutex> guard(globalFactoryGuard);
+        std::swap(before, globalFactory);
+    }
+    if (before) REALUnlockObject(before);
 }
 
 }  // namespace zor

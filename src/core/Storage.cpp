@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <mutex>
 
 #include "core/RowAccess.h"
 
@@ -12,10 +13,18 @@ namespace zor {
 namespace {
 
 // Marks of all file-backed storage that is alive, so that a file that is opened, truncated or removed again under
-// another image takes the rows of every image that lived in it.
+// another image takes the rows of every image that lived in it. Threads that work on different images meet here.
+std::mutex liveFilesGuard;
 StorageMark* liveFiles = nullptr;
 
+void AddToLiveFiles(StorageMark* mark) {
+    const std::lock_guard<std::mutex> guard(liveFilesGuard);
+    mark->nextFile = liveFiles;
+    liveFiles = mark;
+}
+
 void RemoveFromLiveFiles(StorageMark* mark) {
+    const std::lock_guard<std::mutex> guard(liveFilesGuard);
     for (StorageMark** link = &liveFiles; *link; link = &(*link)->nextFile) {
         if (*link == mark) {
             *link = mark->nextFile;
@@ -35,6 +44,11 @@ void TakeIdentity(StorageMark* mark, const struct stat& status) {
     mark->isFile = true;
     mark->device = static_cast<std::uint64_t>(status.st_dev);
     mark->inode = static_cast<std::uint64_t>(status.st_ino);
+}
+
+// Read at every row, also by another thread than the one that cuts the file.
+void SetGone(StorageMark* mark) {
+    std::atomic_ref<bool>(mark->gone).store(true, std::memory_order_relaxed);
 }
 
 bool SameFile(const StorageMark* a, const StorageMark* b) {
@@ -89,8 +103,7 @@ bool MarkAsFileStorage(ImageClassData* record, int descriptor) {
     StorageMark* const mark = NewMark();
     if (!mark) return false;
     TakeIdentity(mark, status);
-    mark->nextFile = liveFiles;
-    liveFiles = mark;
+    AddToLiveFiles(mark);
     record->Mark = mark;
     return true;
 }
@@ -101,8 +114,9 @@ void MarkFileGone(int descriptor) {
     if (!identified && errno == EBADF) return;  // no open file, so none is cut
     StorageMark file{};
     TakeIdentity(&file, status);
+    const std::lock_guard<std::mutex> guard(liveFilesGuard);
     for (StorageMark* other = liveFiles; other; other = other->nextFile) {
-        if (!identified || SameFile(other, &file)) other->gone = true;
+        if (!identified || SameFile(other, &file)) SetGone(other);
     }
 }
 
@@ -115,7 +129,7 @@ bool LivesInFile(const ImageClassData* record, const char* path) {
 }
 
 void MarkStorageGone(ImageClassData* record) {
-    if (record->Mark) record->Mark->gone = true;
+    if (record->Mark) SetGone(record->Mark);
 }
 
 static void DropMark(StorageMark* mark) {

@@ -1,6 +1,8 @@
 #pragma once
 // Where the bytes of an image lie, how long they live, and whether two images share some.
 
+#include <atomic>
+
 #include "core/ImageClassData.h"
 
 namespace zor {
@@ -9,7 +11,7 @@ namespace zor {
 // so that a view finds out that the bytes behind it are gone: its rows then come back null.
 struct StorageMark {
     int references;
-    bool gone;
+    bool gone;    // read and written as an atomic: StorageIsGone
     bool isFile;  // the storage is the file with this identity
     std::uint64_t device;
     std::uint64_t inode;
@@ -39,7 +41,7 @@ void MarkStorageGone(ImageClassData* record);
 void ReleaseStorageMark(ImageClassData* record);
 
 inline bool StorageIsGone(const ImageClassData* record) {
-    return record->Mark && record->Mark->gone;
+    return record->Mark && std::atomic_ref<bool>(record->Mark->gone).load(std::memory_order_relaxed);
 }
 
 // True if workers still use the buffer of this record, which is going away: it is freed when they have finished.

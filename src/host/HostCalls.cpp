@@ -8,25 +8,31 @@ namespace zor {
 
 REALresolver gResolver = nullptr;
 double rbversion_rbversion = 0;
-bool IsConsole = false;
-bool IsDesktop = false;
+std::atomic<bool> IsConsole = false;
+std::atomic<bool> IsDesktop = false;
 
 namespace {
 
-// One function of the host. It is looked up at first use and kept; a failed look-up is tried again.
+// One function of the host. It is looked up at first use and kept; a failed look-up is tried again. Threads that meet
+// at the first use find the same.
 template <class Result, class... Args>
 struct HostFunction {
+    using Function = Result (*)(Args...);
     const char* name;
-    Result (*function)(Args...) = nullptr;
+    std::atomic<Function> known = nullptr;
 
     constexpr explicit HostFunction(const char* hostName) : name(hostName) {}
 
-    bool Found() {
-        if (!function && gResolver) function = reinterpret_cast<Result (*)(Args...)>(gResolver(name));
-        return function != nullptr;
+    Function Find() {
+        Function function = known.load(std::memory_order_acquire);
+        if (!function && gResolver) {
+            function = reinterpret_cast<Function>(gResolver(name));
+            known.store(function, std::memory_order_release);
+        }
+        return function;
     }
     Result operator()(Args... args) {
-        if (Found()) return function(args...);
+        if (const Function function = Find()) return function(args...);
         return Result();
     }
 };
@@ -165,9 +171,14 @@ REALstring REALConvertString(REALstring string, unsigned encoding) {
 static bool CopyStringData(REALstring string, unsigned encoding, REALstringData* data) {
     static HostFunction<const char*, REALstring> getCString("StringGetCString");
     static HostFunction<void*, const char*> loadGlobalMethod("REALLoadGlobalMethod");
-    static int (*lenB)(REALstring) = nullptr;
-    if (!lenB) lenB = reinterpret_cast<int (*)(REALstring)>(loadGlobalMethod("LenB( s as string ) as integer"));
-    if (!getCString.Found() || !lenB || !string) return false;
+    using LenB = int (*)(REALstring);
+    static std::atomic<LenB> knownLenB = nullptr;
+    LenB lenB = knownLenB.load(std::memory_order_acquire);
+    if (!lenB) {
+        lenB = reinterpret_cast<LenB>(loadGlobalMethod("LenB( s as string ) as integer"));
+        knownLenB.store(lenB, std::memory_order_release);
+    }
+    if (!getCString.Find() || !lenB || !string) return false;
 
     REALstring converted = nullptr;
     if (encoding != kREALEncodingBytes && encoding != REALGetStringEncoding(string)) {
@@ -192,13 +203,13 @@ static bool CopyStringData(REALstring string, unsigned encoding, REALstringData*
 
 REALboolean REALGetStringData(REALstring string, unsigned encoding, REALstringData* data) {
     static HostFunction<REALboolean, REALstring, unsigned, REALstringData*> call("PluginGetStringData");
-    if (call.Found()) return call(string, encoding, data);
+    if (call.Find()) return call(string, encoding, data);
     return CopyStringData(string, encoding, data);
 }
 
 void REALDisposeStringData(REALstringData* data) {
     static HostFunction<void, REALstringData*> call("PluginDisposeStringData");
-    if (call.Found()) {
+    if (call.Find()) {
         call(data);
     } else {
         std::free(data->data);

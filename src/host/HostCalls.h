@@ -2,17 +2,20 @@
 // Every service of the host that the engine uses, reached by name at run time.
 //
 // A wrapper whose host function is missing does nothing and gives nil, 0 or false; it asks again at the next call.
-// All of this belongs on the host's thread. Objects and strings called "locked for the caller" carry one lock that
+// All of this belongs on the threads from which the host calls: any number of them, where it lets several work at a
+// time on images that have nothing in common. Objects and strings called "locked for the caller" carry one lock that
 // the caller gives back with REALUnlockObject or REALUnlockString.
+
+#include <atomic>
 
 #include "host/HostInterface.h"
 
 namespace zor {
 
-extern REALresolver gResolver;      // set once by REALPluginMain
-extern double rbversion_rbversion;  // the host's version number; 0 where the host does not tell it
-extern bool IsConsole;              // sorted out lazily by CheckApplication; both false until then
-extern bool IsDesktop;
+extern REALresolver gResolver;       // set once by REALPluginMain
+extern double rbversion_rbversion;   // the host's version number; 0 where the host does not tell it
+extern std::atomic<bool> IsConsole;  // sorted out lazily by CheckApplication; both false until then
+extern std::atomic<bool> IsDesktop;
 
 // --- classes, objects, events ------------------------------------------------------------------------------------
 void REALRegisterClass(REALclassDefinition* definition);

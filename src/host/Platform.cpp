@@ -54,16 +54,17 @@ void myDelay(long milliseconds) {
     nanosleep(&left, nullptr);
 }
 
+using SetNameFunction = int (*)(pthread_t, const char*);
+
+static SetNameFunction FindSetName() {
+    void* const library = dlopen("libpthread.so.0", RTLD_LAZY);
+    void* function = library ? dlsym(library, "pthread_setname_np") : nullptr;
+    if (!function) function = dlsym(RTLD_DEFAULT, "pthread_setname_np");
+    return reinterpret_cast<SetNameFunction>(function);
+}
+
 void SetThreadName(const char* name) {
-    using SetName = int (*)(pthread_t, const char*);
-    static bool lookedUp = false;
-    static SetName setName = nullptr;
-    if (!lookedUp) {
-        lookedUp = true;  // before the attempt: a failure is never tried again
-        void* library = dlopen("libpthread.so.0", RTLD_LAZY);
-        if (library) setName = reinterpret_cast<SetName>(dlsym(library, "pthread_setname_np"));
-        if (!setName) setName = reinterpret_cast<SetName>(dlsym(RTLD_DEFAULT, "pthread_setname_np"));
-    }
+    static const SetNameFunction setName = FindSetName();  // a failure is never tried again
     if (setName) setName(pthread_self(), name);
 }
 

@@ -1,5 +1,7 @@
 #include "host/QuickDraw.h"
 
+#include <atomic>
+
 #include "host/Platform.h"
 
 namespace zor {
@@ -9,17 +11,22 @@ namespace {
 // One QuickDraw call. It is looked up at first use and kept; a failed look-up is tried again.
 template <class Result, class... Args>
 struct Binding {
+    using Function = Result (*)(Args...);
     const char* name;
-    Result (*function)(Args...) = nullptr;
+    std::atomic<Function> known = nullptr;
 
     constexpr explicit Binding(const char* exportedName) : name(exportedName) {}
 
-    bool Found() {
-        if (!function) function = reinterpret_cast<Result (*)(Args...)>(FindInProcess(name));
-        return function != nullptr;
+    Function Find() {
+        Function function = known.load(std::memory_order_acquire);
+        if (!function) {
+            function = reinterpret_cast<Function>(FindInProcess(name));
+            known.store(function, std::memory_order_release);
+        }
+        return function;
     }
     Result operator()(Args... args) {
-        if (Found()) return function(args...);
+        if (const Function function = Find()) return function(args...);
         return Result();
     }
 };
@@ -72,7 +79,7 @@ std::int16_t NewGWorld(OpaqueGrafPtr** gworld, std::int16_t depth, const QuickDr
     static Binding<std::int16_t, OpaqueGrafPtr**, std::int16_t, const QuickDrawRect*, ColorTable**, GDevice**,
                    unsigned long>
         call("NewGWorld");
-    return call.Found() ? call(gworld, depth, bounds, colors, device, flags) : kNoQuickDraw;
+    return call.Find() ? call(gworld, depth, bounds, colors, device, flags) : kNoQuickDraw;
 }
 
 ColorTable** GetCTable(std::int16_t id) {
