@@ -32,10 +32,8 @@ int EngineConstant(const std::string& name) {
 void CheckImageFits(const std::string& what, std::int64_t width, std::int64_t height, const char* formatConstant,
                     int bytesPerPixel) {
     const ImageNeed need{width, height, bytesPerPixel};
+    CheckCanBe(what, need);
     if (GoesToScratch(need)) return CheckScratchHolds(what, {need});
-    if (!CanBeInMemory(need))
-        throw RunError(what + ": too large: " + PixelsText(need) +
-                       "; an image stays below 2 GiB, unless it has five rows or more of up to 400 MiB each");
     const bool fits = Engine()
                           .CallShared(kImageClass, "CanAllocateImage", static_cast<int>(width),
                                       static_cast<int>(height), EngineConstant(formatConstant))

@@ -1,10 +1,12 @@
 #include "Load.h"
 
+#include <utility>
 #include <vector>
 
 #include "Engine.h"
 #include "Notes.h"
 #include "Orientation.h"
+#include "Storage.h"
 
 namespace {
 
@@ -25,6 +27,11 @@ public:
         tick_(++done_, Shape().height);
         return row_.data();
     }
+    void Skip(int count) override {
+        reader_.SkipRows(count);
+        done_ += count;
+    }
+    void NeedColumns(int first, int count) override { reader_.NeedColumns(first, count); }
 
 private:
     PictureReader& reader_;
@@ -42,11 +49,14 @@ std::unique_ptr<PictureReader> OpenPicture(InputFile& file, Notes& notes) {
 }
 
 ImageShape ShapeOf(const InputFile& file, const PictureHeader& header) {
+    CheckCanBe(file.Path(), {header.width, header.height, Describe(header.kind).channels});
+    return OrientedShape(StoredShape(header), HeededOrientation(header));
+}
+
+void CheckPictureFits(const InputFile& file, const PictureHeader& header) {
     const PixelKindRow& kind = Describe(header.kind);
     CheckImageFits(file.Path(), header.width, header.height, kind.constant, kind.channels);
-    const ImageShape stored = StoredShape(header);
-    CheckOrientationFits(file.Path(), stored, HeededOrientation(header));
-    return OrientedShape(stored, HeededOrientation(header));
+    CheckOrientationFits(file.Path(), StoredShape(header), HeededOrientation(header));
 }
 
 Raster ReadPicture(PictureReader& reader, const RowTick& tick) {
@@ -58,17 +68,20 @@ Raster ReadPicture(PictureReader& reader, const RowTick& tick) {
 }
 
 bool GivesRows(const PictureReader& reader) {
-    return reader.InOrder() && HeededOrientation(reader.Header()) == 1;
+    const int orientation = HeededOrientation(reader.Header());
+    return reader.InOrder() && (orientation == kUpright || orientation == kMirrored);
 }
 
 std::unique_ptr<RowSource> RowsOfPicture(PictureReader& reader, const RowTick& tick) {
-    if (GivesRows(reader)) return std::make_unique<RowsOfFile>(reader, tick);
-    return RowsOf(ReadPicture(reader, tick));
+    if (!GivesRows(reader)) return RowsOf(ReadPicture(reader, tick));
+    std::unique_ptr<RowSource> rows = std::make_unique<RowsOfFile>(reader, tick);
+    return HeededOrientation(reader.Header()) == kMirrored ? MirroredRows(std::move(rows)) : std::move(rows);
 }
 
 Raster LoadPicture(const std::string& path, Notes& notes, const RowTick& tick) {
     InputFile file(path);
     const std::unique_ptr<PictureReader> reader = OpenPicture(file, notes);
-    static_cast<void>(ShapeOf(file, reader->Header()));  // throws where there is no room
+    static_cast<void>(ShapeOf(file, reader->Header()));  // throws where there can be no such image
+    CheckPictureFits(file, reader->Header());
     return ReadPicture(*reader, tick);
 }

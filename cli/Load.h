@@ -13,14 +13,17 @@
 // Reads the header; a RunError when the file is no picture of a known format, or is damaged.
 std::unique_ptr<PictureReader> OpenPicture(InputFile& file, Notes& notes);
 
-// The shape of the image that the file makes once it is turned to its orientation, checked against what memory holds; a
-// RunError when it does not fit.
+// The shape of the image that the file makes once it is turned to its orientation. A RunError when no image can be so
+// large.
 ImageShape ShapeOf(const InputFile& file, const PictureHeader& header);
 
-// The pixels behind the header, turned to their orientation. ShapeOf comes before it. A RunError for damaged pixels.
+// Throws a RunError unless there is room for that image.
+void CheckPictureFits(const InputFile& file, const PictureHeader& header);
+
+// The pixels behind the header, turned to their orientation. The checks come before it. A RunError for damaged pixels.
 Raster ReadPicture(PictureReader& reader, const RowTick& tick);
 
-// Whether rows can be had as they are decoded: the file can be read so, and they are not turned.
+// Whether rows can be had as they are decoded: the file can be read so, and they stay rows, in their order.
 bool GivesRows(const PictureReader& reader);
 
 // The pixels as rows, as they are decoded or else out of an image. The reader must stay as long as they are taken, and

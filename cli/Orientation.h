@@ -8,6 +8,9 @@
 #include "Raster.h"
 #include "codecs/Picture.h"
 
+// Those that leave rows what they are: as they stand, and with left and right exchanged.
+constexpr int kUpright = 1, kMirrored = 2;
+
 // Whether it is heeded at all; it is until this says otherwise.
 void SetOrientationHeeded(bool heeded);
 

@@ -20,18 +20,45 @@
 
 namespace {
 
-// The shapes after each effect, all checked against what memory and the scratch directory hold.
+// The shapes after each effect.
 std::vector<ImageShape> PlanEffects(const std::vector<EffectCall>& calls, ImageShape shape) {
     std::vector<ImageShape> shapes;
     for (const EffectCall& call : calls) {
-        const ImageNeed source = NeedOf(shape);
         shape = PlanEffect(call, shape);
-        const PixelKindRow& kind = Describe(shape.kind);
-        CheckImageFits(call.row->name, shape.width, shape.height, kind.constant, kind.channels);
-        CheckScratchHolds(call.row->name, {source, NeedOf(shape)});
+        CheckCanBe(call.row->name, NeedOf(shape));
         shapes.push_back(shape);
     }
     return shapes;
+}
+
+void CheckFits(const std::string& what, const ImageShape& shape) {
+    const PixelKindRow& kind = Describe(shape.kind);
+    CheckImageFits(what, shape.width, shape.height, kind.constant, kind.channels);
+}
+
+// Throws unless memory and the scratch directory hold the images that effects need whole; where they take rows as they
+// come, there is none. `whole`: the source, which the path names, is an image.
+void CheckRoom(const std::string& path, const std::vector<EffectCall>& calls, ImageShape source, bool whole,
+               const std::vector<ImageShape>& shapes) {
+    for (std::size_t i = 0; i < calls.size(); source = shapes[i++]) {
+        const bool staysWhole = whole && calls[i].row->rowByRow;  // done in one where it is one already
+        if (TakesRows(calls[i]) && !staysWhole) {
+            whole = false;
+            continue;
+        }
+        if (!whole) CheckFits(i == 0 ? path : calls[i].row->name, source);
+        CheckFits(calls[i].row->name, shapes[i]);
+        CheckScratchHolds(calls[i].row->name, {NeedOf(source), NeedOf(shapes[i])});
+        whole = true;
+    }
+}
+
+// Lets the file be decoded to a smaller picture where the first effect needs no more of it.
+void Reduce(PictureReader& reader, const EffectCall& call, const ImageShape& whole, const ImageShape& result) {
+    const int sides = call.row->sourceSides;
+    if (sides == 0 || PluginBytes() || result.width == whole.width) return;
+    const ImageShape stored = OrientedShape(result, HeededOrientation(reader.Header()));
+    reader.Reduce(std::int64_t{stored.width} * sides, std::int64_t{stored.height} * sides);
 }
 
 // Throws unless the format holds such an image, and tells what it will leave out.
@@ -115,15 +142,19 @@ void Process(const CommandLine& line, Notes& notes) {
 
     InputFile input(line.words[0]);
     const std::unique_ptr<PictureReader> reader = OpenPicture(input, notes);
-    const ImageShape stored = ShapeOf(input, reader->Header());
+    const ImageShape whole = ShapeOf(input, reader->Header());
     const int orientation = HeededOrientation(reader->Header());
     PictureHeader header = OrientedTags(reader->Header(), orientation);
-    ColourStep first{stored.kind, nullptr};
-    if (line.srgb) first = StepToSrgb(input.Path(), stored.kind, &header.colour, notes);
+    ColourStep first{whole.kind, nullptr};
+    if (line.srgb) first = StepToSrgb(input.Path(), whole.kind, &header.colour, notes);
+    const std::vector<ImageShape> shapes = PlanEffects(calls, {whole.width, whole.height, first.kind});
+    if (!calls.empty()) Reduce(*reader, calls.front(), whole, shapes.front());
+    const ImageShape stored = ShapeOf(input, reader->Header());
     const ImageShape shape{stored.width, stored.height, first.kind};
-    if (shape.kind != stored.kind && !GivesRows(*reader))
-        CheckScratchHolds(input.Path(), {NeedOf(stored), NeedOf(shape)});
-    const std::vector<ImageShape> shapes = PlanEffects(calls, shape);
+    const bool readsRows = GivesRows(*reader);
+    if (!readsRows) CheckPictureFits(input, reader->Header());
+    if (!readsRows && shape.kind != stored.kind) CheckScratchHolds(input.Path(), {NeedOf(stored), NeedOf(shape)});
+    CheckRoom(input.Path(), calls, shape, !readsRows, shapes);
     ImageShape result = shapes.empty() ? shape : shapes.back();
     ColourStep last{result.kind, nullptr};
     if (!line.profile.empty())
@@ -138,7 +169,6 @@ void Process(const CommandLine& line, Notes& notes) {
     OutputFile output(outputPath);
 
     Progress progress(line.quiet);
-    const bool readsRows = GivesRows(*reader);
     progress.Plan(Efforts(shape, readsRows, calls, shapes, outputCodec));
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
     if (!readsRows) progress.Begin("reading");

@@ -25,12 +25,30 @@ public:
     // leaves the rows alone. Null: there is none.
     [[nodiscard]] virtual Raster* Whole() { return nullptr; }
 
+    // Leaves out the next rows: what no one looks at need not be made.
+    virtual void Skip(int count) {
+        for (; count > 0; --count) static_cast<void>(Next());
+    }
+
+    // Before the first row: no others than these columns are looked at, and they may hold anything. What is told last
+    // counts.
+    virtual void NeedColumns(int first, int count) {
+        static_cast<void>(first);
+        static_cast<void>(count);
+    }
+
 private:
     ImageShape shape_;
 };
 
 // The rows of an image.
 std::unique_ptr<RowSource> RowsOf(Raster image);
+
+// The rows of a part, which must lie within: from column `x` and row `y` on.
+std::unique_ptr<RowSource> PartOf(std::unique_ptr<RowSource> rows, int x, int y, int width, int height);
+
+// Left and right exchanged.
+std::unique_ptr<RowSource> MirroredRows(std::unique_ptr<RowSource> rows);
 
 // All of the rows as an image; none may have been taken.
 Raster Collect(RowSource& rows);

@@ -176,6 +176,12 @@ bool CanBeInMemory(const ImageNeed& need) {
            MemoryRowBytes(need.width, need.bytesPerPixel) <= kMaxInMemory / need.height;
 }
 
+void CheckCanBe(const std::string& what, const ImageNeed& need) {
+    if (CanBeInMemory(need) || FileBytes(need) != kNoLimit) return;
+    throw RunError(what + ": too large: " + PixelsText(need) +
+                   "; an image stays below 2 GiB, unless it has five rows or more of up to 400 MiB each");
+}
+
 std::string PixelsText(const ImageNeed& need) {
     return std::to_string(need.width) + " x " + std::to_string(need.height) + " pixels of " +
            std::to_string(need.bytesPerPixel) + (need.bytesPerPixel == 1 ? " byte" : " bytes");

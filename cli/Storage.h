@@ -42,6 +42,10 @@ std::int64_t MemoryRowBytes(std::int64_t width, int bytesPerPixel);
 // Whether the engine makes such an image in memory at all, where there is enough of it: below 2 GiB.
 bool CanBeInMemory(const ImageNeed& need);
 
+// Throws a RunError, which `what` begins, unless such an image can be had at all, whatever room there is: in memory or
+// as a file.
+void CheckCanBe(const std::string& what, const ImageNeed& need);
+
 // "800 x 600 pixels of 3 bytes", for messages.
 std::string PixelsText(const ImageNeed& need);
 

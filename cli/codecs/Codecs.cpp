@@ -130,6 +130,12 @@ Resolution InUnit(const Resolution& resolution, Resolution::Unit unit) {
     return unit == resolution.unit ? resolution : Resolution{unit, convert(resolution.x), convert(resolution.y)};
 }
 
+void PictureReader::SkipRows(std::int64_t count) {
+    std::vector<std::uint8_t> row(static_cast<std::size_t>(header_.width) *
+                                  static_cast<unsigned>(Describe(header_.kind).channels));
+    for (; count > 0; --count) ReadRow(row.data());
+}
+
 void PictureReader::ReadRows(Raster& image, const RowTick& tick) {
     const int height = image.Shape().height;
     for (int y = 0; y < height; ++y) {

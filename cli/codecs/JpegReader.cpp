@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -119,7 +120,13 @@ public:
 
     // Of a file with several scans libjpeg gathers the whole before the first row.
     [[nodiscard]] bool InOrder() const override { return !severalScans_; }
+    void Reduce(std::int64_t leastWidth, std::int64_t leastHeight) override;
     void ReadRow(std::uint8_t* row) override;
+    void SkipRows(std::int64_t count) override;
+    void NeedColumns(std::int64_t first, std::int64_t count) override {
+        firstColumn_ = first;
+        columns_ = count;
+    }
     void ReadRows(Raster& image, const RowTick& tick) override;
 
 private:
@@ -138,6 +145,7 @@ private:
     }
 
     void ReadHeader();
+    void StartRows();
     void ChooseKind();
     void ReadProfile();
     void ReadResolution();
@@ -153,6 +161,8 @@ private:
     bool inverted_ = false;
     bool severalScans_ = false;
     bool started_ = false;
+    std::int64_t firstColumn_ = 0, columns_ = 0;  // those that are needed; 0: all
+    std::size_t left_ = 0;                        // bytes of a row before those that libjpeg fills
 };
 
 void JpegReader::ReadHeader() {
@@ -235,13 +245,43 @@ void JpegReader::ReadResolution() {
     header_.resolution = {unit, jpeg_.X_density, jpeg_.Y_density};
 }
 
-void JpegReader::ReadRow(std::uint8_t* row) {
-    if (!started_) Guarded([this] { jpeg_start_decompress(&jpeg_); });
+// By an eighth, a quarter or a half libjpeg has fast ways.
+void JpegReader::Reduce(std::int64_t leastWidth, std::int64_t leastHeight) {
+    Guarded([&] {
+        for (jpeg_.scale_num = 1, jpeg_.scale_denom = 8; jpeg_.scale_denom > 1; jpeg_.scale_denom /= 2) {
+            jpeg_calc_output_dimensions(&jpeg_);
+            if (jpeg_.output_width >= leastWidth && jpeg_.output_height >= leastHeight) break;
+        }
+        jpeg_calc_output_dimensions(&jpeg_);
+    });
+    header_.width = jpeg_.output_width;
+    header_.height = jpeg_.output_height;
+}
+
+void JpegReader::StartRows() {
     started_ = true;
+    Guarded([this] { jpeg_start_decompress(&jpeg_); });
+    if (columns_ == 0 || columns_ == header_.width) return;
+    // Whole blocks, and one more to each side, which colour is blended with where there is less of it.
+    constexpr std::int64_t kMargin = 4LL * DCTSIZE;
+    const std::int64_t first = std::max<std::int64_t>(firstColumn_ - kMargin, 0);
+    auto left = static_cast<JDIMENSION>(first);
+    auto width = static_cast<JDIMENSION>(std::min(firstColumn_ + columns_ + kMargin, header_.width) - first);
+    Guarded([this, &left, &width] { jpeg_crop_scanline(&jpeg_, &left, &width); });
+    left_ = std::size_t{left} * static_cast<unsigned>(jpeg_.output_components);
+}
+
+void JpegReader::SkipRows(std::int64_t count) {
+    if (!started_) StartRows();
+    Guarded([this, count] { jpeg_skip_scanlines(&jpeg_, static_cast<JDIMENSION>(count)); });
+}
+
+void JpegReader::ReadRow(std::uint8_t* row) {
+    if (!started_) StartRows();
+    row += left_;
     Guarded([this, &row] { jpeg_read_scanlines(&jpeg_, &row, 1); });
     if (inverted_) {
-        const auto bytes =
-            static_cast<std::size_t>(header_.width) * static_cast<unsigned>(Describe(header_.kind).channels);
+        const std::size_t bytes = std::size_t{jpeg_.output_width} * static_cast<unsigned>(jpeg_.output_components);
         for (std::size_t i = 0; i < bytes; ++i) row[i] = static_cast<std::uint8_t>(255 - row[i]);
     }
     if (jpeg_.output_scanline == jpeg_.output_height) Guarded([this] { jpeg_finish_decompress(&jpeg_); });

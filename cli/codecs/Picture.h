@@ -57,6 +57,13 @@ public:
     virtual ~PictureReader() = default;
     [[nodiscard]] const PictureHeader& Header() const { return header_; }
 
+    // Before the pixels: they may come out smaller, to sides no less than these, where the file can be decoded so in
+    // less time. The header then has the sides that they will have.
+    virtual void Reduce(std::int64_t leastWidth, std::int64_t leastHeight) {
+        static_cast<void>(leastWidth);
+        static_cast<void>(leastHeight);
+    }
+
     // The pixels come out in one of two ways, once. A RunError for a damaged file.
 
     // Whether ReadRow may be called: the file can be decoded from the top without holding more of it than some rows.
@@ -64,6 +71,14 @@ public:
 
     // The next row into memory for it, of the header's width and kind.
     virtual void ReadRow(std::uint8_t* row) = 0;
+
+    // Leaves rows out, and before the first one: columns, which may then hold anything. Less of the file is read and
+    // decoded where it can be.
+    virtual void SkipRows(std::int64_t count);
+    virtual void NeedColumns(std::int64_t first, std::int64_t count) {
+        static_cast<void>(first);
+        static_cast<void>(count);
+    }
 
     // Fills an image of the header's size and kind, row by row. Those that go over it several times have their own way.
     virtual void ReadRows(Raster& image, const RowTick& tick);

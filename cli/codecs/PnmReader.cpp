@@ -42,6 +42,13 @@ public:
         return buffered == count || file_.Read(bytes + buffered, count - buffered) == count - buffered;
     }
 
+    // Leaves bytes out; that there are fewer shows at the next one that is read.
+    void Skip(std::int64_t count) {
+        const auto buffered = std::min(count, static_cast<std::int64_t>(filled_ - at_));
+        at_ += static_cast<std::size_t>(buffered);
+        file_.Skip(count - buffered);
+    }
+
 private:
     void Fill() {
         filled_ = file_.Read(buffer_.data(), buffer_.size());
@@ -87,6 +94,7 @@ class PnmReader : public PictureReader {
 public:
     explicit PnmReader(InputFile& file) : file_(file), bytes_(file) { ReadHeader(); }
     void ReadRow(std::uint8_t* row) override;
+    void SkipRows(std::int64_t count) override;
 
 private:
     [[noreturn]] void Fail(const std::string& what) const {
@@ -255,6 +263,12 @@ void PnmReader::StartRows() {
         in8Bits_.push_back(SampleIn8Bits(static_cast<std::uint32_t>(value), static_cast<std::uint32_t>(most_)));
     if (form_ == Form::PackedBits) fileRow_.resize((samples_ + 7) / 8);
     if (form_ == Form::Bytes && most_ > 255) fileRow_.resize(samples_ * 2);
+}
+
+void PnmReader::SkipRows(std::int64_t count) {
+    if (samples_ == 0) StartRows();
+    if (form_ == Form::PlainBits || form_ == Form::PlainNumbers) return PictureReader::SkipRows(count);
+    bytes_.Skip(count * static_cast<std::int64_t>(fileRow_.empty() ? samples_ : fileRow_.size()));
 }
 
 void PnmReader::ReadRow(std::uint8_t* row) {

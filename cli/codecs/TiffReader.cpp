@@ -20,6 +20,11 @@ class TiffReader : public PictureReader {
 public:
     TiffReader(InputFile& file, Notes& notes);
     void ReadRow(std::uint8_t* row) override;
+    void SkipRows(std::int64_t count) override { next_ += count; }
+    void NeedColumns(std::int64_t first, std::int64_t count) override {
+        firstColumn_ = first;
+        endColumn_ = first + count;
+    }
 
 private:
     // libtiff at work on the file. Each plane has its own: it stands at another place.
@@ -48,6 +53,7 @@ private:
     std::unique_ptr<TiffRowConverter> converter_;
     std::vector<Plane> planes_;  // one where the file has none; empty: no row was read yet
     std::int64_t next_ = 0;
+    std::int64_t firstColumn_ = 0, endColumn_ = 0;  // those that are needed
 };
 
 TiffReader::Handle::Handle(InputFile& file) {
@@ -64,6 +70,7 @@ TiffReader::TiffReader(InputFile& file, Notes& notes)
     if (!problem.empty()) FailFile(file_.Path(), "unsupported TIFF: " + problem);
     header_.width = layout_.width;
     header_.height = layout_.height;
+    endColumn_ = layout_.width;
     header_.kind = layout_.samples.kind;
     header_.bitDepth = layout_.samples.bits;
     header_.storage = layout_.storage;
@@ -147,7 +154,7 @@ void TiffReader::ReadRow(std::uint8_t* row) {
     if (planes_.empty()) StartRows();
     const int channels = Describe(header_.kind).channels;
     for (const Plane& plane : planes_)
-        plane.rows->Read(next_, 0, layout_.width, [&](std::int64_t x, int width, const std::uint8_t* packed) {
+        plane.rows->Read(next_, firstColumn_, endColumn_, [&](std::int64_t x, int width, const std::uint8_t* packed) {
             converter_->Convert(plane.number, packed, width, row + x * channels);
         });
     if (++next_ == layout_.height) TellWarning();

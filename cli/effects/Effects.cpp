@@ -110,14 +110,19 @@ bool PluginBytes() {
     return pluginBytes;
 }
 
+static bool Streams(const EffectCall& call) {
+    const EffectRow& row = *call.row;
+    return row.stream != nullptr && !pluginBytes && (row.streams == nullptr || row.streams(call.arguments));
+}
+
 bool TakesRows(const EffectCall& call) {
-    return call.row->rowByRow || (call.row->stream != nullptr && !pluginBytes);
+    return call.row->rowByRow || Streams(call);
 }
 
 std::unique_ptr<RowSource> RunEffect(const EffectCall& call, std::unique_ptr<RowSource> rows,
                                      const ImageShape& result) {
     const EffectRow& row = *call.row;
-    if (row.stream != nullptr && !pluginBytes) return row.stream(std::move(rows), result, call.arguments);
+    if (Streams(call)) return row.stream(std::move(rows), result, call.arguments);
     if (row.rowByRow && rows->Whole() == nullptr)
         return std::make_unique<RowsThroughEffect>(std::move(rows), result, call);
     Raster image = Collect(*rows);

@@ -43,6 +43,13 @@ struct EffectRow {
     // Every row of the result is that of the same row of the source alone, so that `run` may as well have some rows at
     // a time.
     bool rowByRow = false;
+
+    // Whether `stream` serves such arguments; null: it does.
+    bool (*streams)(const Arguments& arguments) = nullptr;
+
+    // Above 0: the result is as good from a smaller picture, as long as that has so many times its sides. A file that
+    // is decoded faster so may come smaller.
+    int sourceSides = 0;
 };
 
 // All rows, group by group.

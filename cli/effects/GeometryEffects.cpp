@@ -6,12 +6,21 @@
 
 #include "Errors.h"
 #include "Raster.h"
+#include "Rows.h"
 #include "Storage.h"
 
 namespace {
 
 void RunFlip(Raster* image, const ImageShape&, const Arguments& arguments) {
     image->Image().Call(arguments.Choice("axis") == "h" ? "HMirror" : "VMirror");
+}
+
+std::unique_ptr<RowSource> StreamFlip(std::unique_ptr<RowSource> rows, const ImageShape&, const Arguments&) {
+    return MirroredRows(std::move(rows));
+}
+
+bool StreamsFlip(const Arguments& arguments) {
+    return arguments.Choice("axis") == "h";
 }
 
 // From 0 up to 360.
@@ -94,7 +103,12 @@ std::vector<EffectRow> GeometryEffects() {
          "flip h",
          {{"axis", ArgumentType::Choice, nullptr, 0, 0, {"h", "v"}, "across which the picture is mirrored"}},
          nullptr,
-         RunFlip},
+         RunFlip,
+         1,
+         StreamFlip,
+         nullptr,
+         false,
+         StreamsFlip},
         {"rotate",
          "Geometry",
          "Turn by any angle",

@@ -31,7 +31,9 @@ bool PeekShape(const std::string& path, ImageShape* shape) {
     if (path == "-" || std::filesystem::is_other(path, ignored)) return false;
     InputFile file(path);
     Notes notes(true);
-    *shape = ShapeOf(file, OpenPicture(file, notes)->Header());
+    const std::unique_ptr<PictureReader> reader = OpenPicture(file, notes);
+    *shape = ShapeOf(file, reader->Header());
+    CheckPictureFits(file, reader->Header());
     return true;
 }
 

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "Errors.h"
 #include "Raster.h"
+#include "Rows.h"
 #include "effects/ConvertEffects.h"
 
 namespace {
@@ -65,6 +67,12 @@ void RunInvert(Raster* image, const ImageShape& shape, const Arguments& argument
 ImageShape PlanCrop(const ImageShape& source, const Arguments& arguments) {
     const PixelArea area = AreaOf("crop", source, arguments);
     return {area.width, area.height, source.kind};
+}
+
+std::unique_ptr<RowSource> StreamCrop(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                      const Arguments& arguments) {
+    const PixelArea area = AreaOf("crop", rows->Shape(), arguments);
+    return PartOf(std::move(rows), area.x, area.y, result.width, result.height);
 }
 
 void RunCrop(Raster* image, const ImageShape&, const Arguments& arguments) {
@@ -207,6 +215,8 @@ std::vector<EffectRow> PixelEffects() {
          "crop 10,20,300x200",
          {{"area", ArgumentType::Area, nullptr, 0, 0, {}, "what stays of the picture"}},
          PlanCrop,
-         RunCrop},
+         RunCrop,
+         1,
+         StreamCrop},
     };
 }

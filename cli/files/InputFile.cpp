@@ -88,6 +88,19 @@ std::size_t InputFile::Read(std::uint8_t* bytes, std::size_t count) {
     return fromHead + got;
 }
 
+void InputFile::Skip(std::int64_t count) {
+    const auto fromHead = std::min(count, static_cast<std::int64_t>(headSize_ - headUsed_));
+    headUsed_ += static_cast<std::size_t>(fromHead);
+    count -= fromHead;
+    if (count > 0 && size_ >= 0 && fseeko(file_, count, SEEK_CUR) == 0) return;
+    std::vector<std::uint8_t> buffer(static_cast<std::size_t>(std::min<std::int64_t>(count, kCopyBytes)));
+    while (count > 0) {
+        const std::size_t got = Read(buffer.data(), std::min(buffer.size(), static_cast<std::size_t>(count)));
+        if (got == 0) return;
+        count -= static_cast<std::int64_t>(got);
+    }
+}
+
 void InputFile::MakeSeekable() {
     if (size_ >= 0) return;
     const int scratch = OpenScratch();

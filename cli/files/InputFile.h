@@ -29,6 +29,9 @@ public:
     std::size_t Read(std::uint8_t* bytes, std::size_t count);
     [[nodiscard]] int Error() const { return error_; }
 
+    // Leaves out bytes of what Read gives, at most to the end of the file.
+    void Skip(std::int64_t count);
+
     // To be called before ReadAt, and before the first Read: a pipe is copied into a scratch file. Afterwards the size
     // is known. A RunError when that fails.
     void MakeSeekable();

@@ -114,7 +114,9 @@ pid_t ZorTest::Start(const std::vector<std::string>& words, const RunOptions& op
 Outcome ZorTest::Wait(pid_t process) {
     Outcome outcome;
     int status = 0;
-    waitpid(process, &status, 0);
+    rusage usage{};
+    wait4(process, &status, 0, &usage);
+    outcome.peakBytes = std::int64_t{usage.ru_maxrss} << 10;
     if (WIFEXITED(status)) outcome.exitCode = WEXITSTATUS(status);
     if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
     outcome.out = ReadFile((catches_ / "out").string());

@@ -15,6 +15,7 @@ struct Outcome {
     int signal = 0;
     std::string out;
     std::string err;
+    std::int64_t peakBytes = 0;  // of memory that was resident
 };
 
 struct RunOptions {
