@@ -36,6 +36,13 @@ bool ReadSize(std::string_view text, SizeRequest* size) {
            (size->width > 0 || size->height > 0);
 }
 
+bool ReadBox(std::string_view text, AreaRequest* box) {
+    const std::size_t cross = text.find('x');
+    const std::string_view height = cross == std::string_view::npos ? text : text.substr(cross + 1);
+    return ReadNumber(text.substr(0, cross), &box->width) && ReadNumber(height, &box->height) && box->width >= 1 &&
+           box->height >= 1;
+}
+
 bool ReadPoint(std::string_view text, int* x, int* y) {
     const std::size_t comma = text.find(',');
     return comma != std::string_view::npos && ReadNumber(text.substr(0, comma), x) &&
@@ -101,6 +108,8 @@ bool ReadValue(const ArgumentRow& row, std::string_view text, ArgumentValue* val
     switch (row.type) {
         case ArgumentType::Size:
             return ReadSize(text, &value->size);
+        case ArgumentType::Box:
+            return ReadBox(text, &value->area);
         case ArgumentType::Integer: {
             std::int64_t whole = 0;
             if (!ReadNumber(text, &whole)) return false;
@@ -238,6 +247,8 @@ std::string Expectation(const ArgumentRow& row) {
     switch (row.type) {
         case ArgumentType::Size:
             return "a size such as 800x600, 800x, x600 or 50%";
+        case ArgumentType::Box:
+            return "a size such as 800 or 800x600";
         case ArgumentType::Integer:
             return "a whole number from " + NumberText(row.least) + " to " + NumberText(row.most);
         case ArgumentType::Number:
@@ -271,6 +282,8 @@ std::string Placeholder(const ArgumentRow& row) {
         switch (row.type) {
             case ArgumentType::Size:
                 return "WxH|Wx|xH|N%";
+            case ArgumentType::Box:
+                return "N|WxH";
             case ArgumentType::Choice:
                 return Join(row.choices, "|");
             case ArgumentType::Area:

@@ -8,6 +8,7 @@
 
 enum class ArgumentType {
     Size,         // WxH, Wx, xH or N%
+    Box,          // WxH, or N for NxN
     Integer,      // whole number
     Number,       // decimal number
     Choice,       // one word out of a list
@@ -68,7 +69,7 @@ struct RGBAColour {
 struct ArgumentValue {
     bool given = false;  // or there is a fallback
     SizeRequest size;
-    AreaRequest area;   // Area; x and y of a Point
+    AreaRequest area;   // Area; x and y of a Point; width and height of a Box
     double number = 0;  // Integer, Number; the place in the list of a Choice
     RGBAColour colour;
     std::vector<std::int32_t> numbers;  // Matrix, in rows; Curve: 256 values, or empty where the text names a file

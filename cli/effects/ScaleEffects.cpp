@@ -59,12 +59,16 @@ TemporaryImage BetweenPasses(const ImageShape& source, const ImageShape& result)
     return {{result.width, source.height, narrow ? 1 : 4}, narrow ? "ImageFormatScaling1" : "ImageFormatScaling4"};
 }
 
+void CheckBetweenPasses(const std::string& effect, const ImageShape& source, const ImageShape& result) {
+    const TemporaryImage between = BetweenPasses(source, result);
+    CheckImageFits(effect + ": the image between the two passes", between.need.width, between.need.height,
+                   between.constant, between.need.bytesPerPixel);
+    CheckScratchHolds(effect, {NeedOf(source), between.need, NeedOf(result)});
+}
+
 ImageShape PlanScale(const ImageShape& source, const Arguments& arguments) {
     const ImageShape result = PlanFastScale(source, arguments);
-    const TemporaryImage between = BetweenPasses(source, result);
-    const char* what = "scale: the image between the two passes";
-    CheckImageFits(what, between.need.width, between.need.height, between.constant, between.need.bytesPerPixel);
-    CheckScratchHolds("scale", {NeedOf(source), between.need, NeedOf(result)});
+    if (PluginBytes()) CheckBetweenPasses("scale", source, result);
     return result;
 }
 
@@ -78,10 +82,9 @@ zorhost::Object MakeTemporary(const ImageShape& source, const ImageShape& result
         .AsObject();
 }
 
-void RunScale(Raster* image, const ImageShape& result, const Arguments& arguments) {
-    const int mode = FilterMode(arguments.Choice("filter"));
+void ScaleWhole(Raster* image, const ImageShape& result, int mode, int threads) {
     const zorhost::Object temp = MakeTemporary(image->Shape(), result);
-    const int threads = temp ? 1 : arguments.Integer("threads");
+    if (temp) threads = 1;
     Raster target(result);
     const auto scale = [&](const zorhost::Object& to, const zorhost::Object& from) {
         return threads == 1 ? to.Call("Scale", from, temp, mode, result.width, result.height).AsBool()
@@ -92,6 +95,10 @@ void RunScale(Raster* image, const ImageShape& result, const Arguments& argument
     for (const char* view : views) done = done && scale(target.View(view), image->View(view));
     if (!done) throw RunError("scale: not enough memory");
     *image = std::move(target);
+}
+
+void RunScale(Raster* image, const ImageShape& result, const Arguments& arguments) {
+    ScaleWhole(image, result, FilterMode(arguments.Choice("filter")), arguments.Integer("threads"));
 }
 
 void RunFastScale(Raster* image, const ImageShape& result, const Arguments&) {
@@ -134,11 +141,39 @@ private:
     std::vector<std::uint8_t> row_;
 };
 
-std::unique_ptr<RowSource> StreamScale(std::unique_ptr<RowSource> rows, const ImageShape& result,
-                                       const Arguments& arguments) {
+std::unique_ptr<RowSource> StreamTo(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                    const std::string& filter) {
     const ImageShape& source = rows->Shape();
     if (source.width == result.width && source.height == result.height) return rows;  // some filters would soften it
-    return std::make_unique<ScaledRows>(std::move(rows), result, FilterMode(arguments.Choice("filter")));
+    return std::make_unique<ScaledRows>(std::move(rows), result, FilterMode(filter));
+}
+
+std::unique_ptr<RowSource> StreamScale(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                       const Arguments& arguments) {
+    return StreamTo(std::move(rows), result, arguments.Choice("filter"));
+}
+
+// Into the box, as large as fits, but no larger than it is.
+ImageShape PlanThumbnail(const ImageShape& source, const Arguments& arguments) {
+    const AreaRequest& box = arguments.Area("size");
+    const double part =
+        std::min({static_cast<double>(box.width) / source.width, static_cast<double>(box.height) / source.height, 1.0});
+    const PixelSize size = Resolve({0, 0, 100 * part}, source.width, source.height);
+    const ImageShape result{static_cast<int>(size.width), static_cast<int>(size.height), source.kind};
+    if (PluginBytes()) CheckBetweenPasses("thumbnail", source, result);
+    return result;
+}
+
+constexpr const char* kThumbnailFilter = "lanczos3";
+constexpr int kThumbnailSourceSides = 2;  // what is left for the filter to do, so that it makes what people see
+
+void RunThumbnail(Raster* image, const ImageShape& result, const Arguments&) {
+    ScaleWhole(image, result, FilterMode(kThumbnailFilter), 0);
+}
+
+std::unique_ptr<RowSource> StreamThumbnail(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                           const Arguments&) {
+    return StreamTo(std::move(rows), result, kThumbnailFilter);
 }
 
 constexpr ArgumentType kSize = ArgumentType::Size;
@@ -163,6 +198,23 @@ std::vector<EffectRow> ScaleEffects() {
          RunScale,
          6,
          StreamScale},
+        {"thumbnail",
+         "Size",
+         "Small enough for a box, quickly",
+         "The picture keeps its shape and becomes as large as the box allows, but never larger than it is. One number\n"
+         "is a box with sides of that length. As the first effect on a JPEG file it is much faster than scale: no "
+         "more\n"
+         "of the picture is decoded than the small one shows.",
+         "thumbnail 800",
+         {{"size", ArgumentType::Box, nullptr, 0, 0, {}, "the box in pixels"}},
+         PlanThumbnail,
+         RunThumbnail,
+         6,
+         StreamThumbnail,
+         nullptr,
+         false,
+         nullptr,
+         kThumbnailSourceSides},
         {"scalefast",
          "Size",
          "Another size, nearest pixel",
