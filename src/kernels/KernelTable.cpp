@@ -88,6 +88,17 @@ constexpr Slot kSlots[] = {
     SLOT(blur.taps),
     SLOT(blur.tapsByRule),
     SLOT(blur.sharpen),
+    SLOTS_2(windows.weigh),
+    SLOTS_4(windows.slideBytes),
+    SLOTS_4(windows.slideWords),
+    SLOT(windows.toBytes),
+    SLOT(windows.toWords),
+    SLOTS_2(windows.unweigh),
+    SLOT(windows.sharpen),
+    SLOTS_2(windows.sharpenWeighed),
+    SLOT(windows.softDown),
+    SLOT(windows.softAlong),
+    SLOT(windows.softWords),
     SLOTS_5(geometry.copy),
     SLOTS_5(geometry.exchange),
     SLOTS_5(geometry.turn),
@@ -126,6 +137,7 @@ static_assert(NamesFillTheRecord());
     InitTables_##Tier(&(table)->tables);     \
     InitTone_##Tier(&(table)->tone);         \
     InitBlur_##Tier(&(table)->blur);         \
+    InitWindows_##Tier(&(table)->windows);   \
     InitGeometry_##Tier(&(table)->geometry); \
     InitOil_##Tier(&(table)->oil)
 

@@ -22,6 +22,7 @@
 #include "kernels/Tone.h"
 #include "kernels/Touch.h"
 #include "kernels/Weighed.h"
+#include "kernels/Windows.h"
 #include "kernels/Words.h"
 
 namespace zor {
@@ -43,6 +44,7 @@ struct KernelTable {
     TablesKernels tables;
     ToneKernels tone;
     BlurKernels blur;
+    WindowKernels windows;
     GeometryKernels geometry;
     OilKernels oil;
 };

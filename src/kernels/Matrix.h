@@ -15,7 +15,7 @@ struct MatrixTap {
 // The scale of sums from 0 to 32767 by a product: ((sum + more) * factor) >> (16 + shift), cut to 255.
 struct WordScale {
     std::uint16_t factor = 0;  // 0: there is none
-    std::uint16_t more = 0;    // 0 or 1
+    std::uint16_t more = 0;
     int shift = 0;
     std::uint8_t operator()(std::uint32_t sum) const {
         const std::uint32_t scaled = ((sum + more) * factor) >> (16 + shift);
@@ -23,10 +23,12 @@ struct WordScale {
     }
 };
 
-// sum + delta as a byte: scaled if scaleFactor is not 1, then cut to 0 to 255 and truncated. The sum wraps at 32 bits.
+// sum + delta as a byte: scaled, and moved by the bias, if scaleFactor is not 1, then cut to 0 to 255 and truncated.
+// The sum wraps at 32 bits.
 struct MatrixFinish {
     int delta;
     double scaleFactor;
+    double bias = 0;        // 0.5 where the scaled value is to be rounded instead
     WordScale wordScale{};  // does the same, below 0 too when that is taken for 0; good for sums + delta up to 32767
     bool scales() const { return !(scaleFactor == 1.0); }
     std::uint8_t operator()(std::uint32_t sum) const;

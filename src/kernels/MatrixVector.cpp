@@ -131,9 +131,9 @@ HWY_INLINE hn::Vec<decltype(kHalfInts)> CutToByte(Doubles value) {
     return hn::DemoteTo(kHalfInts, hn::IfThenElse(hn::Lt(atLeast0, most), atLeast0, most));
 }
 
-HWY_INLINE Ints Scaled(Ints sums, Doubles factor) {
-    const Doubles low = hn::Mul(hn::PromoteTo(kDoubles, hn::LowerHalf(sums)), factor);
-    const Doubles high = hn::Mul(hn::PromoteTo(kDoubles, hn::UpperHalf(kHalfInts, sums)), factor);
+HWY_INLINE Ints Scaled(Ints sums, Doubles factor, Doubles bias) {
+    const Doubles low = hn::Add(hn::Mul(hn::PromoteTo(kDoubles, hn::LowerHalf(sums)), factor), bias);
+    const Doubles high = hn::Add(hn::Mul(hn::PromoteTo(kDoubles, hn::UpperHalf(kHalfInts, sums)), factor), bias);
     return hn::Combine(kInts, CutToByte(high), CutToByte(low));
 }
 
@@ -242,14 +242,14 @@ std::ptrdiff_t ByWords(const Plan& plan, const MatrixFinish& finish, std::ptrdif
 template <class Sum>
 std::ptrdiff_t ByInts(const MatrixFinish& finish, std::ptrdiff_t count, std::uint8_t* dst, Sum sum) {
     const Ints delta = hn::Set(kInts, finish.delta);
-    const Doubles factor = hn::Set(kDoubles, finish.scaleFactor);
+    const Doubles factor = hn::Set(kDoubles, finish.scaleFactor), bias = hn::Set(kDoubles, finish.bias);
     const bool scales = !(finish.scaleFactor == 1.0);  // not by finish.scales(), which other sources share
     std::ptrdiff_t done = 0;
     for (; done + kLanes <= count; done += kLanes) {
         Sums sums = sum(done);
         for (int k = 0; k < 4; ++k) {
             sums.part[k] = hn::Add(sums.part[k], delta);
-            if (scales) sums.part[k] = Scaled(sums.part[k], factor);
+            if (scales) sums.part[k] = Scaled(sums.part[k], factor, bias);
         }
         hn::StoreU(Packed(sums), kBytes, dst + done);
     }

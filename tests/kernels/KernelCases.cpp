@@ -1,6 +1,7 @@
 #include "kernels/KernelCases.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -130,7 +131,8 @@ void Convolve(Kernels k, Bytes b, std::ptrdiff_t units) {
         most += 255 * std::max(weights[t], 0);
     }
     constexpr double kScales[] = {1.0, 1.0 / 9, -0.5, 3.7, 0.37, 1.0 / 16, 1.0, 0.999};
-    MatrixFinish finish{static_cast<int>(b.choice / 128 % 512) - 256, kScales[b.choice / 65536 % 8]};
+    MatrixFinish finish{static_cast<int>(b.choice / 128 % 512) - 256, kScales[b.choice / 65536 % 8],
+                        b.choice / 524288 % 2 ? 0.5 : 0.0};
     finish.wordScale = FindWordScale(finish, most + finish.delta);
     k.matrix.convolve(taps, count, finish, units, b.out);
 }
@@ -613,6 +615,153 @@ void Sharpen(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.blur.sharpen(b.choice / 4096 % 8 ? b.in[0] : b.out, units, rule, b.out);
 }
 
+// --- windows --------------------------------------------------------------------------------------------------------
+
+// Numbers of a kernel's own, with one behind them that must stay as it is.
+template <class Number>
+std::vector<Number> NumbersOf(const std::uint8_t* bytes, std::ptrdiff_t count) {
+    std::vector<Number> numbers(static_cast<std::size_t>(count) + 1);
+    std::memcpy(numbers.data(), bytes, static_cast<std::size_t>(count) * sizeof(Number));
+    numbers.back() = static_cast<Number>(0xA5A5A5A5u);
+    return numbers;
+}
+
+// Three bytes of each number and of what is behind the last; there is room for four of them in a unit.
+void NumbersGoOut(const std::vector<std::uint32_t>& numbers, std::uint8_t* out) {
+    for (std::size_t i = 0; i + 1 < numbers.size(); ++i) {
+        const std::uint32_t shown = numbers[i] ^ numbers[i] >> 8 ^ numbers.back();
+        for (int k = 0; k < 3; ++k)
+            out[3 * i + static_cast<std::size_t>(k)] = static_cast<std::uint8_t>(shown >> 8 * k);
+    }
+}
+
+template <int kCount>
+void WeighPixels(Kernels k, Bytes b, std::ptrdiff_t units) {
+    std::vector<std::uint16_t> words = NumbersOf<std::uint16_t>(b.in[1], units * kCount);
+    k.windows.weigh[kCount / 4](b.in[0], units, words.data());
+    std::memcpy(b.out, words.data(), static_cast<std::size_t>(units) * kCount * 2);
+    if (units > 0) b.out[units * kCount * 2] = static_cast<std::uint8_t>(words.back());
+}
+
+template <int kCount, class Sample>
+void SlideWindows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const std::ptrdiff_t count = units * kCount;
+    std::vector<std::uint32_t> sums(static_cast<std::size_t>(count) + 1, b.choice);
+    for (std::size_t i = 0; i < sums.size(); ++i) sums[i] ^= std::uint32_t{b.in[2][i]} << b.choice % 25;
+    std::vector<std::uint32_t> along(sums.size(), b.choice);
+    const std::vector<Sample> leaves = NumbersOf<Sample>(b.in[0], count), enters = NumbersOf<Sample>(b.in[1], count);
+    if constexpr (sizeof(Sample) == 1) {
+        k.windows.slideBytes[kCount - 1](sums.data(), leaves.data(), enters.data(), units, along.data());
+    } else {
+        k.windows.slideWords[kCount - 1](sums.data(), leaves.data(), enters.data(), units, along.data());
+    }
+    for (std::size_t i = 0; i < sums.size(); ++i) sums[i] = sums[i] * 31 + along[i];
+    NumbersGoOut(sums, b.out);
+}
+
+// Windows whose sums come from numbers between 0 and 1, out of two bytes each.
+struct TestWindows {
+    std::vector<std::uint32_t> first, last;
+    TestWindows(Bytes b, std::ptrdiff_t count) : first(static_cast<std::size_t>(count) + 1) {
+        for (std::size_t i = 0; i < first.size(); ++i) first[i] = std::uint32_t{b.in[0][i]} * 0x01234567u + b.choice;
+        last = first;
+    }
+    static double Part(Bytes b, std::size_t i) { return (b.in[1][2 * i] * 256 + b.in[1][2 * i + 1]) / 65535.0; }
+    void Add(std::size_t i, double sum) { last[i] += static_cast<std::uint32_t>(sum); }
+    WindowSums sums() const { return {first.data(), last.data()}; }
+};
+
+template <class Sample>
+void MeansOfWindows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const std::int64_t most = sizeof(Sample) == 1 ? WindowMean::kExact : 33025;
+    const std::int64_t divisor = 3 + b.choice % (b.choice / 1048576 % 2 ? (most - 3) / 2 : 200) * 2;
+    TestWindows windows(b, units);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(units); ++i) {
+        windows.Add(i, TestWindows::Part(b, i) * (sizeof(Sample) == 1 ? 255 : 65025) * static_cast<double>(divisor));
+    }
+    if constexpr (sizeof(Sample) == 1) {
+        k.windows.toBytes(windows.sums(), units, MakeWindowMean(divisor), b.out);
+    } else {
+        std::vector<std::uint16_t> words = NumbersOf<std::uint16_t>(b.in[2], units);
+        k.windows.toWords(windows.sums(), units, MakeWindowMean(divisor), words.data());
+        std::memcpy(b.out, words.data(), words.size() * sizeof(std::uint16_t) * (units > 0));
+    }
+}
+
+// Sums of pixels with alpha, and how many pixels they are of.
+template <int kCount>
+TestWindows WeighedWindows(Bytes b, std::ptrdiff_t units, double* pixels) {
+    *pixels = 1 + b.choice % (b.choice / 1048576 % 2 ? 33024 : 30);
+    TestWindows windows(b, units * kCount);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(units) * kCount; i += kCount) {
+        const double kind = TestWindows::Part(b, i / kCount), alpha = kind < 0.1 ? 0 : kind < 0.2 ? 1 : kind;
+        const double sum = std::floor(alpha * 255 * *pixels) * 255;
+        for (std::size_t c = 0; c + 1 < kCount; ++c) windows.Add(i + c, sum * b.in[2][i + c] / 255);
+        windows.Add(i + kCount - 1, sum);
+    }
+    return windows;
+}
+
+template <int kCount>
+void UnweighPixels(Kernels k, Bytes b, std::ptrdiff_t units) {
+    double pixels = 0;
+    const TestWindows windows = WeighedWindows<kCount>(b, units, &pixels);
+    k.windows.unweigh[kCount / 4](windows.sums(), units, 1.0 / (255.0 * pixels), b.out);
+}
+
+void SharpenByWindows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const int divisor = 1 + static_cast<int>(b.choice % (b.choice / 1048576 % 2 ? WindowMean::kExact : 200));
+    TestWindows windows(b, units);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(units); ++i) {
+        windows.Add(i, TestWindows::Part(b, i) * 255 * divisor);
+    }
+    const int threshold = b.choice / 4 % 2 ? static_cast<int>(b.choice / 8 % 257) : 0;
+    const auto scale = static_cast<float>(static_cast<double>(b.choice / 64 % 1000) / 20.0 / divisor);
+    k.windows.sharpen(windows.sums(), b.in[3], units, {divisor, threshold * divisor, scale}, b.out);
+}
+
+template <int kCount>
+void SharpenWeighed(Kernels k, Bytes b, std::ptrdiff_t units) {
+    double pixels = 0;
+    const TestWindows windows = WeighedWindows<kCount>(b, units, &pixels);
+    const double threshold = b.choice / 4 % 2 ? b.choice / 8 % 257 : 0;
+    k.windows.sharpenWeighed[kCount / 4](windows.sums(), b.in[3], units,
+                                         {threshold, static_cast<double>(b.choice / 64 % 1000) / 20.0}, b.out);
+}
+
+SoftWeights AnySoftWeights(std::uint32_t choice) {
+    const std::uint16_t beside = static_cast<std::uint16_t>(1 + choice % 43690);
+    return {static_cast<std::uint16_t>(65536 - beside), beside};
+}
+
+void SoftDown(Kernels k, Bytes b, std::ptrdiff_t units) {
+    std::vector<std::uint16_t> words = NumbersOf<std::uint16_t>(b.in[3], units);
+    k.windows.softDown({b.in[0], b.in[1], b.in[2]}, units, AnySoftWeights(b.choice), words.data());
+    std::memcpy(b.out, words.data(), words.size() * sizeof(std::uint16_t) * (units > 0));
+}
+
+void SoftAlong(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const std::ptrdiff_t pixel = 1 + static_cast<std::ptrdiff_t>(b.choice % 4);
+    std::vector<std::uint16_t> row = NumbersOf<std::uint16_t>(b.in[0], units + 2 * pixel);
+    for (std::uint16_t& word : row) word = std::min<std::uint16_t>(word, 65280);
+    k.windows.softAlong(row.data() + pixel, pixel, units, AnySoftWeights(b.choice / 4), b.out);
+}
+
+void SoftWords(Kernels k, Bytes b, std::ptrdiff_t units) {
+    const std::ptrdiff_t pixel = b.choice % 2 ? 2 : 4;
+    std::vector<std::uint16_t> rows[3];
+    const std::uint16_t* middles[3];
+    for (int r = 0; r < 3; ++r) {
+        rows[r] = NumbersOf<std::uint16_t>(b.in[r], units + 2 * pixel);
+        for (std::uint16_t& word : rows[r]) word = std::min<std::uint16_t>(word, 65025);
+        middles[r] = rows[r].data() + pixel;
+    }
+    const std::uint32_t side = b.choice / 2 % 7000, corner = b.choice / 16384 % 7000;
+    std::vector<std::uint32_t> sums(static_cast<std::size_t>(units) + 1, b.choice);
+    k.windows.softWords(middles, pixel, units, {65536 - 4 * (side + corner), side, corner}, sums.data());
+    NumbersGoOut(sums, b.out);
+}
+
 // --- geometry -------------------------------------------------------------------------------------------------------
 
 // The same pixels from the last to the first.
@@ -913,6 +1062,27 @@ const std::vector<KernelCase> kCases = {
     {"blur.taps", Taps},
     {"blur.tapsByRule", TapsByRule},
     {"blur.sharpen", Sharpen},
+
+    {"windows.weigh[0]", WeighPixels<2>},
+    {"windows.weigh[1]", WeighPixels<4>},
+    {"windows.slideBytes[0]", SlideWindows<1, std::uint8_t>},
+    {"windows.slideBytes[1]", SlideWindows<2, std::uint8_t>},
+    {"windows.slideBytes[2]", SlideWindows<3, std::uint8_t>},
+    {"windows.slideBytes[3]", SlideWindows<4, std::uint8_t>},
+    {"windows.slideWords[0]", SlideWindows<1, std::uint16_t>},
+    {"windows.slideWords[1]", SlideWindows<2, std::uint16_t>},
+    {"windows.slideWords[2]", SlideWindows<3, std::uint16_t>},
+    {"windows.slideWords[3]", SlideWindows<4, std::uint16_t>},
+    {"windows.toBytes", MeansOfWindows<std::uint8_t>},
+    {"windows.toWords", MeansOfWindows<std::uint16_t>},
+    {"windows.unweigh[0]", UnweighPixels<2>},
+    {"windows.unweigh[1]", UnweighPixels<4>},
+    {"windows.sharpen", SharpenByWindows},
+    {"windows.sharpenWeighed[0]", SharpenWeighed<2>},
+    {"windows.sharpenWeighed[1]", SharpenWeighed<4>},
+    {"windows.softDown", SoftDown},
+    {"windows.softAlong", SoftAlong},
+    {"windows.softWords", SoftWords},
 
     {"geometry.copy[0]", CopyPixelRun<1>},
     {"geometry.copy[1]", CopyPixelRun<2>},
