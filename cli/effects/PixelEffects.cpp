@@ -8,8 +8,20 @@
 #include "Raster.h"
 #include "Rows.h"
 #include "effects/ConvertEffects.h"
+#include "effects/MappedRows.h"
 
 namespace {
+
+// Channel c of the colour in pictures of that kind, which have no alpha there. CMYK takes grays.
+int PartOf(const RGBAColour& colour, PixelKind kind, int c) {
+    const bool gray = WithAlpha(kind, false) == PixelKind::Gray;
+    if (gray) return (77 * colour.red + 151 * colour.green + 28 * colour.blue) >> 8;
+    return c == 1 ? colour.green : c == 2 ? colour.blue : colour.red;
+}
+
+bool IsAlpha(PixelKind kind, int c) {
+    return Describe(kind).hasAlpha && c == Describe(kind).channels - 1;
+}
 
 ImageShape PlanFill(const ImageShape& source, const Arguments& arguments) {
     AreaOf("fill", source, arguments);
@@ -34,6 +46,13 @@ void RunFill(Raster* image, const ImageShape& shape, const Arguments& arguments)
     if (Describe(shape.kind).hasAlpha) fillChannel("AlphaChannel", arguments.Integer("alpha"));
 }
 
+std::unique_ptr<RowSource> StreamFill(std::unique_ptr<RowSource> rows, const ImageShape& shape,
+                                      const Arguments& arguments) {
+    return MapRows(std::move(rows), AreaOf("fill", shape, arguments), [&](int c, int) {
+        return IsAlpha(shape.kind, c) ? arguments.Integer("alpha") : PartOf(arguments.Colour("colour"), shape.kind, c);
+    });
+}
+
 ImageShape PlanClear(const ImageShape& source, const Arguments& arguments) {
     AreaOf("clear", source, arguments);
     return source;
@@ -42,6 +61,11 @@ ImageShape PlanClear(const ImageShape& source, const Arguments& arguments) {
 void RunClear(Raster* image, const ImageShape& shape, const Arguments& arguments) {
     const PixelArea area = AreaOf("clear", shape, arguments);
     image->Image().Call("ClearRect", area.x, area.y, area.width, area.height);
+}
+
+std::unique_ptr<RowSource> StreamClear(std::unique_ptr<RowSource> rows, const ImageShape& shape,
+                                       const Arguments& arguments) {
+    return MapRows(std::move(rows), AreaOf("clear", shape, arguments), [](int, int) { return 0; });
 }
 
 void CheckAlphaWord(const char* effect, const ImageShape& source, const Arguments& arguments) {
@@ -62,6 +86,13 @@ void RunInvert(Raster* image, const ImageShape& shape, const Arguments& argument
     };
     if (arguments.Given("alpha") || !Describe(shape.kind).hasAlpha) return invert(image->Image());
     invert(image->View(shape.kind == PixelKind::RGBA ? "RGBChannels" : "GrayChannel"));
+}
+
+std::unique_ptr<RowSource> StreamInvert(std::unique_ptr<RowSource> rows, const ImageShape& shape,
+                                        const Arguments& arguments) {
+    const bool keepsAlpha = !arguments.Given("alpha");
+    return MapRows(std::move(rows), AreaOf("invert", shape, arguments),
+                   [&](int c, int byte) { return keepsAlpha && IsAlpha(shape.kind, c) ? byte : 255 - byte; });
 }
 
 ImageShape PlanCrop(const ImageShape& source, const Arguments& arguments) {
@@ -99,6 +130,16 @@ void RunTint(Raster* image, const ImageShape& shape, const Arguments& arguments)
         (view == nullptr ? image->Image() : image->View(view))
             .Call("FillRectApply", area.x, area.y, area.width, area.height, colour.red, colour.green, colour.blue,
                   arguments.Integer("opacity"));
+}
+
+// Rounded, where the engine cuts off.
+std::unique_ptr<RowSource> StreamTint(std::unique_ptr<RowSource> rows, const ImageShape& shape,
+                                      const Arguments& arguments) {
+    const int opacity = arguments.Integer("opacity");
+    return MapRows(std::move(rows), AreaOf("tint", shape, arguments), [&](int c, int byte) {
+        if (IsAlpha(shape.kind, c)) return byte;
+        return (byte * (255 - opacity) + PartOf(arguments.Colour("colour"), shape.kind, c) * opacity + 127) / 255;
+    });
 }
 
 ImageShape PlanRandom(const ImageShape& source, const Arguments& arguments) {
@@ -165,7 +206,9 @@ std::vector<EffectRow> PixelEffects() {
           AreaRow(),
           {"alpha", ArgumentType::Integer, "255", 0, 255, {}, "for pictures with alpha, 255 is opaque"}},
          PlanFill,
-         RunFill},
+         RunFill,
+         1,
+         StreamFill},
         {"clear",
          "Pixels",
          "Zero in every channel of an area",
@@ -173,7 +216,9 @@ std::vector<EffectRow> PixelEffects() {
          "clear area=10,20,300x100",
          {AreaRow()},
          PlanClear,
-         RunClear},
+         RunClear,
+         1,
+         StreamClear},
         {"invert",
          "Pixels",
          "The negative of an area",
@@ -181,19 +226,23 @@ std::vector<EffectRow> PixelEffects() {
          "invert area=10,20,300x100",
          {AreaRow(), {"alpha", ArgumentType::Flag, "", 0, 0, {}, "inverts the alpha too"}},
          PlanInvert,
-         RunInvert},
+         RunInvert,
+         1,
+         StreamInvert},
         {"tint",
          "Pixels",
          "One colour laid over an area, partly transparent",
-         "Opacity 255 leaves nothing of what was there, 128 half of it. Values come out up to one too dark, at any\n"
-         "opacity. Works on gray, red, green and blue; alpha stays. A gray picture gets the gray of the colour. CMYK\n"
-         "takes a number only, for every ink, 255 being full ink.",
+         "Opacity 255 leaves nothing of what was there, 128 half of it. Works on gray, red, green and blue;\n"
+         "alpha stays. A gray picture gets the gray of the colour. CMYK takes a number only, for every ink, 255 being\n"
+         "full ink.",
          "tint FF8000 opacity=96 area=10,20,300x100",
          {{"colour", ArgumentType::Colour, nullptr, 0, 0, {}, "the colour"},
           {"opacity", ArgumentType::Integer, "128", 0, 255, {}, "how much of the colour shows"},
           AreaRow()},
          PlanTint,
-         RunTint},
+         RunTint,
+         1,
+         StreamTint},
         {"random",
          "Pixels",
          "Random values over an area",

@@ -9,7 +9,9 @@
 #include "effects/ConvertEffects.h"
 #include "effects/Curve.h"
 #include "effects/Filters.h"
+#include "effects/MappedRows.h"
 #include "effects/PixelEffects.h"
+#include "filters/Curves.h"
 
 namespace {
 
@@ -82,6 +84,16 @@ ImageShape PlanCurve(const ImageShape& source, const Arguments& arguments) {
 void RunGain(Raster* image, const ImageShape&, const Arguments& arguments) {
     RunFilter(image, "gain", FilterPart::Light, [&](const Object& source, const Object& target, const char*) {
         return source.Call("GainFilter", target, arguments.Number("gain"), arguments.Number("bias")).AsObject();
+    });
+}
+
+// Rounded, where the engine cuts off.
+std::unique_ptr<RowSource> StreamGain(std::unique_ptr<RowSource> rows, const ImageShape& shape,
+                                      const Arguments& arguments) {
+    const zor::ByteTable table = zor::GainTable(arguments.Number("gain"), arguments.Number("bias"), 0.5);
+    return MapRows(std::move(rows), {0, 0, shape.width, shape.height}, [&](int c, int byte) -> int {
+        if (Describe(shape.kind).hasAlpha && c == Describe(shape.kind).channels - 1) return byte;
+        return shape.kind == PixelKind::CMYK ? 255 - table.entry[255 - byte] : table.entry[byte];
     });
 }
 
@@ -167,14 +179,14 @@ std::vector<EffectRow> ToneEffects() {
          "Above 1 the middle tones get brighter, below 1 darker; black and white stay. Works on gray, red, green and\n"
          "blue; alpha stays unless it is given a gamma. CMYK: on each ink, taken as the light that it leaves.",
          "gamma 1.8 blue=1.6", ChannelRows({"gamma", kNumber, nullptr, 0.01, 100, {}, "the exponent is 1 / gamma"}),
-         PlanGamma, RunGamma},
+         PlanGamma, RunGamma, 1, nullptr, nullptr, true},
         {"curve", "Tone", "Map values along a curve",
          "Straight lines join the points, each of which says which value X becomes which value Y. A file holds "
          "points,\n"
          "or all 256 values, with spaces, commas or line ends between them. Works on gray, red, green and blue; alpha\n"
          "stays unless it is given a curve. CMYK: on each ink, taken as the light that it leaves.",
          "curve 0:0,64:40,192:215,255:255", ChannelRows({"curve", ArgumentType::Curve, nullptr, 0, 0, {}, "the curve"}),
-         PlanCurve, RunCurve},
+         PlanCurve, RunCurve, 1, nullptr, nullptr, true},
         {"gain",
          "Tone",
          "Contrast and brightness by two bends",
@@ -186,7 +198,9 @@ std::vector<EffectRow> ToneEffects() {
          {{"gain", kNumber, nullptr, 0.001, 0.999, {}, "bend of the middle"},
           {"bias", kNumber, nullptr, 0.001, 0.999, {}, "bend of the whole"}},
          nullptr,
-         RunGain},
+         RunGain,
+         1,
+         StreamGain},
         {"solarize",
          "Tone",
          "Middle tones to black",
@@ -195,7 +209,11 @@ std::vector<EffectRow> ToneEffects() {
          "solarize",
          {},
          nullptr,
-         RunSolarize},
+         RunSolarize,
+         1,
+         nullptr,
+         nullptr,
+         true},
         {"autolevel",
          "Tone",
          "Stretch the contrast to black and white",

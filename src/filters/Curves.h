@@ -8,7 +8,8 @@ namespace zor {
 
 ByteTable GammaTable(double gamma);
 
-ByteTable GainTable(double gain, double bias);
+// Cut off, or rounded where 0.5 is added before.
+ByteTable GainTable(double gain, double bias, double added = 0);
 
 // The second stage of the stamp filter, without the blur. The radius plays no part in it.
 REALobject StampFilter2(REALobject object, REALobject dst, double radius, double threshold, double softness, int black,

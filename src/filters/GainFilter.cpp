@@ -15,7 +15,7 @@ static double GainCurve(double t, double exponent) {
     return 1.0 - 0.5 * std::pow(2 * (1.0 - t), exponent);
 }
 
-ByteTable GainTable(double gain, double bias) {
+ByteTable GainTable(double gain, double bias, double added) {
     const double exponent = std::log(1.0 - gain) / std::log(0.5);
     const double bend = 1.0 / bias - 2.0;
     ByteTable table;
@@ -32,7 +32,7 @@ ByteTable GainTable(double gain, double bias) {
             x = GainCurve(t, exponent);
             rest = 1.0 - x;
         }
-        const double value = x / (rest * bend + 1.0) * 255.0;
+        const double value = x / (rest * bend + 1.0) * 255.0 + added;
         table.entry[i] = static_cast<std::uint8_t>(std::clamp(TruncateToInt(value), 0, 255));
     }
     return table;

@@ -1,6 +1,7 @@
 // The effects `fill`, `clear`, `invert` and `crop` on files, against pixels that the test works out by itself.
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <sstream>
@@ -125,11 +126,41 @@ TEST_F(PixelEffects, TintAnAreaByTheOpacityAndLeaveAlpha) {
                     const int value = channels <= 2 ? gray : c == 0 ? 0xF0 : c == 1 ? 0x81 : 0x07;
                     return (old * (255 - opacity) + value * opacity) * 257 / 65536;
                 };
-                EXPECT_EQ(Result({"tint", "f08107", "opacity=" + std::to_string(opacity), "area=" + area.Word()}),
-                          Changed(pixels, area, mixed))
+                std::vector<std::string> tint = {"tint", "f08107", "opacity=" + std::to_string(opacity),
+                                                 "area=" + area.Word(), "--plugin-bytes"};
+                EXPECT_EQ(Result(tint), Changed(pixels, area, mixed))
+                    << channels << " channels, " << area.Word() << ", " << opacity;
+                const auto rounded = [=](int old, int c) {
+                    if (IsAlpha(channels, c)) return old;
+                    const int gray = (77 * 0xF0 + 151 * 0x81 + 28 * 0x07) / 256;
+                    const int value = channels <= 2 ? gray : c == 0 ? 0xF0 : c == 1 ? 0x81 : 0x07;
+                    return static_cast<int>(std::lround(old + (value - old) * (opacity / 255.0)));
+                };
+                tint.pop_back();
+                EXPECT_EQ(Result(tint), Changed(pixels, area, rounded))
                     << channels << " channels, " << area.Word() << ", " << opacity;
             }
     }
+}
+
+TEST_F(PixelEffects, AreTheSameRowByRowAndByThePlugIn) {
+    for (int channels = 1; channels <= 4; ++channels)
+        for (std::vector<std::string> effect :
+             std::vector<std::vector<std::string>>{{"fill", "f08107", "area=3,2,60x70"},
+                                                   {"clear", "area=-3,20,30x999"},
+                                                   {"invert"},
+                                                   {"invert", "area=70,60,1x99"}}) {
+            const Pixels in = MakePixels(90, 80, channels, 9), rows = Result(in, effect);
+            effect.push_back("--plugin-bytes");
+            EXPECT_EQ(rows, Result(in, effect)) << effect[0] << ", " << channels << " channels";
+        }
+}
+
+TEST_F(PixelEffects, WorkOnRowsAsOnTheWholePicture) {
+    ExpectSameOnRows({"clear", "area=-3,200,300x99999"}, {"GRAYSCALE", "GRAYSCALE_ALPHA", "RGB", "RGB_ALPHA", "CMYK"});
+    ExpectSameOnRows({"tint", "40", "opacity=96", "area=0,0,1x1100"}, {"GRAYSCALE_ALPHA", "RGB", "CMYK"});
+    ExpectSameOnRows({"fill", "f08107", "alpha=9"}, {"GRAYSCALE_ALPHA", "RGB_ALPHA"});
+    ExpectSameOnRows({"invert", "area=300,1000,10x800"}, {"GRAYSCALE", "RGB_ALPHA", "CMYK"});
 }
 
 TEST_F(PixelEffects, TintEveryInkByANumber) {

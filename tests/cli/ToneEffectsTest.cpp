@@ -106,6 +106,25 @@ TEST_F(ToneEffects, ChangeNothingByAMiddlingGainAndBias) {
     EXPECT_GT(harder.At(2, 0, 0), 192);
 }
 
+TEST_F(ToneEffects, RoundWhatGainAndBiasMake) {
+    const double gain = 0.7, bias = 0.4, exponent = std::log(1 - gain) / std::log(0.5);
+    const auto bent = [&](int v) {
+        const double t = v / 255.0;
+        const double x = t < 0.5 ? std::pow(2 * t, exponent) / 2 : 1 - std::pow(2 * (1 - t), exponent) / 2;
+        return v == 0 ? 0.0 : v == 255 ? 255.0 : x / ((1 / bias - 2) * (1 - x) + 1) * 255.0;
+    };
+    ExpectToneOfEveryKind({"gain", "0.7", "0.4"}, [&](int v) { return static_cast<int>(std::lround(bent(v))); });
+    ExpectToneOfEveryKind({"gain", "0.7", "0.4", "--plugin-bytes"}, [&](int v) { return static_cast<int>(bent(v)); });
+}
+
+TEST_F(ToneEffects, WorkOnRowsAsOnTheWholePicture) {
+    const std::vector<std::string> kinds = {"GRAYSCALE", "GRAYSCALE_ALPHA", "RGB", "RGB_ALPHA", "CMYK"};
+    for (const std::vector<std::string>& effect : std::vector<std::vector<std::string>>{
+             {"gamma", "1.8"}, {"curve", "0:9,100:200,255:0"}, {"gain", "0.6", "0.3"}, {"solarize"}})
+        ExpectSameOnRows(effect, kinds);
+    ExpectSameOnRows({"gamma", "0.7", "blue=3", "alpha=2"}, {"RGB_ALPHA"});
+}
+
 TEST_F(ToneEffects, MakeTheMiddleBlackBySolarizing) {
     for (int channels = 1; channels <= 4; ++channels) {
         Pixels in{4, 1, channels, {}};
