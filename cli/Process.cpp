@@ -14,7 +14,9 @@
 #include "Storage.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Picture.h"
+#include "effects/ConvertEffects.h"
 #include "effects/Effects.h"
+#include "effects/KindRows.h"
 #include "files/Cleanup.h"
 #include "files/OutputFile.h"
 
@@ -61,6 +63,10 @@ void Reduce(PictureReader& reader, const EffectCall& call, const ImageShape& who
     reader.Reduce(std::int64_t{stored.width} * sides, std::int64_t{stored.height} * sides);
 }
 
+bool LosesAlpha(const Codec& codec, PixelKind kind) {
+    return Describe(kind).hasAlpha && !Describe(codec.stored(kind)).hasAlpha;
+}
+
 // Throws unless the format holds such an image, and tells what it will leave out.
 void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& shape, const PictureHeader& tags,
                  Notes& notes) {
@@ -68,8 +74,11 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
     if (shape.width > codec.longestSide || shape.height > codec.longestSide)
         FailFile(path, std::string(codec.name) + " holds at most " + std::to_string(codec.longestSide) +
                            " pixels a side, not " + std::to_string(shape.width) + " x " + std::to_string(shape.height));
-    if (Describe(shape.kind).hasAlpha && !Describe(codec.stored(shape.kind)).hasAlpha)
-        notes.Say(path, std::string(codec.name) + " holds no transparency; the alpha channel is left out");
+    if (LosesAlpha(codec, shape.kind))
+        notes.Say(path, std::string(codec.name) +
+                            (PluginBytes() ? " holds no transparency; the alpha channel is left out"
+                                           : " holds no transparency; the picture is laid on white ('flatten' takes "
+                                             "another colour)"));
     if (tags.colour.profile.empty()) return;
     if (!codec.holdsProfile) {
         notes.Say(path, std::string(codec.name) + " holds no colour profile; it is left out");
@@ -175,6 +184,9 @@ void Process(const CommandLine& line, Notes& notes) {
     std::string open = readsRows ? "reading" : "";
     std::unique_ptr<RowSource> rows = Recoloured(RowsOfPicture(*reader, tick), first);
     rows = Recoloured(RunEffects(calls, shapes, std::move(rows), progress, &open), last);
+
+    if (LosesAlpha(outputCodec, rows->Shape().kind) && !PluginBytes())
+        rows = RowsInKind(std::move(rows), WithAlpha(rows->Shape().kind, false));
 
     progress.Begin(open.empty() ? "writing" : open + " and writing");
     outputCodec.write(output, *rows, header, line.write, tick);

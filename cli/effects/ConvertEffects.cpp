@@ -4,6 +4,8 @@
 #include <stdexcept>
 
 #include "Errors.h"
+#include "Rows.h"
+#include "effects/KindRows.h"
 
 namespace {
 
@@ -70,6 +72,40 @@ ImageShape PlanConvert(const ImageShape& source, const Arguments& arguments) {
 
 void RunConvert(Raster* image, const ImageShape& result, const Arguments&) {
     *image = Converted(*image, result.kind, "convert");
+}
+
+std::unique_ptr<RowSource> StreamConvert(std::unique_ptr<RowSource> rows, const ImageShape& result, const Arguments&) {
+    return RowsInKind(std::move(rows), result.kind);
+}
+
+ImageShape PlanFlatten(const ImageShape& source, const Arguments&) {
+    return {source.width, source.height, WithAlpha(source.kind, false)};
+}
+
+// The method that lays images over each other lays this one on the colour.
+void RunFlatten(Raster* image, const ImageShape& result, const Arguments& arguments) {
+    if (!Describe(image->Shape().kind).hasAlpha) return;
+    Raster target(result);
+    const int channels = Describe(result.kind).channels;
+    std::uint8_t ground[4];
+    ChannelsOf(arguments.Colour("colour"), result.kind, ground);
+    for (int y = 0; y < result.height; ++y) {
+        std::uint8_t* row = target.Row(y);
+        for (int x = 0; x < result.width; ++x, row += channels) std::copy_n(ground, channels, row);
+    }
+    const zorhost::Object alpha = image->View("AlphaChannel");
+    alpha.Call("Invert");
+    for (const char* view : ColourViews(result.kind))
+        if (!target.View(view)
+                 .Call("Combine", image->View(view), false, alpha, 0, 0, 0, 0, result.width, result.height, false)
+                 .AsBool())
+            throw RunError("flatten: the engine refused the picture");
+    *image = std::move(target);
+}
+
+std::unique_ptr<RowSource> StreamFlatten(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                         const Arguments& arguments) {
+    return RowsInKind(std::move(rows), result.kind, arguments.Colour("colour"));
 }
 
 }  // namespace
@@ -167,14 +203,29 @@ std::vector<EffectRow> ConvertEffects() {
         {"convert",
          "Formats",
          "Another kind of pixels",
-         "G is gray, A stands for alpha. Alpha that is new is opaque; alpha that goes is left out, whatever lies\n"
-         "behind it. Gray becomes the black ink of CMYK, and of CMYK only the black ink becomes gray, so that what\n"
-         "cyan, magenta and yellow print is lost. Between RGB and CMYK colour profiles tell the way: the options "
-         "--srgb\n"
-         "and --profile are for that.",
+         "G is gray, A stands for alpha. Alpha that is new is opaque; where alpha goes the picture is laid on white,\n"
+         "for which 'flatten' takes any other colour. Gray becomes the black ink of CMYK, and of CMYK only the black\n"
+         "ink becomes gray, so that what cyan, magenta and yellow print is lost. Between RGB and CMYK colour profiles\n"
+         "tell the way: the options --srgb and --profile are for that.",
          "convert GA",
          {{"format", ArgumentType::Choice, nullptr, 0, 0, Words(kFormats), "the new kind"}},
          PlanConvert,
-         RunConvert},
+         RunConvert,
+         1,
+         StreamConvert},
+        {"flatten",
+         "Formats",
+         "Lay the picture on a colour",
+         "The alpha channel goes: what was clear gets the colour, and what was partly clear a mixture with it. A "
+         "picture\n"
+         "without alpha stays as it is. A gray picture gets the gray of the colour. Formats that hold no alpha, such "
+         "as\n"
+         "JPEG, get pictures on white unless this effect comes before.",
+         "convert RGBA fill FF8000 alpha=128 flatten 203040",
+         {{"colour", ArgumentType::Colour, nullptr, 0, 0, {}, "what shows through"}},
+         PlanFlatten,
+         RunFlatten,
+         1,
+         StreamFlatten},
     };
 }

@@ -1,6 +1,8 @@
-// The effects `channel` and `convert` on files.
+// The effects `channel`, `convert` and `flatten` on files, and what becomes of alpha where a format holds none.
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 
 #include "EffectTest.h"
 
@@ -43,7 +45,7 @@ TEST_F(ConvertEffects, ConvertEveryKindIntoEveryOther) {
         const Pixels pixels = MakePixels(37, 23, from, 1);
         SaveInput(pixels);
         for (int to = 1; to <= 4; ++to)
-            EXPECT_EQ(Result({"convert", formats[to - 1]}), InChannels(pixels, to))
+            EXPECT_EQ(Result({"--plugin-bytes", "convert", formats[to - 1]}), InChannels(pixels, to))
                 << from << " channels to " << formats[to - 1];
     }
 }
@@ -52,14 +54,100 @@ TEST_F(ConvertEffects, KeepGrayLightOnItsWayThroughInk) {
     for (int channels = 1; channels <= 2; ++channels) {
         const Pixels pixels = MakePixels(37, 23, channels, 2);
         SaveInput(pixels);
-        EXPECT_EQ(Result({"convert", "CMYK", "convert", "G"}), Channel(pixels, 0));
-        Pixels inked = Result({"convert", "CMYK", "channel", "black"});
+        EXPECT_EQ(Result({"--plugin-bytes", "convert", "CMYK", "convert", "G"}), Channel(pixels, 0));
+        Pixels inked = Result({"--plugin-bytes", "convert", "CMYK", "channel", "black"});
         for (std::uint8_t& byte : inked.bytes) byte = static_cast<std::uint8_t>(255 - byte);
         EXPECT_EQ(inked, Channel(pixels, 0));
         for (const char* ink : {"cyan", "magenta", "yellow"})
             EXPECT_EQ(Result({"convert", "CMYK", "channel", ink}).bytes, std::vector<std::uint8_t>(37 * 23, 0)) << ink;
         Pixels opaque = InChannels(Channel(pixels, 0), 2);
-        EXPECT_EQ(Result({"convert", "CMYK", "convert", "GA"}), opaque);
+        EXPECT_EQ(Result({"--plugin-bytes", "convert", "CMYK", "convert", "GA"}), opaque);
+    }
+}
+
+// The pixels in another number of channels as people expect it: on that ground where alpha goes, and rounded.
+Pixels OnGround(const Pixels& pixels, int channels, const std::array<int, 3>& ground) {
+    const auto gray = [](const std::array<int, 3>& rgb) {
+        return std::floor((77 * rgb[0] + 151 * rgb[1] + 28 * rgb[2]) / 256.0 + 0.5);
+    };
+    Pixels result{pixels.width, pixels.height, channels, {}};
+    for (int y = 0; y < pixels.height; ++y)
+        for (int x = 0; x < pixels.width; ++x) {
+            const bool isGray = pixels.channels <= 2, hasAlpha = pixels.channels % 2 == 0;
+            const int alpha = hasAlpha ? pixels.At(x, y, pixels.channels - 1) : 255;
+            std::array<int, 3> rgb{};
+            for (int c = 0; c < 3; ++c) {
+                const auto i = static_cast<std::size_t>(c);
+                const double under = isGray ? gray(ground) : ground[i];
+                const double part = channels % 2 == 0 ? 1 : alpha / 255.0;
+                rgb[i] = static_cast<int>(pixels.At(x, y, isGray ? 0 : c) * part + under * (1 - part) + 0.5);
+            }
+            for (int c = 0; c < (channels <= 2 ? 1 : 3); ++c)
+                result.bytes.push_back(
+                    static_cast<std::uint8_t>(channels <= 2 ? gray(rgb) : rgb[static_cast<std::size_t>(c)]));
+            if (channels % 2 == 0) result.bytes.push_back(static_cast<std::uint8_t>(alpha));
+        }
+    return result;
+}
+
+TEST_F(ConvertEffects, RoundAndLayOnWhiteWhatLosesItsAlpha) {
+    const char* formats[] = {"G", "GA", "RGB", "RGBA"};
+    for (int from = 1; from <= 4; ++from) {
+        const Pixels pixels = MakePixels(37, 23, from, 1);
+        SaveInput(pixels);
+        for (int to = 1; to <= 4; ++to)
+            EXPECT_EQ(Result({"convert", formats[to - 1]}), OnGround(pixels, to, {255, 255, 255}))
+                << from << " channels to " << formats[to - 1];
+        if (from > 2) continue;
+        EXPECT_EQ(Result({"convert", "CMYK", "convert", "G"}), OnGround(pixels, 1, {255, 255, 255}));
+    }
+}
+
+TEST_F(ConvertEffects, FlattenOnAnyColour) {
+    const std::array<int, 3> ground{16, 180, 77};
+    for (int channels = 1; channels <= 4; ++channels) {
+        const Pixels pixels = MakePixels(37, 23, channels, 5);
+        const int left = channels - (channels % 2 == 0 ? 1 : 0);
+        const Pixels expected = OnGround(pixels, left, ground);
+        EXPECT_EQ(Result(pixels, {"flatten", "10B44D"}), expected);
+        // The engine's methods come near: they cut off, and their gray too.
+        const Pixels plugin = Result({"--plugin-bytes", "flatten", "10B44D"});
+        ASSERT_EQ(plugin.channels, left);
+        for (std::size_t i = 0; i < plugin.bytes.size(); ++i) ASSERT_NEAR(plugin.bytes[i], expected.bytes[i], 2);
+    }
+    ExpectFailure(Run({"in.png", "new.png", "flatten"}), 2, {"flatten: colour is missing"});
+    ExpectFailure(Run({"in.png", "new.png", "flatten", "red"}), 2, {"'red'", "a colour such as"});
+    ExpectHelpWithWorkingExample("flatten");
+}
+
+// A clear pixel may hide any colour; nobody is to see it where there is no alpha any more.
+TEST_F(ConvertEffects, KeepHiddenColoursHiddenInEveryFormatWithoutAlpha) {
+    for (const int channels : {2, 4}) {
+        Pixels pixels{24, 16, channels, {}};
+        for (int i = 0; i < 24 * 16; ++i) {
+            for (int c = 1; c < channels; ++c) pixels.bytes.push_back(i % 24 < 8 ? 3 : 60);
+            pixels.bytes.push_back(i % 24 < 8 ? 0 : i % 24 < 16 ? 255 : 51);
+        }
+        const Pixels seen = OnGround(pixels, channels - 1, {255, 255, 255});
+        SaveInput(pixels);
+        const std::string remark =
+            " holds no transparency; the picture is laid on white ('flatten' takes another colour)\n";
+        EXPECT_EQ(RunWell({"in.png", "out.jpg", "--quality", "100"}).err, "zor: out.jpg: JPEG" + remark);
+        const Pixels jpeg = LoadJpeg(At("out.jpg")).pixels;
+        ASSERT_EQ(jpeg.bytes.size(), seen.bytes.size());
+        for (std::size_t i = 0; i < seen.bytes.size(); ++i) ASSERT_NEAR(jpeg.bytes[i], seen.bytes[i], 3);
+        const std::string name = channels == 2 ? "out.pgm" : "out.ppm";
+        EXPECT_EQ(RunWell({"in.png", name}).err, "zor: " + name + ": " + (channels == 2 ? "PGM" : "PPM") + remark);
+        RunWell({name, "back.png"});
+        EXPECT_EQ(PixelsOf(LoadPng(At("back.png"))), seen);
+        // On a colour of one's own nothing is left to remark on.
+        EXPECT_EQ(RunWell({"in.png", name, "flatten", "405060"}).err, "");
+        RunWell({name, "back.png"});
+        EXPECT_EQ(PixelsOf(LoadPng(At("back.png"))), OnGround(pixels, channels - 1, {64, 80, 96}));
+        // Where alpha can stay, it stays with all that lies behind it.
+        EXPECT_EQ(RunWell({"in.png", "out.pam"}).err, "");
+        RunWell({"out.pam", "back.png"});
+        EXPECT_EQ(PixelsOf(LoadPng(At("back.png"))), pixels);
     }
 }
 

@@ -47,7 +47,8 @@ protected:
 
     // The file that the program writes, and what it remarks.
     std::string Written(int channels, const std::string& name, const std::string& remark = "") {
-        EXPECT_EQ(RunWell({In(channels), name}).err, remark.empty() ? "" : "zor: " + name + ": " + remark + "\n");
+        EXPECT_EQ(RunWell({"--plugin-bytes", In(channels), name}).err,
+                  remark.empty() ? "" : "zor: " + name + ": " + remark + "\n");
         return ReadFile(At(name));
     }
 

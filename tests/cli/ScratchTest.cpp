@@ -107,6 +107,7 @@ std::vector<Words> EveryEffect() {
         {"channel", "black"},
         {"convert", "G"},
         {"convert", "RGBA"},
+        {"flatten", "40"},
         {"combine", "other", "at=10,300"},
         {"combine", "other", "mask=mask.pam", "at=-9,-200"},
         {"combine", "gray.pam", "colour=100"},

@@ -44,7 +44,7 @@ TEST_F(Write, LeavesAlphaOutOfJpegAndSaysSo) {
     for (const int channels : {2, 4}) {
         const Pixels pixels = MakePixels(40, 30, channels, 4);
         SavePng(At("in.png"), PlainPng(pixels));
-        const Outcome outcome = RunWell({"in.png", "out.jpg"});
+        const Outcome outcome = RunWell({"--plugin-bytes", "in.png", "out.jpg"});
         EXPECT_EQ(outcome.err, "zor: out.jpg: JPEG holds no transparency; the alpha channel is left out\n");
         JpegFile expected;
         expected.pixels = {40, 30, channels - 1, {}};

@@ -20,12 +20,20 @@ inline const std::vector<AllowedInclude> kAllowedIncludes = {
     // Combine lays images over each other by the same gate and rectangles as copies, and some of its forms are copies.
     {"src/compositing", "exchange/Clipping.h"},
     {"src/compositing", "exchange/CopyPixels.h"},
+    // Alpha is mixed by the gray of a mask.
+    {"src/compositing", "exchange/ColourRows.h"},
     // Both sides of the binary interface share its one header.
     {"runtime", "host/HostInterface.h"},
     // The program shows the version of the whole product.
     {"cli", "plugin/Version.h"},
     // It prints what was picked of the kernels, and takes the words for it from them.
     {"cli", "kernels/KernelTable.h"},
+    // The engine is part of it: its entry, which the embedded host calls.
+    {"cli", "plugin/PluginEntry.h"},
+    // Rows of pixels as people expect them, where its effects do not take the methods of the plug-in.
+    {"cli", "compositing/LayRows.h"},
+    {"cli", "exchange/ColourRows.h"},
+    {"cli", "scale/ScaleStream.h"},
 };
 
 // What is wrong with the includes of src/, runtime/ and cli/ below root, one line each and sorted: the file with its
