@@ -1,11 +1,17 @@
 #include "effects/CombineEffects.h"
 
 #include <algorithm>
+#include <cstring>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "Errors.h"
 #include "Raster.h"
+#include "Rows.h"
+#include "compositing/LayRows.h"
 #include "effects/ConvertEffects.h"
+#include "effects/KindRows.h"
 #include "effects/OtherPicture.h"
 
 namespace {
@@ -59,6 +65,15 @@ ImageShape PlanCombine(const ImageShape& source, const Arguments& arguments) {
     if (arguments.Given("mask") && PeekShape(arguments.Text("mask"), &mask) && known) CheckMask(file, mask, arguments);
     return source;
 }
+
+std::optional<Raster> LoadMask(const ImageShape& file, const Arguments& arguments) {
+    if (!arguments.Given("mask")) return std::nullopt;
+    Raster mask = LoadWhole(arguments.Text("mask"));
+    CheckMask(file, mask.Shape(), arguments);
+    return mask;
+}
+
+// --- by the engine's method -----------------------------------------------------------------------------------------
 
 // All below work on strips of the common rectangle, which are images of their own: small, and in memory wherever the
 // pictures are.
@@ -129,11 +144,7 @@ void LayStrip(const Raster& picture, const Raster& loaded, const Raster* mask, c
 void RunCombine(Raster* image, const ImageShape& shape, const Arguments& arguments) {
     Raster loaded = LoadWhole(arguments.Text("file"));
     CheckFile(shape, loaded.Shape(), arguments);
-    std::optional<Raster> mask;
-    if (arguments.Given("mask")) {
-        mask.emplace(LoadWhole(arguments.Text("mask")));
-        CheckMask(loaded.Shape(), mask->Shape(), arguments);
-    }
+    std::optional<Raster> mask = LoadMask(loaded.Shape(), arguments);
     constexpr int kStripBytes = 1 << 17;
     constexpr int kMaxChannels = 4;
     const Meeting meeting = Meet(shape, loaded.Shape(), arguments.Area("at"));
@@ -149,6 +160,112 @@ void RunCombine(Raster* image, const ImageShape& shape, const Arguments& argumen
     }
 }
 
+// --- rounded, with colours weighed by alpha -------------------------------------------------------------------------
+
+// The rows of another picture that meet the one at work, with colours of so many channels.
+class OtherRows {
+public:
+    OtherRows(Raster file, int colours, const Meeting& meeting)
+        : file_(std::move(file)),
+          parts_{colours, Describe(file_.Shape().kind).hasAlpha},
+          turner_(file_.Shape().kind, parts_, meeting.width, kWhite),
+          top_(meeting.fileY),
+          left_(std::ptrdiff_t{meeting.fileX} * Describe(file_.Shape().kind).channels) {}
+
+    [[nodiscard]] const PixelParts& Parts() const { return parts_; }
+
+    // Counted from the first that meets the picture.
+    const std::uint8_t* Row(int y) { return turner_.Turn(file_.Row(top_ + y) + left_); }
+
+    // An alpha of the mask is left aside.
+    zor::MaskRow MaskRow(int y) { return {Row(y), parts_.colours, parts_.Channels()}; }
+
+private:
+    Raster file_;
+    PixelParts parts_;
+    RowTurner turner_;
+    int top_;
+    std::ptrdiff_t left_;
+};
+
+OtherRows RowsOfMask(Raster mask, int pictureColours, const Meeting& meeting) {
+    const int colours = std::min(PartsOf(mask.Shape().kind).colours, pictureColours == 3 ? 3 : 1);
+    return {std::move(mask), colours, meeting};
+}
+
+class CombinedRows : public RowSource {
+public:
+    CombinedRows(std::unique_ptr<RowSource> rows, Raster file, std::optional<Raster> mask, const Arguments& arguments)
+        : RowSource(rows->Shape()),
+          rows_(std::move(rows)),
+          arguments_(arguments),
+          picture_(PartsOf(Shape().kind)),
+          meeting_(Meet(Shape(), file.Shape(), arguments.Area("at"))),
+          file_(std::move(file), arguments.Given("colour") ? PartsOf(file.Shape().kind).colours : picture_.colours,
+                meeting_),
+          part_(PartLetThrough()),
+          row_(static_cast<std::size_t>(Shape().width) * static_cast<std::size_t>(picture_.Channels())) {
+        if (mask) mask_.emplace(RowsOfMask(std::move(*mask), picture_.colours, meeting_));
+    }
+
+    const std::uint8_t* Next() override {
+        const std::uint8_t* row = rows_->Next();
+        const int y = next_++ - meeting_.y;
+        if (y < 0 || y >= meeting_.height) return row;
+        std::memcpy(row_.data(), row, row_.size());
+        Lay(row_.data() + std::ptrdiff_t{meeting_.x} * picture_.Channels(), y);
+        return row_.data();
+    }
+
+private:
+    [[nodiscard]] zor::LetThrough PartLetThrough() const {
+        zor::LetThrough part{{255, 255, 255, 255}, 255};
+        if (!arguments_.Given("maskcolour")) return part;
+        ChannelsOf(arguments_.Colour("maskcolour"), Shape().kind, part.colour);
+        ChannelsOf(arguments_.Colour("maskcolour"), PixelKind::Gray, &part.alpha);
+        for (std::uint8_t& keeps : part.colour) keeps = static_cast<std::uint8_t>(255 - keeps);
+        part.alpha = static_cast<std::uint8_t>(255 - part.alpha);
+        return part;
+    }
+
+    void Lay(std::uint8_t* under, int y) {
+        const zor::LaidRows laid{under,
+                                 meeting_.width,
+                                 file_.Row(y),
+                                 picture_.colours,
+                                 picture_.alpha,
+                                 file_.Parts().alpha,
+                                 arguments_.Given("premultiplied")};
+        if (arguments_.Given("colour")) {
+            std::uint8_t colour[4];
+            ChannelsOf(arguments_.Colour("colour"), Shape().kind, colour);
+            zor::PaintThroughMask(laid, file_.MaskRow(y), colour);
+        } else if (mask_) {
+            zor::LayThroughMask(laid, mask_->MaskRow(y));
+        } else {
+            zor::LayByAlpha(laid, part_);
+        }
+    }
+
+    std::unique_ptr<RowSource> rows_;
+    const Arguments& arguments_;
+    PixelParts picture_;
+    Meeting meeting_;
+    OtherRows file_;
+    std::optional<OtherRows> mask_;
+    zor::LetThrough part_;
+    std::vector<std::uint8_t> row_;
+    int next_ = 0;
+};
+
+std::unique_ptr<RowSource> StreamCombine(std::unique_ptr<RowSource> rows, const ImageShape& shape,
+                                         const Arguments& arguments) {
+    Raster file = LoadWhole(arguments.Text("file"));
+    CheckFile(shape, file.Shape(), arguments);
+    std::optional<Raster> mask = LoadMask(file.Shape(), arguments);
+    return std::make_unique<CombinedRows>(std::move(rows), std::move(file), std::move(mask), arguments);
+}
+
 }  // namespace
 
 std::vector<EffectRow> CombineEffects() {
@@ -157,15 +274,16 @@ std::vector<EffectRow> CombineEffects() {
          "Compositing",
          "Another picture laid over this one",
          "FILE takes on the colours of the picture: gray where that is gray, and RGB where it is RGB. Where it has\n"
-         "alpha, it shows by its alpha, and adds it to that of the picture; the colours mix as if the picture were\n"
-         "opaque. A mask stands in the place of the alpha: black shows FILE, white keeps the picture, and values\n"
-         "between mix the two, alpha included. An RGB mask works on each channel of an RGB picture by itself; an\n"
-         "alpha of the mask is left aside. What of FILE lies beside the picture is left out.\n\n"
+         "alpha, it shows by its alpha, and adds it to that of the picture; colours weigh as much as their alpha, so\n"
+         "that over clear ground FILE keeps its own. A mask stands in the place of the alpha: black shows FILE, white\n"
+         "keeps the picture, and values between mix the two, alpha included. An RGB mask works on each channel of an\n"
+         "RGB picture by itself; an alpha of the mask is left aside. What of FILE lies beside the picture is left\n"
+         "out.\n\n"
          "With colour, FILE is the mask for that colour: where FILE is black the colour is put on, where it is white\n"
-         "the picture stays. With maskcolour, one value is the mask for all pixels: 0 shows FILE, 255 the picture,\n"
-         "128 half of both. Neither of them looks at alpha or changes it, and neither works on CMYK.\n\n"
-         "Premultiplied means that the colours are multiplied by the alpha, or by what the mask lets through,\n"
-         "already; colours that are not come out too large there, and wrap around.",
+         "the picture stays; alpha is neither looked at nor changed. With maskcolour, one value is how faint all of\n"
+         "FILE is, beside its alpha: 0 shows it fully, 255 not at all, 128 by half. Neither works on CMYK.\n\n"
+         "Premultiplied means that the colours are multiplied by the alpha already, and both by what the mask lets\n"
+         "through; colours that are not come out too light.",
          "combine photo.jpg at=20,10",
          {{"file", ArgumentType::File, nullptr, 0, 0, {}, "the picture that is laid over"},
           {"mask", ArgumentType::File, "", 0, 0, {}, "where FILE shows, of the same size as FILE"},
@@ -175,6 +293,7 @@ std::vector<EffectRow> CombineEffects() {
           {"premultiplied", ArgumentType::Flag, "", 0, 0, {}, "the colours of FILE count as multiplied"}},
          PlanCombine,
          RunCombine,
-         4},
+         4,
+         StreamCombine},
     };
 }

@@ -1,10 +1,16 @@
 #include "effects/PasteEffects.h"
 
 #include <algorithm>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "Errors.h"
 #include "Raster.h"
+#include "Rows.h"
 #include "effects/ConvertEffects.h"
+#include "effects/KindRows.h"
 #include "effects/OtherPicture.h"
 #include "effects/PixelEffects.h"
 
@@ -51,6 +57,60 @@ void RunPaste(Raster* image, const ImageShape& shape, const Arguments& arguments
     const char* view = ChannelView("paste", shape.kind, arguments.Choice("channel"));
     WorkOnArea(image, {meeting.x, meeting.y, meeting.width, meeting.height},
                [&](Raster* part) { CopyAll(part->View(view), file.Image(), "paste"); });
+}
+
+// The same with rows as they come, rounded, and clear pixels on white where they lose their alpha.
+class PastedRows : public RowSource {
+public:
+    PastedRows(std::unique_ptr<RowSource> rows, Raster file, const Pasting& pasting, const Arguments& arguments)
+        : RowSource(rows->Shape()),
+          rows_(std::move(rows)),
+          file_(std::move(file)),
+          pasting_(pasting),
+          channel_(arguments.Given("channel") ? ChannelIndex(Shape().kind, arguments.Choice("channel")) : -1),
+          turner_(file_.Shape().kind, PartsOf(channel_ < 0 ? Shape().kind : PixelKind::Gray), pasting.meeting.width,
+                  kWhite),
+          row_(static_cast<std::size_t>(Shape().width) * static_cast<std::size_t>(Channels())) {}
+
+    const std::uint8_t* Next() override {
+        const std::uint8_t* row = rows_->Next();
+        const Meeting& meeting = pasting_.meeting;
+        const int y = next_++ - meeting.y;
+        if (y < 0 || y >= meeting.height) return row;
+        std::memcpy(row_.data(), row, row_.size());
+        const std::ptrdiff_t left =
+            std::ptrdiff_t{pasting_.part.x + meeting.fileX} * Describe(file_.Shape().kind).channels;
+        const std::uint8_t* from = turner_.Turn(file_.Row(pasting_.part.y + meeting.fileY + y) + left);
+        std::uint8_t* to = row_.data() + std::ptrdiff_t{meeting.x} * Channels();
+        if (channel_ < 0)
+            std::memcpy(to, from, static_cast<std::size_t>(meeting.width) * static_cast<std::size_t>(Channels()));
+        else
+            for (int x = 0; x < meeting.width; ++x) to[std::ptrdiff_t{x} * Channels() + channel_] = from[x];
+        return row_.data();
+    }
+
+private:
+    static int ChannelIndex(PixelKind kind, const std::string& word) {
+        const std::vector<const char*> views = ChannelViews(kind);
+        const std::string view = ChannelView("paste", kind, word);
+        return static_cast<int>(std::find(views.begin(), views.end(), view) - views.begin());
+    }
+    [[nodiscard]] int Channels() const { return Describe(Shape().kind).channels; }
+
+    std::unique_ptr<RowSource> rows_;
+    Raster file_;
+    Pasting pasting_;
+    int channel_;  // below 0: all
+    RowTurner turner_;
+    std::vector<std::uint8_t> row_;
+    int next_ = 0;
+};
+
+std::unique_ptr<RowSource> StreamPaste(std::unique_ptr<RowSource> rows, const ImageShape& shape,
+                                       const Arguments& arguments) {
+    Raster file = LoadWhole(arguments.Text("file"));
+    const Pasting pasting = PlanPasting(shape, file.Shape(), arguments);
+    return std::make_unique<PastedRows>(std::move(rows), std::move(file), pasting, arguments);
 }
 
 ImageShape PlanCanvas(const ImageShape& source, const Arguments& arguments) {
@@ -107,7 +167,9 @@ std::vector<EffectRow> PasteEffects() {
           {"area", ArgumentType::Area, "", 0, 0, {}, "what of FILE is taken; all of it unless given"},
           {"channel", ArgumentType::Choice, "", 0, 0, ChannelWords(), "the one channel that is replaced"}},
          PlanPaste,
-         RunPaste},
+         RunPaste,
+         1,
+         StreamPaste},
         {"canvas",
          "Size",
          "More room around the picture, or less",

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "TestPictures.h"
@@ -88,6 +90,88 @@ std::vector<int> ComposePixel(const Pixels& picture, int x, int y, const Layer& 
     return result;
 }
 
+// The same as people expect it, in double precision: colours weigh as much as their alpha, and nothing is cut off.
+std::vector<double> ExpectedPixel(const Pixels& picture, int x, int y, const Layer& layer, int fx, int fy) {
+    const int colours = Colours(picture);
+    const Pixels& file = layer.file;
+    const auto gray = [](double red, double green, double blue) {
+        return std::floor((77 * red + 151 * green + 28 * blue) / 256 + 0.5);
+    };
+    const auto colourAt = [&](const Pixels& pixels, int c) -> double {
+        if (Colours(pixels) == 1) return pixels.At(fx, fy, 0);
+        if (colours == 3) return pixels.At(fx, fy, c);
+        return gray(pixels.At(fx, fy, 0), pixels.At(fx, fy, 1), pixels.At(fx, fy, 2));
+    };
+    const auto valueOf = [&](const std::array<int, 3>& colour, int c) -> double {
+        return colours == 3 ? colour[static_cast<std::size_t>(c)] : gray(colour[0], colour[1], colour[2]);
+    };
+    // What is let through of a colour, or for c == colours of the alpha.
+    const auto through = [&](int c) {
+        if (layer.maskColour) {
+            const auto& m = *layer.maskColour;
+            return 1 - (c == colours ? gray(m[0], m[1], m[2]) : valueOf(m, c)) / 255;
+        }
+        if (!layer.mask) return 1.0;
+        const Pixels& m = *layer.mask;
+        if (c < colours) return 1 - colourAt(m, c) / 255;
+        if (Colours(m) == 1) return 1 - m.At(fx, fy, 0) / 255.0;
+        return 1 - gray(m.At(fx, fy, 0), m.At(fx, fy, 1), m.At(fx, fy, 2)) / 255;
+    };
+    const double underAlpha = AlphaAt(picture, x, y) / 255.0;
+    const double fileAlpha =
+        layer.mask && !HasAlpha(picture) && !layer.premultiplied ? 1 : AlphaAt(file, fx, fy) / 255.0;
+    std::vector<double> result;
+    for (int c = 0; c < colours; ++c) {
+        const double under = picture.At(x, y, c), over = colourAt(file, c), part = through(c);
+        if (layer.colour) {
+            const double keeps =
+                std::floor((Colours(file) == 1 ? file.At(fx, fy, 0)
+                                               : (file.At(fx, fy, 0) + file.At(fx, fy, 1) + file.At(fx, fy, 2)) / 3.0) +
+                           0.5) /
+                255;
+            const double painted = valueOf(*layer.colour, c);
+            result.push_back(std::min(painted * (layer.premultiplied ? 1 : 1 - keeps) + under * keeps, 255.0));
+            continue;
+        }
+        // What of the two shows, and what of the upper one has been multiplied into its colour.
+        double shows = fileAlpha * part, shown = shows;
+        if (layer.premultiplied) {
+            shows = HasAlpha(file) ? fileAlpha : part;
+            shown = 1;
+        }
+        const double left = underAlpha * (1 - (layer.mask ? part : shows));
+        double whole = shows + left;
+        if (layer.premultiplied && layer.mask && !HasAlpha(picture)) whole = 1;
+        result.push_back(whole == 0 ? under : std::min((over * shown + under * left) / whole, 255.0));
+    }
+    if (!HasAlpha(picture)) return result;
+    if (layer.colour) {
+        result.push_back(255 * underAlpha);
+        return result;
+    }
+    const double part = through(colours);
+    const double shows = !layer.premultiplied ? fileAlpha * part : HasAlpha(file) ? fileAlpha : part;
+    result.push_back(255 * std::min(shows + underAlpha * (1 - (layer.mask ? part : shows)), 1.0));
+    return result;
+}
+
+void ExpectRounded(const Pixels& out, const Pixels& picture, const Layer& layer) {
+    for (int y = 0; y < picture.height; ++y)
+        for (int x = 0; x < picture.width; ++x) {
+            const int fx = x - layer.x, fy = y - layer.y;
+            const bool meets = fx >= 0 && fy >= 0 && fx < layer.file.width && fy < layer.file.height;
+            std::vector<double> expected;
+            if (meets) {
+                expected = ExpectedPixel(picture, x, y, layer, fx, fy);
+            } else {
+                for (int c = 0; c < picture.channels; ++c) expected.push_back(picture.At(x, y, c));
+            }
+            for (int c = 0; c < picture.channels; ++c)
+                ASSERT_LE(std::abs(out.At(x, y, c) - expected[static_cast<std::size_t>(c)]), 0.5 + 1e-9)
+                    << "channel " << c << " at " << x << "," << y;
+        }
+}
+
 Pixels Compose(const Pixels& picture, const Layer& layer) {
     Pixels result = picture;
     for (int fy = 0; fy < layer.file.height; ++fy)
@@ -114,7 +198,7 @@ class CombineEffects : public ZorTest {
 protected:
     void Save(const std::string& name, const Pixels& pixels) { SavePng(At(name), PlainPng(pixels)); }
 
-    // Runs the program on the two, or three, and compares.
+    // Runs the program on the two, or three, and compares: what the engine's method gives, and what people get.
     void Expect(const Pixels& picture, const Layer& layer) {
         Save("in.png", picture);
         Save("over.png", layer.file);
@@ -127,6 +211,10 @@ protected:
         if (layer.colour) words.push_back("colour=" + Word(*layer.colour));
         if (layer.maskColour) words.push_back("maskcolour=" + Word(*layer.maskColour));
         if (layer.premultiplied) words.emplace_back("premultiplied");
+        SCOPED_TRACE(std::to_string(layer.file.channels) + " onto " + std::to_string(picture.channels));
+        RunWell(words);
+        ExpectRounded(PixelsOf(LoadPng(At("out.png"))), picture, layer);
+        words.emplace_back("--plugin-bytes");
         RunWell(words);
         EXPECT_EQ(PixelsOf(LoadPng(At("out.png"))), Compose(picture, layer))
             << layer.file.channels << " channels onto " << picture.channels << " at " << layer.x << "," << layer.y
@@ -274,11 +362,37 @@ TEST_F(CombineEffects, TakeAFileThatCanBeReadOnceOnly) {
     Save("in.png", picture);
     Save("over.png", file);
     ASSERT_EQ(mkfifo(At("pipe").c_str(), 0600), 0);
-    const pid_t process = Start({"in.png", "out.png", "combine", "pipe", "at=4,5"});
+    const pid_t process = Start({"--plugin-bytes", "in.png", "out.png", "combine", "pipe", "at=4,5"});
     const std::string bytes = ReadFile(At("over.png"));
     WriteFile(At("pipe"), bytes);
     EXPECT_EQ(Wait(process).exitCode, 0);
     EXPECT_EQ(PixelsOf(LoadPng(At("out.png"))), Compose(picture, {file, {}, {}, {}, 4, 5}));
+}
+
+Pixels Flat(const std::vector<int>& pixel) {
+    Pixels pixels{16, 9, static_cast<int>(pixel.size()), {}};
+    for (int i = 0; i < 16 * 9; ++i)
+        for (const int byte : pixel) pixels.bytes.push_back(static_cast<std::uint8_t>(byte));
+    return pixels;
+}
+
+TEST_F(CombineEffects, GiveALogoItsOwnColourOverClearGround) {
+    const auto laid = [this](const Pixels& picture, const Pixels& file) {
+        Save("in.png", picture);
+        Save("over.png", file);
+        RunWell({"in.png", "out.png", "combine", "over.png"});
+        return PixelsOf(LoadPng(At("out.png")));
+    };
+    // Whatever the clear ground hides.
+    EXPECT_EQ(laid(Flat({0, 0, 0, 0}), Flat({255, 0, 0, 128})), Flat({255, 0, 0, 128}));
+    EXPECT_EQ(laid(Flat({0, 255, 90, 0}), Flat({255, 0, 0, 128})), Flat({255, 0, 0, 128}));
+    EXPECT_EQ(laid(Flat({7, 0}), Flat({200, 1})), Flat({200, 1}));
+    // And whatever a clear logo hides.
+    EXPECT_EQ(laid(Flat({40, 50, 60, 70}), Flat({255, 0, 0, 0})), Flat({40, 50, 60, 70}));
+    // Over opaque ground by half of both, and over half of the ground by their weights.
+    EXPECT_EQ(laid(Flat({0, 0, 255, 255}), Flat({255, 0, 0, 128})), Flat({128, 0, 127, 255}));
+    EXPECT_EQ(laid(Flat({0, 0, 255, 128}), Flat({255, 0, 0, 128})), Flat({170, 0, 85, 192}));
+    EXPECT_EQ(laid(Flat({255, 255, 255}), Flat({255, 255, 255, 77})), Flat({255, 255, 255}));
 }
 
 }  // namespace

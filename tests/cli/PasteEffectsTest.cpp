@@ -67,9 +67,26 @@ TEST_F(PasteEffects, TurnTheOtherPictureIntoTheKindOfThisOne) {
         opaque.bytes.push_back(255);
     }
     const Pixels inGray = MakePixels(37, 23, 2, 1);
+    EXPECT_EQ(Result(inGray, {"--plugin-bytes", "paste", "other.png", "at=5,6"}), Pasted(inGray, gray, {5, 6}));
+    for (std::size_t i = 0; i < gray.bytes.size(); i += 2) {
+        const std::size_t at = i / 2 * 3;
+        const double exact = (77 * rgb.bytes[at] + 151 * rgb.bytes[at + 1] + 28 * rgb.bytes[at + 2]) / 256.0;
+        gray.bytes[i] = static_cast<std::uint8_t>(exact + 0.5);
+    }
     EXPECT_EQ(Result(inGray, {"paste", "other.png", "at=5,6"}), Pasted(inGray, gray, {5, 6}));
     const Pixels inColour = MakePixels(37, 23, 4, 1);
     EXPECT_EQ(Result(inColour, {"paste", "other.png", "at=5,6"}), Pasted(inColour, opaque, {5, 6}));
+}
+
+TEST_F(PasteEffects, KeepHiddenColoursHiddenWhereThePictureHasNoAlpha) {
+    Pixels other{2, 1, 4, {9, 9, 9, 0, 100, 0, 200, 255}};
+    SaveOther(other);
+    const Pixels in = MakePixels(37, 23, 3, 1);
+    EXPECT_EQ(Result(in, {"paste", "other.png", "at=5,6"}),
+              Pasted(in, {2, 1, 3, {255, 255, 255, 100, 0, 200}}, {5, 6}));
+    const Pixels gray = MakePixels(37, 23, 1, 1);
+    EXPECT_EQ(Result(gray, {"paste", "other.png", "at=5,6", "area=0,0,1x1", "channel=gray"}),
+              Pasted(gray, {1, 1, 1, {255}}, {5, 6}));
 }
 
 TEST_F(PasteEffects, ReplaceOneChannelByAGrayPicture) {
@@ -81,9 +98,13 @@ TEST_F(PasteEffects, ReplaceOneChannelByAGrayPicture) {
         for (int c = 0; c < count; ++c) {
             const std::string& name = channels[static_cast<std::size_t>(count - 1)][static_cast<std::size_t>(c)];
             const Pixels in = MakePixels(37, 23, count, 1);
-            const Pixels out = Result(in, {"paste", "other.png", "at=9,4", "channel=" + name});
-            for (int k = 0; k < count; ++k)
-                EXPECT_EQ(Channel(out, k), k == c ? Pasted(Channel(in, k), other, {9, 4}) : Channel(in, k)) << name;
+            for (const bool plugin : {false, true}) {
+                std::vector<std::string> effect = {"paste", "other.png", "at=9,4", "channel=" + name};
+                if (plugin) effect.emplace_back("--plugin-bytes");
+                const Pixels out = Result(in, effect);
+                for (int k = 0; k < count; ++k)
+                    EXPECT_EQ(Channel(out, k), k == c ? Pasted(Channel(in, k), other, {9, 4}) : Channel(in, k)) << name;
+            }
         }
     ExpectFailure(Run({"in.png", "new.png", "paste", "other.png", "channel=cyan"}), 1,
                   {"paste: the picture is RGB + alpha and has no channel cyan; it has red, green, blue, alpha"});
