@@ -104,6 +104,7 @@ constexpr Slot kSlots[] = {
     SLOTS_5(geometry.turn),
     SLOT(geometry.shearRow),
     SLOT(geometry.shearColumns),
+    SLOTS_4(cubic.line),
     SLOT(oil.slide),
     SLOT(oil.mode),
     SLOT(oil.mean),
@@ -139,6 +140,7 @@ static_assert(NamesFillTheRecord());
     InitBlur_##Tier(&(table)->blur);         \
     InitWindows_##Tier(&(table)->windows);   \
     InitGeometry_##Tier(&(table)->geometry); \
+    InitCubic_##Tier(&(table)->cubic);       \
     InitOil_##Tier(&(table)->oil)
 
 void InitKernels_Vector(KernelTable* table, CpuTier tier) {

@@ -10,6 +10,7 @@
 #include "kernels/Bytes.h"
 #include "kernels/Convert.h"
 #include "kernels/Cpu.h"
+#include "kernels/Cubic.h"
 #include "kernels/Export.h"
 #include "kernels/Geometry.h"
 #include "kernels/Matrix.h"
@@ -46,6 +47,7 @@ struct KernelTable {
     BlurKernels blur;
     WindowKernels windows;
     GeometryKernels geometry;
+    CubicKernels cubic;
     OilKernels oil;
 };
 

@@ -838,6 +838,31 @@ void ShearColumns(Kernels k, Bytes b, std::ptrdiff_t units) {
     k.geometry.shearColumns({b.in[0], width, down.data(), factor.data(), width, height, b.out, dstRowBytes});
 }
 
+// --- cubic ----------------------------------------------------------------------------------------------------------
+
+// Lines of every direction through a picture of eight rows, which lie over each other where there is little room.
+template <int kChannels>
+void SampleLine(Kernels k, Bytes b, std::ptrdiff_t units) {
+    static const CubicWeights weights = MakeCubicWeights();
+    constexpr int kRows = 8, kPlace = 1 << CubicLine::kPlaceBits;
+    const std::ptrdiff_t rowBytes = units * KernelBytes::kMaxBytesPerUnit / kRows;
+    const auto columns =
+        static_cast<std::int32_t>(std::max<std::ptrdiff_t>((rowBytes - CubicLine::kMore) / kChannels, 4));
+    Start(b, units * kChannels);
+    const auto place = [&](std::uint32_t choice, std::int32_t pixels) {
+        return static_cast<std::int32_t>(choice * 2654435761u % static_cast<std::uint32_t>(pixels)) * (kPlace / 64) +
+               static_cast<std::int32_t>(choice * 40503u % (kPlace / 64));
+    };
+    // From one place to another, which both lie within.
+    const std::int32_t width = std::min(columns - 3, 200) * 64, height = (kRows - 4) * 64;
+    const std::int32_t x = place(b.choice, width), y = place(b.choice / 3, height);
+    const auto steps = static_cast<std::int32_t>(std::max<std::ptrdiff_t>(units, 1));
+    const CubicLine line{
+        b.in[0], rowBytes, x, y, (place(b.choice / 5, width) - x) / steps, (place(b.choice / 7, height) - y) / steps,
+        &weights};
+    k.cubic.line[kChannels - 1](line, b.out, units);
+}
+
 // --- oil ------------------------------------------------------------------------------------------------------------
 
 // A copy of noise, thinned out: smaller numbers, and the same ones more often.
@@ -1104,6 +1129,11 @@ const std::vector<KernelCase> kCases = {
 
     {"geometry.shearRow", ShearRow},
     {"geometry.shearColumns", ShearColumns},
+
+    {"cubic.line[0]", SampleLine<1>},
+    {"cubic.line[1]", SampleLine<2>},
+    {"cubic.line[2]", SampleLine<3>},
+    {"cubic.line[3]", SampleLine<4>},
 
     {"oil.slide", OilSlide},
     {"oil.mode", OilMode},
