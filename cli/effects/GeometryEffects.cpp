@@ -1,13 +1,19 @@
 #include "effects/GeometryEffects.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <cstring>
 #include <utility>
+#include <vector>
 
 #include "Errors.h"
 #include "Raster.h"
 #include "Rows.h"
 #include "Storage.h"
+#include "effects/KindRows.h"
+#include "filters/FreeTurn.h"
+#include "scale/FanOut.h"
 
 namespace {
 
@@ -54,10 +60,12 @@ ImageShape PlanRotate(const ImageShape& source, const Arguments& arguments) {
     const PixelKindRow& kind = Describe(source.kind);
     const ImageNeed between{static_cast<std::int64_t>(width + height * tangent), static_cast<std::int64_t>(newHeight),
                             kind.channels};
-    CheckImageFits("rotate: the image between two shears", between.width, between.height, kind.constant, kind.channels);
+    if (PluginBytes())
+        CheckImageFits("rotate: the image between two shears", between.width, between.height, kind.constant,
+                       kind.channels);
     const ImageShape result{static_cast<int>(std::min(width * cosine + height * sine + 1, 2147483647.0)),
                             static_cast<int>(std::min(newHeight, 2147483647.0)), source.kind};
-    CheckScratchHolds("rotate", {NeedOf(source), NeedOf(turned), between, NeedOf(result)});
+    if (PluginBytes()) CheckScratchHolds("rotate", {NeedOf(source), NeedOf(turned), between, NeedOf(result)});
     return result;
 }
 
@@ -92,6 +100,97 @@ void RunRotate(Raster* image, const ImageShape& result, const Arguments& argumen
     *image = std::move(target);
 }
 
+// --- rounded, with colours weighed by alpha -------------------------------------------------------------------------
+
+zor::FreeTurnRequest RequestOf(const ImageShape& source, const ImageShape& result, const Arguments& arguments) {
+    const PixelParts parts = PartsOf(source.kind);
+    zor::FreeTurnRequest request{source.width,
+                                 source.height,
+                                 result.width,
+                                 result.height,
+                                 parts.Channels(),
+                                 parts.alpha,
+                                 Reduced(arguments.Number("angle")),
+                                 {}};
+    if (!arguments.Given("background")) return request;
+    const RGBAColour& ground = arguments.Colour("background");
+    ChannelsOf(ground, source.kind, request.ground);
+    if (parts.alpha) request.ground[parts.colours] = static_cast<std::uint8_t>(ground.alpha);
+    return request;
+}
+
+// Bands of rows, on all processors; both images lie in memory.
+struct TurningBands {
+    const zor::FreeTurnRequest& request;
+    Raster& source;
+    Raster& target;
+    std::atomic<bool>& lacksMemory;
+
+    void Run(int first, int last) const {
+        constexpr int kTile = zor::FreeTurn::kTile;
+        zor::FreeTurn turn;
+        if (!turn.Start(request)) {
+            lacksMemory = true;
+            return;
+        }
+        const auto pixels = [this](int x, int y) { return source.Row(y) + std::ptrdiff_t{x} * request.channels; };
+        for (int band = first; band <= last; ++band) {
+            const int top = band * kTile, rows = std::min(kTile, request.height - top);
+            turn.Turn(pixels, {0, top, request.width, rows}, target.Row(top), target.RowDistance());
+        }
+    }
+};
+
+bool TurnInMemory(const zor::FreeTurnRequest& request, Raster& source, Raster& target) {
+    std::atomic<bool> lacksMemory = false;
+    const TurningBands bands{request, source, target, lacksMemory};
+    const int count = (request.height - 1) / zor::FreeTurn::kTile + 1;
+    zor::RunThreads(0, count, &bands, [](int first, int last, int, signed char, void const* data) {
+        static_cast<const TurningBands*>(data)->Run(first, last);
+    });
+    return !lacksMemory;
+}
+
+// One of the images is a file: large blocks, whose part of the source is read as a whole, so that its window moves
+// seldom.
+bool TurnThroughWindows(const zor::FreeTurnRequest& request, Raster& source, Raster& target) {
+    constexpr int kBlock = 8 * zor::FreeTurn::kTile;
+    zor::FreeTurn turn;
+    if (!turn.Start(request)) return false;
+    const std::ptrdiff_t channels = request.channels;
+    source.WidenWindow(2 * kBlock);
+    target.WidenWindow(kBlock);
+    std::vector<std::uint8_t> part, block(static_cast<std::size_t>(kBlock * kBlock * channels));
+    for (int top = 0; top < request.height; top += kBlock)
+        for (int left = 0; left < request.width; left += kBlock) {
+            const int width = std::min(kBlock, request.width - left), rows = std::min(kBlock, request.height - top);
+            const zor::PixelRect result{left, top, width, rows}, from = turn.SourceOf(result);
+            const std::ptrdiff_t partRow = from.width * channels, blockRow = width * channels;
+            part.resize(static_cast<std::size_t>(partRow * from.height));
+            for (std::int64_t y = 0; y < from.height; ++y)
+                std::memcpy(part.data() + y * partRow, source.Row(static_cast<int>(from.y + y)) + from.x * channels,
+                            static_cast<std::size_t>(partRow));
+            const auto pixels = [&](int x, int y) {
+                return part.data() + (y - from.y) * partRow + (x - from.x) * channels;
+            };
+            turn.Turn(pixels, result, block.data(), blockRow);
+            for (int y = 0; y < rows; ++y)
+                std::memcpy(target.Row(top + y) + left * channels, block.data() + y * blockRow,
+                            static_cast<std::size_t>(blockRow));
+        }
+    return true;
+}
+
+void TurnRightly(Raster* image, const ImageShape& result, const Arguments& arguments) {
+    if (IsRightAngle(Reduced(arguments.Number("angle")))) return RunRotate(image, result, arguments);
+    const zor::FreeTurnRequest request = RequestOf(image->Shape(), result, arguments);
+    Raster target(result);
+    const bool inMemory = image->RowDistance() != 0 && target.RowDistance() != 0;
+    if (!(inMemory ? TurnInMemory : TurnThroughWindows)(request, *image, target))
+        throw RunError("rotate: not enough memory");
+    *image = std::move(target);
+}
+
 }  // namespace
 
 std::vector<EffectRow> GeometryEffects() {
@@ -113,14 +212,18 @@ std::vector<EffectRow> GeometryEffects() {
          "Geometry",
          "Turn by any angle",
          "Counter-clockwise; negative angles turn clockwise. By 90, 180 and 270 degrees pixels move whole and nothing\n"
-         "is lost. Other angles blend neighbours, in every channel, and make the picture larger; its corners get the\n"
-         "background: transparent where the picture has alpha, otherwise black, unless a colour is given.",
+         "is lost. Other angles filter neighbours, in every channel, and make the picture larger; its corners get the\n"
+         "background: transparent where the picture has alpha, otherwise black, unless a colour is given. Its edges "
+         "are\n"
+         "smooth and mix with that.",
          "rotate 7.5 background=#FFFFFF",
          {{"angle", ArgumentType::Number, nullptr, -360, 360, {}, "degrees"},
           {"background", ArgumentType::ColourAlpha, "", 0, 0, {}, "colour of the corners"},
           {"slow", ArgumentType::Flag, "", 0, 0, {}, "90 and 270 degrees pixel by pixel, with the same result"}},
          PlanRotate,
          RunRotate,
-         4},
+         4,
+         nullptr,
+         TurnRightly},
     };
 }

@@ -33,6 +33,8 @@ inline const std::vector<AllowedInclude> kAllowedIncludes = {
     // Rows of pixels as people expect them, where its effects do not take the methods of the plug-in.
     {"cli", "compositing/LayRows.h"},
     {"cli", "exchange/ColourRows.h"},
+    {"cli", "filters/FreeTurn.h"},
+    {"cli", "scale/FanOut.h"},
     {"cli", "scale/ScaleStream.h"},
 };
 
