@@ -6,7 +6,7 @@
 #include "Errors.h"
 #include "Rows.h"
 #include "Storage.h"
-#include "scale/ScaleStream.h"
+#include "scale/FineScaleStream.h"
 
 namespace {
 
@@ -122,8 +122,7 @@ public:
         request.width = result.width;
         request.height = result.height;
         request.shape = zor::ResampleShapeOf(channels, false);
-        request.ending = zor::Ending::nearest;
-        if (!stream_.Start(request)) throw RunError("scale: not enough memory");
+        if (!stream_.Start(request, Describe(source.kind).hasAlpha)) throw RunError("scale: not enough memory");
         step_ = channels;
         row_.resize(static_cast<std::size_t>(stream_.rowBytes()));
     }
@@ -136,7 +135,7 @@ public:
 
 private:
     std::unique_ptr<RowSource> rows_;
-    zor::ScaleStream stream_;
+    zor::FineScaleStream stream_;
     std::ptrdiff_t step_ = 0;
     std::vector<std::uint8_t> row_;
 };

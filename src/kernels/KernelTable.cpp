@@ -67,6 +67,8 @@ constexpr Slot kSlots[] = {
     SLOT(scaling.alongRows[kLumaOnly]),
     SLOT(scaling.alongRows[kLumaAndAlpha]),
     SLOT(scaling.acrossRows),
+    SLOTS_4(scaling.alongFine),
+    SLOT(scaling.acrossFine),
     SLOTS_2(weighed.isOpaque),
     SLOTS_2(weighed.alongRows),
     SLOTS_2(weighed.acrossRows),

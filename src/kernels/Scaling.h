@@ -119,6 +119,7 @@ struct RowBlock {
     int pitch;                          // at most kMaxPitch
     int byteOf[ChannelSet::kMax];       // by channel: its byte in the group; the other bytes of a group become 0
     std::uint8_t* scratch;              // RowScratchBytes of it, of any content
+    std::int16_t* fine[kMaxRows];       // in place of dst, pitch and byteOf, where fine samples are made
 };
 
 // Working memory for blocks of such rows, of any width.
@@ -137,10 +138,45 @@ struct RowStack {
     std::uint8_t* dst[kMaxLists];  // rows that share no byte with each other nor with those that they are made of
 };
 
+// --- fine samples ---------------------------------------------------------------------------------------------------
+//
+// Where a result is rounded only once, at its end, what lies between the passes is finer than bytes, and may be darker
+// than black and brighter than white: 2^kFineBits to a level, in 16 bits. These kernels compute in integers, and what a
+// list has no integers for in floating point, so that twins agree to the byte here too.
+
+constexpr int kFineBits = 6;
+
+// The fine sample of a channel by the sum in double precision: for lists that have no integers.
+std::int16_t FineSample(const RowBlock& block, int row, int list, int channel);
+constexpr bool HasFineIntegers(const IntegerForm& form) {
+    return form.usable && form.shift > kFineBits;
+}
+
+// One row of bytes out of rows of fine samples that stand one above the other.
+struct FineStack {
+    const std::int16_t* const* rows;  // by tap, of which there is at least one
+    int taps;
+    // Which add up to 2^kWeightBits, and in size to less than 2^16; 0 behind an odd number of them. Null: shares serve.
+    const std::int16_t* weights;
+    static constexpr int kWeightBits = 14;
+    const float* shares;   // of each weight in the sum of all
+    std::ptrdiff_t count;  // samples of each row
+    std::uint8_t* dst;     // shares no byte with the rows
+};
+
+// By shares, in single precision: of groups of kTapsInGroup in their order.
+void AcrossFineByShares(const FineStack& stack);
+
+// Rounding errors of long sums grow with the number of additions after one another.
+constexpr int kTapsInGroup = 256;
+
 struct ScalingKernels {
     void (*alongRows[kResampleShapes])(const RowBlock& block);
     // Of at least one row.
     void (*acrossRows)(const RowStack& stack);
+
+    void (*alongFine[4])(const RowBlock& block);  // of one to four channels
+    void (*acrossFine)(const FineStack& stack);
 };
 
 void InitScaling_Plain(ScalingKernels* kernels);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "kernels/Scaling.h"
@@ -170,13 +171,96 @@ void AcrossRows_Plain(const RowStack& stack) {
     for (int i = 0; i < stack.lists; ++i) AcrossRowsOf(stack, i);
 }
 
+// --- fine samples ---------------------------------------------------------------------------------------------------
+
+std::int16_t ToFine(int value) {
+    return static_cast<std::int16_t>(std::clamp(value, -32768, 32767));
+}
+
+template <int kChannels>
+void AlongFine_Plain(const RowBlock& block) {
+    const Taps& taps = *block.taps;
+    for (int r = 0; r < block.rows; ++r) {
+        std::int16_t* dst = block.fine[r];
+        for (int x = 0; x < taps.count; ++x, dst += kChannels) {
+            const TapList& list = taps.lists[x];
+            if (list.taps == 0 || !HasFineIntegers(list.form)) {
+                for (int c = 0; c < kChannels; ++c) dst[c] = FineSample(block, r, x, c);
+                continue;
+            }
+            const int shift = list.form.shift - kFineBits;
+            const std::int16_t* const weights = taps.coarse + static_cast<std::ptrdiff_t>(x) * taps.stride;
+            const std::uint8_t* pixel = block.src[r] + static_cast<std::ptrdiff_t>(list.first) * block.step;
+            int sums[kChannels];
+            std::fill_n(sums, kChannels, 1 << (shift - 1));
+            for (int k = 0; k < list.taps; ++k, pixel += block.step) {
+                for (int c = 0; c < kChannels; ++c) sums[c] += pixel[block.offset[c]] * weights[k];
+            }
+            for (int c = 0; c < kChannels; ++c) dst[c] = ToFine(sums[c] >> shift);
+        }
+    }
+}
+
+void AcrossFine_Plain(const FineStack& stack) {
+    if (!stack.weights) return AcrossFineByShares(stack);
+    constexpr int kShift = FineStack::kWeightBits + kFineBits;
+    for (std::ptrdiff_t at = 0; at < stack.count; at += kStrip) {
+        const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kStrip, stack.count - at);
+        int sums[kStrip];
+        std::fill_n(sums, count, 1 << (kShift - 1));
+        for (int k = 0; k < stack.taps; ++k) {
+            const std::int16_t* const row = stack.rows[k] + at;
+            const int weight = stack.weights[k];
+            for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] += row[i] * weight;
+        }
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            stack.dst[at + i] = static_cast<std::uint8_t>(std::clamp(sums[i] >> kShift, 0, 255));
+        }
+    }
+}
+
 }  // namespace
+
+std::int16_t FineSample(const RowBlock& block, int row, int list, int channel) {
+    const TapList& taps = block.taps->lists[list];
+    if (taps.taps == 0) return 0;
+    const float* const weights = block.taps->weights + static_cast<std::ptrdiff_t>(list) * block.taps->stride;
+    const std::uint8_t* sample =
+        block.src[row] + static_cast<std::ptrdiff_t>(taps.first) * block.step + block.offset[channel];
+    double sum = 0.0;
+    for (int k = 0; k < taps.taps; ++k, sample += block.step) sum += *sample * static_cast<double>(weights[k]);
+    const double value = std::floor(sum / taps.weightSum * (1 << kFineBits) + 0.5);
+    return value > -32768.0 ? static_cast<std::int16_t>(std::min(value, 32767.0)) : std::int16_t{-32768};
+}
+
+void AcrossFineByShares(const FineStack& stack) {
+    for (std::ptrdiff_t at = 0; at < stack.count; at += kStrip) {
+        const std::ptrdiff_t count = std::min<std::ptrdiff_t>(kStrip, stack.count - at);
+        float sums[kStrip] = {};
+        for (int group = 0; group < stack.taps; group += kTapsInGroup) {
+            float sumsOfGroup[kStrip] = {};
+            const int end = std::min(group + kTapsInGroup, stack.taps);
+            for (int k = group; k < end; ++k) {
+                const std::int16_t* const row = stack.rows[k] + at;
+                const float share = stack.shares[k];
+                for (std::ptrdiff_t i = 0; i < count; ++i) sumsOfGroup[i] += static_cast<float>(row[i]) * share;
+            }
+            for (std::ptrdiff_t i = 0; i < count; ++i) sums[i] += sumsOfGroup[i];
+        }
+        for (std::ptrdiff_t i = 0; i < count; ++i) {
+            const float value = sums[i] / (1 << kFineBits) + 0.5F;
+            stack.dst[at + i] = static_cast<std::uint8_t>(value > 0.0F ? std::min(static_cast<int>(value), 255) : 0);
+        }
+    }
+}
 
 void InitScaling_Plain(ScalingKernels* kernels) {
     *kernels = {{AlongRows_Plain<kChannels1>, AlongRows_Plain<kChannels2>, AlongRows_Plain<kChannels3>,
                  AlongRows_Plain<kChannels4>, AlongRows_Plain<kChannels5>, AlongRows_Plain<kLumaOnly>,
                  AlongRows_Plain<kLumaAndAlpha>},
-                AcrossRows_Plain};
+                AcrossRows_Plain,
+                {AlongFine_Plain<1>, AlongFine_Plain<2>, AlongFine_Plain<3>, AlongFine_Plain<4>},
+                AcrossFine_Plain};
 }
 
 }  // namespace zor

@@ -123,7 +123,7 @@ HWY_INLINE void Transpose(Shorts (&v)[8]) {
 // in the next 128 bits, 8 to 11; those of the second the others, so that ToShorts has all of them in order.
 constexpr int kRows = 2 * kIntLanes;
 
-template <ResampleShape kShape>
+template <ResampleShape kShape, bool kFine>
 class RowResampler {
     static constexpr bool kLuma = kShape >= kLumaOnly;
     static constexpr int kPlanes = PlanesOf(kShape), kChannels = ChannelsOf(kShape);
@@ -133,11 +133,16 @@ class RowResampler {
 
 public:
     RowResampler(const RowBlock& block, int firstRow)
-        : block_(block), taps_(*block.taps), pairs_(taps_.stride / 2), rows_(block.rows - firstRow) {
+        : block_(block),
+          taps_(*block.taps),
+          pairs_(taps_.stride / 2),
+          firstRow_(firstRow),
+          rows_(block.rows - firstRow) {
         if (rows_ > kRows) rows_ = kRows;
         for (int r = 0; r < kRows; ++r) {
             src_[r] = block.src[r < rows_ ? firstRow + r : firstRow];
-            dst_[r] = block.dst[r < rows_ ? firstRow + r : firstRow];
+            const int row = r < rows_ ? firstRow + r : firstRow;
+            dst_[r] = kFine ? reinterpret_cast<std::uint8_t*>(block.fine[row]) : block.dst[row];
         }
         const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(block.scratch);
         window_ = reinterpret_cast<std::int16_t*>(block.scratch + (64 - address % 64) % 64);
@@ -160,7 +165,9 @@ public:
         fromBytes_ = hn::LoadDup128(kBytes, from);
 
         for (int i = 0; i < RowBlock::kMaxPitch + 1; ++i) channelOf_[i] = kChannels;  // a row of zeros
-        for (int c = 0; c < kChannels; ++c) channelOf_[block.byteOf[c]] = c;
+        if (!kFine) {
+            for (int c = 0; c < kChannels; ++c) channelOf_[block.byteOf[c]] = c;
+        }
         std::memset(bytes_, 0, sizeof bytes_);
         inOrder_ = block.pitch == 2 * kWords;
         for (int c = 0; c < kChannels; ++c) inOrder_ = inOrder_ && block.byteOf[c] == c;
@@ -169,7 +176,11 @@ public:
     void Run() {
         const std::int16_t* coarse = taps_.coarse;
         for (int x = 0; x < taps_.count; ++x, coarse += kSets * taps_.stride) {
-            Column(x, coarse);
+            if constexpr (kFine) {
+                FineColumn(x, coarse);
+            } else {
+                Column(x, coarse);
+            }
         }
         Flush(taps_.count);
     }
@@ -321,6 +332,26 @@ private:
             }
         }
         Put(x);
+    }
+
+    void FineColumn(int x, const std::int16_t* coarse) {
+        const TapList& list = taps_.lists[x];
+        if (list.taps == 0 || !list.form.usable || list.form.shift <= kFineBits) {
+            for (int c = 0; c < kChannels; ++c) {
+                alignas(64) std::int16_t samples[kRows] = {};
+                for (int r = 0; r < rows_; ++r) samples[r] = FineSample(block_, firstRow_ + r, x, c);
+                PutWord(hn::Load(kShorts, samples));
+            }
+            return;
+        }
+        const int first = list.first / 2, shift = list.form.shift - kFineBits;
+        Provide(first, first + pairs_);
+        Ints sums[kChannels][2];
+        for (auto& sum : sums) sum[0] = sum[1] = hn::Set(kInts, std::int32_t{1} << (shift - 1));
+        AddPairs(PairAt(first), coarse, sums);
+        for (const auto& sum : sums) {
+            PutWord(ToShorts(hn::ShiftRightSame(sum[0], shift), hn::ShiftRightSame(sum[1], shift)));
+        }
     }
 
     HWY_INLINE void AddPairs(const std::int16_t* pair, const std::int16_t* weights, Ints (&sums)[kChannels][2]) const {
@@ -530,8 +561,8 @@ private:
     }
 
     void Flush(int columns) {
-        const std::ptrdiff_t bytes = static_cast<std::ptrdiff_t>(columns) * block_.pitch;
-        if (block_.pitch == 1 || block_.pitch % 2 == 0) {
+        const std::ptrdiff_t bytes = static_cast<std::ptrdiff_t>(columns) * (kFine ? 2 * kChannels : block_.pitch);
+        if (kFine || block_.pitch == 1 || block_.pitch % 2 == 0) {
             if (bytes > put_) StoreWords(static_cast<int>(bytes - put_));
         }
     }
@@ -564,6 +595,7 @@ private:
     const RowBlock& block_;
     const Taps& taps_;
     int pairs_;
+    int firstRow_;
     int rows_;  // that there are; the other lanes repeat the first
     const std::uint8_t* src_[kRows];
     std::uint8_t* dst_[kRows];
@@ -590,7 +622,12 @@ private:
 
 template <ResampleShape kShape>
 void AlongRows(const RowBlock& block) {
-    for (int first = 0; first < block.rows; first += kRows) RowResampler<kShape>(block, first).Run();
+    for (int first = 0; first < block.rows; first += kRows) RowResampler<kShape, false>(block, first).Run();
+}
+
+template <ResampleShape kShape>
+void AlongFine(const RowBlock& block) {
+    for (int first = 0; first < block.rows; first += kRows) RowResampler<kShape, true>(block, first).Run();
 }
 
 // --- rows one above the other ---------------------------------------------------------------------------------------
@@ -865,12 +902,58 @@ void AcrossRows(const RowStack& stack) {
     ForVectors(stack.count, [&](std::ptrdiff_t at) { Columns(both, at, &wasFlat); });
 }
 
+// --- fine samples ---------------------------------------------------------------------------------------------------
+
+// Adds two rows' samples, each times its weight, to the sums of its columns.
+HWY_INLINE void AddFineRows(const std::int16_t* a, const std::int16_t* b, Shorts weights, Ints* sums) {
+    const Shorts first = hn::LoadU(kShorts, a), second = hn::LoadU(kShorts, b);
+    sums[0] = AddProducts(sums[0], hn::InterleaveLower(kShorts, first, second), weights);
+    sums[1] = AddProducts(sums[1], hn::InterleaveUpper(kShorts, first, second), weights);
+}
+
+// As many columns as bytes in a vector.
+HWY_INLINE void FineColumns(const FineStack& stack, std::ptrdiff_t at) {
+    constexpr int kShift = FineStack::kWeightBits + kFineBits;
+    Ints sums[4];
+    for (Ints& sum : sums) sum = hn::Set(kInts, std::int32_t{1} << (kShift - 1));
+    for (int k = 0; k < stack.taps; k += 2) {
+        const std::int16_t* const a = stack.rows[k] + at;
+        const std::int16_t* const b = stack.rows[k + 1 < stack.taps ? k + 1 : k] + at;
+        const Shorts weights = PairOfWeights(stack.weights + k);
+        AddFineRows(a, b, weights, sums);
+        AddFineRows(a + 2 * kIntLanes, b + 2 * kIntLanes, weights, sums + 2);
+    }
+    for (Ints& sum : sums) sum = hn::ShiftRight<kShift>(sum);
+    Bytes bytes = ToBytes(ToShorts(sums[0], sums[1]), ToShorts(sums[2], sums[3]));
+#if HWY_TARGET == HWY_AVX2
+    bytes = Bytes{_mm256_permute4x64_epi64(bytes.raw, 0xD8)};
+#endif
+    hn::StoreU(bytes, kBytes, stack.dst + at);
+}
+
+void AcrossFine(const FineStack& stack) {
+    if (!stack.weights) return AcrossFineByShares(stack);
+    if (stack.count >= kByteLanes) {
+        ForVectors(stack.count, [&](std::ptrdiff_t at) { FineColumns(stack, at); });
+        return;
+    }
+    constexpr int kShift = FineStack::kWeightBits + kFineBits;
+    for (std::ptrdiff_t i = 0; i < stack.count; ++i) {
+        std::int32_t sum = std::int32_t{1} << (kShift - 1);
+        for (int k = 0; k < stack.taps; ++k) sum += stack.rows[k][i] * stack.weights[k];
+        sum >>= kShift;
+        stack.dst[i] = static_cast<std::uint8_t>(sum < 0 ? 0 : sum < 255 ? sum : 255);
+    }
+}
+
 }  // namespace
 
 void ZOR_TIER_FUNCTION(InitScaling)(ScalingKernels* kernels) {
     *kernels = {{AlongRows<kChannels1>, AlongRows<kChannels2>, AlongRows<kChannels3>, AlongRows<kChannels4>,
                  AlongRows<kChannels5>, AlongRows<kLumaOnly>, AlongRows<kLumaAndAlpha>},
-                AcrossRows};
+                AcrossRows,
+                {AlongFine<kChannels1>, AlongFine<kChannels2>, AlongFine<kChannels3>, AlongFine<kChannels4>},
+                AcrossFine};
 }
 
 }  // namespace zor

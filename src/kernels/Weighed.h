@@ -5,8 +5,8 @@
 // A pixel on its way is as many floats: each colour times alpha, 0 to 255 * 255, and alpha, 0 to 255. Source bytes are
 // just that, without any error. What they give is defined in single precision, so that twins agree to the byte:
 // products are rounded before they are added up in the order of the taps, kTapsInGroup at a time, and the sums of these
-// groups in their order. The result is cut to what a picture can hold: alpha to 0 to 255, then a colour times alpha to
-// 0 to 255 times alpha.
+// groups in their order. Between the passes nothing is cut off; the result is cut to what a picture can hold: alpha to
+// 0 to 255, then a colour times alpha to 0 to 255 times alpha.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,9 +14,6 @@
 #include "kernels/Scaling.h"
 
 namespace zor {
-
-// Rounding errors of long sums grow with the number of additions after one another.
-constexpr int kTapsInGroup = 256;
 
 enum WeighedShape : int { kGrayByAlpha, kColoursByAlpha, kWeighedShapes };
 constexpr int ChannelsOf(WeighedShape shape) {

@@ -54,7 +54,6 @@ void AlongRows_Plain(const WeighedBlock& block) {
                 }
                 for (int c = 0; c < kChannels; ++c) sums[c] += sumsOfGroup[c];
             }
-            Cut(sums);
             std::copy_n(sums, kChannels, block.dst[r] + static_cast<std::ptrdiff_t>(x) * kChannels);
         }
     }

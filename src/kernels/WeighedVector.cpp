@@ -198,7 +198,7 @@ void AlongRows(const WeighedBlock& block) {
                     for (int v = 0; v < kVectors; ++v) sums[v] = hn::Add(sums[v], more[v]);
                 }
                 for (int v = 0; v < kVectors; ++v) {
-                    const Floats pixels = Cut<kShape>(sums[v]);
+                    const Floats pixels = sums[v];
                     const int row = firstRow + v * (kFloatLanes / 4) * kRowsOfQuad;
 #if HWY_TARGET == HWY_AVX2
                     StoreQuad<kShape>(block, row, x, hn::LowerHalf(kQuad, pixels));

@@ -209,9 +209,65 @@ void AcrossRows(Kernels k, Bytes b, std::ptrdiff_t units) {
 }
 
 // What they give in place of bytes, as far as there is room for it.
-void PutOut(const std::vector<float>& floats, std::ptrdiff_t units, std::uint8_t* out) {
+template <class Number>
+void PutOut(const std::vector<Number>& numbers, std::ptrdiff_t units, std::uint8_t* out) {
     const std::size_t room = static_cast<std::size_t>(units) * KernelBytes::kMaxBytesPerUnit;
-    std::memcpy(out, floats.data(), std::min(floats.size() * sizeof(float), room));
+    std::memcpy(out, numbers.data(), std::min(numbers.size() * sizeof(Number), room));
+}
+
+template <int kChannels>
+void AlongFine(Kernels k, Bytes b, std::ptrdiff_t units) {
+    RowBlock block{};
+    block.rows = 1 + static_cast<int>(b.choice % RowBlock::kMaxRows);
+    block.width = static_cast<int>(units);
+    const int columns = units == 0 ? 0 : 1 + static_cast<int>(b.choice / 256 % static_cast<unsigned>(2 * units));
+    if (columns == 0) return;
+    const PixelRun run = RunOf(b.in[0], kChannels, b.choice / 128);
+    block.step = static_cast<int>(run.step);
+    for (int p = 0; p < kChannels; ++p) block.offset[p] = static_cast<int>(run.channels.offset[p]);
+    static thread_local std::vector<std::int16_t> result;
+    const auto rowSamples = static_cast<std::size_t>(columns * kChannels);
+    result.assign(rowSamples * static_cast<std::size_t>(block.rows), 4711);
+    for (int r = 0; r < block.rows; ++r) {
+        block.src[r] = b.in[r % KernelBytes::kInputs] + r;
+        block.fine[r] = result.data() + rowSamples * static_cast<std::size_t>(r);
+    }
+    block.taps = &TapsBetween(block.width, columns, ScaleAxis::kHorizontal, false, b.choice / 16384);
+    static thread_local std::vector<std::uint8_t> scratch;
+    scratch.resize(static_cast<std::size_t>(RowScratchBytes(ResampleShapeOf(kChannels, false), block.taps->stride)));
+    block.scratch = scratch.data();
+    k.scaling.alongFine[kChannels - 1](block);
+    PutOut(result, units, b.out);
+}
+
+// As many samples as units, out of up to 40 rows by integers or 700 by shares, some of which are negative.
+void AcrossFine(Kernels k, Bytes b, std::ptrdiff_t units) {
+    static thread_local std::vector<std::int16_t> rows[KernelBytes::kInputs];
+    for (int i = 0; i < KernelBytes::kInputs; ++i) {
+        rows[i].clear();
+        for (std::ptrdiff_t at = 0; at < units; ++at) {
+            rows[i].push_back(static_cast<std::int16_t>(b.in[i][at] * 96 - 4000));
+        }
+    }
+    FineStack stack{};
+    const bool byShares = b.choice % 8 == 0;
+    stack.taps = 1 + static_cast<int>(b.choice / 8 % (byShares ? 700U : 40U));
+    std::vector<const std::int16_t*> pointers;
+    std::vector<std::int16_t> weights;
+    std::vector<float> shares;
+    for (int t = 0; t < stack.taps; ++t) {
+        pointers.push_back(rows[t % KernelBytes::kInputs].data());
+        shares.push_back((t % 5 == 0 ? -0.4F : 1.1F + 0.1F * static_cast<float>(t % 7)) /
+                         static_cast<float>(stack.taps));
+        weights.push_back(static_cast<std::int16_t>(shares.back() * (1 << FineStack::kWeightBits)));
+    }
+    weights.push_back(0);
+    stack.rows = pointers.data();
+    stack.weights = byShares ? nullptr : weights.data();
+    stack.shares = shares.data();
+    stack.count = units;
+    stack.dst = b.out;
+    k.scaling.acrossFine(stack);
 }
 
 const float* SharesOf(const Taps& taps, std::vector<float>* shares) {
@@ -988,6 +1044,11 @@ const std::vector<KernelCase> kCases = {
     {"scaling.alongRows[kLumaOnly]", AlongRows<kLumaOnly>},
     {"scaling.alongRows[kLumaAndAlpha]", AlongRows<kLumaAndAlpha>},
     {"scaling.acrossRows", AcrossRows},
+    {"scaling.alongFine[0]", AlongFine<1>},
+    {"scaling.alongFine[1]", AlongFine<2>},
+    {"scaling.alongFine[2]", AlongFine<3>},
+    {"scaling.alongFine[3]", AlongFine<4>},
+    {"scaling.acrossFine", AcrossFine},
     {"weighed.isOpaque[0]", IsOpaque<kGrayByAlpha>},
     {"weighed.isOpaque[1]", IsOpaque<kColoursByAlpha>},
     {"weighed.alongRows[0]", WeighedAlongRows<kGrayByAlpha>},
