@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/RowAccess.h"
 #include "core/Storage.h"
 #include "kernels/KernelTable.h"
 
@@ -56,6 +57,12 @@ PixelRange PixelsWithin(const RowSpan& row, std::int64_t pixelSize, std::int64_t
     const std::int64_t last = FloorDiv(std::int64_t{row.end} - 1 - high, pixelSize) - x + 1;
     const std::int64_t from = std::clamp<std::int64_t>(first, 0, width);
     return {from, std::clamp<std::int64_t>(last, from, width)};
+}
+
+bool HoldsNothing(const ImageClassData* record) {
+    constexpr std::int64_t kMostPixels = INT32_MAX;
+    const bool isLinear = record->GetRow == GetRowLinear || record->GetRow == GetRowLinearMirrored;
+    return isLinear && record->StorageBytes <= 0 && record->Width > 0 && record->Height > kMostPixels / record->Width;
 }
 
 // --- gathering and scattering ---------------------------------------------------------------------------------------

@@ -71,6 +71,11 @@ inline PixelRange PixelsReached(const RowSpan& row, std::int64_t pixelSize, cons
     return PixelsWithin(row, pixelSize, channels.highest(), channels.lowest(), x, width);
 }
 
+// True for an image that is said to have more pixels than memory can hold, none of which lies in its storage: one of
+// the application's own memory in rows of no bytes, for example. What works through an image row by row leaves it
+// alone, as nothing that is written there would stay, and the work would not end.
+bool HoldsNothing(const ImageClassData* record);
+
 // Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A null row
 // gives zeros.
 void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,

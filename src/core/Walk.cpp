@@ -210,6 +210,9 @@ int LayerOfSameImage(const Walk& walk, int layer) {
 }  // namespace
 
 bool WalkRuns(const Walk& walk, RunFn run, void* work) {
+    const ImageClassData* const written = walk.layers[0].image;
+    const bool goesOn = walk.everyPixel || walk.stopAtMissingRow || (walk.yield && walk.yield->YieldTicks > 0);
+    if (written && !goesOn && HoldsNothing(written)) return true;
     LayerRows rowsOf[Layer::kMax];
     int sameRows[Layer::kMax];  // an earlier layer that has the same rows
     for (int i = 0; i < walk.layerCount; ++i) {

@@ -90,6 +90,7 @@ void WorkRow(const Walk& walk, const RowSpan* rows, std::int64_t step, Work work
 // after each.
 template <class Work>
 void WalkRows(ImageClassData* record, const PixelRect& rect, Work work) {
+    if (record->YieldTicks <= 0 && HoldsNothing(record)) return;
     for (std::int64_t y = rect.y; y < rect.y + rect.height; ++y) {
         const RowSpan row = GetRowSpan(record, static_cast<int>(y));
         if (row) work(row);

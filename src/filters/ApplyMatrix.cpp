@@ -200,7 +200,7 @@ REALobject PictureMatrix5(REALobject object, REALobject dst, int dimension, REAL
     if (!result) return nullptr;
     ImageClassData* const dstImage = ImageDataOf(result);
     Convolution job{SidesOf(src, dstImage), src->Width, src->Height, {delta, scaleFactor}};
-    if (job.sides.count() < 1 || job.width < 1 || !HasRows(src)) return result;
+    if (job.sides.count() < 1 || job.width < 1 || !HasRows(src) || HoldsNothing(dstImage)) return result;
     if (!ImagesOverlap(src, dstImage)) {
         OrderByBytes(&job.sides);
         if (ConvolveRows(job, cells)) return result;

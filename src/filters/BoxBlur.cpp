@@ -298,6 +298,7 @@ void BlurImage(ImageClassData* src, ImageClassData* dst, int radius, bool vertic
     BoxBlur blur{SidesOf(src, dst), src->Width, src->Height, radius, 0};
     blur.divisor = radius >= 1 ? 2 * static_cast<std::int64_t>(radius) + 1 : 3;
     if (blur.count() < 1 || blur.width < 1 || radius < 0 || !SizesAreAllowed(blur) || !HasRows(src)) return;
+    if (HoldsNothing(dst)) return;
     if (ImagesOverlap(src, dst)) {
         BlurShared(blur, vertical, horizontal);
         return;

@@ -2,6 +2,7 @@
 // What every filter with a destination does before its first pixel.
 
 #include "core/Factory.h"
+#include "core/RowSpan.h"
 
 namespace zor {
 
@@ -21,7 +22,7 @@ REALobject FilterInto(REALobject object, REALobject dst, Work work) {
     ImageClassData* const src = ImageDataOf(object);
     ObjectHolder result(OpenDestination(src, dst));
     if (!result.get()) return nullptr;
-    work(src, ImageDataOf(result.get()));
+    if (!HoldsNothing(ImageDataOf(result.get()))) work(src, ImageDataOf(result.get()));
     return result.release();
 }
 

@@ -177,7 +177,7 @@ void BlurSides(PixelSides sides, double radius) {
     const std::int64_t rowBytes = static_cast<std::int64_t>(sides.dst.record->RowSize) + kSpareBytes;
     const FractionalBlur blur{sides, sides.src.record->Width, sides.src.record->Height};
     if (rowBytes < 0 || rowBytes > INT_MAX || blur.width < 1 || blur.height < 1) return;
-    if (!HasRows(sides.src.record)) return;
+    if (!HasRows(sides.src.record) || HoldsNothing(sides.dst.record)) return;
     SlidingRows source(blur);
     const PassRows rows(blur);
     if (!source || !rows) return;

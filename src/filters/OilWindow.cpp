@@ -133,6 +133,8 @@ void Paint(const PixelSides& sides, int classes, std::int64_t range, const RowRi
     window.classes = classes;
     window.rows = rows;
     for (int i = 0; i < 256; ++i) window.classOf[i] = static_cast<std::uint8_t>(i * classes / 256);
+    const bool allRows = range >= src->Height - 1;  // in every window, so that one row of the result is as another
+    bool painted = false;
     std::int64_t arrived = 0;  // rows copied so far
     for (int y = 0; y < src->Height; ++y) {
         const std::int64_t first = std::max<std::int64_t>(y - range, 0);
@@ -146,7 +148,13 @@ void Paint(const PixelSides& sides, int classes, std::int64_t range, const RowRi
         const RowSpan dstRow = GetRowSpan(sides.dst.record, y);
         if (!dstRow || window.rowCount == 0) continue;
         std::uint8_t* const out = BeginPacked(dstRow, sides.dst, width, outCopy);
-        window.PaintRow(width, range, out);
+        if (!allRows) {
+            window.PaintRow(width, range, out);
+        } else {
+            if (!painted) window.PaintRow(width, range, outCopy);
+            painted = true;
+            if (out != outCopy) std::memcpy(out, outCopy, static_cast<std::size_t>(ring.rowBytes));
+        }
         EndPacked(dstRow, sides.dst, width, out);
     }
 }

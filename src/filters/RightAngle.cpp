@@ -64,6 +64,7 @@ REALobject Rotate180(REALobject object, REALobject dst) {
     const REALobject result = OpenDestination(src, dst);
     if (!result) return nullptr;
     const PixelSides sides = SidesOf(src, ImageDataOf(result));
+    if (HoldsNothing(sides.dst.record)) return result;
     WithChannelCount(sides.count(), [&](auto kCount) {
         if (ImagesOverlap(src, sides.dst.record)) {
             HalfTurn_Plain<kCount>(sides, src->Width, src->Height);
@@ -227,6 +228,7 @@ static REALobject TurnByQuarter(REALobject object, REALobject dst, bool clockwis
     if (!result) return nullptr;
     ImageClassData* const dstImage = ImageDataOf(result);
     const QuarterTurn turn{SidesOf(src, dstImage), src->Width, src->Height, clockwise};
+    if (HoldsNothing(dstImage)) return result;
     const Block whole{0, 0, turn.width, turn.height};
     WithChannelCount(turn.sides.count(), [&](auto kCount) {
         if (OrderIsHidden(turn)) {

@@ -365,6 +365,23 @@ std::vector<int> TouchedColumns(const TestImage& image, int y, int offset = 0) {
     return columns;
 }
 
+TEST_F(InPlace, AnImageThatHoldsNothingOfItsPixelsIsLeftAlone) {
+    const REALobject block = host.NewBlock(16);
+    const TestImage image(host.NewImage());
+    ImageConstructorMemory(image.object(), block, INT_MAX, INT_MAX, ImageFormatRGBA, 0);
+    REALUnlockObject(block);
+    ASSERT_TRUE(image->Valid);
+    std::fill_n(image->Pixels, 16, std::uint8_t{77});
+    const TestImage view(ClipImage5(image.object(), 5, 5, INT_MAX - 9, INT_MAX - 9)),
+        mirrored(GetMirroredView(view.object()));
+    for (const TestImage* const each : {&image, &view, &mirrored}) {
+        Invert1(each->object());
+        ClearRect1(each->object());
+        FillRect1(each->object(), 3);
+    }
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(image->Pixels[i], 77);
+}
+
 TEST_F(InPlace, NegativeWidthExtendsToTheLeft) {
     const TestImage image = MakePlain(10, 2, ImageFormatG);
     FillRect5(image.object(), 5, 0, -3, 1, 1);

@@ -1,5 +1,7 @@
 // What the blurs, the convolution and the turns share: the checks of both images, the new image, the yields, the locks.
 
+#include <climits>
+#include <cstring>
 #include <stdexcept>
 
 #include "core/Construction.h"
@@ -201,6 +203,25 @@ TEST_F(NeighbourFrame, AnEmptyViewChangesNothing) {
         EXPECT_EQ(result.object(), dest.object());
         EXPECT_TRUE(SameStorage(before, SnapshotOf(dest), dest));
         EXPECT_EQ(filter.run(empty.object(), nullptr), nullptr) << "no image has no columns or no rows";
+    }
+}
+
+// An application can say of a few bytes that they are any number of rows of no bytes. No work would come to an end
+// there.
+TEST_F(NeighbourFrame, AnImageThatHoldsNothingOfItsPixelsIsLeftAlone) {
+    for (const NamedFilter& filter : kFilters) {
+        SCOPED_TRACE(filter.name);
+        const REALobject block = host.NewBlock(16);
+        const TestImage huge(host.NewImage());
+        ImageConstructorMemory(huge.object(), block, INT_MAX, 1 << 30, ImageFormatRGB, 0);
+        REALUnlockObject(block);
+        ASSERT_TRUE(huge->Valid);
+        std::memset(huge->Pixels, 77, 16);
+        const TestImage inPlace(filter.run(huge.object(), huge.object()));
+        EXPECT_EQ(inPlace.object(), huge.object());
+        const TestImage source = Noise(ImageFormatRGB), into(filter.run(source.object(), huge.object()));
+        EXPECT_EQ(into.object(), huge.object());
+        for (int i = 0; i < 16; ++i) EXPECT_EQ(huge->Pixels[i], 77);
     }
 }
 

@@ -178,4 +178,32 @@ TEST_F(OilFilterTest, AgreesWithTheModelOnRandomImages) {
     });
 }
 
+// Every window has all rows then: one row of the result is as another, whatever the range.
+TEST_F(OilFilterTest, AWindowOfAllRowsPaintsThemAlike) {
+    Random random(9);
+    for (const int format : {ImageFormatRGB, ImageFormatXBGR, ImageFormatGA}) {
+        const TestImage source = MakePlain(1100, 900, format);
+        FillWithNoise(source, random);
+        const TestImage result(OilFilter(source.object(), nullptr, 256, 65535));
+        const int size = source->PixelSize;
+        const std::uint8_t* const first = result->Pixels;
+        for (int at = size; at < 1100 * size; ++at) ASSERT_EQ(first[at], first[at - size]) << at;
+        for (int y = 1; y < 900; ++y) {
+            const std::uint8_t* const row = first + y * result->RowSize;
+            ASSERT_TRUE(std::equal(row, row + 1100 * size, first)) << y;
+        }
+        std::vector<std::vector<int>> count(5, std::vector<int>(256));
+        for (int y = 0; y < 900; ++y) {
+            for (int x = 0; x < 1100; ++x) {
+                for (int c = 0; c < size; ++c)
+                    ++count[static_cast<std::size_t>(c)][source->Pixels[y * source->RowSize + x * size + c]];
+            }
+        }
+        for (const ModelChannel& channel : ChannelsOfFamily(source.record(), result.record())) {
+            const std::vector<int>& of = count[static_cast<std::size_t>(channel.from)];
+            EXPECT_EQ(result->Pixels[channel.to], std::max_element(of.begin(), of.end()) - of.begin());
+        }
+    }
+}
+
 }  // namespace

@@ -1,5 +1,6 @@
 // What the tone, dither and artistic filters share: the checks of both images, the new image, the yields, the locks.
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "core/Construction.h"
@@ -204,6 +205,23 @@ TEST_F(ToneFilterFrame, NeverWritesPadBytes) {
             }
             EXPECT_TRUE(SameStorage(expected, after, dest));
         }
+    }
+}
+
+// An application can say of a few bytes that they are any number of rows of no bytes. No work would come to an end
+// there.
+TEST_F(ToneFilterFrame, AnImageThatHoldsNothingOfItsPixelsIsLeftAlone) {
+    for (const NamedFilter& filter : kFilters) {
+        SCOPED_TRACE(filter.name);
+        const REALobject block = host.NewBlock(16);
+        const TestImage huge(host.NewImage());
+        ImageConstructorMemory(huge.object(), block, INT32_MAX, 1 << 30, ImageFormatRGBA, 0);
+        REALUnlockObject(block);
+        ASSERT_TRUE(huge->Valid);
+        std::fill_n(huge->Pixels, 16, std::uint8_t{77});
+        const TestImage inPlace(filter.run(huge.object(), huge.object()));
+        const TestImage source = Noise(ImageFormatRGBA), into(filter.run(source.object(), huge.object()));
+        for (int i = 0; i < 16; ++i) EXPECT_EQ(huge->Pixels[i], 77);
     }
 }
 
