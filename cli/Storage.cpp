@@ -196,6 +196,14 @@ bool GoesToScratch(const ImageNeed& need) {
     return !CanBeInMemory(need) || MemoryRowBytes(need.width, need.bytesPerPixel) * need.height > Memory() / kShares;
 }
 
+void CheckMemoryHolds(const std::string& what, const ImageNeed& need, std::int64_t bytes) {
+    constexpr std::int64_t kAlways = 64 << 20;
+    if (bytes < 0) throw RunError(what + ": too large: " + PixelsText(need));
+    if (bytes > std::max(Memory(), kAlways))
+        throw RunError(what + ": too large: " + PixelsText(need) + " take " + SizeText(bytes) +
+                       " for rows at a time, and images may take " + SizeText(Memory()) + "; --memory gives them more");
+}
+
 void CheckScratchHolds(const std::string& what, const std::vector<ImageNeed>& needs) {
     std::int64_t total = 0;
     std::string images;

@@ -53,6 +53,10 @@ std::string PixelsText(const ImageNeed& need);
 // images at a time, or larger than any image in memory can be.
 bool GoesToScratch(const ImageNeed& need);
 
+// Throws a RunError unless the memory holds so many bytes of rows that are needed at a time to make the image; below 0:
+// more than any memory. A few mebibytes may be had even where images get less.
+void CheckMemoryHolds(const std::string& what, const ImageNeed& need, std::int64_t bytes);
+
 // Throws a RunError unless the scratch directory has room for those of the images that go there, all at one time.
 // `what` begins the message: whom they are for.
 void CheckScratchHolds(const std::string& what, const std::vector<ImageNeed>& needs);

@@ -1,12 +1,18 @@
 #include "effects/ScaleEffects.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
+#include <deque>
 
 #include "Engine.h"
 #include "Errors.h"
 #include "Rows.h"
 #include "Storage.h"
+#include "Workers.h"
+#include "effects/Effects.h"
 #include "scale/FineScaleStream.h"
+#include "scale/NearestRows.h"
 
 namespace {
 
@@ -66,9 +72,37 @@ void CheckBetweenPasses(const std::string& effect, const ImageShape& source, con
     CheckScratchHolds(effect, {NeedOf(source), between.need, NeedOf(result)});
 }
 
+// Nothing is done to the picture then, which some filters would soften.
+bool IsSameSize(const ImageShape& source, const ImageShape& result) {
+    return source.width == result.width && source.height == result.height;
+}
+
+zor::ScaleStreamRequest RequestFor(const ImageShape& source, const ImageShape& result, int mode) {
+    zor::ScaleStreamRequest request{};
+    request.kernel = zor::KernelOfMode(mode);
+    request.srcWidth = source.width;
+    request.srcHeight = source.height;
+    request.width = result.width;
+    request.height = result.height;
+    request.shape = zor::ResampleShapeOf(Describe(source.kind).channels, false);
+    return request;
+}
+
+// By rows, none of the images has to fit anywhere.
+void CheckRowsFit(const std::string& effect, const ImageShape& source, const ImageShape& result, int mode,
+                  int threads) {
+    if (IsSameSize(source, result)) return;
+    const std::int64_t bytes = zor::FineScaleStream::MemoryFor(
+        RequestFor(source, result, mode), Describe(source.kind).hasAlpha, Workers::ThreadsFor(threads));
+    CheckMemoryHolds(effect, NeedOf(result), bytes);
+}
+
 ImageShape PlanScale(const ImageShape& source, const Arguments& arguments) {
     const ImageShape result = PlanFastScale(source, arguments);
-    if (PluginBytes()) CheckBetweenPasses("scale", source, result);
+    if (PluginBytes())
+        CheckBetweenPasses("scale", source, result);
+    else
+        CheckRowsFit("scale", source, result, FilterMode(arguments.Choice("filter")), arguments.Integer("threads"));
     return result;
 }
 
@@ -108,49 +142,113 @@ void RunFastScale(Raster* image, const ImageShape& result, const Arguments&) {
     *image = std::move(target);
 }
 
-// Rounded, from rows as they come.
-class ScaledRows : public RowSource {
+// Made of rows that are read in their order.
+class RowsOfOthers : public RowSource {
+protected:
+    RowsOfOthers(std::unique_ptr<RowSource> rows, const ImageShape& result)
+        : RowSource(result), rows_(std::move(rows)) {}
+
+    [[nodiscard]] RowSource& Others() { return *rows_; }
+    const std::uint8_t* Read() {
+        ++next_;
+        return rows_->Next();
+    }
+    // The number of the row that is read next, which may be further down.
+    [[nodiscard]] int NextToRead() const { return next_; }
+    void SkipTo(std::int64_t number) {
+        if (number > next_) rows_->Skip(static_cast<int>(number) - next_);
+        next_ = static_cast<int>(number);
+    }
+    // A file may be damaged where no row of the result needs it: where it must be read anyhow, that is told.
+    void SkipTheRest() { SkipTo(rows_->Shape().height); }
+
+private:
+    std::unique_ptr<RowSource> rows_;
+    int next_ = 0;
+};
+
+// Rounded, from rows as they come: while they are read, workers filter those before.
+class ScaledRows : public RowsOfOthers {
 public:
-    ScaledRows(std::unique_ptr<RowSource> rows, const ImageShape& result, int mode)
-        : RowSource(result), rows_(std::move(rows)) {
-        const ImageShape& source = rows_->Shape();
+    ScaledRows(std::unique_ptr<RowSource> rows, const ImageShape& result, int mode, int wanted)
+        : RowsOfOthers(std::move(rows), result), workers_(wanted) {
+        const ImageShape& source = Others().Shape();
+        const int threads = Workers::ThreadsFor(wanted);
         const int channels = Describe(source.kind).channels;
-        zor::ScaleStreamRequest request{};
-        request.kernel = zor::KernelOfMode(mode);
-        request.srcWidth = source.width;
-        request.srcHeight = source.height;
-        request.width = result.width;
-        request.height = result.height;
-        request.shape = zor::ResampleShapeOf(channels, false);
-        if (!stream_.Start(request, Describe(source.kind).hasAlpha)) throw RunError("scale: not enough memory");
-        step_ = channels;
+        if (!stream_.Start(RequestFor(source, result, mode), Describe(source.kind).hasAlpha, threads))
+            throw RunError("scale: not enough memory");
+        rowBytes_ = std::int64_t{source.width} * channels;
+        left_ = stream_.source().x * channels;
         row_.resize(static_cast<std::size_t>(stream_.rowBytes()));
+        if (Raster* const whole = Others().Whole(); whole != nullptr && whole->RowDistance() != 0) {
+            image_ = whole->Row(0);
+            imageRowBytes_ = whole->RowDistance();
+        } else {
+            slots_ = std::min(threads * zor::RowBlock::kMaxRows, source.height);
+            read_.resize(static_cast<std::size_t>(slots_ * rowBytes_));
+            SkipTo(stream_.source().y);
+        }
     }
 
     const std::uint8_t* Next() override {
-        while (!stream_.Take(row_.data()))
-            if (!stream_.Feed(rows_->Next(), step_)) throw RunError("scale: not enough memory");
+        while (!stream_.Take(row_.data())) {
+            if (!open_.empty() && workers_.IsDone(open_.front())) {
+                Close();
+            } else if (const zor::FineScaleStream::Rows opened = stream_.OpenRows(); opened.count > 0) {
+                Open(opened);
+            } else {
+                workers_.WaitFor(open_.front());
+                Close();
+            }
+        }
+        if (++made_ == Shape().height && image_ == nullptr) SkipTheRest();
         return row_.data();
     }
 
 private:
-    std::unique_ptr<RowSource> rows_;
+    const std::uint8_t* NextOfSource(int number) {
+        if (image_ != nullptr) return image_ + (stream_.source().y + number) * imageRowBytes_;
+        std::uint8_t* const row = read_.data() + number % slots_ * rowBytes_;
+        std::memcpy(row, Read(), static_cast<std::size_t>(rowBytes_));
+        return row;
+    }
+
+    void Open(const zor::FineScaleStream::Rows& opened) {
+        std::array<const std::uint8_t*, zor::RowBlock::kMaxRows> rows{};
+        for (int r = 0; r < opened.count; ++r)
+            rows[static_cast<std::size_t>(r)] = NextOfSource(opened.first + r) + left_;
+        open_.push_back(workers_.Add([this, opened, rows] { stream_.FilterOpened(opened, rows.data()); }));
+    }
+    void Close() {
+        stream_.CloseRows();
+        open_.pop_front();
+    }
+
+    std::int64_t rowBytes_ = 0;
+    std::int64_t left_ = 0;                // bytes of a row that come before what is needed of it
+    const std::uint8_t* image_ = nullptr;  // where all rows lie in memory, the first one
+    std::int64_t imageRowBytes_ = 0;
+    std::vector<std::uint8_t> read_;  // else those that are open, number r in slot r % slots_
+    int slots_ = 0;
     zor::FineScaleStream stream_;
-    std::ptrdiff_t step_ = 0;
     std::vector<std::uint8_t> row_;
+    int made_ = 0;
+    std::deque<std::size_t> open_;  // the numbers of the work on them
+    Workers workers_;               // behind all that it works on, so that it ends before
 };
 
 std::unique_ptr<RowSource> StreamTo(std::unique_ptr<RowSource> rows, const ImageShape& result,
-                                    const std::string& filter) {
-    const ImageShape& source = rows->Shape();
-    if (source.width == result.width && source.height == result.height) return rows;  // some filters would soften it
-    return std::make_unique<ScaledRows>(std::move(rows), result, FilterMode(filter));
+                                    const std::string& filter, int threads) {
+    if (IsSameSize(rows->Shape(), result)) return rows;
+    return std::make_unique<ScaledRows>(std::move(rows), result, FilterMode(filter), threads);
 }
 
 std::unique_ptr<RowSource> StreamScale(std::unique_ptr<RowSource> rows, const ImageShape& result,
                                        const Arguments& arguments) {
-    return StreamTo(std::move(rows), result, arguments.Choice("filter"));
+    return StreamTo(std::move(rows), result, arguments.Choice("filter"), arguments.Integer("threads"));
 }
+
+constexpr const char* kThumbnailFilter = "lanczos3";
 
 // Into the box, as large as fits, but no larger than it is.
 ImageShape PlanThumbnail(const ImageShape& source, const Arguments& arguments) {
@@ -159,11 +257,13 @@ ImageShape PlanThumbnail(const ImageShape& source, const Arguments& arguments) {
         std::min({static_cast<double>(box.width) / source.width, static_cast<double>(box.height) / source.height, 1.0});
     const PixelSize size = Resolve({0, 0, 100 * part}, source.width, source.height);
     const ImageShape result{static_cast<int>(size.width), static_cast<int>(size.height), source.kind};
-    if (PluginBytes()) CheckBetweenPasses("thumbnail", source, result);
+    if (PluginBytes())
+        CheckBetweenPasses("thumbnail", source, result);
+    else
+        CheckRowsFit("thumbnail", source, result, FilterMode(kThumbnailFilter), 0);
     return result;
 }
 
-constexpr const char* kThumbnailFilter = "lanczos3";
 constexpr int kThumbnailSourceSides = 2;  // what is left for the filter to do, so that it makes what people see
 
 void RunThumbnail(Raster* image, const ImageShape& result, const Arguments&) {
@@ -172,7 +272,38 @@ void RunThumbnail(Raster* image, const ImageShape& result, const Arguments&) {
 
 std::unique_ptr<RowSource> StreamThumbnail(std::unique_ptr<RowSource> rows, const ImageShape& result,
                                            const Arguments&) {
-    return StreamTo(std::move(rows), result, kThumbnailFilter);
+    return StreamTo(std::move(rows), result, kThumbnailFilter, 0);
+}
+
+class NearestPixels : public RowsOfOthers {
+public:
+    NearestPixels(std::unique_ptr<RowSource> rows, const ImageShape& result) : RowsOfOthers(std::move(rows), result) {
+        const PixelKindRow& kind = Describe(result.kind);
+        const int colours = kind.channels - (kind.hasAlpha ? 1 : 0);
+        if (!scaler_.Start(Others().Shape().width, result.width, colours, kind.hasAlpha))
+            throw RunError("scalefast: not enough memory");
+        row_.resize(static_cast<std::size_t>(result.width) * static_cast<std::size_t>(kind.channels));
+    }
+
+    const std::uint8_t* Next() override {
+        const int number = zor::NearestOf(made_++, Others().Shape().height, Shape().height);
+        if (number >= NextToRead()) {  // else the same once more
+            SkipTo(number);
+            scaler_.Make(Read(), row_.data());
+        }
+        if (made_ == Shape().height) SkipTheRest();
+        return row_.data();
+    }
+
+private:
+    zor::NearestRows scaler_;
+    std::vector<std::uint8_t> row_;
+    int made_ = 0;
+};
+
+std::unique_ptr<RowSource> StreamFastScale(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                           const Arguments&) {
+    return std::make_unique<NearestPixels>(std::move(rows), result);
 }
 
 constexpr ArgumentType kSize = ArgumentType::Size;
@@ -186,9 +317,8 @@ std::vector<EffectRow> ScaleEffects() {
          "Another size, filtered",
          "With one side given, or a percentage, the picture keeps its shape. The filters differ in sharpness: lanczos8 "
          "and\n"
-         "lanczos3 are sharp, cubic, poly3 and mitchell softer, triangle soft, box makes blocks. The result is the "
-         "same\n"
-         "for any number of threads.",
+         "lanczos3 are sharp, cubic, poly3 and mitchell softer, triangle soft, box makes blocks. Colours count by how\n"
+         "opaque they are; clear pixels show nowhere. The result is the same for any number of threads.",
          "scale 800x filter=mitchell",
          {{"size", kSize, nullptr, 0, 0, {}, "the new size in pixels"},
           {"filter", ArgumentType::Choice, "lanczos3", 0, 0, FilterWords(), "how pixels are weighted"},
@@ -223,6 +353,8 @@ std::vector<EffectRow> ScaleEffects() {
          "scalefast 400%",
          {{"size", kSize, nullptr, 0, 0, {}, "the new size in pixels"}},
          PlanFastScale,
-         RunFastScale},
+         RunFastScale,
+         1,
+         StreamFastScale},
     };
 }

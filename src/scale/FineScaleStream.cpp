@@ -28,23 +28,40 @@ bool MakeIntegersOf(const float* shares, int count, std::int16_t* integers) {
 
 }  // namespace
 
-bool FineScaleStream::Start(const ScaleStreamRequest& request, bool alphaWeighs) {
+bool FineScaleStream::Start(const ScaleStreamRequest& request, bool alphaWeighs, int threads) {
     FineScaleStream started;
-    const bool done = started.Begin(request, alphaWeighs);
+    const bool done = started.Begin(request, alphaWeighs, threads);
     *this = done ? std::move(started) : FineScaleStream();
     return done;
 }
 
-bool FineScaleStream::Begin(const ScaleStreamRequest& request, bool alphaWeighs) {
+std::int64_t FineScaleStream::MemoryFor(const ScaleStreamRequest& request, bool alphaWeighs, int threads) {
+    const double across = static_cast<double>(request.width) / request.srcWidth;
+    const double down = static_cast<double>(request.height) / request.srcHeight;
+    const std::int64_t columnTaps = ListCapacity(*request.kernel, ScaleAxis::kHorizontal, across);
+    const std::int64_t rowTaps = ListCapacity(*request.kernel, ScaleAxis::kVertical, down);
+    if (columnTaps > TapTable::kMaxWeights / request.width || rowTaps > TapTable::kMaxWeights / request.height) {
+        return -1;
+    }
+    const std::int64_t channels = ChannelsOf(request.shape), blocks = std::int64_t{RowBlock::kMaxRows} * threads;
+    const std::int64_t rows = std::min<std::int64_t>(request.srcHeight, rowTaps + blocks);
+    return rows * request.width * channels * (alphaWeighs ? 6 : 2) + blocks * request.srcWidth * channels +
+           16 * (columnTaps * request.width + rowTaps * request.height);
+}
+
+bool FineScaleStream::Begin(const ScaleStreamRequest& request, bool alphaWeighs, int threads) {
+    if (threads < 1) return false;
     if (request.shape > kChannels4) return false;
     if (alphaWeighs && request.shape != kChannels2 && request.shape != kChannels4) return false;
-    if (!Prepare(request) || !MakeShares(&downTaps_) || !MakeIntegers()) return false;
+    if (!Prepare(request, threads) || !MakeShares(&downTaps_) || !MakeIntegers()) return false;
     weighs_ = alphaWeighs;
     colours_ = ChannelsOf(shape_) - (weighs_ ? 1 : 0);
     fineRing_ = HeapArray<std::int16_t>(slots_, FineSamples());
     fineStack_ = HeapArray<const std::int16_t*>(down_.stride);
-    scratch_ = HeapArray<std::uint8_t>(
-        std::max(RowScratchBytes(shape_, across_.stride), weighs_ ? WeighedScratchBytes(across_.stride) : 0));
+    scratchBytes_ =
+        std::max(RowScratchBytes(shape_, across_.stride), weighs_ ? WeighedScratchBytes(across_.stride) : 0);
+    scratchBytes_ = (scratchBytes_ + 63) / 64 * 64;
+    scratch_ = HeapArray<std::uint8_t>(threads, scratchBytes_);
     if (!fineRing_ || !fineStack_ || !scratch_) return false;
     if (!weighs_) return true;
     weighedRing_ = HeapArray<float>(slots_, WeighedRowFloats(Weighed(), block_.width));
@@ -85,7 +102,7 @@ void FineScaleStream::FilterFine(const std::uint8_t* const* rows, int first, int
     for (int c = 0; c < colours_; ++c) block.offset[c] = c;
     block.width = static_cast<int>(source_.width);
     block.taps = &across_;
-    block.scratch = scratch_.get();
+    block.scratch = ScratchOf(first);
     for (int r = 0; r < count; ++r) {
         block.src[r] = rows[r];
         block.fine[r] = FineRow(first + r);
@@ -98,7 +115,7 @@ void FineScaleStream::FilterWeighed(const std::uint8_t* const* rows, int first, 
     block.rows = count;
     block.taps = &across_;
     block.shares = acrossTaps_.shares.get();
-    block.scratch = scratch_.get();
+    block.scratch = ScratchOf(first);
     for (int r = 0; r < count; ++r) {
         block.src[r] = rows[r];
         block.dst[r] = WeighedRow(first + r);

@@ -12,7 +12,7 @@ bool ScaleStream::Start(const ScaleStreamRequest& request) {
 }
 
 bool ScaleStream::Begin(const ScaleStreamRequest& request) {
-    if (!Prepare(request)) return false;
+    if (!Prepare(request, 1)) return false;
     ring_ = HeapArray<std::uint8_t>(slots_, rowBytes());
     scratch_ = HeapArray<std::uint8_t>(RowScratchBytes(shape_, across_.stride));
     stack_ = HeapArray<const std::uint8_t*>(down_.stride);

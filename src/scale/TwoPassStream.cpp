@@ -13,7 +13,7 @@ bool IsInside(const PixelRect& block, int width, int height) {
 
 }  // namespace
 
-bool TwoPassStream::Prepare(const ScaleStreamRequest& request) {
+bool TwoPassStream::Prepare(const ScaleStreamRequest& request, int threads) {
     if (!request.kernel || request.srcWidth < 1 || request.srcHeight < 1) return false;
     block_ = request.block.value_or(PixelRect{0, 0, request.width, request.height});
     if (!IsInside(block_, request.width, request.height)) return false;
@@ -35,8 +35,9 @@ bool TwoPassStream::Prepare(const ScaleStreamRequest& request) {
     sourceRowBytes_ = source_.width * PlanesOf(shape_);
     rowBytes_ = block_.width * ChannelsOf(shape_);
     // The next row of the block lacks one row at least when more are filtered, or it would have to be taken first.
-    slots_ =
-        static_cast<int>(std::min<std::int64_t>(source_.height, std::int64_t{down_.stride} - 1 + RowBlock::kMaxRows));
+    threads_ = threads;
+    slots_ = static_cast<int>(std::min<std::int64_t>(
+        source_.height, std::int64_t{down_.stride} - 1 + std::int64_t{RowBlock::kMaxRows} * threads));
     waitingRows_ = HeapArray<std::uint8_t>(std::min<std::int64_t>(source_.height, RowBlock::kMaxRows), sourceRowBytes_);
     return static_cast<bool>(waitingRows_);
 }
@@ -65,6 +66,19 @@ void TwoPassStream::Advance() {
 void TwoPassStream::FilterNext(const std::uint8_t* const* rows, int count, int step) {
     FilterRows(rows, filtered_, count, step);
     filtered_ += count;
+    opened_ = filtered_;
+}
+
+TwoPassStream::Rows TwoPassStream::OpenRows() {
+    if (!kernels_ || next_ >= down_.count || opened_ - filtered_ >= threads_ * RowBlock::kMaxRows) return {0, 0};
+    const Rows rows = {opened_, std::min(static_cast<int>(source_.height) - opened_, RowBlock::kMaxRows)};
+    if (rows.count == 0 || rows.first + rows.count - down_.lists[next_].first > slots_) return {0, 0};
+    opened_ += rows.count;
+    return rows;
+}
+
+void TwoPassStream::CloseRows() {
+    filtered_ = std::min(opened_, filtered_ + RowBlock::kMaxRows);
 }
 
 int TwoPassStream::FeedRows(const std::uint8_t* const* rows, int count, std::ptrdiff_t step) {

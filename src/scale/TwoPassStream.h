@@ -43,6 +43,21 @@ public:
     // which are read where they are.
     [[nodiscard]] int FeedRows(const std::uint8_t* const* rows, int count, std::ptrdiff_t step);
 
+    // In place of Feed where rows are filtered in several threads: the next rows, up to sixteen, counted from the top
+    // of source(). None, where rows have to be taken first, as many blocks are open as are filtered at a time, or all
+    // of them were there.
+    struct Rows {
+        int first, count;
+    };
+    [[nodiscard]] Rows OpenRows();
+    // Filters all of the rows that were opened together, of packed pixels. In any thread, while others filter those
+    // that were opened before and after.
+    void FilterOpened(const Rows& opened, const std::uint8_t* const* rows) {
+        FilterRows(rows, opened.first, opened.count, PlanesOf(shape_));
+    }
+    // Those that were opened first, of all that are open, have been filtered.
+    void CloseRows();
+
     // The next row of the block into rowBytes() bytes. False, with nothing written, if there is none yet, or none any
     // more. Rows are filtered sixteen at a time, so that a row of the result may come up to 15 source rows later than
     // it could; the last ones come with the last source row.
@@ -57,8 +72,8 @@ protected:
     TwoPassStream& operator=(TwoPassStream&&) = default;
 
     // False for sizes below 1, a block that is empty or not inside the target, tables that would be too large to be
-    // worth it, and without memory.
-    [[nodiscard]] bool Prepare(const ScaleStreamRequest& request);
+    // worth it, and without memory. Rows are filtered in so many threads at most.
+    [[nodiscard]] bool Prepare(const ScaleStreamRequest& request, int threads);
 
     // Filters rows, from number `first` on, into their slots: slot number % slots().
     virtual void FilterRows(const std::uint8_t* const* rows, int first, int count, int step) = 0;
@@ -74,6 +89,7 @@ protected:
     PixelRect source_{};
     PixelRect block_{};
     int slots_ = 0;
+    int threads_ = 1;
 
 private:
     bool NextIsWhole() const;
@@ -87,7 +103,8 @@ private:
     // Rows count from the top of source() and of the block.
     int waiting_ = 0;
     int filtered_ = 0;
-    int next_ = 0;  // row of the block to be taken
+    int opened_ = 0;  // filtered ones and those that are being filtered
+    int next_ = 0;    // row of the block to be taken
 };
 
 }  // namespace zor

@@ -223,11 +223,23 @@ TEST_F(Failure, RefusesSizesBeforeTheWorkStarts) {
          {"scale: the image between the two passes: too large", "2 GiB"}},
         {{"out.png", "scale", "10x10", "scalefast", "x9999999"}, {"scalefast: too large: 9999999 x 9999999 pixels"}}};
     for (const auto& [effect, told] : cases) {
-        std::vector<std::string> words = {"in.png"};
+        // The plug-in's way, which holds whole pictures.
+        std::vector<std::string> words = {"--plugin-bytes", "in.png"};
         words.insert(words.end(), effect.begin(), effect.end());
         SCOPED_TRACE(effect[0] + " " + effect[1] + " " + effect[2]);
         ExpectFailure(Run(words), 1, told);
     }
+    ExpectUntouched({"in.png", "out.png"});
+}
+
+TEST_F(Failure, RefusesRowsThatNoMemoryHoldsBeforeTheWorkStarts) {
+    SavePng(At("in.png"), PlainPng(MakePixels(300, 200, 3, 3)));
+    WriteFile(At("in.png"), ReadFile(At("in.png")).substr(0, 200));
+    ExpectFailure(Run({"in.png", "out.png", "scale", "2147483647x1"}), 1, {"scale: too large: 2147483647 x 1 pixels"});
+    ExpectFailure(Run({"in.png", "out.png", "scale", "5000000x5000000"}), 1,
+                  {"scale: too large: 5000000 x 5000000 pixels"});
+    ExpectFailure(Run({"--memory", "100M", "in.png", "out.png", "scale", "3000000x10"}), 1,
+                  {"scale: too large: 3000000 x 10 pixels of 3 bytes", "--memory"});
     ExpectUntouched({"in.png", "out.png"});
 }
 

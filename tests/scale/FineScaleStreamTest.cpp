@@ -6,6 +6,7 @@
 #include <cmath>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include "FailingAlloc.h"
 #include "ReferenceScale.h"
@@ -340,6 +341,50 @@ TEST_F(FineScaleStreams, AreTheSameWithEveryInstructionSet) {
             request.kernels = &pick.table;
             ASSERT_EQ(Stream(random, request, alpha, source).bytes, expected.bytes) << Name(request) << NameOf(tier);
         }
+    }
+}
+
+// Rows that are open are filtered in any order, some in a thread of their own.
+TEST_F(FineScaleStreams, GiveTheSameHoweverManyThreadsFilter) {
+    for (int round = 0; round < 60; ++round) {
+        const auto& [channels, alpha] = kKinds[random.Between(0, 4)];
+        const Picture source = AnyPicture(random, AnySize(), random.Between(1, 300), channels, alpha);
+        const ScaleStreamRequest request = RequestOf(AnyKernel(), source, AnySize(), random.Between(1, 300));
+        const Picture expected = Stream(random, request, alpha, source);
+        const int threads = random.Between(1, 6);
+        FineScaleStream stream;
+        ASSERT_TRUE(stream.Start(request, alpha, threads));
+        const PixelRect from = stream.source();
+        const auto filter = [&](const FineScaleStream::Rows& opened) {
+            const std::uint8_t* rows[RowBlock::kMaxRows];
+            for (int r = 0; r < opened.count; ++r) rows[r] = source.At(from.x, from.y + opened.first + r);
+            stream.FilterOpened(opened, rows);
+        };
+        Picture result(request.width, request.height, channels);
+        for (int taken = 0; taken < result.height;) {
+            std::vector<FineScaleStream::Rows> open;
+            for (auto rows = stream.OpenRows(); rows.count > 0; rows = stream.OpenRows()) open.push_back(rows);
+            ASSERT_LE(open.size(), Size(threads));
+            const std::size_t count = open.size();
+            std::vector<std::thread> workers;
+            while (!open.empty()) {
+                const std::size_t which = Size(random.Between(0, static_cast<int>(open.size()) - 1));
+                const FineScaleStream::Rows rows = open[which];
+                open.erase(open.begin() + static_cast<std::ptrdiff_t>(which));
+                if (random.Chance(30)) {
+                    workers.emplace_back([&filter, rows] { filter(rows); });
+                } else {
+                    filter(rows);
+                }
+            }
+            for (std::thread& worker : workers) worker.join();
+            for (std::size_t i = 0; i < count; ++i) stream.CloseRows();
+            const int before = taken;
+            while (taken < result.height && stream.Take(result.At(0, taken))) ++taken;
+            ASSERT_TRUE(count > 0 || taken > before) << "rows can neither be opened nor taken";
+        }
+        EXPECT_EQ(stream.OpenRows().count, 0);
+        ASSERT_EQ(result.bytes, expected.bytes) << Name(request) << ", " << threads << " threads";
     }
 }
 
