@@ -3,15 +3,19 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <utility>
+#include <vector>
 
 #include "Errors.h"
+#include "Rows.h"
 #include "effects/ConvertEffects.h"
 #include "effects/Curve.h"
 #include "effects/Filters.h"
 #include "effects/MappedRows.h"
 #include "effects/PixelEffects.h"
 #include "filters/Curves.h"
+#include "filters/OrderedDither.h"
 
 namespace {
 
@@ -145,13 +149,45 @@ std::vector<const char*> MatrixWords() {
     return words;
 }
 
-void RunDither(Raster* image, const ImageShape&, const Arguments& arguments) {
-    int matrix = 0;
+int MatrixNumber(const std::string& word) {
     for (const Matrix& known : kMatrices)
-        if (arguments.Choice("matrix") == known.word) matrix = EngineConstant(known.constant);
+        if (word == known.word) return EngineConstant(known.constant);
+    throw RunError("unknown matrix " + word);
+}
+
+void RunDither(Raster* image, const ImageShape&, const Arguments& arguments) {
+    const int matrix = MatrixNumber(arguments.Choice("matrix"));
     RunFilter(image, "dither", FilterPart::Light, [&](const Object& source, const Object& target, const char*) {
         return source.Call("DitherFilter", target, matrix, arguments.Integer("levels")).AsObject();
     });
+}
+
+class DitheredRows : public RowSource {
+public:
+    DitheredRows(std::unique_ptr<RowSource> rows, const Arguments& arguments)
+        : RowSource(rows->Shape()), rows_(std::move(rows)) {
+        const PixelKindRow& kind = Describe(Shape().kind);
+        if (!dither_.Start({MatrixNumber(arguments.Choice("matrix")), arguments.Integer("levels"), kind.channels,
+                            kind.hasAlpha, Shape().kind == PixelKind::CMYK}))
+            throw RunError("dither: not enough memory");
+        row_.resize(static_cast<std::size_t>(Shape().width) * static_cast<std::size_t>(kind.channels));
+    }
+
+    const std::uint8_t* Next() override {
+        dither_.DitherRow(rows_->Next(), row_.data(), Shape().width, next_++);
+        return row_.data();
+    }
+
+private:
+    std::unique_ptr<RowSource> rows_;
+    zor::OrderedDither dither_;
+    std::vector<std::uint8_t> row_;
+    int next_ = 0;
+};
+
+std::unique_ptr<RowSource> StreamDither(std::unique_ptr<RowSource> rows, const ImageShape&,
+                                        const Arguments& arguments) {
+    return std::make_unique<DitheredRows>(std::move(rows), arguments);
 }
 
 constexpr ArgumentType kNumber = ArgumentType::Number;
@@ -228,16 +264,16 @@ std::vector<EffectRow> ToneEffects() {
         {"dither",
          "Tone",
          "Few levels, with a pattern between them",
-         "Each channel gets one of a few values, and a pattern chooses between two neighbours. With 2 levels light "
-         "and\n"
-         "dark change places: 'curve 0:255,255:0' before it makes up for that. With more levels bright values of one\n"
-         "step may come out darker than dark values of the next. Works on gray, red, green and blue; alpha stays.\n"
-         "CMYK: on each ink, taken as the light that it leaves.",
-         "curve 0:255,255:0 dither ordered4x4 2",
+         "Each channel gets one of a few values, evenly from black to white, and a pattern chooses between the two "
+         "next\n"
+         "to what was there, so that from afar the picture looks as it did. Works on gray, red, green and blue; alpha\n"
+         "stays. CMYK: on each ink, taken as the light that it leaves.",
+         "dither ordered4x4 2",
          {{"matrix", ArgumentType::Choice, nullptr, 0, 0, MatrixWords(), "the pattern"},
           {"levels", ArgumentType::Integer, nullptr, 2, 256, {}, "values of each channel"}},
          nullptr,
          RunDither,
-         2},
+         2,
+         StreamDither},
     };
 }

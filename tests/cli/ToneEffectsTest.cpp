@@ -158,13 +158,100 @@ TEST_F(ToneEffects, StretchContrastAlikeInGrayAndRgb) {
     ExpectFailure(Run({"in.jpg", "out2.jpg", "autolevel"}), 1, {"autolevel", "not on CMYK"});
 }
 
+constexpr const char* kMatrices[] = {"magic2x2",   "magic4x4",   "ordered4x4", "lines4x4", "halftone",
+                                     "ordered6x6", "ordered8x8", "cluster3",   "cluster4", "cluster8"};
+
+// Of each square of that side, how far the mean of a channel is from what it was; the farthest.
+double FarthestMean(const Pixels& in, const Pixels& out, int side) {
+    double farthest = 0;
+    for (int top = 0; top + side <= in.height; top += side)
+        for (int left = 0; left + side <= in.width; left += side)
+            for (int c = 0; c < in.channels; ++c) {
+                int sum = 0;
+                for (int y = top; y < top + side; ++y)
+                    for (int x = left; x < left + side; ++x) sum += out.At(x, y, c) - in.At(x, y, c);
+                farthest = std::max(farthest, std::abs(sum) / static_cast<double>(side * side));
+            }
+    return farthest;
+}
+
+TEST_F(ToneEffects, DitherToWhatLooksLikeThePictureFromAfar) {
+    // Flat tones in squares of a side in which every pattern repeats as a whole, slopes, and two photographs.
+    constexpr int kSide = 384;
+    Pixels flats{16 * kSide, kSide, 1, {}}, slopes{256, 256, 3, {}};
+    for (int y = 0; y < kSide; ++y)
+        for (int x = 0; x < 16 * kSide; ++x) flats.bytes.push_back(static_cast<std::uint8_t>(x / kSide * 16 + 7));
+    for (int y = 0; y < 256; ++y)
+        for (int x = 0; x < 256; ++x)
+            for (const int value : {x, 255 - y, (x + y) / 2}) slopes.bytes.push_back(static_cast<std::uint8_t>(value));
+    RunWell({Photo("chelsea.png"), "photo.png"});
+    RunWell({Photo("rocket.jpg"), "other.png"});
+    for (const Pixels& in : {flats, slopes, PixelsOf(LoadPng(At("photo.png"))), PixelsOf(LoadPng(At("other.png")))}) {
+        SaveInput(in);
+        for (const char* matrix : kMatrices)
+            for (const char* levels : {"2", "4", "16"}) {
+                const Pixels out = Result({"dither", matrix, levels});
+                if (in.channels == 1) {
+                    EXPECT_LE(FarthestMean(in, out, kSide), 0.6) << matrix << " " << levels;
+                    continue;
+                }
+                EXPECT_LT(FarthestMean(in, out, 256), 2) << matrix << " " << levels;
+                EXPECT_LT(FarthestMean(in, out, 64), 8) << matrix << " " << levels;  // dots are cut at its sides
+            }
+    }
+}
+
+TEST_F(ToneEffects, DitherToOneOfTheTwoNextLevels) {
+    for (const char* matrix : kMatrices)
+        for (int channels = 1; channels <= 4; ++channels) {
+            const Pixels in = MakePixels(600, 21, channels, 6);  // wider than what repeats
+            SaveInput(in);
+            for (const int levels : {2, 3, 5, 16, 100, 256}) {
+                const Pixels out = Result({"dither", matrix, std::to_string(levels)});
+                ASSERT_EQ(out.bytes.size(), in.bytes.size());
+                for (std::size_t i = 0; i < in.bytes.size(); ++i) {
+                    if (channels % 2 == 0 && static_cast<int>(i) % channels == channels - 1) {
+                        ASSERT_EQ(out.bytes[i], in.bytes[i]) << "alpha";
+                        continue;
+                    }
+                    const double step = 255.0 / (levels - 1), lower = std::floor(in.bytes[i] / step + 1e-9);
+                    const double upper = std::ceil(in.bytes[i] / step - 1e-9);
+                    ASSERT_TRUE(out.bytes[i] == std::floor(lower * step + 0.5) ||
+                                out.bytes[i] == std::floor(upper * step + 0.5))
+                        << matrix << " " << levels << ": " << int{in.bytes[i]} << " to " << int{out.bytes[i]};
+                }
+            }
+            EXPECT_EQ(Result({"dither", matrix, "256"}), in) << matrix;
+        }
+}
+
+// Whatever a row is made of: its place in the picture decides, and cells of one matrix repeat.
+TEST_F(ToneEffects, DitherFlatTonesByAMatrixThatRepeats) {
+    Pixels flat{300, 300, 1, std::vector<std::uint8_t>(300 * 300, 128)};
+    SaveInput(flat);
+    const Pixels out = Result({"dither", "ordered4x4", "2"});
+    for (int y = 0; y < 300 - 32; ++y)
+        for (int x = 0; x < 300 - 32; ++x) {
+            ASSERT_EQ(out.At(x, y, 0), out.At(x + 32, y, 0));
+            ASSERT_EQ(out.At(x, y, 0), out.At(x, y + 32, 0));
+        }
+    // Half of all: the chessboard of the larger cells, but for the cell that stands in the middle.
+    int differing = 0;
+    for (int y = 0; y < 300; ++y)
+        for (int x = 0; x < 300; ++x) {
+            const int cells[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
+            differing += (out.At(x, y, 0) == 255) != (cells[y % 4][x % 4] >= 8) ? 1 : 0;
+        }
+    EXPECT_LE(differing, 300 * 300 / 100);
+}
+
 TEST_F(ToneEffects, DitherToLevelsThatAPatternChooses) {
     for (const char* matrix : {"magic2x2", "magic4x4", "ordered4x4", "lines4x4", "halftone", "ordered6x6", "ordered8x8",
                                "cluster3", "cluster4", "cluster8"})
         for (int channels = 1; channels <= 4; ++channels) {
             SCOPED_TRACE(std::string(matrix) + ", " + std::to_string(channels));
             const Pixels in = MakePixels(40, 30, channels, 6);
-            const Pixels out = Result(in, {"dither", matrix, "2"});
+            const Pixels out = Result(in, {"--plugin-bytes", "dither", matrix, "2"});
             for (int y = 0; y < 30; ++y)
                 for (int x = 0; x < 40; ++x)
                     for (int c = 0; c < channels; ++c) {
@@ -179,7 +266,7 @@ TEST_F(ToneEffects, DitherToLevelsThatAPatternChooses) {
             Pixels black{9, 9, channels, {}};
             black.bytes.assign(static_cast<std::size_t>(81 * channels), 0);
             for (int c = 0; c < channels; ++c)
-                EXPECT_EQ(Result(black, {"dither", matrix, "2"}).At(4, 4, c),
+                EXPECT_EQ(Result(black, {"--plugin-bytes", "dither", matrix, "2"}).At(4, 4, c),
                           channels % 2 == 0 && c == channels - 1 ? 0 : 255);
         }
 }
@@ -190,7 +277,9 @@ TEST_F(ToneEffects, TakeInksAsTheLightThatTheyLeave) {
     ExpectInks(InkResult({240, 180, 90, 30}, {"gain", "0.5", "0.5"}), {240, 180, 90, 30});
     ExpectInks(InkResult({64, 64, 64, 64}, {"gamma", "2"}), {128, 128, 128, 128});
     ExpectInks(InkResult({0, 255, 127, 255}, {"solarize"}), {255, 255, 0, 255});
-    ExpectInks(InkResult({0, 0, 0, 0}, {"dither", "magic2x2", "2"}), {255, 255, 255, 255});
+    ExpectInks(InkResult({0, 0, 0, 0}, {"--plugin-bytes", "dither", "magic2x2", "2"}), {255, 255, 255, 255});
+    ExpectInks(InkResult({0, 255, 0, 255}, {"dither", "magic2x2", "2"}), {0, 255, 0, 255});
+    ExpectInks(InkResult({85, 170, 85, 170}, {"dither", "magic2x2", "4"}), {85, 170, 85, 170});
 }
 
 TEST_F(ToneEffects, RefuseWhatIsOutOfRange) {

@@ -34,6 +34,7 @@ inline const std::vector<AllowedInclude> kAllowedIncludes = {
     {"cli", "compositing/LayRows.h"},
     {"cli", "exchange/ColourRows.h"},
     {"cli", "filters/FreeTurn.h"},
+    {"cli", "filters/OrderedDither.h"},
     {"cli", "scale/FanOut.h"},
     {"cli", "scale/ScaleStream.h"},
 };
