@@ -86,7 +86,7 @@ std::vector<Words> EveryEffect() {
         {"solarize"},
         {"autolevel"},
         {"autolevel", "area=10,3000,50x1600"},
-        {"dither"},
+        {"dither", "cluster8", "3"},
         {"oil", "range=2"},
         {"diffuse", "level=3"},
         {"diffuse", "level=1000"},
@@ -149,6 +149,28 @@ TEST_P(ScratchOfKind, GivesTheSameBytesAsMemory) {
     }
     // What a kind does not have is refused in both, and little is refused.
     EXPECT_GE(compared_, 38);
+}
+
+// What has a way of its own for right results has the plug-in's as well.
+TEST_P(ScratchOfKind, GivesTheSameBytesAsMemoryByTheMethodsOfThePlugin) {
+    const std::string kind = GetParam();
+    MakePicture("in.pam", kind, 1);
+    MakePicture("other.pam", kind, 2);
+    MakePicture("mask.pam", "G", 3);
+    const std::vector<Words> effects = {{"scale", "30x2000"},
+                                        {"rotate", "1"},
+                                        {"rotate", "271.5", "background=80"},
+                                        {"dither", "ordered4x4", "3"},
+                                        {"convert", "G"},
+                                        {"flatten", "40"},
+                                        {"combine", "other.pam", "at=10,300"},
+                                        {"combine", "other.pam", "mask=mask.pam", "at=-9,-200"},
+                                        {"paste", "other.pam", "at=10,300"}};
+    for (Words effect : effects) {
+        effect.insert(effect.begin(), "--plugin-bytes");
+        ExpectSame("in.pam", effect);
+    }
+    EXPECT_EQ(compared_, static_cast<int>(effects.size()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, ScratchOfKind, testing::Values("G", "GA", "RGB", "RGBA", "CMYK"),
