@@ -63,6 +63,9 @@ void Reduce(PictureReader& reader, const EffectCall& call, const ImageShape& who
     reader.Reduce(std::int64_t{stored.width} * sides, std::int64_t{stored.height} * sides);
 }
 
+constexpr const char* kLaidOnWhite =
+    " holds no transparency; the picture is laid on white ('flatten' takes another colour)";
+
 bool LosesAlpha(const Codec& codec, PixelKind kind) {
     return Describe(kind).hasAlpha && !Describe(codec.stored(kind)).hasAlpha;
 }
@@ -76,9 +79,7 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
                            " pixels a side, not " + std::to_string(shape.width) + " x " + std::to_string(shape.height));
     if (LosesAlpha(codec, shape.kind))
         notes.Say(path, std::string(codec.name) +
-                            (PluginBytes() ? " holds no transparency; the alpha channel is left out"
-                                           : " holds no transparency; the picture is laid on white ('flatten' takes "
-                                             "another colour)"));
+                            (PluginBytes() ? " holds no transparency; the alpha channel is left out" : kLaidOnWhite));
     if (tags.colour.profile.empty()) return;
     if (!codec.holdsProfile) {
         notes.Say(path, std::string(codec.name) + " holds no colour profile; it is left out");
@@ -165,6 +166,11 @@ void Process(const CommandLine& line, Notes& notes) {
     if (!readsRows && shape.kind != stored.kind) CheckScratchHolds(input.Path(), {NeedOf(stored), NeedOf(shape)});
     CheckRoom(input.Path(), calls, shape, !readsRows, shapes);
     ImageShape result = shapes.empty() ? shape : shapes.back();
+    if (Describe(result.kind).hasAlpha && ProfileSpace(profile) == "CMYK" && !PluginBytes()) {
+        notes.Say(outputPath == "-" ? "standard output" : outputPath, std::string("CMYK") + kLaidOnWhite);
+        result.kind = WithAlpha(result.kind, false);
+    }
+    const PixelKind laid = result.kind;
     ColourStep last{result.kind, nullptr};
     if (!line.profile.empty())
         last = StepToProfile(line.profile, profile, input.Path(), result.kind, &header.colour, notes);
@@ -183,10 +189,10 @@ void Process(const CommandLine& line, Notes& notes) {
     if (!readsRows) progress.Begin("reading");
     std::string open = readsRows ? "reading" : "";
     std::unique_ptr<RowSource> rows = Recoloured(RowsOfPicture(*reader, tick), first);
-    rows = Recoloured(RunEffects(calls, shapes, std::move(rows), progress, &open), last);
-
-    if (LosesAlpha(outputCodec, rows->Shape().kind) && !PluginBytes())
-        rows = RowsInKind(std::move(rows), WithAlpha(rows->Shape().kind, false));
+    rows = RunEffects(calls, shapes, std::move(rows), progress, &open);
+    rows = Recoloured(RowsInKind(std::move(rows), laid), last);
+    if (LosesAlpha(outputCodec, result.kind) && !PluginBytes())
+        rows = RowsInKind(std::move(rows), WithAlpha(result.kind, false));
 
     progress.Begin(open.empty() ? "writing" : open + " and writing");
     outputCodec.write(output, *rows, header, line.write, tick);

@@ -425,7 +425,8 @@ TEST_F(Colour, GoesToTheProfileOfAPress) {
         SCOPED_TRACE(channels);
         const Pixels in = AllColours(channels);
         Save(in, {});
-        EXPECT_EQ(RunWell({"in.png", "out.tif", "--profile", "press.icc"}).err, "");
+        // The colours of all pixels, clear ones too.
+        EXPECT_EQ(RunWell({"--plugin-bytes", "in.png", "out.tif", "--profile", "press.icc"}).err, "");
         EXPECT_NE(RunWell({"info", "out.tif"}).out.find("CMYK"), std::string::npos);
         RunWell({"--quiet", "out.tif", "out.pam"});
         const std::string pam = ReadFile(At("out.pam"));
@@ -444,6 +445,18 @@ TEST_F(Colour, GoesToTheProfileOfAPress) {
     RunWell({"in.png", "out.jpg", "--profile", "press.icc"});
     EXPECT_EQ(LoadJpeg(At("out.jpg")).profile, press);
     EXPECT_EQ(LoadJpeg(At("out.jpg")).pixels.channels, 4);
+}
+
+// There is no ink with alpha: what is clear becomes white paper, whatever colour it hides.
+TEST_F(Colour, OfClearPixelsDoesNotBecomeInk) {
+    WriteFile(At("press.icc"), Text(InkProfile()));
+    Save(MakePixels(40, 30, 4, 3), {});
+    EXPECT_EQ(RunWell({"in.png", "out.tif", "--profile", "press.icc"}).err,
+              "zor: out.tif: CMYK holds no transparency; the picture is laid on white ('flatten' takes another "
+              "colour)\n");
+    RunWell({"in.png", "flat.png", "flatten", "255"});
+    RunWell({"flat.png", "flat.tif", "--profile", "press.icc"});
+    EXPECT_EQ(Run({"compare", "out.tif", "flat.tif"}).exitCode, 0);
 }
 
 TEST_F(Colour, GoesFromOneProfileToAnotherBehindTheEffects) {
