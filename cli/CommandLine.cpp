@@ -58,6 +58,10 @@ void AddOptions(CLI::App& app, CommandLine& line, Flags& flags) {
         ->type_name("N")
         ->check(range(0, 9));
     app.add_flag("--lossless", line.write.lossless, "WebP files without loss");
+    app.add_option_function<std::string>(
+           "--strip", [&line](const std::string& words) { line.strip = ReadStripping(words); },
+           "What is left out of OUTPUT, with commas between: " + Listed(StrippingWords()))
+        ->type_name("WORDS");
     app.option_defaults()->group("Colour");
     app.add_flag("--srgb", line.srgb,
                  "Colours are converted to sRGB on reading, as the profile of INPUT tells; CMYK becomes RGB");

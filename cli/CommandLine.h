@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Metadata.h"
 #include "Storage.h"
 #include "codecs/Picture.h"
 
@@ -17,6 +18,7 @@ struct CommandLine {
     std::string each;                // Each: the pattern that names the results
     int jobs = 0;                    // Each: processes at a time; 0: one for each processor
     WriteOptions write;
+    Stripping strip;
     const Codec* format = nullptr;  // of OUTPUT; null: what its suffix names
     StorageOptions storage;
     bool json = false;  // Info

@@ -20,7 +20,8 @@ const std::vector<CommandRow>& Commands() {
          "others from being done; those that failed are named at the end. An interrupt ends all that is under way."},
         {"info", Command::Info, 1, std::numeric_limits<std::size_t>::max(), "FILE is missing", "", "zor info FILE...",
          "what picture files hold",
-         "Format, size, kind of pixels, colour profile, resolution and orientation, without reading the pixels.\n"
+         "Format, size, kind of pixels, colour profile, resolution and orientation, camera, date, exposure, place and\n"
+         "texts, without reading the pixels.\n"
          "With --json, the same for programs."},
         {"compare", Command::Compare, 2, 2, "it takes two files, A and B", "two files", "zor compare A B",
          "how much two pictures differ",

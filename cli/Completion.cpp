@@ -6,6 +6,7 @@
 #include "CommandLine.h"
 #include "CommandTable.h"
 #include "Errors.h"
+#include "Metadata.h"
 #include "codecs/Picture.h"
 #include "effects/Effects.h"
 
@@ -25,6 +26,7 @@ const OptionRow* FindOption(const std::vector<OptionRow>& rows, const std::strin
 // What may stand behind an option.
 Candidates OptionValues(const OptionRow& row) {
     if (row.longName == "--format") return WritableNames();
+    if (row.longName == "--strip") return StrippingWords();
     if (row.value == "DIR") return {kDirectories};
     if (row.value == "PATTERN") return {kDirectories};
     if (row.value == "FILE") return {kFiles};

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "Commands.h"
 #include "Errors.h"
@@ -10,6 +11,8 @@
 #include "Notes.h"
 #include "Storage.h"
 #include "codecs/IccProfile.h"
+#include "codecs/Iptc.h"
+#include "codecs/TextBytes.h"
 
 namespace {
 
@@ -87,11 +90,69 @@ const char* OrientationText(int orientation) {
     return kTexts[orientation - 1];
 }
 
+std::string CameraText(const ExifFacts& facts) {
+    // Many makers begin the name of the camera with their own.
+    if (facts.make.empty() || facts.model.starts_with(facts.make)) return facts.model;
+    return facts.model.empty() ? facts.make : facts.make + " " + facts.model;
+}
+
+std::string ExposureText(const ExifFacts& facts) {
+    std::string text;
+    const auto add = [&text](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
+    if (facts.exposureTime) {
+        const double time = *facts.exposureTime;
+        add(time < 0.3 ? Formatted("1/%.0f s", 1 / time) : Formatted("%.3g s", time));
+    }
+    if (facts.aperture) add(Formatted("f/%.3g", *facts.aperture));
+    if (facts.sensitivity) add(Formatted("ISO %.0f", *facts.sensitivity));
+    if (facts.focalLength) add(Formatted("%.4g mm", *facts.focalLength));
+    if (facts.focalLength35) add(Formatted("as %.4g mm on 35 mm film", *facts.focalLength35));
+    return text;
+}
+
+std::string PlaceText(const ExifFacts& facts) {
+    if (!facts.latitude) return {};
+    std::string text = Formatted("%.6f, ", *facts.latitude) + Formatted("%.6f", *facts.longitude);
+    if (facts.altitude) text += Formatted(", %.0f m above the sea", *facts.altitude);
+    return text;
+}
+
+std::string BlocksText(const Metadata& metadata) {
+    std::string text;
+    const auto add = [&text](const char* name, const std::vector<std::uint8_t>& block) {
+        if (!block.empty())
+            text += (text.empty() ? "" : ", ") + std::string(name) + " (" + std::to_string(block.size()) + " bytes)";
+    };
+    add("EXIF", metadata.exif);
+    add("XMP", metadata.xmp);
+    add("IPTC", metadata.iptc);
+    return text;
+}
+
+// Label and value of all that is told of it.
+std::vector<std::pair<std::string, std::string>> MetadataLines(const Metadata& metadata) {
+    constexpr std::size_t kLongestLabel = 11, kLongestText = 300;
+    const MetadataInfo info = MetadataInfoOf(metadata);
+    std::vector<std::pair<std::string, std::string>> lines;
+    const auto add = [&lines](const std::string& label, const std::string& value) {
+        if (!value.empty()) lines.emplace_back(label, OneLine(value, kLongestText));
+    };
+    add("camera", CameraText(info.camera));
+    add("lens", info.camera.lens);
+    add("taken", info.camera.taken);
+    add("exposure", ExposureText(info.camera));
+    add("place", PlaceText(info.camera));
+    for (const auto& [name, text] : info.texts)
+        name.size() <= kLongestLabel ? add(OneLine(name, kLongestLabel), text) : add("text", name + ": " + text);
+    add("metadata", BlocksText(metadata));
+    return lines;
+}
+
 std::string InfoAsText(const PictureInfo& info) {
     const PictureHeader& header = info.header;
     std::string text = (info.path == "-" ? "standard input" : info.path) + "\n";
-    const auto add = [&text](const char* label, const std::string& value) {
-        text += "  " + std::string(label) + std::string(13 - std::string(label).size(), ' ') + value + "\n";
+    const auto add = [&text](const std::string& label, const std::string& value) {
+        text += "  " + label + std::string(13 - label.size(), ' ') + value + "\n";
     };
     add("format", info.format);
     add("size", SizeText(header));
@@ -105,6 +166,7 @@ std::string InfoAsText(const PictureInfo& info) {
     if (const PrintedSize printed = PrintedSizeOf(header); printed.width > 0) add("printed", PrintedText(printed));
     if (header.orientation != 1)
         add("orientation", std::to_string(header.orientation) + ", shown " + OrientationText(header.orientation));
+    for (const auto& [label, value] : MetadataLines(header.metadata)) add(label, value);
     if (info.fileBytes >= 0) add("file size", BytesText(info.fileBytes));
     add("in memory", BytesText(info.memoryBytes));
     return text;
@@ -137,6 +199,16 @@ PictureInfo Inspect(const std::string& path, Notes& notes) {
 }
 
 }  // namespace
+
+MetadataInfo MetadataInfoOf(const Metadata& metadata) {
+    MetadataInfo info;
+    info.camera = FactsOfExif(metadata.exif);
+    std::swap(info.texts, info.camera.texts);
+    for (auto& text : TextsOfIptc(metadata.iptc)) info.texts.push_back(std::move(text));
+    for (const PictureText& text : metadata.texts)
+        info.texts.emplace_back(text.keyword == kCommentKeyword ? "comment" : text.keyword, text.text);
+    return info;
+}
 
 PrintedSize PrintedSizeOf(const PictureHeader& header) {
     double unit = 0;

@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "codecs/Exif.h"
 #include "codecs/Picture.h"
 
 struct PictureInfo {
@@ -15,6 +17,13 @@ struct PictureInfo {
     std::int64_t fileBytes = -1;   // -1: not known
     std::int64_t memoryBytes = 0;  // that the image takes
 };
+
+// What people and cameras have written into the file.
+struct MetadataInfo {
+    ExifFacts camera;
+    std::vector<std::pair<std::string, std::string>> texts;  // what each is, and the text: of EXIF, IPTC and others
+};
+MetadataInfo MetadataInfoOf(const Metadata& metadata);
 
 // Width and height of the print in millimetres; 0 where the file does not tell.
 struct PrintedSize {

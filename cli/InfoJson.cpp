@@ -38,6 +38,40 @@ Json Printed(const PictureHeader& header) {
     return {{"width", size.width}, {"height", size.height}, {"unit", "millimetre"}};
 }
 
+Json TextOrNull(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
+Json NumberOrNull(const std::optional<double>& number) {
+    return number ? Json(*number) : Json();
+}
+
+// Null where the file holds none, so that programs can tell at one place.
+Json MetadataOf(const Metadata& metadata) {
+    if (metadata.Empty()) return nullptr;
+    const MetadataInfo info = MetadataInfoOf(metadata);
+    const ExifFacts& camera = info.camera;
+    Json object;
+    object["make"] = TextOrNull(camera.make);
+    object["model"] = TextOrNull(camera.model);
+    object["lens"] = TextOrNull(camera.lens);
+    object["taken"] = TextOrNull(camera.taken);
+    object["exposureTime"] = NumberOrNull(camera.exposureTime);
+    object["aperture"] = NumberOrNull(camera.aperture);
+    object["sensitivity"] = NumberOrNull(camera.sensitivity);
+    object["focalLength"] = NumberOrNull(camera.focalLength);
+    object["focalLength35"] = NumberOrNull(camera.focalLength35);
+    object["latitude"] = NumberOrNull(camera.latitude);
+    object["longitude"] = NumberOrNull(camera.longitude);
+    object["altitude"] = NumberOrNull(camera.altitude);
+    object["texts"] = Json::array();
+    for (const auto& [name, text] : info.texts) object["texts"].push_back({{"name", name}, {"text", text}});
+    object["exifBytes"] = metadata.exif.size();
+    object["xmpBytes"] = metadata.xmp.size();
+    object["iptcBytes"] = metadata.iptc.size();
+    return object;
+}
+
 Json Storage(const std::string& text) {
     Json parts = Json::array();
     for (std::size_t at = 0; at < text.size();) {
@@ -70,6 +104,7 @@ Json ObjectOf(const PictureInfo& info) {
     object["resolution"] = ResolutionOf(header.resolution);
     object["printed"] = Printed(header);
     object["orientation"] = header.orientation;
+    object["metadata"] = MetadataOf(header.metadata);
     object["fileBytes"] = info.fileBytes >= 0 ? Json(info.fileBytes) : Json();
     object["memoryBytes"] = info.memoryBytes;
     return object;

@@ -96,7 +96,7 @@ std::string ManualPage() {
     return ".TH ZOR 1 \"\" \"zor " ZOR_VERSION "\" \"User commands\"\n" + Section("NAME") +
            "zor \\- work on picture files\n" + Section("SYNOPSIS") + synopsis + Section("DESCRIPTION") +
            "Reads a picture, does effects on it in the order given, and writes the result.\n"
-           "Colour profile and resolution are carried along where the formats allow.\n"
+           "Colour profile, resolution and metadata are carried along where the formats allow.\n"
            "Options may stand anywhere before \\fB\\-\\-\\fR; every word behind it is taken as it is.\n"
            "Arguments of effects are written as \\fIname\\fR=\\fIvalue\\fR; those that must be given need no name.\n" +
            CommandSection() + OptionSection() + EffectSection() + FormatSection() + Section("EXIT STATUS") +

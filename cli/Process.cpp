@@ -7,6 +7,7 @@
 #include "Engine.h"
 #include "Errors.h"
 #include "Load.h"
+#include "Metadata.h"
 #include "Notes.h"
 #include "Orientation.h"
 #include "Progress.h"
@@ -177,7 +178,12 @@ void Process(const CommandLine& line, Notes& notes) {
     else if (line.srgb)
         header.colour = outputCodec.holdsProfile ? SrgbTags(outputCodec.stored(result.kind)) : ColourTags();
     result.kind = last.kind;
-    CheckOutput(outputCodec, outputPath == "-" ? "standard output" : outputPath, result, header, notes);
+    const std::string outputName = outputPath == "-" ? "standard output" : outputPath;
+    const ColourFate colours = !line.profile.empty() ? ColourFate::Other
+                               : line.srgb           ? ColourFate::Srgb
+                                                     : ColourFate::Kept;
+    header = TagsFor(std::move(header), result, colours, outputCodec, outputName, line.strip, notes);
+    CheckOutput(outputCodec, outputName, result, header, notes);
     if (reader->Header().orientation != orientation)
         notes.Say(input.Path(),
                   "the orientation (" + std::to_string(reader->Header().orientation) + ") is neither applied nor kept");

@@ -76,7 +76,7 @@ const char* PpmRefuses(PixelKind kind) {
     return kind == PixelKind::CMYK ? "PPM cannot hold CMYK; --srgb makes RGB of CMYK pictures" : nullptr;
 }
 
-const char* RefusesNothing(PixelKind) {
+const char* TakesAll(PixelKind) {
     return nullptr;
 }
 
@@ -146,17 +146,33 @@ void PictureReader::ReadRows(Raster& image, const RowTick& tick) {
 
 const std::vector<Codec>& Codecs() {
     constexpr std::int64_t kMaxSide = 2147483647;  // of an image
+    // What JPEG keeps beside the pixels stands in parts of at most 65533 bytes, each with a name before it.
+    constexpr MetadataRoom kInJpeg{65533 - 6, 65533 - 29, 65533 - 14 - 13, 65533, 0};
+    constexpr std::size_t kAny = kMaxMetadataBytes;
+    constexpr MetadataRoom kInPng{kAny, kAny, kAny, kAny, kAny};
+    constexpr MetadataRoom kInWebp{kAny, kAny, 0, 0, 0}, kInTiff{kAny, kAny, kAny, 0, 0};
     static const std::vector<Codec> codecs = {
-        {"PNG", {".png"}, kMaxSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng, 25},
-        {"JPEG", {".jpg", ".jpeg"}, 65500, IsJpeg, OpenJpeg, RefusesNothing, WithoutAlpha, true, false, WriteJpeg, 4},
-        {"WebP", {".webp"}, 16383, IsWebp, OpenWebp, WebpRefuses, WithoutGray, true, true, WriteWebp, 60},
-        {"TIFF", {".tif", ".tiff"}, kMaxSide, IsTiff, OpenTiff, RefusesNothing, AsItIs, true, true, WriteTiff, 15},
-        {"PBM", {}, kMaxSide, IsPbm, OpenPnm, RefusesNothing, AsItIs, false, true, nullptr},
+        {"PNG", {".png"}, kMaxSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng, 25, kInPng},
+        {"JPEG",
+         {".jpg", ".jpeg"},
+         65500,
+         IsJpeg,
+         OpenJpeg,
+         TakesAll,
+         WithoutAlpha,
+         true,
+         false,
+         WriteJpeg,
+         4,
+         kInJpeg},
+        {"WebP", {".webp"}, 16383, IsWebp, OpenWebp, WebpRefuses, WithoutGray, true, true, WriteWebp, 60, kInWebp},
+        {"TIFF", {".tif", ".tiff"}, kMaxSide, IsTiff, OpenTiff, TakesAll, AsItIs, true, true, WriteTiff, 15, kInTiff},
+        {"PBM", {}, kMaxSide, IsPbm, OpenPnm, TakesAll, AsItIs, false, true, nullptr},
         {"PGM", {".pgm"}, kMaxSide, IsPgm, OpenPnm, PgmRefuses, WithoutAlpha, false, true, WritePgm},
         {"PPM", {".ppm"}, kMaxSide, IsPpm, OpenPnm, PpmRefuses, AlwaysRgb, false, true, WritePpm},
-        {"PAM", {".pam"}, kMaxSide, IsPam, OpenPnm, RefusesNothing, AsItIs, false, true, WritePam},
+        {"PAM", {".pam"}, kMaxSide, IsPam, OpenPnm, TakesAll, AsItIs, false, true, WritePam},
         // The one of the three that fits the picture; as such no file tells itself.
-        {"PNM", {".pnm"}, kMaxSide, IsNothing, OpenPnm, RefusesNothing, AsItIs, false, true, WritePnm},
+        {"PNM", {".pnm"}, kMaxSide, IsNothing, OpenPnm, TakesAll, AsItIs, false, true, WritePnm},
     };
     return codecs;
 }

@@ -10,6 +10,7 @@
 #include "codecs/IccProfile.h"
 #include "codecs/Jpeg.h"
 #include "codecs/JpegErrors.h"
+#include "codecs/JpegMarkers.h"
 #include "files/InputFile.h"
 
 namespace {
@@ -173,8 +174,8 @@ void JpegReader::ReadHeader() {
         jpeg_.src = &source_.base;
         watch_.base.progress_monitor = WatchScans;
         jpeg_.progress = &watch_.base;
-        jpeg_save_markers(&jpeg_, JPEG_APP0 + 1, 0xFFFF);
-        jpeg_save_markers(&jpeg_, JPEG_APP0 + 2, 0xFFFF);
+        for (const int marker : {JPEG_APP0 + 1, JPEG_APP0 + 2, JPEG_APP0 + 13, JPEG_COM})
+            jpeg_save_markers(&jpeg_, marker, 0xFFFF);
         jpeg_read_header(&jpeg_, TRUE);
     });
     header_.width = jpeg_.image_width;
@@ -188,6 +189,8 @@ void JpegReader::ReadHeader() {
             header_.quality = EstimateQuality(*table);
     if (jpeg_.progressive_mode) header_.storage += ", progressive";
     ReadProfile();
+    if (TakeJpegMarkers(jpeg_.marker_list, &header_.metadata))
+        notes_.Say(file_.Path(), "the second part of XMP is left out");
     ReadResolution();
 }
 
@@ -230,10 +233,7 @@ void JpegReader::ReadProfile() {
 }
 
 void JpegReader::ReadResolution() {
-    ExifTags exif;
-    for (const jpeg_marker_struct* marker = jpeg_.marker_list; marker != nullptr; marker = marker->next)
-        if (marker->marker == JPEG_APP0 + 1 && marker->data_length > 6 && std::memcmp(marker->data, "Exif", 5) == 0)
-            exif = ReadExif(marker->data, marker->data_length);
+    const ExifTags exif = ReadExif(header_.metadata.exif.data(), header_.metadata.exif.size());
     header_.orientation = exif.orientation;
     header_.resolution = exif.resolution;
     if (!jpeg_.saw_JFIF_marker || jpeg_.X_density == 0 || jpeg_.Y_density == 0) return;

@@ -6,6 +6,7 @@
 #include "codecs/IccProfile.h"
 #include "codecs/Jpeg.h"
 #include "codecs/JpegErrors.h"
+#include "codecs/JpegMarkers.h"
 #include "files/OutputFile.h"
 
 namespace {
@@ -126,6 +127,7 @@ void JpegWriter::SetResolution(const Resolution& resolution) {
 }
 
 void JpegWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, int quality) {
+    const std::vector<JpegMarker> markers = JpegMarkersOf(tags.metadata);
     Guarded([&] {
         jpeg_create_compress(&jpeg_);
         destination_.base = {nullptr, 0, StartDestination, FlushDestination, EndDestination};
@@ -140,6 +142,9 @@ void JpegWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags,
         if (quality >= kFullColourQuality) jpeg_.comp_info[0].h_samp_factor = jpeg_.comp_info[0].v_samp_factor = 1;
         SetResolution(tags.resolution);
         jpeg_start_compress(&jpeg_, TRUE);
+        // Readers of EXIF look for it at the start.
+        for (const JpegMarker& marker : markers)
+            jpeg_write_marker(&jpeg_, marker.number, marker.bytes.data(), static_cast<unsigned>(marker.bytes.size()));
         const auto& profile = tags.colour.profile;
         if (ProfileFits(profile, shape.kind))
             jpeg_write_icc_profile(&jpeg_, profile.data(), static_cast<unsigned>(profile.size()));

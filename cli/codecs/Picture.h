@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "PixelKind.h"
+#include "codecs/Metadata.h"
 
 class InputFile;
 class Notes;
@@ -47,6 +48,7 @@ struct PictureHeader {
     int quality = 0;      // of JPEG, 1 to 100, as its tables suggest; 0: not known
     int frames = 1;       // pictures in the file, of which the first is read
     int orientation = 1;  // 1 to 8 as cameras tell it; 1: rows run from the top, columns from the left
+    Metadata metadata;
 };
 
 // Told after each row: how many rows of how many are done. Must not throw.
@@ -104,10 +106,12 @@ struct Codec {
     PixelKind (*stored)(PixelKind kind);  // what the file holds for an image of a kind that it does not refuse
     bool holdsProfile;
     bool lossless;  // can keep every pixel as it is
-    // Writes all rows with the tags that fit the format and the stored kind. RunError. Null: the format is read only.
+    // Writes all rows with the tags that fit the format and the stored kind, and all of the metadata, for which there
+    // is room. RunError. Null: the format is read only.
     void (*write)(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                   const RowTick& tick);
     double effort = 1;  // of writing: about so many nanoseconds for a byte of the image
+    MetadataRoom room = {};
 };
 
 const std::vector<Codec>& Codecs();

@@ -1,20 +1,25 @@
 #include <png.h>
 
+#include <array>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "Errors.h"
 #include "Notes.h"
 #include "Raster.h"
+#include "codecs/Exif.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Png.h"
+#include "codecs/PngTexts.h"
 #include "files/InputFile.h"
 
 namespace {
 
 constexpr png_alloc_size_t kMaxChunkBytes = png_alloc_size_t{64} << 20;  // far beyond any colour profile
-constexpr png_byte kTexts[] = "tEXt\0zTXt\0iTXt";                        // five bytes each
+constexpr png_byte kTexts[] = "tEXt\0zTXt\0iTXt\0eXIf";                  // five bytes each
+constexpr std::int64_t kMaxParts = 300000;  // that are looked at behind the pixels, which may stand in many
 
 class PngReader : public PictureReader {
 public:
@@ -75,6 +80,14 @@ private:
         if (self->file_.Read(bytes, count) != count) png_error(png, "the file ends too early");
     }
 
+    // Parts of the file that libpng does not look into.
+    static int Take(png_structp png, png_unknown_chunkp chunk) {
+        auto* self = static_cast<PngReader*>(png_get_user_chunk_ptr(png));
+        return self->TakePart(reinterpret_cast<const char*>(chunk->name), chunk->data, chunk->size) ? 1 : 0;
+    }
+    bool TakePart(const char* name, const std::uint8_t* bytes, std::size_t size);
+    void TakePartsBehindPixels();
+
     void ReadHeader();
     void ReadColourTags();
     void ReadResolution();
@@ -86,6 +99,8 @@ private:
     png_infop info_ = nullptr;
     int passes_ = 0;  // over all rows; 0: none of them was read yet
     std::int64_t next_ = 0;
+    bool headerRead_ = false;
+    std::string partsProblem_;  // the first text that is left out, and why; empty: none is
     char message_[128] = "";
     char warning_[128] = "";
 };
@@ -95,9 +110,10 @@ void PngReader::ReadHeader() {
         png_set_read_fn(png_, this, Read);
         // Sizes are limited by what the image can hold, which the caller checks before any pixel is read.
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-        // A few bytes may claim to be, or unpack to, any amount of memory. Texts are not even unpacked.
+        // A few bytes may claim to be, or unpack to, any amount of memory. Texts are not even unpacked here.
         png_set_chunk_malloc_max(png_, kMaxChunkBytes);
         png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kTexts, sizeof kTexts / 5);
+        png_set_read_user_chunk_fn(png_, this, Take);
         png_set_crc_action(png_, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
         png_read_info(png_, info_);
     });
@@ -121,6 +137,53 @@ void PngReader::ReadHeader() {
         header_.storage += header_.storage.empty() ? "interlaced" : ", interlaced";
     ReadColourTags();
     ReadResolution();
+    TakePartsBehindPixels();
+    headerRead_ = true;
+    if (!partsProblem_.empty()) notes_.Say(file_.Path(), partsProblem_);
+    const Metadata& metadata = header_.metadata;
+    const ExifTags exif = ReadExif(metadata.exif.data(), metadata.exif.size());
+    header_.orientation = exif.orientation;
+    if (header_.resolution.unit == Resolution::Unit::Unknown) header_.resolution = exif.resolution;
+}
+
+// Whether the part is one of those that are looked into here. Never throws: libpng calls it.
+bool PngReader::TakePart(const char* name, const std::uint8_t* bytes, std::size_t size) {
+    if (std::memcmp(name, "acTL", 4) == 0 && size >= 4) {
+        const std::uint32_t frames = png_get_uint_32(bytes);
+        if (!headerRead_ && frames >= 1 && frames <= PNG_UINT_31_MAX) header_.frames = static_cast<int>(frames);
+        return true;
+    }
+    if (!IsPngText(name)) return false;
+    if (headerRead_) return true;
+    try {
+        const std::string problem = TakePngText({std::string(name, 4), {bytes, bytes + size}}, &header_.metadata);
+        if (partsProblem_.empty()) partsProblem_ = problem;
+    } catch (const std::bad_alloc&) {
+        // Texts are not worth the picture.
+    }
+    return true;
+}
+
+// Some programs put texts behind the pixels. A pipe does not show them before these are read, when it is too late.
+void PngReader::TakePartsBehindPixels() {
+    if (file_.Size() < 0) return;
+    constexpr std::int64_t kAround = 12;  // size and name before a part, its sum behind it
+    bool behind = false;
+    std::int64_t at = 8;
+    for (std::int64_t i = 0; i < kMaxParts; ++i) {
+        std::array<std::uint8_t, 8> head{};
+        if (file_.ReadAt(at, head.data(), head.size()) != head.size()) return;
+        const std::int64_t size = png_get_uint_32(head.data());
+        const char* name = reinterpret_cast<const char*>(head.data()) + 4;
+        behind = behind || std::memcmp(name, "IDAT", 4) == 0;
+        if (size > file_.Size() - at - kAround) return;
+        if (behind && IsPngText(name) && size <= static_cast<std::int64_t>(kMaxMetadataBytes)) {
+            std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+            if (file_.ReadAt(at + 8, bytes.data(), bytes.size()) != bytes.size()) return;
+            TakePart(name, bytes.data(), bytes.size());
+        }
+        at += size + kAround;
+    }
 }
 
 void PngReader::ReadColourTags() {
@@ -159,6 +222,9 @@ void PngReader::ReadResolution() {
 }
 
 void PngReader::StartRows() {
+    if (header_.frames > 1)
+        notes_.Say(file_.Path(),
+                   "an animation of " + std::to_string(header_.frames) + " frames, of which the first is taken");
     if (header_.bitDepth == 16) notes_.Say(file_.Path(), "16 bits a channel are reduced to 8");
     Guarded([this] {
         png_set_palette_to_rgb(png_);

@@ -7,6 +7,7 @@
 #include "Rows.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Png.h"
+#include "codecs/PngTexts.h"
 #include "files/OutputFile.h"
 
 namespace {
@@ -105,6 +106,7 @@ void PngWriter::SetTags(PixelKind kind, const PictureHeader& tags) {
 }
 
 void PngWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, int compression) {
+    const std::vector<PngPart> parts = PngTextsOf(tags.metadata);
     Guarded([&] {
         png_set_write_fn(png_, this, Write, Flush);
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
@@ -115,6 +117,9 @@ void PngWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, 
         png_set_benign_errors(png_, 1);
         SetTags(shape.kind, tags);
         png_write_info(png_, info_);
+        for (const PngPart& part : parts)
+            png_write_chunk(png_, reinterpret_cast<png_const_bytep>(part.name.c_str()), part.bytes.data(),
+                            part.bytes.size());
     });
 }
 

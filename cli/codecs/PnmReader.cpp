@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "Errors.h"
+#include "Notes.h"
 #include "codecs/Pnm.h"
 #include "codecs/Samples.h"
 #include "files/InputFile.h"
@@ -92,7 +93,7 @@ bool IsSpace(int byte) {
 
 class PnmReader : public PictureReader {
 public:
-    explicit PnmReader(InputFile& file) : file_(file), bytes_(file) { ReadHeader(); }
+    PnmReader(InputFile& file, Notes& notes) : file_(file), notes_(notes), bytes_(file) { ReadHeader(); }
     void ReadRow(std::uint8_t* row) override;
     void SkipRows(std::int64_t count) override;
 
@@ -127,10 +128,12 @@ private:
     void ReadBytes(std::uint8_t* row);
 
     InputFile& file_;
+    Notes& notes_;
     Bytes bytes_;
     std::string name_;  // of the format
     Form form_ = Form::Bytes;
     std::int64_t most_ = 1;              // the largest value of a sample
+    std::int64_t done_ = 0;              // rows
     std::size_t samples_ = 0;            // of a row; 0: none was read yet
     std::vector<std::uint8_t> in8Bits_;  // for each value
     std::vector<std::uint8_t> fileRow_;  // as the file holds it, where that differs from the image
@@ -275,18 +278,24 @@ void PnmReader::ReadRow(std::uint8_t* row) {
     if (samples_ == 0) StartRows();
     switch (form_) {
         case Form::PlainBits:
-            return ReadPlainBits(row);
+            ReadPlainBits(row);
+            break;
         case Form::PlainNumbers:
-            return ReadPlainNumbers(row);
+            ReadPlainNumbers(row);
+            break;
         case Form::PackedBits:
-            return ReadPackedBits(row);
+            ReadPackedBits(row);
+            break;
         case Form::Bytes:
-            return ReadBytes(row);
+            ReadBytes(row);
+            break;
     }
+    if (++done_ == header_.height && header_.bitDepth > 8)
+        notes_.Say(file_.Path(), std::to_string(header_.bitDepth) + " bits a channel are reduced to 8");
 }
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenPnm(InputFile& file, Notes&) {
-    return std::make_unique<PnmReader>(file);
+std::unique_ptr<PictureReader> OpenPnm(InputFile& file, Notes& notes) {
+    return std::make_unique<PnmReader>(file, notes);
 }

@@ -9,6 +9,7 @@
 #include "codecs/TiffLayout.h"
 #include "codecs/TiffRows.h"
 #include "codecs/TiffStream.h"
+#include "codecs/TiffTags.h"
 #include "files/InputFile.h"
 
 namespace {
@@ -79,6 +80,7 @@ TiffReader::TiffReader(InputFile& file, Notes& notes)
     if (orientation >= 1 && orientation <= 8) header_.orientation = orientation;
     ReadProfile();
     ReadResolution();
+    header_.metadata = ReadTiffMetadata(file_, tiff_, notes_);
     if (!layout_.remark.empty()) notes_.Say(file_.Path(), layout_.remark);
     TellOfOtherPages();
     TellWarning();

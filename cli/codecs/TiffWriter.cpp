@@ -7,6 +7,7 @@
 #include "codecs/IccProfile.h"
 #include "codecs/Tiff.h"
 #include "codecs/TiffStream.h"
+#include "codecs/TiffTags.h"
 #include "files/OutputFile.h"
 
 namespace {
@@ -22,7 +23,10 @@ std::int64_t RowBytes(const ImageShape& shape) {
 bool NeedsBigTiff(const ImageShape& shape, const PictureHeader& tags) {
     constexpr std::int64_t kClassicBytes = 4294967295;
     const std::int64_t pixels = RowBytes(shape) * shape.height;
-    const std::int64_t around = static_cast<std::int64_t>(tags.colour.profile.size()) + 16LL * shape.height + 65536;
+    const Metadata& metadata = tags.metadata;
+    const std::size_t blocks =
+        tags.colour.profile.size() + 2 * metadata.exif.size() + metadata.xmp.size() + metadata.iptc.size();
+    const std::int64_t around = static_cast<std::int64_t>(blocks) + 16LL * shape.height + 65536;
     return pixels + pixels / 100 + around > kClassicBytes;
 }
 
@@ -111,6 +115,7 @@ void TiffWriter::SetTags(const ImageShape& shape, const PictureHeader& tags, int
     if (ProfileFits(profile, shape.kind))
         Set(TIFFTAG_ICCPROFILE, static_cast<std::uint32_t>(profile.size()), profile.data());
     SetResolution(tags.resolution);
+    if (!WriteTiffMetadata(file_, tiff_.get(), tags.metadata)) Fail();
 }
 
 void TiffWriter::WriteRows(RowSource& rows, const RowTick& tick) {

@@ -149,8 +149,10 @@ void WebpReader::ReadTags() {
         notes_.Say(file_.Path(), "the colour profile does not fit the pixels and is left out");
         header_.colour.profile.clear();
     }
-    const std::vector<std::uint8_t> block = Chunk("EXIF");
-    const ExifTags exif = ReadExif(block.data(), block.size());
+    Metadata& metadata = header_.metadata;
+    metadata.exif = Chunk("EXIF");
+    metadata.xmp = Chunk("XMP ");
+    const ExifTags exif = ReadExif(metadata.exif.data(), metadata.exif.size());
     header_.orientation = exif.orientation;
     header_.resolution = exif.resolution;
 }

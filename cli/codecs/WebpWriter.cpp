@@ -118,13 +118,16 @@ void WebpWriter::AddChunk(const char* name, const std::vector<std::uint8_t>& byt
 
 void WebpWriter::Write(const PictureHeader& tags) {
     const bool hasProfile = ProfileFits(tags.colour.profile, PixelKind::RGB);
-    const std::vector<std::uint8_t> exif = MakeExif(tags.resolution);
-    if (!hasProfile && exif.empty()) return Put(encoded_.mem, encoded_.size);
+    const Metadata& metadata = tags.metadata;
+    // Which has no other place for the resolution.
+    const std::vector<std::uint8_t> exif = metadata.exif.empty() ? MakeExif(tags.resolution) : metadata.exif;
+    if (!hasProfile && exif.empty() && metadata.xmp.empty()) return Put(encoded_.mem, encoded_.size);
     const WebPData encoded{encoded_.mem, encoded_.size};
     mux_ = WebPMuxCreate(&encoded, 0);
     if (mux_ == nullptr) FailFile(file_.Path(), "not enough memory");
     if (hasProfile) AddChunk("ICCP", tags.colour.profile);
     AddChunk("EXIF", exif);
+    AddChunk("XMP ", metadata.xmp);
     if (WebPMuxAssemble(mux_, &assembled_) != WEBP_MUX_OK) FailFile(file_.Path(), "not enough memory");
     Put(assembled_.bytes, assembled_.size);
 }

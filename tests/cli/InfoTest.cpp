@@ -19,6 +19,7 @@ TEST_F(Info, TellsAllAboutAPhotograph) {
                                                               "  profile      Adobe RGB (1998) (RGB, 560 bytes)\n"
                                                               "  resolution   72 x 72 pixels per inch\n"
                                                               "  printed      225.8 x 150.6 mm (8.89 x 5.93 inches)\n"
+                                                              "  comment      cmp3.10.3.2Lq3 0x756ffbf7\n"
                                                               "  file size    112525 bytes (109.9 KiB)\n"
                                                               "  in memory    819840 bytes (800.6 KiB)\n");
 }

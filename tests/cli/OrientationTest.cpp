@@ -1,7 +1,10 @@
 // Pictures that are stored in another way than they are shown.
 
+#include "CorpusBytes.h"
+#include "TestMetadata.h"
 #include "TestPictures.h"
 #include "TestTiffs.h"
+#include "TestWebps.h"
 #include "ZorTest.h"
 
 namespace {
@@ -69,6 +72,27 @@ TEST_F(Orientation, OfJpegIsApplied) {
             const JpegFile file = SaveCameraJpeg(orientation, channels);
             EXPECT_EQ(RunWell({"in.jpg", "out.png"}).err, "");
             EXPECT_EQ(PixelsOf(LoadPng(At("out.png"))), Shown(file.pixels, orientation));
+        }
+}
+
+TEST_F(Orientation, OfPngAndWebpIsApplied) {
+    for (const int channels : {1, 4})
+        for (int orientation = 1; orientation <= 8; ++orientation) {
+            SCOPED_TRACE(testing::Message() << orientation << ", " << channels << " channels");
+            const Pixels pixels = MakePixels(37, 22, channels, 3);
+            SavePng(At("in.png"), PlainPng(pixels));
+            const std::vector<std::uint8_t> exif = Exif(orientation);
+            AddPngChunks(At("in.png"), PngChunk("eXIf", std::string(exif.begin() + 6, exif.end())));
+            EXPECT_EQ(RunWell({"in.png", "out.png"}).err, "");
+            EXPECT_EQ(PixelsOf(LoadPng(At("out.png"))), Shown(pixels, orientation));
+            if (channels == 1) continue;
+            WebpFile webp;
+            webp.pixels = pixels;
+            webp.exif.assign(exif.begin() + 6, exif.end());
+            SaveWebp(At("in.webp"), webp);
+            webp.pixels = LoadWebp(At("in.webp")).pixels;
+            EXPECT_EQ(RunWell({"in.webp", "out.png"}).err, "");
+            EXPECT_EQ(PixelsOf(LoadPng(At("out.png"))), Shown(webp.pixels, orientation));
         }
 }
 

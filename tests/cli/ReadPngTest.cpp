@@ -4,6 +4,8 @@
 
 #include <random>
 
+#include "CorpusBytes.h"
+#include "TestMetadata.h"
 #include "TestPictures.h"
 #include "ZorTest.h"
 
@@ -158,6 +160,18 @@ TEST_F(PngTags, KeepsTheShapeOfAPixel) {
     EXPECT_EQ(LoadPng(At("out.png")).density, file.density);
     RunWell({"in.png", "out.jpg"});
     EXPECT_EQ(LoadJpeg(At("out.jpg")).density, (std::array{0, 4, 3}));
+}
+
+TEST_F(PngTags, TellsThatTheFirstOfManyFramesIsTaken) {
+    const Pixels pixels = MakePixels(9, 7, 3, 1);
+    SavePng(At("in.png"), PlainPng(pixels));
+    AddPngChunks(At("in.png"), PngChunk("acTL", Big(12, 4) + Big(0, 4)));
+    EXPECT_EQ(RunWell({"in.png", "out.png"}).err,
+              "zor: in.png: an animation of 12 frames, of which the first is taken\n");
+    EXPECT_EQ(PixelsOf(LoadPng(At("out.png"))), pixels);
+    const Outcome told = RunWell({"info", "in.png"});
+    EXPECT_NE(told.out.find("  pictures     12, of which the first is read\n"), std::string::npos) << told.out;
+    EXPECT_EQ(told.err, "");
 }
 
 }  // namespace

@@ -64,11 +64,17 @@ Pixels InEightBits(const Samples& samples) {
     return pixels;
 }
 
+int BitsOf(const Samples& samples) {
+    return static_cast<int>(std::floor(std::log2(samples.most))) + 1;
+}
+
 class ReadPnm : public ZorTest {
 protected:
-    Pixels ThroughPng(const std::string& bytes) {
+    // More than 8 bits a channel are told of.
+    Pixels ThroughPng(const std::string& bytes, int bits = 8) {
         WriteFile(At("in"), bytes);
-        EXPECT_EQ(RunWell({"in", "out.png"}).err, "");
+        EXPECT_EQ(RunWell({"in", "out.png"}).err,
+                  bits <= 8 ? "" : "zor: in: " + std::to_string(bits) + " bits a channel are reduced to 8\n");
         return PixelsOf(LoadPng(At("out.png")));
     }
 
@@ -90,8 +96,10 @@ TEST_F(ReadPnm, ScalesEveryDepthToTheNearestOf256Steps) {
         for (const int channels : {1, 3}) {
             SCOPED_TRACE(testing::Message() << channels << " channels to " << most);
             const Samples samples = MakeSamples(13, 7, channels, most);
-            EXPECT_EQ(ThroughPng(Head(channels == 1 ? "P2" : "P3", samples) + InText(samples)), InEightBits(samples));
-            EXPECT_EQ(ThroughPng(Head(channels == 1 ? "P5" : "P6", samples) + InBytes(samples)), InEightBits(samples));
+            EXPECT_EQ(ThroughPng(Head(channels == 1 ? "P2" : "P3", samples) + InText(samples), BitsOf(samples)),
+                      InEightBits(samples));
+            EXPECT_EQ(ThroughPng(Head(channels == 1 ? "P5" : "P6", samples) + InBytes(samples), BitsOf(samples)),
+                      InEightBits(samples));
         }
 }
 
@@ -102,12 +110,12 @@ TEST_F(ReadPnm, ReadsEveryTypeOfPam) {
         for (const unsigned most : {1U, 100U, 255U, 1000U, 65535U}) {
             SCOPED_TRACE(testing::Message() << channels << " of type '" << type << "' to " << most);
             const Samples samples = MakeSamples(6, 5, channels, most);
-            EXPECT_EQ(ThroughPng(PamHead(samples, type) + InBytes(samples)), InEightBits(samples));
+            EXPECT_EQ(ThroughPng(PamHead(samples, type) + InBytes(samples), BitsOf(samples)), InEightBits(samples));
         }
     for (const auto& [type, channels] : {std::pair{"BLACKANDWHITE", 1}, {"BLACKANDWHITE_ALPHA", 2}}) {
         SCOPED_TRACE(type);
         const Samples samples = MakeSamples(9, 4, channels, 1);  // 1 is white here
-        EXPECT_EQ(ThroughPng(PamHead(samples, type) + InBytes(samples)), InEightBits(samples));
+        EXPECT_EQ(ThroughPng(PamHead(samples, type) + InBytes(samples), BitsOf(samples)), InEightBits(samples));
     }
 }
 
@@ -153,7 +161,7 @@ TEST_F(ReadPnm, ReducesSixteenBitsAsOfPng) {
     }
     SavePng(At("in.png"), png);
     RunWell({"--quiet", "in.png", "reduced.png"});
-    EXPECT_EQ(ThroughPng(Head("P5", samples) + InBytes(samples)), PixelsOf(LoadPng(At("reduced.png"))));
+    EXPECT_EQ(ThroughPng(Head("P5", samples) + InBytes(samples), 16), PixelsOf(LoadPng(At("reduced.png"))));
 }
 
 TEST_F(ReadPnm, TakesCommentsAndSpaceWhereTheyMayStand) {
