@@ -279,6 +279,17 @@ public:
         return to_.data() + next_++ * toBytes_;
     }
 
+    void Skip(int count) override {
+        if (whole_ != nullptr) {
+            taken_ += count;
+            return;
+        }
+        for (; count > 0 && next_ < there_; --count) ++next_;
+        rows_->Skip(count);
+        done_ += static_cast<std::size_t>(count);
+    }
+    void NeedColumns(int first, int count) override { rows_->NeedColumns(first, count); }
+
     // Rows that can stay where they are, do.
     Raster* Whole() override {
         if (whole_ != nullptr) return whole_;

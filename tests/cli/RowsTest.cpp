@@ -139,6 +139,16 @@ TEST_F(Rows, OfAPartComeFromAPipeToo) {
     }
 }
 
+TEST_F(Rows, OfAPartAreRecolouredAsTheWholeIs) {
+    PngFile file = PlainPng(MakePixels(kWidth, kHeight, 4, 1));
+    file.gamma = 100000;  // not that of sRGB
+    SavePng(At("in.png"), file);
+    const Pixels whole = Result("in.png", {"--srgb"});
+    EXPECT_FALSE(whole == PixelsOf(file));
+    for (const Part& part : {Part{20, 90, 50, 30}, Part{0, 0, 1, 1}, Part{100, 1, 103, 148}})
+        EXPECT_TRUE(Result("in.png", {"--srgb", "crop", AreaText(part)}) == PartOf(whole, part)) << AreaText(part);
+}
+
 // What is not looked at is not read, and may be missing or damaged; what is needed may not.
 TEST_F(Rows, StopAtTheLastOneThatIsNeeded) {
     for (const std::string& name : MakeFiles()) {
