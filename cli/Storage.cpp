@@ -204,6 +204,10 @@ void CheckMemoryHolds(const std::string& what, const ImageNeed& need, std::int64
                        " for rows at a time, and images may take " + SizeText(Memory()) + "; --memory gives them more");
 }
 
+bool FitsItsShare(std::int64_t bytes) {
+    return bytes <= Memory() / kShares;
+}
+
 void CheckScratchHolds(const std::string& what, const std::vector<ImageNeed>& needs) {
     std::int64_t total = 0;
     std::string images;

@@ -57,6 +57,9 @@ bool GoesToScratch(const ImageNeed& need);
 // more than any memory. A few mebibytes may be had even where images get less.
 void CheckMemoryHolds(const std::string& what, const ImageNeed& need, std::int64_t bytes);
 
+// Whether so many bytes that are no image are held in memory: the same quarter.
+bool FitsItsShare(std::int64_t bytes);
+
 // Throws a RunError unless the scratch directory has room for those of the images that go there, all at one time.
 // `what` begins the message: whom they are for.
 void CheckScratchHolds(const std::string& what, const std::vector<ImageNeed>& needs);

@@ -9,9 +9,11 @@
 #include "codecs/Exif.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Jpeg.h"
+#include "codecs/JpegCoefficients.h"
 #include "codecs/JpegErrors.h"
 #include "codecs/JpegMarkers.h"
 #include "files/InputFile.h"
+#include "files/Scratch.h"
 
 namespace {
 
@@ -135,6 +137,7 @@ private:
     void Guarded(const Work& work) {
         GuardedJpeg(&errors_, work, [this] {
             if (file_.Error() != 0) FailSystem(file_.Path(), file_.Error());
+            if (coefficients_.Error() != 0) FailScratch(coefficients_.Error());
             if (errors_.base.msg_code == JERR_OUT_OF_MEMORY)
                 FailFile(file_.Path(), jpeg_.progressive_mode ? "not enough memory for a progressive JPEG of this size"
                                                               : "not enough memory");
@@ -157,6 +160,7 @@ private:
     JpegErrors errors_{};
     Source source_{};
     ScanWatch watch_{};
+    JpegCoefficients coefficients_;
     // Adobe's programs store CMYK with 255 as no ink, and say so by a marker of their own; the others follow the
     // letter.
     bool inverted_ = false;
@@ -260,6 +264,7 @@ void JpegReader::Reduce(std::int64_t leastWidth, std::int64_t leastHeight) {
 
 void JpegReader::StartRows() {
     started_ = true;
+    if (severalScans_) coefficients_.Watch(&jpeg_);
     Guarded([this] { jpeg_start_decompress(&jpeg_); });
     if (columns_ == 0 || columns_ == header_.width) return;
     // Whole blocks, and one more to each side, which colour is blended with where there is less of it.

@@ -76,4 +76,29 @@ TEST_F(LargePicture, TellsWhenEvenAddressesAreShort) {
     EXPECT_GT(failed, 0);
 }
 
+// What libjpeg gathers of all its scans is larger than the picture.
+TEST_F(LargePicture, OfAProgressiveFileGoesThroughScratchToo) {
+    JpegFile file;
+    file.pixels = kWholeSize ? MakePixels(4000, 3000, 3, 1) : MakePixels(800, 600, 3, 1);
+    file.progressive = true;
+    SaveJpeg(At("in.jpg"), file);
+    file = {};
+    std::filesystem::create_directory(At("scratch"));
+    const Outcome outcome = Run({"--memory", "2M", "--scratch", "scratch", "in.jpg", "scratch.ppm"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    if (kWholeSize) {
+        EXPECT_LT(outcome.peakBytes, std::int64_t{64} << 20);  // where the coefficients take 72
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(At("scratch")));
+    RunWell({"--memory", "16G", "in.jpg", "memory.ppm"});
+    EXPECT_TRUE(ReadFile(At("scratch.ppm")) == ReadFile(At("memory.ppm")));
+
+    // Room for what is decoded at an eighth of its size, but not for that.
+    RunOptions options;
+    options.fileSizeLimit = std::uint64_t{5} << 19;
+    ExpectFailure(Run({"--memory", "2M", "--scratch", "scratch", "in.jpg", "none.png", "thumbnail", "100"}, options), 1,
+                  {"scratch directory scratch: File too large"});
+    EXPECT_FALSE(std::filesystem::exists(At("none.png")));
+}
+
 }  // namespace
