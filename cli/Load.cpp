@@ -42,10 +42,14 @@ private:
 
 }  // namespace
 
-std::unique_ptr<PictureReader> OpenPicture(InputFile& file, Notes& notes) {
+const Codec& InputCodec(InputFile& file) {
     const Codec* codec = CodecOfContent(file);
     if (codec == nullptr) FailUnknownContent(file);
-    return codec->open(file, notes);
+    return *codec;
+}
+
+std::unique_ptr<PictureReader> OpenPicture(InputFile& file, Notes& notes) {
+    return InputCodec(file).open(file, notes);
 }
 
 ImageShape ShapeOf(const InputFile& file, const PictureHeader& header) {

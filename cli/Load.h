@@ -10,7 +10,10 @@
 #include "codecs/Picture.h"
 #include "files/InputFile.h"
 
-// Reads the header; a RunError when the file is no picture of a known format, or is damaged.
+// The format of the file, by its content; a RunError when it is none that is known.
+const Codec& InputCodec(InputFile& file);
+
+// Reads the header; a RunError as above, or where it is damaged.
 std::unique_ptr<PictureReader> OpenPicture(InputFile& file, Notes& notes);
 
 // The shape of the image that the file makes once it is turned to its orientation. A RunError when no image can be so

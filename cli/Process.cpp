@@ -90,26 +90,58 @@ void CheckOutput(const Codec& codec, const std::string& path, const ImageShape& 
     }
 }
 
+struct Reading {
+    const Codec& codec;
+    ImageShape stored;
+    bool byRows;
+    bool recolours;
+};
+
+struct Writing {
+    const Codec& codec;
+    ImageShape result;
+    bool recolours;
+};
+
+// Rows that tell how many of them have been taken.
+class ToldRows : public RowSource {
+public:
+    ToldRows(RowSource& rows, Progress& progress) : RowSource(rows.Shape()), rows_(rows), progress_(progress) {}
+    const std::uint8_t* Next() override {
+        const std::uint8_t* row = rows_.Next();
+        progress_.Step(++taken_, Shape().height);
+        return row;
+    }
+    Raster* Whole() override { return rows_.Whole(); }
+
+private:
+    RowSource& rows_;
+    Progress& progress_;
+    std::int64_t taken_ = 0;
+};
+
 // What each phase will take, about, in the order of the phases. What works on rows as they come has no phase of its
 // own: it is done while all rows are gathered for what needs the whole, or written.
-std::vector<double> Efforts(const ImageShape& shape, bool readsRows, const std::vector<EffectCall>& calls,
-                            const std::vector<ImageShape>& shapes, const Codec& outputCodec) {
+std::vector<double> Efforts(const Reading& reading, const ImageShape& shape, const std::vector<EffectCall>& calls,
+                            const std::vector<ImageShape>& shapes, const Writing& writing) {
     std::vector<double> efforts;
-    double open = ReadingEffort(shape);
+    double open = ReadingEffort(reading.codec, reading.stored);
     const auto end = [&] {
         efforts.push_back(open);
         open = 0;
     };
-    if (!readsRows) end();
+    if (!reading.byRows) end();
+    if (reading.recolours) open += ColourEffort(reading.stored);
     ImageShape source = shape;
     for (std::size_t i = 0; i < calls.size(); ++i) {
         const bool whole = !TakesRows(calls[i]);
         if (whole && open > 0) end();
-        open += EffectEffort(*calls[i].row, source, shapes[i]);
+        open += EffectEffort(calls[i], source, shapes[i]);
         if (whole) end();
         source = shapes[i];
     }
-    open += WritingEffort(outputCodec, source);
+    if (writing.recolours) open += ColourEffort(source);
+    open += WritingEffort(writing.codec, writing.result);
     end();
     return efforts;
 }
@@ -131,7 +163,8 @@ std::unique_ptr<RowSource> RunEffects(const std::vector<EffectCall>& calls, cons
         }
         if (!open->empty()) {
             progress.Begin(*open);
-            rows = RowsOf(Collect(*rows));
+            ToldRows told(*rows, progress);
+            rows = RowsOf(Collect(told));
             open->clear();
         }
         const SignalPatience patience;
@@ -152,7 +185,8 @@ void Process(const CommandLine& line, Notes& notes) {
     if (!line.profile.empty()) profile = ReadProfile(line.profile);
 
     InputFile input(line.words[0]);
-    const std::unique_ptr<PictureReader> reader = OpenPicture(input, notes);
+    const Codec& inputCodec = InputCodec(input);
+    const std::unique_ptr<PictureReader> reader = inputCodec.open(input, notes);
     const ImageShape whole = ShapeOf(input, reader->Header());
     const int orientation = HeededOrientation(reader->Header());
     PictureHeader header = OrientedTags(reader->Header(), orientation);
@@ -190,11 +224,16 @@ void Process(const CommandLine& line, Notes& notes) {
     OutputFile output(outputPath);
 
     Progress progress(line.quiet);
-    progress.Plan(Efforts(shape, readsRows, calls, shapes, outputCodec));
+    const Reading reading{inputCodec, stored, readsRows, first.change != nullptr};
+    progress.Plan(Efforts(reading, shape, calls, shapes, {outputCodec, result, last.change != nullptr}));
     const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
-    if (!readsRows) progress.Begin("reading");
-    std::string open = readsRows ? "reading" : "";
-    std::unique_ptr<RowSource> rows = Recoloured(RowsOfPicture(*reader, tick), first);
+    // Where rows go on as they are read, those who take them tell how many are done.
+    const RowTick readTick = [&](std::int64_t done, std::int64_t total) {
+        reading.byRows ? progress.Step(0, 0) : progress.Step(done, total);
+    };
+    if (!reading.byRows) progress.Begin("reading");
+    std::string open = reading.byRows ? "reading" : reading.recolours ? "colours" : "";
+    std::unique_ptr<RowSource> rows = Recoloured(RowsOfPicture(*reader, readTick), first);
     rows = RunEffects(calls, shapes, std::move(rows), progress, &open);
     rows = Recoloured(RowsInKind(std::move(rows), laid), last);
     if (LosesAlpha(outputCodec, result.kind) && !PluginBytes())

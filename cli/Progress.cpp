@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+#include "Effort.h"
+
 namespace {
 
 constexpr std::chrono::milliseconds kQuietTime{1000};
@@ -39,17 +41,29 @@ double Progress::Seconds(Clock::time_point now) const {
     return std::chrono::duration<double>(now - start_).count();
 }
 
+void Progress::Plan(std::vector<double> efforts) {
+    if (!enabled_) return;
+    const double unit = SecondsForEffort();
+    for (double& effort : efforts) effort *= unit;
+    estimate_ = ProgressEstimate(std::move(efforts), true);
+}
+
 void Progress::Begin(const std::string& phase) {
     phase_ = phase;
+    done_ = total_ = 0;
     estimate_.Begin(Seconds(Clock::now()));
 }
 
 void Progress::Step(std::int64_t done, std::int64_t total) {
     if (!enabled_) return;
+    if (total > 0) {
+        done_ = done;
+        total_ = total;
+    }
     const Clock::time_point now = Clock::now();
     if (now < nextDraw_) return;
     nextDraw_ = now + kDrawInterval;
-    estimate_.Step(done, total, Seconds(now));
+    estimate_.Step(done_, total_, Seconds(now));
     const std::string text =
         ProgressText(phase_, estimate_.Done(), estimate_.SecondsLeft(Seconds(now)), TerminalColumns() - 1);
     std::fprintf(stderr, "\r%s\033[K", text.c_str());

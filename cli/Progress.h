@@ -16,8 +16,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // What the phases to come will take, relative to each other; without it there is one.
-    void Plan(std::vector<double> efforts) { estimate_ = ProgressEstimate(std::move(efforts)); }
+    // The efforts of the phases to come; without it there is one.
+    void Plan(std::vector<double> efforts);
 
     // A new phase: "reading", "scale", "writing".
     void Begin(const std::string& phase);
@@ -39,6 +39,7 @@ private:
     bool enabled_;
     ProgressEstimate estimate_;
     std::string phase_;
+    std::int64_t done_ = 0, total_ = 0;  // of the phase, as it was told last
     Clock::time_point start_;
     Clock::time_point nextDraw_;
 };

@@ -31,9 +31,23 @@ double ProgressEstimate::Sum(std::size_t phases) const {
     return std::accumulate(efforts_.begin(), efforts_.begin() + static_cast<std::ptrdiff_t>(phases), 0.0);
 }
 
+// Seconds for a unit of effort, from efforts that are over and the time they took. What was expected in seconds counts
+// as well, for as long as little is known: how fast a file is read says little about an effect.
+double ProgressEstimate::Pace(double told, double took) const {
+    constexpr double kExpectation = 0.1, kLeastExpectation = 0.2;
+    const double expected = inSeconds_ ? std::max(kLeastExpectation, kExpectation * Sum(efforts_.size())) : 0;
+    return told + expected > 0 ? (took + expected) / (told + expected) : 0;
+}
+
 void ProgressEstimate::Begin(double seconds) {
+    if (tells_ && phases_ > 0) {
+        told_ += efforts_[phases_ - 1];
+        took_ += seconds - begun_;
+    }
     if (phases_ < efforts_.size()) ++phases_;
-    begun_ = seconds;
+    begun_ = stepped_ = seconds;
+    part_ = 0;
+    tells_ = false;
     const double before = Sum(phases_ - 1) / Sum(efforts_.size());
     if (before > 0) done_ = std::max(done_.value_or(0), before);
 }
@@ -41,14 +55,19 @@ void ProgressEstimate::Begin(double seconds) {
 void ProgressEstimate::Step(std::int64_t done, std::int64_t total, double seconds) {
     if (phases_ == 0) Begin(seconds);
     const double before = Sum(phases_ - 1), own = efforts_[phases_ - 1];
-    double part = 0;
     if (total > 0) {
-        part = std::clamp(static_cast<double>(done) / static_cast<double>(total), 0.0, 1.0);
+        if (!tells_) part_ = 0;
+        tells_ = true;
+        const double part = std::clamp(static_cast<double>(done) / static_cast<double>(total), 0.0, 1.0);
+        if (part <= part_) return;
+        part_ = part;
+        stepped_ = seconds;
     } else {
-        if (before <= 0 || begun_ <= 0) return;
-        part = ExpectedPart((seconds - begun_) / (own * begun_ / before));
+        const double pace = Pace(told_, took_);
+        if (tells_ || pace <= 0) return;
+        part_ = ExpectedPart((seconds - begun_) / (own * pace));
     }
-    done_ = std::max(done_.value_or(0), (before + own * part) / Sum(efforts_.size()));
+    done_ = std::max(done_.value_or(0), (before + own * part_) / Sum(efforts_.size()));
 }
 
 std::optional<double> ProgressEstimate::Done() const {
@@ -58,7 +77,18 @@ std::optional<double> ProgressEstimate::Done() const {
 std::optional<double> ProgressEstimate::SecondsLeft(double seconds) const {
     constexpr double kTooEarly = 0.01;
     if (!done_ || *done_ < kTooEarly) return std::nullopt;
-    return seconds * (1 - *done_) / *done_;
+    const double own = efforts_[phases_ - 1], later = Sum(efforts_.size()) - Sum(phases_);
+    const double pace = Pace(told_, took_);
+    if (pace <= 0 && part_ <= 0) return std::nullopt;
+    if (!tells_) return (own * (1 - part_) + later) * pace;
+    // Its own pace, which at first is that of what was before.
+    constexpr double kFirst = 0.05;
+    const double taken = stepped_ - begun_;
+    const double first = pace > 0 ? kFirst * own : 0;
+    const double left = own * (1 - part_) * (taken + first * pace) / (part_ * own + first);
+    // Some of that has gone by since.
+    const double gone = left > 0 ? ExpectedPart((seconds - stepped_) / left) : 0;
+    return left * (1 - gone) + later * Pace(told_ + part_ * own, took_ + taken);
 }
 
 std::string ProgressText(const std::string& phase, std::optional<double> done, std::optional<double> secondsLeft,

@@ -110,7 +110,9 @@ struct Codec {
     // is room. RunError. Null: the format is read only.
     void (*write)(OutputFile& file, RowSource& rows, const PictureHeader& tags, const WriteOptions& options,
                   const RowTick& tick);
-    double effort = 1;  // of writing: about so many nanoseconds for a byte of the image
+    // For a byte of the image, see Effort.h.
+    double readingEffort = 1;
+    double writingEffort = 1;
     MetadataRoom room = {};
 };
 

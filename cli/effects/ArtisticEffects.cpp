@@ -16,6 +16,12 @@ void RunOil(Raster* image, const ImageShape&, const Arguments& arguments) {
     });
 }
 
+// Every class is asked how frequent it is; the square comes in where it is large.
+double OilEffort(const Arguments& arguments) {
+    const double range = arguments.Integer("range"), levels = arguments.Integer("levels");
+    return 0.5 * range * range + 0.1 * levels;
+}
+
 // The engine draws from the C library's generator. Each ink starts it anew, so that all of them move alike.
 void RunDiffuse(Raster* image, const ImageShape&, const Arguments& arguments) {
     image->WidenWindow(2 * std::int64_t{arguments.Integer("level")} + 8);
@@ -81,7 +87,13 @@ std::vector<EffectRow> ArtisticEffects() {
           {"levels", kInteger, "20", 1, 256, {}, "classes; fewer make larger dabs"}},
          nullptr,
          RunOil,
-         60},
+         1,
+         nullptr,
+         nullptr,
+         false,
+         nullptr,
+         0,
+         OilEffort},
         {"diffuse",
          "Artistic",
          "Scatter pixels at random",
@@ -93,7 +105,7 @@ std::vector<EffectRow> ArtisticEffects() {
           {"seed", kInteger, "1", 0, 2147483647, {}, "where the random numbers start"}},
          nullptr,
          RunDiffuse,
-         6},
+         18},
         {"engrave",
          "Artistic",
          "A relief, as if engraved",

@@ -28,8 +28,8 @@ struct EffectRow {
     // planned shape in its place. A RunError when that fails.
     void (*run)(Raster* image, const ImageShape& result, const Arguments& arguments);
 
-    // About how long that takes, in nanoseconds for a byte of the larger of the two images; how much longer also hangs
-    // on arguments that are not told apart here. Unless given, that of a walk over the pixels.
+    // About how long that takes for a byte of the larger of the two images, see Effort.h. Unless given, that of a walk
+    // over the pixels.
     double effort = 1;
 
     // What people get where the plug-in's bytes are not asked for: rounded, with colours weighed by alpha. At most one
@@ -50,6 +50,9 @@ struct EffectRow {
     // Above 0: the result is as good from a smaller picture, as long as that has so many times its sides. A file that
     // is decoded faster so may come smaller.
     int sourceSides = 0;
+
+    // How much longer it takes by its arguments; null: about the same with all of them.
+    double (*effortTimes)(const Arguments& arguments) = nullptr;
 };
 
 // All rows, group by group.

@@ -255,7 +255,7 @@ std::vector<EffectRow> PixelEffects() {
           {"alpha", ArgumentType::Flag, "", 0, 0, {}, "random alpha too"}},
          PlanRandom,
          RunRandom,
-         8},
+         19},
         {"crop",
          "Size",
          "Cut an area out",
