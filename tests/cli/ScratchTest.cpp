@@ -65,6 +65,7 @@ std::vector<Words> EveryEffect() {
         {"scale", "100x6000", "filter=box", "threads=1"},
         {"scale", "20x90", "filter=lanczos8"},
         {"scalefast", "60x5000"},
+        {"thumbnail", "900"},
         {"canvas", "90x5000", "at=7,100"},
         {"canvas", "60x4000", "at=-7,-300"},
         {"flip", "h"},

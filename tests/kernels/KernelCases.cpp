@@ -676,8 +676,9 @@ void Sharpen(Kernels k, Bytes b, std::ptrdiff_t units) {
 // Numbers of a kernel's own, with one behind them that must stay as it is.
 template <class Number>
 std::vector<Number> NumbersOf(const std::uint8_t* bytes, std::ptrdiff_t count) {
-    std::vector<Number> numbers(static_cast<std::size_t>(count) + 1);
-    std::memcpy(numbers.data(), bytes, static_cast<std::size_t>(count) * sizeof(Number));
+    const std::size_t size = count > 0 ? static_cast<std::size_t>(count) : 0;
+    std::vector<Number> numbers(size + 1);
+    std::memcpy(numbers.data(), bytes, size * sizeof(Number));
     numbers.back() = static_cast<Number>(0xA5A5A5A5u);
     return numbers;
 }
@@ -701,6 +702,7 @@ void WeighPixels(Kernels k, Bytes b, std::ptrdiff_t units) {
 
 template <int kCount, class Sample>
 void SlideWindows(Kernels k, Bytes b, std::ptrdiff_t units) {
+    if (units < 1) return;
     const std::ptrdiff_t count = units * kCount;
     std::vector<std::uint32_t> sums(static_cast<std::size_t>(count) + 1, b.choice);
     for (std::size_t i = 0; i < sums.size(); ++i) sums[i] ^= std::uint32_t{b.in[2][i]} << b.choice % 25;
