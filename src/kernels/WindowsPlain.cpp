@@ -28,7 +28,7 @@ void Slide_Plain(std::uint32_t* __restrict sums, const Sample* __restrict leaves
 
 template <class Sample>
 void Means_Plain(const WindowSums& given, std::ptrdiff_t count, const WindowMean& mean, Sample* __restrict samples) {
-    const auto [first, last] = given;
+    const auto *const first = given.first, *const last = given.last;
     const auto [half, by] = mean;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::uint32_t sum = last[i] - first[i] + half;
@@ -42,7 +42,7 @@ std::uint8_t Rounded(double value) {
 
 template <int kCount>
 void Unweigh_Plain(const WindowSums& given, std::ptrdiff_t pixels, double alphaScale, std::uint8_t* __restrict bytes) {
-    const auto [first, last] = given;
+    const auto *const first = given.first, *const last = given.last;
     for (std::ptrdiff_t i = 0; i < pixels * kCount; i += kCount) {
         const auto sum = [&](int c) {
             return static_cast<double>(static_cast<std::int32_t>(last[i + c] - first[i + c]));
@@ -55,7 +55,7 @@ void Unweigh_Plain(const WindowSums& given, std::ptrdiff_t pixels, double alphaS
 
 void Sharpen_Plain(const WindowSums& given, const std::uint8_t* __restrict middle, std::ptrdiff_t count,
                    const WindowSharpening& sharpening, std::uint8_t* __restrict bytes) {
-    const auto [first, last] = given;
+    const auto *const first = given.first, *const last = given.last;
     const auto [divisor, least, scale] = sharpening;
     for (std::ptrdiff_t i = 0; i < count; ++i) {
         const std::int32_t distance = middle[i] * divisor - static_cast<std::int32_t>(last[i] - first[i]);
@@ -69,7 +69,7 @@ void Sharpen_Plain(const WindowSums& given, const std::uint8_t* __restrict middl
 template <int kCount>
 void SharpenWeighed_Plain(const WindowSums& given, const std::uint8_t* __restrict middle, std::ptrdiff_t pixels,
                           const WeighedSharpening& sharpening, std::uint8_t* __restrict bytes) {
-    const auto [first, last] = given;
+    const auto *const first = given.first, *const last = given.last;
     const auto [least, scale] = sharpening;
     for (std::ptrdiff_t i = 0; i < pixels * kCount; i += kCount) {
         const std::uint8_t* const pixel = middle + i;
