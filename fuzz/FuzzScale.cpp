@@ -5,11 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "BenchImage.h"
 #include "Expect.h"
+#include "PlainImage.h"
 #include "core/Formats.h"
 #include "scale/Resample.h"
 #include "scale/ScaleStream.h"
+
+using namespace zor;
 
 namespace {
 
@@ -60,12 +62,12 @@ void Fill(Bytes& bytes, const Bytes& pattern, int kind) {
     }
 }
 
-Bytes StorageOf(const BenchImage& image) {
+Bytes StorageOf(const PlainImage& image) {
     const ImageClassData* const record = image.record();
     return {record->Pixels, record->Pixels + record->TotalSize};
 }
 
-void SetStorage(const BenchImage& image, const Bytes& bytes) {
+void SetStorage(const PlainImage& image, const Bytes& bytes) {
     std::copy(bytes.begin(), bytes.end(), image.record()->Pixels);
 }
 
@@ -90,11 +92,11 @@ void CompareImages(Input& input, const Shape& from, const Shape& to, const Filte
     constexpr int kFormats[] = {ImageFormatG,    ImageFormatRGB,   ImageFormatBGRA,  ImageFormatARGB,
                                 ImageFormatRGBX, ImageFormatGA,    ImageFormatAG,    ImageFormatCMYK,
                                 ImageFormatKYMC, ImageFormatXCMYK, ImageFormatCMYKA, ImageFormatACMYK};
-    const BenchImage source(from.width, from.height, kFormats[formats % 12]);
-    const BenchImage target(to.width, to.height, kFormats[formats / 12 % 12]);
+    const PlainImage source(from.width, from.height, kFormats[formats % 12]);
+    const PlainImage target(to.width, to.height, kFormats[formats / 12 % 12]);
     const ScalePair* const pair = PairOf(source.record(), target.record());
     if (!pair) return;
-    const BenchImage temp(to.width, from.height, pair->tempFormat);
+    const PlainImage temp(to.width, from.height, pair->tempFormat);
     Bytes bytes = StorageOf(source);
     Fill(bytes, input.Rest(), kind);
     SetStorage(source, bytes);

@@ -266,6 +266,7 @@ void JpegReader::StartRows() {
     started_ = true;
     if (severalScans_) coefficients_.Watch(&jpeg_);
     Guarded([this] { jpeg_start_decompress(&jpeg_); });
+    watch_.tick = nullptr;  // rows are counted from here on
     if (columns_ == 0 || columns_ == header_.width) return;
     // Whole blocks, and one more to each side, which colour is blended with where there is less of it.
     constexpr std::int64_t kMargin = 4LL * DCTSIZE;

@@ -8,12 +8,10 @@ namespace zor {
 namespace {
 
 // A block of 16 bytes holds what makes one sample; there are one or two of them in a vector.
-const hn::FixedTag<std::uint8_t, 16> kBlock;
 const hn::CappedTag<std::uint8_t, 32> kBytes;
 const hn::Repartition<std::int16_t, decltype(kBytes)> kShorts;
 const hn::Repartition<std::int32_t, decltype(kBytes)> kInts;
 const hn::Repartition<std::uint64_t, decltype(kBytes)> kLongs;
-const hn::Repartition<std::uint64_t, decltype(kBlock)> kBlockLongs;
 using Bytes = hn::Vec<decltype(kBytes)>;
 using Shorts = hn::Vec<decltype(kShorts)>;
 using Ints = hn::Vec<decltype(kInts)>;
@@ -41,6 +39,9 @@ struct Samples {
 };
 
 #if HWY_TARGET == HWY_AVX2
+const hn::FixedTag<std::uint8_t, 16> kBlock;
+const hn::Repartition<std::uint64_t, decltype(kBlock)> kBlockLongs;
+
 HWY_INLINE Bytes LoadRows(const Samples& samples, std::ptrdiff_t offset) {
     return hn::Combine(kBytes, hn::LoadU(kBlock, samples.row[1] + offset), hn::LoadU(kBlock, samples.row[0] + offset));
 }
