@@ -6,6 +6,7 @@
 
 #include "TestPictures.h"
 #include "ZorTest.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
@@ -22,9 +23,7 @@ std::vector<std::string> FilesOf(const std::string& reader) {
 // Sanitizers need more addresses than any limit that would tell something.
 RunOptions LittleMemory() {
     RunOptions options;
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    options.addressLimit = std::uint64_t{768} << 20;
-#endif
+    if (!kSanitized) options.addressLimit = std::uint64_t{768} << 20;
     return options;
 }
 

@@ -9,6 +9,7 @@
 
 #include "TestPictures.h"
 #include "ZorTest.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
@@ -259,8 +260,8 @@ TEST_F(Failure, TellsOfAFullDisk) {
     }
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 TEST_F(Failure, DoesNotCallAFileDamagedThatIsTooLarge) {
+    if (kSanitized) GTEST_SKIP() << "sanitizers take addresses without end";
     JpegFile jpeg;
     jpeg.pixels = MakePixels(4000, 3000, 3, 1);
     jpeg.progressive = true;
@@ -271,7 +272,6 @@ TEST_F(Failure, DoesNotCallAFileDamagedThatIsTooLarge) {
                   {"in.jpg: not enough memory for a progressive JPEG of this size"});
     EXPECT_FALSE(std::filesystem::exists(At("out.ppm")));
 }
-#endif
 
 TEST_F(Failure, CallsOffAProgressiveFileWithEndlessScans) {
     JpegFile jpeg;

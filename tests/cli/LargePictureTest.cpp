@@ -4,15 +4,12 @@
 
 #include "TestPictures.h"
 #include "ZorTest.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(NDEBUG)
 // Sanitizers take addresses without end, and slow builds would take minutes.
-constexpr bool kWholeSize = false;
-#else
-constexpr bool kWholeSize = true;
-#endif
+constexpr bool kWholeSize = !kSlowBuild;
 
 class LargePicture : public ZorTest {
 protected:

@@ -6,6 +6,7 @@
 #include "TestMetadata.h"
 #include "TestPictures.h"
 #include "ZorTest.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
@@ -323,9 +324,7 @@ TEST_F(Metadata, ThatUnpacksToAnyAmountIsLeftOut) {
         chunks += PngChunk("zTXt", keyword + std::string(2, '\0') + PackedZeros(40 << 20));
     AddPngChunks(At("in.png"), chunks + PngChunk("tEXt", std::string("Title\0kept", 10)));
     RunOptions options;
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    options.addressLimit = std::uint64_t{400} << 20;
-#endif
+    if (!kSanitized) options.addressLimit = std::uint64_t{400} << 20;
     const Outcome outcome = Run({"--memory", "16M", "in.png", "out.png"}, options);
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.err, "zor: in.png: texts that take more than 16 MiB are left out\n");

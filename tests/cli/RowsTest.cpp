@@ -6,6 +6,7 @@
 #include "TestTiffs.h"
 #include "TestWebps.h"
 #include "ZorTest.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
@@ -208,9 +209,7 @@ TEST_F(Rows, LeaveStripsAndTilesAloneThatAreNotNeeded) {
 
 // A picture of 900 MB goes through with some rows of it, and nothing beside.
 TEST_F(Rows, OfALargePictureTakeLittleMemoryAndNoScratch) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || !defined(NDEBUG)
-    GTEST_SKIP() << "sanitizers take memory of their own";
-#endif
+    if (kSlowBuild) GTEST_SKIP() << "sanitizers take memory of their own";
     constexpr int kSide = 17320;
     {
         std::ofstream file(At("large.ppm"), std::ios::binary);

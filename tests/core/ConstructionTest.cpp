@@ -26,6 +26,7 @@
 #include "core/Views.h"
 #include "host/Platform.h"
 #include "support/Images.h"
+#include "support/Sanitizers.h"
 
 using namespace zor;
 
@@ -307,14 +308,6 @@ TEST_F(Construction, OfPlainMemoryTriesTheLargestSizeBelowTheLimit) {
         EXPECT_EQ(host.TakeException()->className, "OutOfMemoryException");
     }
 }
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool kSanitized = false;
-#endif
 
 TEST(ConstructionWithoutMemory, Raises) {
     if (kSanitized) GTEST_SKIP() << "sanitizers reserve more address space than the limit leaves";

@@ -6,14 +6,9 @@
 #include <fstream>
 
 #include "TestHost.h"
+#include "support/Sanitizers.h"
 
 namespace zorhost {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kSanitized = true;
-#else
-constexpr bool kSanitized = false;
-#endif
 
 // Not the folder for temporary files, which may itself lie in memory.
 static std::filesystem::path ScratchFile() {
