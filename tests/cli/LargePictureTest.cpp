@@ -76,7 +76,7 @@ TEST_F(LargePicture, TellsWhenEvenAddressesAreShort) {
 // What libjpeg gathers of all its scans is larger than the picture.
 TEST_F(LargePicture, OfAProgressiveFileGoesThroughScratchToo) {
     JpegFile file;
-    file.pixels = kWholeSize ? MakePixels(4000, 3000, 3, 1) : MakePixels(800, 600, 3, 1);
+    file.pixels = kWholeSize ? MakePixels(6000, 4000, 3, 1) : MakePixels(1600, 1200, 3, 1);
     file.progressive = true;
     SaveJpeg(At("in.jpg"), file);
     file = {};

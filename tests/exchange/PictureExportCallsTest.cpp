@@ -31,15 +31,15 @@ protected:
         return image;
     }
 
-    // Every place that may yield does, as every call of the host in between takes a long time.
+    // Every place that may yield does, as every call of the host in between takes a long time. Until the next one.
     void YieldEverywhere(ImageClassData* record) {
         record->YieldTicks = 1;
         record->LastYieldTick -= 1000;
-        host.pictures.clearCache = [record, next = host.pictures.clearCache](REALobject picture) {
+        host.pictures.clearCache = [record, next = clearCache_](REALobject picture) {
             record->LastYieldTick -= 1000;
             next(picture);
         };
-        host.pictures.newPicture = [record, next = host.pictures.newPicture](int width, int height, int depth) {
+        host.pictures.newPicture = [record, next = newPicture_](int width, int height, int depth) {
             record->LastYieldTick -= 1000;
             return next(width, height, depth);
         };
@@ -52,6 +52,8 @@ protected:
 
 private:
     Random random_{1};
+    decltype(host.pictures.clearCache) clearCache_ = host.pictures.clearCache;
+    decltype(host.pictures.newPicture) newPicture_ = host.pictures.newPicture;
 };
 
 std::uint8_t* SlowRow(ImageClassData* record, int y) {
