@@ -88,7 +88,7 @@ struct FakeHost::Functions {
     static REALobject PluginNewInstance(const char* name) {
         FakeHost& h = host();
         h.Note("PluginNewInstance", nullptr);
-        if (h.failNewInstance > 0 && --h.failNewInstance == 0) return nullptr;
+        if ((h.failNewInstance > 0 && --h.failNewInstance == 0) || h.Refuses()) return nullptr;
         const auto size = registration.sizes.find(name);
         if (size != registration.sizes.end()) return Handle(h.Make(name, static_cast<std::size_t>(size->second)));
         return h.classes.contains(name) ? Handle(h.Make(name, 0)) : nullptr;
@@ -194,7 +194,7 @@ struct FakeHost::Functions {
 
     static REALstring REALBuildString(const void* bytes, int length) {
         host().Note("REALBuildString", nullptr);
-        if (host().failBuildString) return nullptr;
+        if (host().failBuildString || host().Refuses()) return nullptr;
         return host().NewString(std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(length)), 0);
     }
 
@@ -210,16 +210,17 @@ struct FakeHost::Functions {
 
     static REALstring REALConvertString(REALstring string, unsigned encoding) {
         host().Note("REALConvertString", string);
-        if (host().failConvertString || !string) return nullptr;
+        if (host().failConvertString || !string || host().Refuses()) return nullptr;
         return host().NewString(ConvertText(host().Bytes(string), host().Encoding(string), encoding), encoding);
     }
 
     static REALboolean PluginGetStringData(REALstring string, unsigned encoding, REALstringData* data) {
         host().Note("PluginGetStringData", string);
-        if (host().failStringData || !string) return false;
+        if (host().failStringData || !string || host().Refuses()) return false;
         std::string bytes = host().Bytes(string);
         if (encoding != kREALEncodingBytes) bytes = ConvertText(bytes, host().Encoding(string), encoding);
         data->data = std::calloc(bytes.size() + 4, 1);
+        if (!data->data) return false;
         std::memcpy(data->data, bytes.data(), bytes.size());
         data->length = static_cast<int>(bytes.size());
         data->encoding = encoding;
@@ -234,7 +235,7 @@ struct FakeHost::Functions {
 
     static REALobject newMemoryBlock(int size) {
         host().Note("newMemoryBlock", nullptr);
-        if (host().failNewMemoryBlock || size < 0) return nullptr;
+        if (host().failNewMemoryBlock || size < 0 || host().Refuses()) return nullptr;
         return host().newBlocksHaveData ? host().NewBlock(static_cast<std::size_t>(size))
                                         : host().NewBlockWithoutData();
     }
@@ -255,7 +256,7 @@ struct FakeHost::Functions {
     static REALboolean REALFSRefFromFolderItem(REALobject item, FSRef* ref, REALstring* name) {
         host().Note(name ? "REALFSRefFromFolderItem with a name" : "REALFSRefFromFolderItem", item);
         const Object* const found = host().Find(item);
-        if (!found) return false;
+        if (!found || host().Refuses()) return false;
         std::string path = found->path;
         if (!name && found->form != FileForm::reference) return false;
         if (name) {
@@ -278,10 +279,12 @@ struct FakeHost::Functions {
 
     static REALobject newPicture(int width, int height, int depth) {
         host().Note("newPicture", nullptr);
+        if (host().Refuses()) return nullptr;
         return host().pictures.newPicture ? host().pictures.newPicture(width, height, depth) : nullptr;
     }
     static REALobject REALBuildPictureFromBuffer(int width, int height, int type, void* buffer, int rowBytes) {
         host().Note("REALBuildPictureFromBuffer", nullptr);
+        if (host().Refuses()) return nullptr;
         const auto& hook = host().pictures.buildFromBuffer;
         return hook ? hook(width, height, type, buffer, rowBytes) : nullptr;
     }
@@ -304,14 +307,17 @@ struct FakeHost::Functions {
     }
     static REALobject pluginPictureGraphicsGetter(REALobject picture) {
         host().Note("pluginPictureGraphicsGetter", picture);
+        if (host().Refuses()) return nullptr;
         return host().pictures.graphics ? host().pictures.graphics(picture) : nullptr;
     }
     static REALobject REALGetPictureMask(REALobject picture, int create) {
         host().Note("REALGetPictureMask", picture);
+        if (host().Refuses()) return nullptr;
         return host().pictures.mask ? host().pictures.mask(picture, create) : nullptr;
     }
     static void* REALLoadObjectMethod(REALobject object, const char* declaration) {
         host().Note("REALLoadObjectMethod", object);
+        if (host().Refuses()) return nullptr;
         if (host().pictures.method) {
             if (void* const method = host().pictures.method(object, declaration)) return method;
         }

@@ -129,6 +129,7 @@ public:
     bool newBlocksHaveData = true;               // otherwise newMemoryBlock's blocks have no address
     bool parkDescriptorZero = true;              // while a file-backed image that was closed is destroyed
     std::function<void()> onYield;               // run inside REALYieldToRB
+    std::function<bool()> refuses;               // asked by every function that has an answer for failure
     std::map<std::string, int> intProperties;    // that REALGetPropValueInt finds on any object
     std::map<std::string, void*> objectMethods;  // that REALLoadObjectMethod finds on any object
 
@@ -167,6 +168,7 @@ private:
     struct Array;
     friend struct Functions;
 
+    bool Refuses() const { return refuses && refuses(); }
     Object* Make(const std::string& className, std::size_t dataSize);
     Object* Find(const void* object) const;
     String* FindString(const void* string) const;
