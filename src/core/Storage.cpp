@@ -63,10 +63,6 @@ bool IsPictureAccess(const ImageClassData* record) {
     return record->GetRow == GetRowGDImage || record->GetRow == GetRowGDImageMirrored;
 }
 
-bool Intersect(StorageRange a, StorageRange b) {
-    return a.begin < b.end && b.begin < a.end;
-}
-
 StorageRange RangeFrom(const std::uint8_t* base, std::int64_t size) {
     const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(base);
     if (!base || size <= 0) return {begin, begin};
@@ -188,7 +184,7 @@ bool ImagesOverlap(const ImageClassData* a, const ImageClassData* b) {
     if (IsMappedAccess(a) && IsMappedAccess(b)) {
         return a->Mark && b->Mark && (a->Mark == b->Mark || SameFile(a->Mark, b->Mark));
     }
-    return Intersect(WholeRange(a), WholeRange(b));
+    return Meet(WholeRange(a), WholeRange(b));
 }
 
 }  // namespace zor

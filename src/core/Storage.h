@@ -72,6 +72,10 @@ struct StorageRange {
     std::uintptr_t end;
 };
 
+inline bool Meet(const StorageRange& a, const StorageRange& b) {
+    return a.begin < b.end && b.begin < a.end;
+}
+
 // The storage that a row address of this record, taken last, lies in: linear memory, the current window, or the row.
 StorageRange StorageOfRow(const ImageClassData* record, const std::uint8_t* row);
 

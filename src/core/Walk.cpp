@@ -106,8 +106,7 @@ Sharing SharingOf(const Walk& walk, const RunSet& set) {
         const Layer& layer = walk.layers[i];
         const StorageRange read = BytesOf(set.run[i], layer, set.count);
         const bool bothInFiles = dst.image && layer.image && dst.image->IsMapping && layer.image->IsMapping;
-        const bool meet = written.begin < read.end && read.begin < written.end;
-        if (!meet && !(bothInFiles && ImagesOverlap(dst.image, layer.image))) continue;
+        if (!Meet(written, read) && !(bothInFiles && ImagesOverlap(dst.image, layer.image))) continue;
         if (!IsSameRun(set.run[0], set.run[i])) return Sharing::mixed;
         sharing = Sharing::same;
     }

@@ -161,11 +161,9 @@ struct Reach {
     std::ptrdiff_t size;
 };
 
-bool Meet(const Reach& a, const Reach& b) {
-    const std::uintptr_t firstA = reinterpret_cast<std::uintptr_t>(a.begin);
-    const std::uintptr_t firstB = reinterpret_cast<std::uintptr_t>(b.begin);
-    return firstA < firstB + static_cast<std::uintptr_t>(b.size) &&
-           firstB < firstA + static_cast<std::uintptr_t>(a.size);
+StorageRange RangeOf(const Reach& reach) {
+    const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(reach.begin);
+    return {first, first + static_cast<std::uintptr_t>(reach.size)};
 }
 
 RowWork WorkOf(const Recolouring& recolouring, Record* dst, Record* src, double xRatio, int width) {
@@ -239,10 +237,12 @@ private:
             static_cast<std::ptrdiff_t>(work_.width - 1) * to.step + to.channels.highest() + 1;
         const std::ptrdiff_t readEnd = SourceByte(work_, work_.width - 1) + from.channels.highest() + 1;
         const Reach target{dst.data + written, writtenEnd - written}, source{src.data + read, readEnd - read};
-        if (!columns_ || !src.Covers(read, readEnd) || !dst.Covers(written, writtenEnd) || Meet(target, source)) {
+        if (!columns_ || !src.Covers(read, readEnd) || !dst.Covers(written, writtenEnd) ||
+            Meet(RangeOf(target), RangeOf(source))) {
             return false;
         }
-        if (last_.target.size == target.size && last_.srcRow == srcRow && !Meet(last_.target, target)) {
+        if (last_.target.size == target.size && last_.srcRow == srcRow &&
+            !Meet(RangeOf(last_.target), RangeOf(target))) {
             std::memcpy(dst.data + written, last_.target.begin, static_cast<std::size_t>(target.size));
         } else if (plan_) {
             plan_.Run(src.data, dst.data);
