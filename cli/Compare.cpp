@@ -2,6 +2,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
+#include <vector>
 
 #include "Commands.h"
 #include "Load.h"
@@ -54,10 +56,6 @@ std::string Mismatch(const ImageShape& a, const ImageShape& b) {
 }  // namespace
 
 bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Notes& notes) {
-    Progress progress(quiet);
-    const RowTick tick = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
-    progress.Plan({4, 4, 1});  // comparing is quick
-    progress.Begin("reading");
     InputFile fileA(pathA);
     InputFile fileB(pathB);
     const std::unique_ptr<PictureReader> readerA = OpenPicture(fileA, notes);
@@ -68,16 +66,37 @@ bool Compare(const std::string& pathA, const std::string& pathB, bool quiet, Not
         PrintText(mismatch);
         return false;
     }
-    Raster a = ReadPicture(*readerA, tick);
-    progress.Begin("reading");
-    Raster b = ReadPicture(*readerB, tick);
+
+    // What can be decoded from the top is compared as it is decoded; the rest comes first.
+    Progress progress(quiet);
+    const RowTick whole = [&progress](std::int64_t done, std::int64_t total) { progress.Step(done, total); };
+    const RowTick byRows = [&progress](std::int64_t, std::int64_t) { progress.Step(0, 0); };
+    constexpr double kReading = 4, kComparing = 1;
+    std::vector<double> efforts;
+    double last = kComparing;
+    for (const PictureReader* reader : {readerA.get(), readerB.get()}) {
+        if (GivesRows(*reader))
+            last += kReading;
+        else
+            efforts.push_back(kReading);
+    }
+    efforts.push_back(last);
+    progress.Plan(efforts);
+    const auto rowsOf = [&](const InputFile& file, PictureReader& reader) {
+        if (GivesRows(reader)) return RowsOfPicture(reader, byRows);
+        CheckPictureFits(file, reader.Header());
+        progress.Begin("reading");
+        return RowsOfPicture(reader, whole);
+    };
+    const std::unique_ptr<RowSource> a = rowsOf(fileA, *readerA);
+    const std::unique_ptr<RowSource> b = rowsOf(fileB, *readerB);
 
     progress.Begin("compare");
     const int channels = Describe(shape.kind).channels;
     Difference difference;
     for (int y = 0; y < shape.height; ++y) {
-        CompareRow(a.Row(y), b.Row(y), shape.width, channels, &difference);
-        tick(y + 1, shape.height);
+        CompareRow(a->Next(), b->Next(), shape.width, channels, &difference);
+        progress.Step(y + 1, shape.height);
     }
     progress.End();
     const std::int64_t pixels = std::int64_t{shape.width} * shape.height;

@@ -5,6 +5,7 @@
 
 #include "TestPictures.h"
 #include "ZorTest.h"
+#include "support/Sanitizers.h"
 
 namespace {
 
@@ -76,6 +77,26 @@ TEST_F(Compare, SaysThatSizesOrKindsDiffer) {
         EXPECT_EQ(outcome.out, told);
         EXPECT_EQ(outcome.err, "") << name;
     }
+}
+
+TEST_F(Compare, HoldsSomeRowsOfBothAndNoPicture) {
+    for (const char* name : {"a.ppm", "b.ppm"})
+        WriteFile(At(name), "P6 4000 4000 255\n" + std::string(std::size_t{4000} * 4000 * 3, 'x'));
+    const Outcome outcome = Run({"compare", "a.ppm", "b.ppm"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.out, "different pixels    0 of 16000000\nlargest difference  0\nPSNR                infinite\n");
+    if (!kSanitized) {
+        EXPECT_LT(outcome.peakBytes, 40 << 20);
+    }
+}
+
+TEST_F(Compare, ReadsWhatCannotBeHadRowByRowAsAWhole) {
+    PngFile png = PlainPng(MakePixels(37, 23, 3, 1));
+    SavePng(At("rows.png"), png);
+    png.interlaced = true;
+    SavePng(At("interlaced.png"), png);
+    for (const auto& [a, b] : {std::pair{"rows.png", "interlaced.png"}, {"interlaced.png", "rows.png"}})
+        EXPECT_EQ(RunWell({"compare", a, b}).out.substr(0, 27), "different pixels    0 of 85") << a;
 }
 
 TEST_F(Compare, HasACodeOfItsOwnWhereItCannotCompare) {
