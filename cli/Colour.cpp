@@ -12,6 +12,7 @@
 
 #include "Errors.h"
 #include "Notes.h"
+#include "Processors.h"
 #include "Raster.h"
 #include "codecs/IccProfile.h"
 #include "files/InputFile.h"
@@ -264,7 +265,7 @@ public:
           fromBytes_(static_cast<std::size_t>(Shape().width) *
                      static_cast<std::size_t>(Describe(rows_->Shape().kind).channels)),
           toBytes_(static_cast<std::size_t>(Shape().width) * static_cast<std::size_t>(Describe(Shape().kind).channels)),
-          threads_(std::max<std::size_t>(std::thread::hardware_concurrency(), 1)) {
+          threads_(static_cast<std::size_t>(Processors())) {
         // As many rows at a time as make it worth while to have threads for them.
         constexpr std::size_t kPart = 1 << 18;
         const std::size_t rowsOfPart = std::max<std::size_t>(kPart / std::max(fromBytes_, toBytes_), 1);

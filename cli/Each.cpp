@@ -7,13 +7,13 @@
 #include <exception>
 #include <filesystem>
 #include <set>
-#include <thread>
 
 #include "Colour.h"
 #include "Commands.h"
 #include "Errors.h"
 #include "Jobs.h"
 #include "Notes.h"
+#include "Processors.h"
 #include "Progress.h"
 #include "ResultNames.h"
 #include "Storage.h"
@@ -46,8 +46,7 @@ void CheckPlan(const CommandLine& line, const std::vector<std::string>& results)
 }
 
 std::size_t JobCount(const CommandLine& line) {
-    const std::size_t wanted =
-        line.jobs > 0 ? static_cast<std::size_t>(line.jobs) : std::max(std::thread::hardware_concurrency(), 1U);
+    const std::size_t wanted = static_cast<std::size_t>(line.jobs > 0 ? line.jobs : Processors());
     return std::min(wanted, line.files.size());
 }
 
@@ -74,7 +73,8 @@ bool ProcessEach(const CommandLine& line) {
     const std::vector<std::string> results = ResultNames(line.each, line.files);
     CheckPlan(line, results);
     const std::size_t jobs = JobCount(line);
-    // Each process has its share of the memory, from the first image on.
+    // Each process has its share of the processors, and of the memory from the first image on.
+    ShareProcessors(static_cast<int>(jobs));
     constexpr std::int64_t kLeastMemory = 1 << 20;
     const std::int64_t memory = line.storage.memory > 0 ? line.storage.memory : DefaultMemory();
     CommandLine share = line;

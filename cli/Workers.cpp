@@ -5,6 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include "Processors.h"
+
 namespace {
 
 constexpr int kMostThreads = 32;
@@ -28,7 +30,7 @@ private:
 }  // namespace
 
 int Workers::ThreadsFor(int threads) {
-    if (threads == 0) threads = static_cast<int>(std::thread::hardware_concurrency());
+    if (threads == 0) threads = Processors();
     return std::clamp(threads, 1, kMostThreads);
 }
 

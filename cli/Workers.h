@@ -12,7 +12,7 @@
 
 class Workers {
 public:
-    // 0 stands for one on each processor.
+    // 0 stands for one on each processor that this process has for itself.
     static int ThreadsFor(int threads);
 
     // So many threads, of which the one that calls is the first; fewer where the system gives no more.

@@ -10,6 +10,7 @@
 #include "Storage.h"
 #include "effects/Effects.h"
 #include "effects/Filters.h"
+#include "effects/StreamedRows.h"
 #include "filters/BlurStream.h"
 #include "filters/MatrixStream.h"
 #include "filters/SoftBlurStream.h"
@@ -18,77 +19,6 @@
 namespace {
 
 using zorhost::Object;
-
-// --- right results, row by row --------------------------------------------------------------------------------------
-
-// Rows that wait within a stream: in memory, or in an image of their own that goes to scratch as others do.
-ImageNeed WaitingRows(std::int64_t rows, std::int64_t rowBytes) {
-    return {rowBytes, rows, 1};
-}
-
-zor::RowStore StoreFor(const ImageNeed& need) {
-    if (!GoesToScratch(need)) return nullptr;
-    const auto rows = std::make_shared<Raster>(
-        ImageShape{static_cast<int>(need.width), static_cast<int>(need.height), PixelKind::Gray});
-    return [rows](std::int64_t row) { return rows->Row(static_cast<int>(row)); };
-}
-
-// Rows through a stream of the engine that gives as many as it is fed.
-template <class Stream, class Request>
-class StreamedRows : public RowSource {
-public:
-    StreamedRows(std::unique_ptr<RowSource> rows, const char* effect, const Request& request)
-        : RowSource(rows->Shape()), rows_(std::move(rows)) {
-        if (!stream_.Start(request)) throw RunError(std::string(effect) + ": not enough memory");
-        row_.resize(static_cast<std::size_t>(request.width) * static_cast<std::size_t>(request.channels));
-    }
-
-    const std::uint8_t* Next() override {
-        while (!stream_.Take(row_.data())) static_cast<void>(stream_.Feed(rows_->Next()));
-        return row_.data();
-    }
-
-private:
-    std::unique_ptr<RowSource> rows_;
-    Stream stream_;
-    std::vector<std::uint8_t> row_;
-};
-
-template <class Stream, class Request>
-std::unique_ptr<RowSource> Streamed(std::unique_ptr<RowSource> rows, const char* effect, const Request& request) {
-    return std::make_unique<StreamedRows<Stream, Request>>(std::move(rows), effect, request);
-}
-
-// What all requests begin with.
-template <class Request>
-Request RequestFor(const ImageShape& shape) {
-    const PixelKindRow& kind = Describe(shape.kind);
-    Request request{};
-    request.width = shape.width;
-    request.height = shape.height;
-    request.channels = kind.channels;
-    request.hasAlpha = kind.hasAlpha;
-    return request;
-}
-
-// Inks as the light that they leave, and back.
-class InvertedRows : public RowSource {
-public:
-    explicit InvertedRows(std::unique_ptr<RowSource> rows) : RowSource(rows->Shape()), rows_(std::move(rows)) {
-        row_.resize(static_cast<std::size_t>(Shape().width) *
-                    static_cast<std::size_t>(Describe(Shape().kind).channels));
-    }
-    const std::uint8_t* Next() override {
-        const std::uint8_t* const row = rows_->Next();
-        std::transform(row, row + row_.size(), row_.begin(),
-                       [](std::uint8_t byte) { return static_cast<std::uint8_t>(255 - byte); });
-        return row_.data();
-    }
-
-private:
-    std::unique_ptr<RowSource> rows_;
-    std::vector<std::uint8_t> row_;
-};
 
 // --- matrix ---------------------------------------------------------------------------------------------------------
 
@@ -99,11 +29,7 @@ std::unique_ptr<RowSource> StreamMatrix(std::unique_ptr<RowSource> rows, const I
     request.side = MatrixSide(request.weights.size());
     request.delta = arguments.Integer("delta");
     request.factor = arguments.Number("factor");
-    const bool asLight = result.kind == PixelKind::CMYK;
-    if (asLight) rows = std::make_unique<InvertedRows>(std::move(rows));
-    rows = Streamed<zor::MatrixStream>(std::move(rows), "matrix", request);
-    if (asLight) rows = std::make_unique<InvertedRows>(std::move(rows));
-    return rows;
+    return StreamedAsLight<zor::MatrixStream>(std::move(rows), "matrix", request);
 }
 
 void RunMatrix(Raster* image, const ImageShape&, const Arguments& arguments) {
@@ -174,7 +100,7 @@ zor::UnsharpStreamRequest UnsharpRequest(const ImageShape& shape, const Argument
     return request;
 }
 
-ImageNeed WaitingRows(const zor::UnsharpStreamRequest& request) {
+ImageNeed UnsharpNeed(const zor::UnsharpStreamRequest& request) {
     return WaitingRows(request.waitingRows(), std::int64_t{request.width} * request.channels);
 }
 
@@ -183,7 +109,7 @@ ImageShape PlanUnsharp(const ImageShape& source, const Arguments& arguments) {
     if (PluginBytes()) {
         CheckScratchHolds("unsharp", {image, image, image});  // the source, its blurred copy and the result
     } else {
-        CheckScratchHolds("unsharp", {WaitingRows(UnsharpRequest(source, arguments))});
+        CheckScratchHolds("unsharp", {UnsharpNeed(UnsharpRequest(source, arguments))});
     }
     return source;
 }
@@ -191,7 +117,7 @@ ImageShape PlanUnsharp(const ImageShape& source, const Arguments& arguments) {
 std::unique_ptr<RowSource> StreamUnsharp(std::unique_ptr<RowSource> rows, const ImageShape& result,
                                          const Arguments& arguments) {
     zor::UnsharpStreamRequest request = UnsharpRequest(result, arguments);
-    request.store = StoreFor(WaitingRows(request));
+    request.store = StoreFor(UnsharpNeed(request));
     return Streamed<zor::UnsharpStream>(std::move(rows), "unsharp", request);
 }
 

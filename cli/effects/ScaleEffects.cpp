@@ -118,7 +118,7 @@ zorhost::Object MakeTemporary(const ImageShape& source, const ImageShape& result
 
 void ScaleWhole(Raster* image, const ImageShape& result, int mode, int threads) {
     const zorhost::Object temp = MakeTemporary(image->Shape(), result);
-    if (temp) threads = 1;
+    threads = temp ? 1 : Workers::ThreadsFor(threads);
     Raster target(result);
     const auto scale = [&](const zorhost::Object& to, const zorhost::Object& from) {
         return threads == 1 ? to.Call("Scale", from, temp, mode, result.width, result.height).AsBool()
