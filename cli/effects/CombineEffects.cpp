@@ -11,6 +11,7 @@
 #include "Rows.h"
 #include "compositing/LayRows.h"
 #include "effects/ConvertEffects.h"
+#include "effects/Effects.h"
 #include "effects/KindRows.h"
 #include "effects/OtherPicture.h"
 
@@ -63,7 +64,8 @@ ImageShape PlanCombine(const ImageShape& source, const Arguments& arguments) {
     const bool known = PeekShape(arguments.Text("file"), &file);
     if (known) CheckFile(source, file, arguments);
     if (arguments.Given("mask") && PeekShape(arguments.Text("mask"), &mask) && known) CheckMask(file, mask, arguments);
-    return source;
+    if (!arguments.Given("colour") || PluginBytes()) return source;
+    return ShapeInColours(source, {arguments.Colour("colour")});
 }
 
 std::optional<Raster> LoadMask(const ImageShape& file, const Arguments& arguments) {
@@ -263,7 +265,8 @@ std::unique_ptr<RowSource> StreamCombine(std::unique_ptr<RowSource> rows, const 
     Raster file = LoadWhole(arguments.Text("file"));
     CheckFile(shape, file.Shape(), arguments);
     std::optional<Raster> mask = LoadMask(file.Shape(), arguments);
-    return std::make_unique<CombinedRows>(std::move(rows), std::move(file), std::move(mask), arguments);
+    return std::make_unique<CombinedRows>(RowsInKind(std::move(rows), shape.kind), std::move(file), std::move(mask),
+                                          arguments);
 }
 
 }  // namespace
@@ -280,8 +283,9 @@ std::vector<EffectRow> CombineEffects() {
          "RGB picture by itself; an alpha of the mask is left aside. What of FILE lies beside the picture is left\n"
          "out.\n\n"
          "With colour, FILE is the mask for that colour: where FILE is black the colour is put on, where it is white\n"
-         "the picture stays; alpha is neither looked at nor changed. With maskcolour, one value is how faint all of\n"
-         "FILE is, beside its alpha: 0 shows it fully, 255 not at all, 128 by half. Neither works on CMYK.\n\n"
+         "the picture stays; alpha is neither looked at nor changed, and a gray picture becomes RGB for it. With\n"
+         "maskcolour, one value is how faint all of FILE is, beside its alpha: 0 shows it fully, 255 not at all, 128\n"
+         "by half. Neither works on CMYK.\n\n"
          "Premultiplied means that the colours are multiplied by the alpha already, and both by what the mask lets\n"
          "through; colours that are not come out too light.",
          "combine photo.jpg at=20,10",

@@ -5,6 +5,7 @@
 
 #include "Errors.h"
 #include "Rows.h"
+#include "effects/Effects.h"
 #include "effects/KindRows.h"
 
 namespace {
@@ -55,11 +56,44 @@ ImageShape PlanChannel(const ImageShape& source, const Arguments& arguments) {
     return {source.width, source.height, PixelKind::Gray};
 }
 
+class RowsOfChannel : public RowSource {
+public:
+    RowsOfChannel(std::unique_ptr<RowSource> rows, const std::string& word)
+        : RowSource({rows->Shape().width, rows->Shape().height, PixelKind::Gray}),
+          rows_(std::move(rows)),
+          channels_(Describe(rows_->Shape().kind).channels),
+          channel_(IndexOfChannel("channel", rows_->Shape().kind, word)),
+          alpha_(Describe(rows_->Shape().kind).hasAlpha ? channels_ - 1 : channel_),
+          row_(static_cast<std::size_t>(Shape().width)) {}
+
+    const std::uint8_t* Next() override {
+        const std::uint8_t* pixel = rows_->Next();
+        for (std::uint8_t& byte : row_) {
+            byte = pixel[alpha_] == 0 && alpha_ != channel_ ? 255 : pixel[channel_];
+            pixel += channels_;
+        }
+        return row_.data();
+    }
+    void Skip(int count) override { rows_->Skip(count); }
+    void NeedColumns(int first, int count) override { rows_->NeedColumns(first, count); }
+
+private:
+    std::unique_ptr<RowSource> rows_;
+    int channels_, channel_, alpha_;  // the last is that of the channel where nothing is clear
+    std::vector<std::uint8_t> row_;
+};
+
 void RunChannel(Raster* image, const ImageShape& result, const Arguments& arguments) {
     Raster target(result);
     CopyAll(target.Image(), image->View(ChannelView("channel", image->Shape().kind, arguments.Choice("name"))),
             "channel");
     *image = std::move(target);
+}
+
+// Clear pixels are as white as paper, whatever colour they hide.
+std::unique_ptr<RowSource> StreamChannel(std::unique_ptr<RowSource> rows, const ImageShape&,
+                                         const Arguments& arguments) {
+    return std::make_unique<RowsOfChannel>(std::move(rows), arguments.Choice("name"));
 }
 
 ImageShape PlanConvert(const ImageShape& source, const Arguments& arguments) {
@@ -78,8 +112,10 @@ std::unique_ptr<RowSource> StreamConvert(std::unique_ptr<RowSource> rows, const 
     return RowsInKind(std::move(rows), result.kind);
 }
 
-ImageShape PlanFlatten(const ImageShape& source, const Arguments&) {
-    return {source.width, source.height, WithAlpha(source.kind, false)};
+ImageShape PlanFlatten(const ImageShape& source, const Arguments& arguments) {
+    if (!Describe(source.kind).hasAlpha) return source;
+    const ImageShape shape = PluginBytes() ? source : ShapeInColours(source, {arguments.Colour("colour")});
+    return {source.width, source.height, WithAlpha(shape.kind, false)};
 }
 
 // The method that lays images over each other lays this one on the colour.
@@ -105,6 +141,8 @@ void RunFlatten(Raster* image, const ImageShape& result, const Arguments& argume
 
 std::unique_ptr<RowSource> StreamFlatten(std::unique_ptr<RowSource> rows, const ImageShape& result,
                                          const Arguments& arguments) {
+    if (!Describe(rows->Shape().kind).hasAlpha) return rows;
+    rows = RowsInKind(std::move(rows), WithAlpha(result.kind, true));
     return RowsInKind(std::move(rows), result.kind, arguments.Colour("colour"));
 }
 
@@ -122,6 +160,12 @@ const char* ChannelView(const char* effect, PixelKind kind, const std::string& w
         if (HasView(kind, row.view)) words += (words.empty() ? "" : ", ") + std::string(row.word);
     throw RunError(std::string(effect) + ": the picture is " + Describe(kind).name + " and has no channel " + word +
                    "; it has " + words);
+}
+
+int IndexOfChannel(const char* effect, PixelKind kind, const std::string& word) {
+    const std::vector<const char*> views = ChannelViews(kind);
+    const std::string view = ChannelView(effect, kind, word);
+    return static_cast<int>(std::find(views.begin(), views.end(), view) - views.begin());
 }
 
 std::vector<const char*> ColourViews(PixelKind kind) {
@@ -195,11 +239,15 @@ std::vector<EffectRow> ConvertEffects() {
         {"channel",
          "Formats",
          "One channel as a gray picture",
-         "The bytes of the channel become the gray as they are; of an ink, 255 is full ink.",
+         "The bytes of the channel become the gray as they are; of an ink, 255 is full ink. Where the picture is "
+         "clear\n"
+         "a colour becomes white, so that what is hidden there does not come out.",
          "channel red",
          {{"name", ArgumentType::Choice, nullptr, 0, 0, ChannelWords(), "which channel"}},
          PlanChannel,
-         RunChannel},
+         RunChannel,
+         1,
+         StreamChannel},
         {"convert",
          "Formats",
          "Another kind of pixels",
@@ -218,7 +266,7 @@ std::vector<EffectRow> ConvertEffects() {
          "Lay the picture on a colour",
          "The alpha channel goes: what was clear gets the colour, and what was partly clear a mixture with it. A "
          "picture\n"
-         "without alpha stays as it is. A gray picture gets the gray of the colour. Formats that hold no alpha, such "
+         "without alpha stays as it is. A gray picture becomes RGB for a colour. Formats that hold no alpha, such "
          "as\n"
          "JPEG, get pictures on white unless this effect comes before.",
          "convert RGBA fill FF8000 alpha=128 flatten 203040",

@@ -10,6 +10,8 @@ std::vector<EffectRow> ConvertEffects();
 // when pixels of the kind have no such channel.
 std::vector<const char*> ChannelWords();
 const char* ChannelView(const char* effect, PixelKind kind, const std::string& word);
+// The same as the place of its byte in a pixel.
+int IndexOfChannel(const char* effect, PixelKind kind, const std::string& word);
 
 // Whether pixels of one kind can become those of another: all but RGB and CMYK, between which only colour profiles tell
 // the way.

@@ -8,9 +8,11 @@
 #include <vector>
 
 #include "Errors.h"
+#include "Processors.h"
 #include "Raster.h"
 #include "Rows.h"
 #include "Storage.h"
+#include "effects/Effects.h"
 #include "effects/KindRows.h"
 #include "filters/FreeTurn.h"
 #include "scale/FanOut.h"
@@ -53,6 +55,11 @@ ImageShape PlanRotate(const ImageShape& source, const Arguments& arguments) {
         break;
     }
     if (angle == 0) return turned;
+    PixelKind resultKind = source.kind;
+    if (arguments.Given("background") && !PluginBytes()) {
+        CheckColourFits("rotate", source.kind, arguments.Colour("background"));
+        resultKind = ShapeInColours(source, {arguments.Colour("background")}).kind;
+    }
     const double radians = angle * 3.141592653589793 / 180.0;
     const double tangent = std::fabs(std::tan(0.5 * radians)), sine = std::fabs(std::sin(radians));
     const double cosine = std::cos(radians), width = turned.width, height = turned.height;
@@ -64,7 +71,7 @@ ImageShape PlanRotate(const ImageShape& source, const Arguments& arguments) {
         CheckImageFits("rotate: the image between two shears", between.width, between.height, kind.constant,
                        kind.channels);
     const ImageShape result{static_cast<int>(std::min(width * cosine + height * sine + 1, 2147483647.0)),
-                            static_cast<int>(std::min(newHeight, 2147483647.0)), source.kind};
+                            static_cast<int>(std::min(newHeight, 2147483647.0)), resultKind};
     if (PluginBytes()) CheckScratchHolds("rotate", {NeedOf(source), NeedOf(turned), between, NeedOf(result)});
     return result;
 }
@@ -145,7 +152,7 @@ bool TurnInMemory(const zor::FreeTurnRequest& request, Raster& source, Raster& t
     std::atomic<bool> lacksMemory = false;
     const TurningBands bands{request, source, target, lacksMemory};
     const int count = (request.height - 1) / zor::FreeTurn::kTile + 1;
-    zor::RunThreads(0, count, &bands, [](int first, int last, int, signed char, void const* data) {
+    zor::RunThreads(Processors(), count, &bands, [](int first, int last, int, signed char, void const* data) {
         static_cast<const TurningBands*>(data)->Run(first, last);
     });
     return !lacksMemory;
@@ -183,6 +190,7 @@ bool TurnThroughWindows(const zor::FreeTurnRequest& request, Raster& source, Ras
 
 void TurnRightly(Raster* image, const ImageShape& result, const Arguments& arguments) {
     if (IsRightAngle(Reduced(arguments.Number("angle")))) return RunRotate(image, result, arguments);
+    if (image->Shape().kind != result.kind) *image = Collect(*RowsInKind(RowsOf(std::move(*image)), result.kind));
     const zor::FreeTurnRequest request = RequestOf(image->Shape(), result, arguments);
     Raster target(result);
     const bool inMemory = image->RowDistance() != 0 && target.RowDistance() != 0;
@@ -213,9 +221,9 @@ std::vector<EffectRow> GeometryEffects() {
          "Turn by any angle",
          "Counter-clockwise; negative angles turn clockwise. By 90, 180 and 270 degrees pixels move whole and nothing\n"
          "is lost. Other angles filter neighbours, in every channel, and make the picture larger; its corners get the\n"
-         "background: transparent where the picture has alpha, otherwise black, unless a colour is given. Its edges "
-         "are\n"
-         "smooth and mix with that.",
+         "background: transparent where the picture has alpha, otherwise black, unless a colour is given, for which a\n"
+         "gray picture becomes RGB; CMYK takes a number only, which every ink gets. Its edges are smooth and mix with\n"
+         "that.",
          "rotate 7.5 background=#FFFFFF",
          {{"angle", ArgumentType::Number, nullptr, -360, 360, {}, "degrees"},
           {"background", ArgumentType::ColourAlpha, "", 0, 0, {}, "colour of the corners"},

@@ -4,7 +4,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Errors.h"
 #include "compositing/LayRows.h"
+#include "effects/ConvertEffects.h"
 #include "exchange/ColourRows.h"
 
 PixelParts PartsOf(PixelKind kind) {
@@ -21,6 +23,21 @@ void ChannelsOf(const RGBAColour& colour, PixelKind kind, std::uint8_t* channels
     } else {
         std::fill_n(channels, colours, zor::GrayOf(colour.red, colour.green, colour.blue));
     }
+}
+
+ImageShape ShapeInColours(const ImageShape& source, std::initializer_list<RGBAColour> colours) {
+    const bool gray = WithAlpha(source.kind, false) == PixelKind::Gray;
+    const bool coloured = std::any_of(colours.begin(), colours.end(), [](const RGBAColour& colour) {
+        return colour.red != colour.green || colour.green != colour.blue;
+    });
+    if (!gray || !coloured) return source;
+    return {source.width, source.height, WithAlpha(PixelKind::RGB, Describe(source.kind).hasAlpha)};
+}
+
+void CheckColourFits(const char* effect, PixelKind kind, const RGBAColour& colour) {
+    if (kind == PixelKind::CMYK && !colour.isGray)
+        throw RunError(std::string(effect) +
+                       ": CMYK takes one number from 0 to 255, which every ink gets, and no colour");
 }
 
 RowTurner::RowTurner(PixelKind from, PixelParts to, int width, const RGBAColour& ground)

@@ -2,6 +2,7 @@
 // Rows of pixels in another kind, as people expect it: rounded, and what has alpha lies on a ground before it loses it,
 // so that the colours of clear pixels, which nobody saw before, stay hidden.
 
+#include <initializer_list>
 #include <memory>
 #include <vector>
 
@@ -39,6 +40,12 @@ private:
 // All rows in another kind, which they can become.
 std::unique_ptr<RowSource> RowsInKind(std::unique_ptr<RowSource> rows, PixelKind kind,
                                       const RGBAColour& ground = kWhite);
+
+// The shape of a picture that is to show such colours: a gray one becomes RGB for them, unless they are grays.
+ImageShape ShapeInColours(const ImageShape& source, std::initializer_list<RGBAColour> colours);
+
+// A RunError, which `effect` begins, where a colour is to go into CMYK: only grays can be numbers of an ink.
+void CheckColourFits(const char* effect, PixelKind kind, const RGBAColour& colour);
 
 // The channels of a colour in pixels that have no alpha: the gray of it, its red, green and blue, or for CMYK the
 // number that every ink gets, which is given as a gray.

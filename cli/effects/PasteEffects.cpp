@@ -10,6 +10,7 @@
 #include "Raster.h"
 #include "Rows.h"
 #include "effects/ConvertEffects.h"
+#include "effects/Effects.h"
 #include "effects/KindRows.h"
 #include "effects/OtherPicture.h"
 #include "effects/PixelEffects.h"
@@ -67,7 +68,8 @@ public:
           rows_(std::move(rows)),
           file_(std::move(file)),
           pasting_(pasting),
-          channel_(arguments.Given("channel") ? ChannelIndex(Shape().kind, arguments.Choice("channel")) : -1),
+          channel_(arguments.Given("channel") ? IndexOfChannel("paste", Shape().kind, arguments.Choice("channel"))
+                                              : -1),
           turner_(file_.Shape().kind, PartsOf(channel_ < 0 ? Shape().kind : PixelKind::Gray), pasting.meeting.width,
                   kWhite),
           row_(static_cast<std::size_t>(Shape().width) * static_cast<std::size_t>(Channels())) {}
@@ -90,11 +92,6 @@ public:
     }
 
 private:
-    static int ChannelIndex(PixelKind kind, const std::string& word) {
-        const std::vector<const char*> views = ChannelViews(kind);
-        const std::string view = ChannelView("paste", kind, word);
-        return static_cast<int>(std::find(views.begin(), views.end(), view) - views.begin());
-    }
     [[nodiscard]] int Channels() const { return Describe(Shape().kind).channels; }
 
     std::unique_ptr<RowSource> rows_;
@@ -115,14 +112,14 @@ std::unique_ptr<RowSource> StreamPaste(std::unique_ptr<RowSource> rows, const Im
 
 ImageShape PlanCanvas(const ImageShape& source, const Arguments& arguments) {
     const PixelSize size = Resolve(arguments.Size("size"), source.width, source.height);
-    const ImageShape result{static_cast<int>(size.width), static_cast<int>(size.height), source.kind};
+    ImageShape result{static_cast<int>(size.width), static_cast<int>(size.height), source.kind};
     const Meeting meeting = Meet(result, source, arguments.Area("at"));
     if (meeting.width < 1 || meeting.height < 1)
         throw RunError("canvas: nothing of the picture lies on the canvas of " + std::to_string(result.width) + " x " +
                        std::to_string(result.height) + " pixels");
-    if (source.kind == PixelKind::CMYK && arguments.Given("background") && !arguments.Colour("background").isGray)
-        throw RunError("canvas: CMYK takes one number from 0 to 255 as background, which every ink gets");
-    return result;
+    if (!arguments.Given("background")) return result;
+    CheckColourFits("canvas", source.kind, arguments.Colour("background"));
+    return PluginBytes() ? result : ShapeInColours(result, {arguments.Colour("background")});
 }
 
 void FillCanvas(const Raster& canvas, const RGBAColour& colour) {
@@ -145,6 +142,44 @@ void RunCanvas(Raster* image, const ImageShape& result, const Arguments& argumen
     Raster::CopyArea(*image, meeting.fileX, meeting.fileY, meeting.width, meeting.height, &canvas, meeting.x,
                      meeting.y);
     *image = std::move(canvas);
+}
+
+// The same with rows as they come.
+class RowsOnCanvas : public RowSource {
+public:
+    RowsOnCanvas(std::unique_ptr<RowSource> rows, const ImageShape& result, const Arguments& arguments)
+        : RowSource(result), rows_(std::move(rows)), meeting_(Meet(result, rows_->Shape(), arguments.Area("at"))) {
+        const PixelParts parts = PartsOf(result.kind);
+        std::vector<std::uint8_t> pixel(Channels());
+        if (arguments.Given("background")) {
+            ChannelsOf(arguments.Colour("background"), result.kind, pixel.data());
+            if (parts.alpha) pixel.back() = static_cast<std::uint8_t>(arguments.Colour("background").alpha);
+        }
+        for (int x = 0; x < result.width; ++x) ground_.insert(ground_.end(), pixel.begin(), pixel.end());
+        row_ = ground_;
+        rows_ = PartOf(std::move(rows_), meeting_.fileX, meeting_.fileY, meeting_.width, meeting_.height);
+    }
+
+    const std::uint8_t* Next() override {
+        const int y = next_++ - meeting_.y;
+        if (y < 0 || y >= meeting_.height) return ground_.data();
+        std::memcpy(row_.data() + static_cast<std::size_t>(meeting_.x) * Channels(), rows_->Next(),
+                    static_cast<std::size_t>(meeting_.width) * Channels());
+        return row_.data();
+    }
+
+private:
+    [[nodiscard]] std::size_t Channels() const { return static_cast<std::size_t>(Describe(Shape().kind).channels); }
+
+    std::unique_ptr<RowSource> rows_;
+    Meeting meeting_;
+    std::vector<std::uint8_t> ground_, row_;
+    int next_ = 0;
+};
+
+std::unique_ptr<RowSource> StreamCanvas(std::unique_ptr<RowSource> rows, const ImageShape& result,
+                                        const Arguments& arguments) {
+    return std::make_unique<RowsOnCanvas>(RowsInKind(std::move(rows), result.kind), result, arguments);
 }
 
 constexpr ArgumentType kPoint = ArgumentType::Point;
@@ -176,13 +211,16 @@ std::vector<EffectRow> PasteEffects() {
          "The picture keeps its pixels and comes to lie on a canvas of the new size; what lies beside that is left "
          "out.\n"
          "The rest of the canvas is transparent where the picture has alpha, otherwise black, unless a colour is "
-         "given.\n"
-         "CMYK is white there, and takes a number only, which every ink gets, 255 being full ink.",
+         "given,\n"
+         "for which a gray picture becomes RGB. CMYK is white there, and takes a number only, which every ink gets, "
+         "255 being full ink.",
          "canvas 700x500 at=30,20 background=FFFFFF",
          {{"size", ArgumentType::Size, nullptr, 0, 0, {}, "of the canvas"},
           {"at", kPoint, "0,0", 0, 0, {}, "where the picture's upper left corner comes to lie"},
           {"background", ArgumentType::ColourAlpha, "", 0, 0, {}, "colour of the rest"}},
          PlanCanvas,
-         RunCanvas},
+         RunCanvas,
+         1,
+         StreamCanvas},
     };
 }

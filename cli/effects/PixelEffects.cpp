@@ -8,6 +8,8 @@
 #include "Raster.h"
 #include "Rows.h"
 #include "effects/ConvertEffects.h"
+#include "effects/Effects.h"
+#include "effects/KindRows.h"
 #include "effects/MappedRows.h"
 
 namespace {
@@ -25,9 +27,8 @@ bool IsAlpha(PixelKind kind, int c) {
 
 ImageShape PlanFill(const ImageShape& source, const Arguments& arguments) {
     AreaOf("fill", source, arguments);
-    if (source.kind == PixelKind::CMYK && !arguments.Colour("colour").isGray)
-        throw RunError("fill: CMYK takes one number from 0 to 255, which every ink gets, and no colour");
-    return source;
+    CheckColourFits("fill", source.kind, arguments.Colour("colour"));
+    return PluginBytes() ? source : ShapeInColours(source, {arguments.Colour("colour")});
 }
 
 void RunFill(Raster* image, const ImageShape& shape, const Arguments& arguments) {
@@ -48,6 +49,7 @@ void RunFill(Raster* image, const ImageShape& shape, const Arguments& arguments)
 
 std::unique_ptr<RowSource> StreamFill(std::unique_ptr<RowSource> rows, const ImageShape& shape,
                                       const Arguments& arguments) {
+    rows = RowsInKind(std::move(rows), shape.kind);
     return MapRows(std::move(rows), AreaOf("fill", shape, arguments), [&](int c, int) {
         return IsAlpha(shape.kind, c) ? arguments.Integer("alpha") : PartOf(arguments.Colour("colour"), shape.kind, c);
     });
@@ -118,9 +120,8 @@ std::vector<const char*> InkViews(const ImageShape& shape) {
 
 ImageShape PlanTint(const ImageShape& source, const Arguments& arguments) {
     AreaOf("tint", source, arguments);
-    if (source.kind == PixelKind::CMYK && !arguments.Colour("colour").isGray)
-        throw RunError("tint: CMYK takes one number from 0 to 255, which every ink moves to, and no colour");
-    return source;
+    CheckColourFits("tint", source.kind, arguments.Colour("colour"));
+    return PluginBytes() ? source : ShapeInColours(source, {arguments.Colour("colour")});
 }
 
 void RunTint(Raster* image, const ImageShape& shape, const Arguments& arguments) {
@@ -136,6 +137,7 @@ void RunTint(Raster* image, const ImageShape& shape, const Arguments& arguments)
 std::unique_ptr<RowSource> StreamTint(std::unique_ptr<RowSource> rows, const ImageShape& shape,
                                       const Arguments& arguments) {
     const int opacity = arguments.Integer("opacity");
+    rows = RowsInKind(std::move(rows), shape.kind);
     return MapRows(std::move(rows), AreaOf("tint", shape, arguments), [&](int c, int byte) {
         if (IsAlpha(shape.kind, c)) return byte;
         return (byte * (255 - opacity) + PartOf(arguments.Colour("colour"), shape.kind, c) * opacity + 127) / 255;
@@ -199,7 +201,7 @@ std::vector<EffectRow> PixelEffects() {
          "Pixels",
          "One colour over an area",
          "A shell may take a # at the start of a word for a comment; the colour can be written without it. A gray\n"
-         "picture gets the gray of the colour. CMYK takes a number only, which every ink gets, 255 being full ink.\n"
+         "picture becomes RGB for a colour. CMYK takes a number only, which every ink gets, 255 being full ink.\n"
          "What of the area lies beside the picture is left out.",
          "fill FF8000 area=10,20,300x100",
          {{"colour", ArgumentType::Colour, nullptr, 0, 0, {}, "the colour"},
@@ -233,7 +235,7 @@ std::vector<EffectRow> PixelEffects() {
          "Pixels",
          "One colour laid over an area, partly transparent",
          "Opacity 255 leaves nothing of what was there, 128 half of it. Works on gray, red, green and blue;\n"
-         "alpha stays. A gray picture gets the gray of the colour. CMYK takes a number only, for every ink, 255 being\n"
+         "alpha stays. A gray picture becomes RGB for a colour. CMYK takes a number only, for every ink, 255 being\n"
          "full ink.",
          "tint FF8000 opacity=96 area=10,20,300x100",
          {{"colour", ArgumentType::Colour, nullptr, 0, 0, {}, "the colour"},

@@ -12,9 +12,11 @@
 #include "effects/ConvertEffects.h"
 #include "effects/Curve.h"
 #include "effects/Filters.h"
+#include "effects/KindRows.h"
 #include "effects/MappedRows.h"
 #include "effects/PixelEffects.h"
 #include "filters/Curves.h"
+#include "filters/LevelStretch.h"
 #include "filters/OrderedDither.h"
 
 namespace {
@@ -128,6 +130,16 @@ void RunAutoLevel(Raster* image, const ImageShape& shape, const Arguments& argum
         if (!colour.Image().Call("AutoLevel").AsBool()) throw RunError("autolevel: the picture cannot be levelled");
         CopyAll(part->View("GrayChannel"), colour.View("RedChannel"), "autolevel");
     });
+}
+
+void LevelRightly(Raster* image, const ImageShape& shape, const Arguments& arguments) {
+    const PixelArea area = AreaOf("autolevel", shape, arguments);
+    const PixelParts parts = PartsOf(shape.kind);
+    zor::LevelStretch stretch(parts.colours, parts.alpha);
+    for (int y = 0; y < area.height; ++y)
+        stretch.Count(image->Row(area.y + y) + std::ptrdiff_t{area.x} * parts.Channels(), area.width);
+    const zor::ByteTable table = stretch.Table();
+    MapImage(image, area, [&](int c, int byte) { return c < parts.colours ? table.entry[byte] : byte; });
 }
 
 struct Matrix {
@@ -256,11 +268,14 @@ std::vector<EffectRow> ToneEffects() {
          "The darkest and the lightest half percent of the picture become black and white, and what lies between is\n"
          "stretched, in the same way for gray, red, green and blue. With an area, both are that of the area alone. "
          "Alpha\n"
-         "stays; CMYK pictures are refused.",
+         "stays, and clear pixels count for nothing; CMYK pictures are refused.",
          "autolevel",
          {AreaRow()},
          PlanAutoLevel,
-         RunAutoLevel},
+         RunAutoLevel,
+         1,
+         nullptr,
+         LevelRightly},
         {"dither",
          "Tone",
          "Few levels, with a pattern between them",

@@ -1,5 +1,6 @@
 #include "filters/BlurStream.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -8,9 +9,9 @@ namespace zor {
 namespace {
 
 WindowShape ShapeOf(const BlurStreamRequest& request) {
-    const WindowSamples samples = request.iterations > 1 ? WindowSamples::words
-                                  : request.hasAlpha     ? WindowSamples::weighedBytes
-                                                         : WindowSamples::bytes;
+    const WindowSamples samples = request.iterations > 1 || request.toWords ? WindowSamples::words
+                                  : request.hasAlpha                        ? WindowSamples::weighedBytes
+                                                                            : WindowSamples::bytes;
     return {request.width, request.height, request.channels, samples, request.across, request.down};
 }
 
@@ -21,7 +22,21 @@ bool IsInRange(const BlurStreamRequest& request) {
            request.iterations >= 1;
 }
 
-constexpr int kWordsOfLevel = 255;
+// Sums of weighed pixels as pixels; colours of clear ones are 0.
+template <int kChannels>
+void Unweigh(const WindowSums& sums, std::ptrdiff_t pixels, double alphaScale, std::uint16_t* words) {
+    constexpr double kMost = 255.0 * BlurStream::kWordsOfLevel;
+    for (std::ptrdiff_t i = 0; i < pixels * kChannels; i += kChannels) {
+        const auto sum = [&](int c) {
+            return static_cast<double>(static_cast<std::int32_t>(sums.last[i + c] - sums.first[i + c]));
+        };
+        const double alpha = sum(kChannels - 1), scale = kMost / std::max(alpha, 1.0);
+        for (int c = 0; c < kChannels - 1; ++c) {
+            words[i + c] = static_cast<std::uint16_t>(static_cast<int>(std::min(sum(c) * scale, kMost) + 0.5));
+        }
+        words[i + kChannels - 1] = static_cast<std::uint16_t>(static_cast<int>(alpha * alphaScale + 0.5));
+    }
+}
 
 }  // namespace
 
@@ -55,7 +70,7 @@ bool BlurStream::Start(const BlurStreamRequest& request) {
         step.words = HeapArray<std::uint16_t>(words ? samples : 0);
         const std::int64_t firstRow = static_cast<std::int64_t>(i) * shape.rows();
         if (!step.words || !step.window.Start(shape, request_.store, firstRow, *request.kernels)) return false;
-        const bool bytesOfWords = words && i + 1 == steps.size();
+        const bool bytesOfWords = words && i + 1 == steps.size() && !request.toWords;
         step.mean = MakeWindowMean(step.window.divisor() * (bytesOfWords ? kWordsOfLevel : 1));
     }
     steps_ = std::move(steps);
@@ -81,10 +96,15 @@ bool BlurStream::Feed(const std::uint8_t* row) {
 }
 
 bool BlurStream::Take(std::uint8_t* row) {
-    return !steps_.empty() && MakeRow(steps_.size() - 1, row);
+    return !steps_.empty() && !request_.toWords && MakeRow(steps_.size() - 1, row);
 }
 
-// The next row of a step: bytes of the last one, words of all others. It takes what it needs from the step before.
+bool BlurStream::TakeWords(std::uint16_t* row) {
+    return !steps_.empty() && request_.toWords && MakeRow(steps_.size() - 1, reinterpret_cast<std::uint8_t*>(row));
+}
+
+// The next row of a step: what is asked for of the last one, words of all others. It takes what it needs from the step
+// before.
 bool BlurStream::MakeRow(std::size_t index, std::uint8_t* row) {
     Step& step = steps_[index];
     while (step.window.WantsRow()) {
@@ -93,19 +113,32 @@ bool BlurStream::MakeRow(std::size_t index, std::uint8_t* row) {
         step.window.Feed(words);
     }
     if (!step.window.IsWhole()) return false;
-    const WindowKernels& kernels = request_.kernels->windows;
-    const std::ptrdiff_t width = request_.width, samples = width * request_.channels;
-    const WindowSums sums = step.window.sums();
+    const std::ptrdiff_t samples = std::ptrdiff_t{request_.width} * request_.channels;
     if (index + 1 < steps_.size()) {
-        kernels.toWords(sums, samples, step.mean, reinterpret_cast<std::uint16_t*>(row));
-    } else if (request_.hasAlpha) {
-        const double alphaScale = 1.0 / static_cast<double>(step.window.divisor() * kWordsOfLevel);
-        kernels.unweigh[request_.channels / 4](sums, width, alphaScale, row);
+        request_.kernels->windows.toWords(step.window.sums(), samples, step.mean,
+                                          reinterpret_cast<std::uint16_t*>(row));
     } else {
-        kernels.toBytes(sums, samples, step.mean, row);
+        Finish(step, row);
     }
     step.window.Advance();
     return true;
+}
+
+// The result, out of the sums of the last step.
+void BlurStream::Finish(const Step& step, std::uint8_t* row) const {
+    const WindowKernels& kernels = request_.kernels->windows;
+    const std::ptrdiff_t width = request_.width, samples = width * request_.channels;
+    const WindowSums sums = step.window.sums();
+    std::uint16_t* const words = reinterpret_cast<std::uint16_t*>(row);
+    const double wordScale = 1.0 / static_cast<double>(step.window.divisor());
+    if (!request_.hasAlpha) {
+        request_.toWords ? kernels.toWords(sums, samples, step.mean, words)
+                         : kernels.toBytes(sums, samples, step.mean, row);
+    } else if (request_.toWords) {
+        (request_.channels == 2 ? Unweigh<2> : Unweigh<4>)(sums, width, wordScale, words);
+    } else {
+        kernels.unweigh[request_.channels / 4](sums, width, wordScale / kWordsOfLevel, row);
+    }
 }
 
 }  // namespace zor

@@ -29,6 +29,7 @@ struct BlurStreamRequest {
     int iterations = 1;        // 1 or more
     RowStore store = nullptr;  // of waitingRows() rows; without: memory
     const KernelTable* kernels = &Kernels();
+    bool toWords = false;  // TakeWords is called instead of Take
 
     std::int64_t waitingRows() const;
     std::int64_t waitingRowBytes() const;
@@ -36,6 +37,8 @@ struct BlurStreamRequest {
 
 class BlurStream {
 public:
+    static constexpr int kWordsOfLevel = 255;
+
     // Ends what was going on before. False for sizes out of range and without memory; there is nothing to feed or to
     // take then.
     [[nodiscard]] bool Start(const BlurStreamRequest& request);
@@ -47,6 +50,9 @@ public:
     // or none any more.
     [[nodiscard]] bool Take(std::uint8_t* row);
 
+    // The same in kWordsOfLevel steps for a level, for those who round no sooner.
+    [[nodiscard]] bool TakeWords(std::uint16_t* row);
+
 private:
     struct Step {
         SlidingWindow window;
@@ -54,6 +60,7 @@ private:
         HeapArray<std::uint16_t> words;  // what it is fed
     };
     bool MakeRow(std::size_t step, std::uint8_t* row);
+    void Finish(const Step& step, std::uint8_t* row) const;
 
     BlurStreamRequest request_{};
     std::vector<Step> steps_;

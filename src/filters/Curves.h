@@ -15,7 +15,10 @@ ByteTable GainTable(double gain, double bias, double added = 0);
 REALobject StampFilter2(REALobject object, REALobject dst, double radius, double threshold, double softness, int black,
                         int white);
 
-// One channel's way from its part of black (0 to 255) to its part of white.
+// One channel's way from its part of black to its part of white, for a level from 0 to 255.
+double StampValue(double threshold, double softness, int black, int white, double level);
+
+// The same for all levels, cut off.
 ByteTable StampTable(double threshold, double softness, int black, int white);
 
 }  // namespace zor

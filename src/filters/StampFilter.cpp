@@ -9,20 +9,23 @@
 namespace zor {
 
 // 0 below low, 1 from high on, and a smooth step in between.
-static double SmoothStep(double low, double high, int i) {
+static double SmoothStep(double low, double high, double i) {
     if (low > i) return 0.0;
     if (i >= high) return 1.0;
     const double t = (i - low) / (high - low);
     return (3.0 - 2.0 * t) * t * t;
 }
 
-ByteTable StampTable(double threshold, double softness, int black, int white) {
+double StampValue(double threshold, double softness, int black, int white, double level) {
     const double low = (threshold - 0.5 * softness) * 255.0;
     const double high = (threshold + 0.5 * softness) * 255.0;
+    return SmoothStep(low, high, level) * (white - black) + black;
+}
+
+ByteTable StampTable(double threshold, double softness, int black, int white) {
     ByteTable table;
     for (int i = 0; i < 256; ++i) {
-        const double value = SmoothStep(low, high, i) * (white - black) + black;
-        table.entry[i] = static_cast<std::uint8_t>(TruncateToInt(value));
+        table.entry[i] = static_cast<std::uint8_t>(TruncateToInt(StampValue(threshold, softness, black, white, i)));
     }
     return table;
 }

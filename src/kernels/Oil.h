@@ -21,12 +21,16 @@ struct OilColumns {
     std::ptrdiff_t step;  // from one sample to the next of its channel
 };
 
+// How the mean of a class becomes a byte.
+enum class OilMeans : int { cut, rounded };
+
 // The rows of a window, by what they hold of each sample: its class, and by how much it exceeds the least sample of it.
 struct OilRows {
     const std::uint8_t* const* classes;
     const std::uint8_t* const* excess;
     int count;
     int mostExcess;  // of any sample
+    OilMeans means = OilMeans::cut;
 };
 
 // No two of the bytes that a kernel is given overlap.
@@ -38,8 +42,8 @@ struct OilKernels {
     // The lowest of the most frequent classes of the window around each sample, and how often it stands there.
     void (*mode)(const OilCounts& counts, const OilColumns& columns, std::ptrdiff_t count, std::uint8_t* modes,
                  std::uint8_t* times);
-    // means[i] = least[i] + the sum of excess[i] of the samples of the class modes[i] in the window / times[i]. That is
-    // a byte, and times are 1 or more.
+    // means[i] = least[i] + the sum of excess[i] of the samples of the class modes[i] in the window / times[i], cut off
+    // or rounded. That is a byte, and times are 1 or more.
     void (*mean)(const OilRows& rows, const OilColumns& columns, std::ptrdiff_t count, const std::uint8_t* modes,
                  const std::uint8_t* times, const std::uint8_t* least, std::uint8_t* means);
 };

@@ -36,6 +36,7 @@ static void Mean_Plain(const OilRows& rows, const OilColumns& columns, std::ptrd
                 if (rows.classes[r][at] == modes[i]) sum += rows.excess[r][at];
             }
         }
+        if (rows.means == OilMeans::rounded) sum += times[i] / 2;
         means[i] = static_cast<std::uint8_t>(least[i] + sum / times[i]);
     }
 }

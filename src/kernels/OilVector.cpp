@@ -155,6 +155,7 @@ void Mean(const OilRows& rows, const OilColumns& columns, std::ptrdiff_t count, 
           const std::uint8_t* times, const std::uint8_t* least, std::uint8_t* means) {
     // So many bytes can be added up before they have to become words.
     const int room = rows.mostExcess > 0 ? 255 / rows.mostExcess : 255;
+    const bool rounds = rows.means == OilMeans::rounded;
     std::ptrdiff_t i = 0;
     for (; i + kLanes <= count; i += kLanes) {
         const Bytes mode = hn::LoadU(kBytes, modes + i);
@@ -177,6 +178,10 @@ void Mean(const OilRows& rows, const OilColumns& columns, std::ptrdiff_t count, 
         }
         flush();
         const WordPair divisors = Widened(hn::LoadU(kBytes, times + i));
+        if (rounds) {
+            sum = {hn::Add(sum.lower, hn::ShiftRight<1>(divisors.lower)),
+                   hn::Add(sum.upper, hn::ShiftRight<1>(divisors.upper))};
+        }
         const Bytes mean = Narrowed({Quotients(sum.lower, divisors.lower), Quotients(sum.upper, divisors.upper)});
         hn::StoreU(hn::Add(mean, hn::LoadU(kBytes, least + i)), kBytes, means + i);
     }
@@ -188,6 +193,7 @@ void Mean(const OilRows& rows, const OilColumns& columns, std::ptrdiff_t count, 
                 if (rows.classes[r][at] == modes[i]) sum += rows.excess[r][at];
             }
         }
+        if (rounds) sum += times[i] / 2;
         means[i] = static_cast<std::uint8_t>(least[i] + sum / times[i]);
     }
 }

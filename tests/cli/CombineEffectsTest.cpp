@@ -40,6 +40,15 @@ int ColourAt(const Pixels& pixels, int x, int y, int c, int colours) {
     return Gray(pixels.At(x, y, 0), pixels.At(x, y, 1), pixels.At(x, y, 2));
 }
 
+// A gray picture as one of three colours.
+Pixels InColours(const Pixels& gray) {
+    Pixels result{gray.width, gray.height, gray.channels + 2, {}};
+    for (std::size_t i = 0; i < gray.bytes.size(); ++i)
+        result.bytes.insert(result.bytes.end(), i % static_cast<std::size_t>(gray.channels) == 0 ? 3 : 1,
+                            gray.bytes[i]);
+    return result;
+}
+
 int AlphaAt(const Pixels& pixels, int x, int y) {
     return HasAlpha(pixels) ? pixels.At(x, y, pixels.channels - 1) : 255;
 }
@@ -213,7 +222,11 @@ protected:
         if (layer.premultiplied) words.emplace_back("premultiplied");
         SCOPED_TRACE(std::to_string(layer.file.channels) + " onto " + std::to_string(picture.channels));
         RunWell(words);
-        ExpectRounded(PixelsOf(LoadPng(At("out.png"))), picture, layer);
+        // A gray picture becomes RGB for a colour.
+        const Pixels shown = layer.colour && Colours(picture) == 1 ? InColours(picture) : picture;
+        const Pixels out = PixelsOf(LoadPng(At("out.png")));
+        ASSERT_EQ(out.channels, shown.channels);
+        ExpectRounded(out, shown, layer);
         words.emplace_back("--plugin-bytes");
         RunWell(words);
         EXPECT_EQ(PixelsOf(LoadPng(At("out.png"))), Compose(picture, layer))

@@ -142,8 +142,12 @@ TEST_F(PasteEffects, LayThePictureOnACanvas) {
                                                                 : c == 1        ? 128
                                                                                 : 64);
                 }
-                EXPECT_EQ(Result(in, {"canvas", size, "at=" + at.Word(), "background=#FF804020"}),
-                          Pasted(canvas, in, at));
+                std::vector<std::string> coloured = {"canvas", size, "at=" + at.Word(), "background=#FF804020"};
+                if (channels > 2) {
+                    EXPECT_EQ(Result(in, coloured), Pasted(canvas, in, at));
+                }
+                coloured.emplace_back("--plugin-bytes");
+                EXPECT_EQ(Result(in, coloured), Pasted(canvas, in, at));
             }
 }
 

@@ -52,8 +52,12 @@ TEST_F(PixelEffects, FillAnAreaWithAColourAndNothingElse) {
                 if (channels <= 2) return (77 * 0xF0 + 151 * 0x81 + 28 * 0x07) / 256;
                 return c == 0 ? 0xF0 : c == 1 ? 0x81 : 0x07;
             };
-            EXPECT_EQ(Result({"fill", "f08107", "area=" + area.Word()}), Changed(pixels, area, colour))
-                << channels << " channels, " << area.Word();
+            std::vector<std::string> fill = {"fill", "f08107", "area=" + area.Word()};
+            if (channels > 2) {
+                EXPECT_EQ(Result(fill), Changed(pixels, area, colour)) << channels << " channels, " << area.Word();
+            }
+            fill.emplace_back("--plugin-bytes");
+            EXPECT_EQ(Result(fill), Changed(pixels, area, colour)) << channels << " channels, " << area.Word();
         }
     }
 }
@@ -137,6 +141,7 @@ TEST_F(PixelEffects, TintAnAreaByTheOpacityAndLeaveAlpha) {
                     return static_cast<int>(std::lround(old + (value - old) * (opacity / 255.0)));
                 };
                 tint.pop_back();
+                if (channels <= 2) tint[1] = std::to_string((77 * 0xF0 + 151 * 0x81 + 28 * 0x07) / 256);
                 EXPECT_EQ(Result(tint), Changed(pixels, area, rounded))
                     << channels << " channels, " << area.Word() << ", " << opacity;
             }
@@ -146,7 +151,7 @@ TEST_F(PixelEffects, TintAnAreaByTheOpacityAndLeaveAlpha) {
 TEST_F(PixelEffects, AreTheSameRowByRowAndByThePlugIn) {
     for (int channels = 1; channels <= 4; ++channels)
         for (std::vector<std::string> effect :
-             std::vector<std::vector<std::string>>{{"fill", "f08107", "area=3,2,60x70"},
+             std::vector<std::vector<std::string>>{{"fill", channels <= 2 ? "81" : "f08107", "area=3,2,60x70"},
                                                    {"clear", "area=-3,20,30x999"},
                                                    {"invert"},
                                                    {"invert", "area=70,60,1x99"}}) {
@@ -161,6 +166,43 @@ TEST_F(PixelEffects, WorkOnRowsAsOnTheWholePicture) {
     ExpectSameOnRows({"tint", "40", "opacity=96", "area=0,0,1x1100"}, {"GRAYSCALE_ALPHA", "RGB", "CMYK"});
     ExpectSameOnRows({"fill", "f08107", "alpha=9"}, {"GRAYSCALE_ALPHA", "RGB_ALPHA"});
     ExpectSameOnRows({"invert", "area=300,1000,10x800"}, {"GRAYSCALE", "RGB_ALPHA", "CMYK"});
+}
+
+// What a gray picture cannot show it becomes RGB for, in every effect that takes a colour; not for a gray.
+TEST_F(PixelEffects, ShowColoursInGrayPicturesToo) {
+    SavePng(At("mask.png"), PlainPng(MakePixels(37, 23, 1, 6)));
+    const std::vector<std::vector<std::string>> effects = {{"fill", "area=3,2,20x10", "colour="},
+                                                           {"tint", "opacity=99", "colour="},
+                                                           {"canvas", "50x40", "at=4,5", "background="},
+                                                           {"rotate", "17", "background="},
+                                                           {"stamp", "radius=3", "white="},
+                                                           {"stamp", "radius=3", "black="},
+                                                           {"combine", "mask.png", "at=5,3", "colour="},
+                                                           {"flatten", "colour="}};
+    for (const int channels : {1, 2})
+        for (std::vector<std::string> effect : effects) {
+            SCOPED_TRACE(effect[0] + " of " + std::to_string(channels));
+            const bool stays = effect[0] == "flatten" && channels == 1;
+            SaveInput(MakePixels(37, 23, channels, 8));
+            const std::string name = effect.back();
+            effect.back() = name + "F08107";
+            const Pixels coloured = Result(effect);
+            if (!stays) {
+                EXPECT_GE(coloured.channels, 3);
+            }
+            std::vector<std::string> onRgb = {"convert", channels == 1 ? "RGB" : "RGBA"};
+            onRgb.insert(onRgb.end(), effect.begin(), effect.end());
+            if (!stays) {
+                EXPECT_EQ(coloured, Result(onRgb));
+            }
+            effect.emplace_back("--plugin-bytes");
+            EXPECT_LE(Result(effect).channels, 2);
+            effect.pop_back();
+            effect.back() = name + "818181";
+            EXPECT_LE(Result(effect).channels, 2);
+        }
+    SaveInput(MakePixels(37, 23, 1, 8));
+    ExpectFailure(Run({"in.png", "new.pgm", "fill", "F08107"}), 1, {"new.pgm"});
 }
 
 TEST_F(PixelEffects, TintEveryInkByANumber) {

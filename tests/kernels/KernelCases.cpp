@@ -971,8 +971,9 @@ void OilMean(Kernels k, Bytes b, std::ptrdiff_t units) {
         }
         times[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(std::max(1, most * rowCount));
     }
-    k.oil.mean({classRows.data(), excessRows.data(), rowCount, mostExcess}, columns, units, modes.data(), times.data(),
-               least.data(), b.out);
+    const OilMeans means = b.choice / 131072 % 2 ? OilMeans::rounded : OilMeans::cut;
+    k.oil.mean({classRows.data(), excessRows.data(), rowCount, mostExcess, means}, columns, units, modes.data(),
+               times.data(), least.data(), b.out);
 }
 
 const std::vector<KernelCase> kCases = {
