@@ -1,12 +1,15 @@
 #include <png.h>
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdio>
+#include <vector>
 
 #include "Errors.h"
 #include "Rows.h"
 #include "codecs/IccProfile.h"
 #include "codecs/Png.h"
+#include "codecs/PngPixels.h"
 #include "codecs/PngTexts.h"
 #include "files/OutputFile.h"
 
@@ -41,12 +44,10 @@ public:
     PngWriter(const PngWriter&) = delete;
     PngWriter& operator=(const PngWriter&) = delete;
 
-    void WriteHeader(const ImageShape& shape, const PictureHeader& tags, int compression);
-    void WriteRow(const std::uint8_t* row) {
-        Guarded([this, row] { png_write_row(png_, row); });
-    }
+    void WriteHeader(const ImageShape& shape, const PictureHeader& tags);
+    void WritePixels(const std::vector<std::uint8_t>& bytes);
     void WriteEnd() {
-        Guarded([this] { png_write_end(png_, info_); });
+        Guarded([this] { png_write_chunk(png_, Name("IEND"), nullptr, 0); });
     }
 
 private:
@@ -75,6 +76,8 @@ private:
     }
 
     static void Flush(png_structp) {}
+
+    static png_const_bytep Name(const char* name) { return reinterpret_cast<png_const_bytep>(name); }
 
     void SetTags(PixelKind kind, const PictureHeader& tags);
 
@@ -105,12 +108,11 @@ void PngWriter::SetTags(PixelKind kind, const PictureHeader& tags) {
     }
 }
 
-void PngWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, int compression) {
+void PngWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags) {
     const std::vector<PngPart> parts = PngTextsOf(tags.metadata);
     Guarded([&] {
         png_set_write_fn(png_, this, Write, Flush);
         png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
-        png_set_compression_level(png_, compression);
         png_set_IHDR(png_, info_, static_cast<png_uint_32>(shape.width), static_cast<png_uint_32>(shape.height), 8,
                      ColourType(shape.kind), PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         // A tag that libpng finds fault with is left out; the picture itself is worth writing.
@@ -118,8 +120,15 @@ void PngWriter::WriteHeader(const ImageShape& shape, const PictureHeader& tags, 
         SetTags(shape.kind, tags);
         png_write_info(png_, info_);
         for (const PngPart& part : parts)
-            png_write_chunk(png_, reinterpret_cast<png_const_bytep>(part.name.c_str()), part.bytes.data(),
-                            part.bytes.size());
+            png_write_chunk(png_, Name(part.name.c_str()), part.bytes.data(), part.bytes.size());
+    });
+}
+
+void PngWriter::WritePixels(const std::vector<std::uint8_t>& bytes) {
+    constexpr std::size_t kMost = 1 << 30;  // a part of a file has its size in 31 bits
+    Guarded([&] {
+        for (std::size_t at = 0; at < bytes.size(); at += kMost)
+            png_write_chunk(png_, Name("IDAT"), bytes.data() + at, std::min(bytes.size() - at, kMost));
     });
 }
 
@@ -129,9 +138,10 @@ void WritePng(OutputFile& file, RowSource& rows, const PictureHeader& tags, cons
               const RowTick& tick) {
     PngWriter writer(file);
     const ImageShape& shape = rows.Shape();
-    writer.WriteHeader(shape, tags, options.compression);
+    writer.WriteHeader(shape, tags);
+    PngPixels pixels(shape, options.compression, [&](const auto& bytes) { writer.WritePixels(bytes); });
     for (int y = 0; y < shape.height; ++y) {
-        writer.WriteRow(rows.Next());
+        pixels.AddRow(rows.Next());
         tick(y + 1, shape.height);
     }
     writer.WriteEnd();
