@@ -152,7 +152,7 @@ const std::vector<Codec>& Codecs() {
     constexpr MetadataRoom kInPng{kAny, kAny, kAny, kAny, kAny};
     constexpr MetadataRoom kInWebp{kAny, kAny, 0, 0, 0}, kInTiff{kAny, kAny, kAny, 0, 0};
     static const std::vector<Codec> codecs = {
-        {"PNG", {".png"}, kMaxSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng, 10, 12, kInPng},
+        {"PNG", {".png"}, kMaxSide, IsPng, OpenPng, PngRefuses, AsItIs, true, true, WritePng, 10, 6, kInPng},
         {"JPEG",
          {".jpg", ".jpeg"},
          65500,

@@ -97,14 +97,13 @@ double GuessWithRuns(const std::uint8_t* bytes, std::size_t count) {
     return (apart.Bits() + kBits * runs) / 8;
 }
 
-bool DeflatePart(const std::vector<std::uint8_t>& bytes, const std::vector<std::uint8_t>& before, bool last,
-                 const DeflateWay& way, std::vector<std::uint8_t>* result) noexcept {
+bool DeflateRepetitions(const std::vector<std::uint8_t>& bytes, const std::vector<std::uint8_t>& before, bool last,
+                        int level, std::vector<std::uint8_t>* result) noexcept {
     constexpr int kRaw = -15, kMemory = 8;
     constexpr std::size_t kPart = 1 << 30;  // zlib counts in 32 bits
     z_stream stream{};
-    if (deflateInit2(&stream, way.level, Z_DEFLATED, kRaw, kMemory, way.runs ? Z_RLE : Z_DEFAULT_STRATEGY) != Z_OK)
-        return false;
-    if (!way.runs && !before.empty()) deflateSetDictionary(&stream, before.data(), static_cast<uInt>(before.size()));
+    if (deflateInit2(&stream, level, Z_DEFLATED, kRaw, kMemory, Z_DEFAULT_STRATEGY) != Z_OK) return false;
+    if (!before.empty()) deflateSetDictionary(&stream, before.data(), static_cast<uInt>(before.size()));
     bool good = true;
     std::size_t used = result->size();
     try {

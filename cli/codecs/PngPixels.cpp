@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "PixelKind.h"
+#include "codecs/DeflateRuns.h"
+#include "codecs/PngDeflate.h"
 #include "codecs/PngFilter.h"
 
 namespace {
@@ -63,8 +65,8 @@ void PngPixels::FilterRows(std::size_t first, std::size_t end) {
 
 // Leaves what is to be deflated in `plain_`. What cameras have taken does not repeat once it is filtered: looking for
 // it takes long and brings less than that some bytes are frequent. Drawings and texts repeat, most of all unfiltered.
-std::vector<DeflateWay> PngPixels::ChooseWays() {
-    if (level_ == 0) return {{0, false}};
+PngPixels::Ways PngPixels::ChooseWays() {
+    if (level_ == 0) return {.repetitions = true};
     // A part from the middle is enough to tell.
     const std::size_t rows = plain_.size() / (rowBytes_ + 1), first = rows / 8 * 3, end = rows - first;
     const std::size_t from = first * (rowBytes_ + 1), count = (end - first) * (rowBytes_ + 1);
@@ -76,12 +78,12 @@ std::vector<DeflateWay> PngPixels::ChooseWays() {
     constexpr double kWorthIt = 0.85;
     constexpr int kTryingLevel = 9;
     const bool repeats = std::min(plain, filtered) < kWorthIt * runs;
-    if (repeats && plain < filtered) return {{level_, false}};
+    if (repeats && plain < filtered) return {.repetitions = true};
     FilterRows(0, first);
     FilterRows(end, rows);
     plain_.swap(filtered_);
-    if (level_ >= kTryingLevel) return {{level_, true}, {level_, false}};
-    return {{level_, !repeats}};
+    const bool both = level_ >= kTryingLevel;
+    return {.runs = both || !repeats, .repetitions = both || repeats};
 }
 
 void PngPixels::CloseBand() {
@@ -89,6 +91,7 @@ void PngPixels::CloseBand() {
     auto band = std::make_unique<Band>();
     std::vector<std::uint8_t> lastRow(plain_.end() - static_cast<std::ptrdiff_t>(rowBytes_), plain_.end());
     band->ways = ChooseWays();
+    band->level = level_;
     above_.swap(lastRow);
     band->last = rowsLeft_ == 0;
     band->bytes.swap(plain_);
@@ -102,13 +105,11 @@ void PngPixels::CloseBand() {
 
 void PngPixels::Deflate(Band& band) noexcept {
     band.sum = adler32_z(adler32(0, nullptr, 0), band.bytes.data(), band.bytes.size());
-    std::vector<std::uint8_t> trial;
-    for (const DeflateWay& way : band.ways) {
-        trial.clear();
-        if (!DeflatePart(band.bytes, band.before, band.last, way, &trial)) return;
-        if (!band.good || trial.size() < band.deflated.size()) band.deflated.swap(trial);
-        band.good = true;
-    }
+    std::vector<std::uint8_t> other;
+    if (band.ways.runs && !DeflateRuns(band.bytes, band.last, &band.deflated)) return;
+    if (band.ways.repetitions && !DeflateRepetitions(band.bytes, band.before, band.last, band.level, &other)) return;
+    if (!band.ways.runs || (band.ways.repetitions && other.size() < band.deflated.size())) band.deflated.swap(other);
+    band.good = true;
 }
 
 void PngPixels::TakeFirst() {

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "Workers.h"
-#include "codecs/PngDeflate.h"
 
 struct ImageShape;
 
@@ -26,11 +25,17 @@ public:
     void AddRow(const std::uint8_t* row);
 
 private:
+    // Of both the one that leaves less is taken.
+    struct Ways {
+        bool runs = false;
+        bool repetitions = false;
+    };
     struct Band {
         std::vector<std::uint8_t> bytes, before;
         bool last = false;
-        std::vector<DeflateWay> ways;  // of which the one that leaves the least is taken
-        std::size_t number = 0;        // of the work
+        int level = 0;
+        Ways ways;
+        std::size_t number = 0;  // of the work
         // What the work leaves.
         std::vector<std::uint8_t> deflated;
         unsigned long sum = 0;
@@ -39,7 +44,7 @@ private:
 
     static void Deflate(Band& band) noexcept;
     void FilterRows(std::size_t first, std::size_t end);
-    [[nodiscard]] std::vector<DeflateWay> ChooseWays();
+    [[nodiscard]] Ways ChooseWays();
     void CloseBand();
     void TakeFirst();
 

@@ -192,6 +192,11 @@ TEST_F(WritePng, IsNoLargerThanWhatZlibMakesOfPlainRows) {
         const Pixels photo = PixelsOf(LoadPng(Photo(name)));
         EXPECT_LT(WrittenSize(photo), ZlibSize(photo) * 3 / 4) << name;
     }
+    for (const int channels : {1, 3}) {
+        Pixels flat{2000, 1500, channels, {}};
+        flat.bytes.assign(2000U * 1500 * static_cast<unsigned>(channels), 255);
+        EXPECT_LT(WrittenSize(flat), ZlibSize(flat) * 102 / 100 + 200) << channels;
+    }
     const Pixels noise = MakePixels(900, 700, 3, 4);
     EXPECT_LT(WrittenSize(noise), ZlibSize(noise) * 102 / 100);
 }
