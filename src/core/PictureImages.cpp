@@ -1,6 +1,7 @@
 #include "core/PictureImages.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "core/Channels.h"
 #include "core/Formats.h"
@@ -24,9 +25,12 @@ struct PixelLayout {
 constexpr PixelLayout kDesktopARGB = {ImageFormatARGB, 4, {1, 2, 3}, 0, true};
 constexpr PixelLayout kDesktopXRGB = {ImageFormatXRGB, 4, {1, 2, 3}, 0, false};
 constexpr PixelLayout kDesktopRGB = {ImageFormatRGB, 3, {0, 1, 2}, 0, false};
-// Words of the processor's order, lowest byte first. The numbers are those of the desktop's pictures.
-constexpr PixelLayout kConsoleAlpha = {ImageFormatARGB, 4, {2, 1, 0}, 3, true};
-constexpr PixelLayout kConsole = {ImageFormatXRGB, 4, {2, 1, 0}, 3, false};
+// Words of the processor's order, blue in their lowest byte. The numbers are those of the desktop's pictures, and where
+// the highest byte comes first so are the places.
+constexpr bool kLittleEndian = std::endian::native == std::endian::little;
+constexpr PixelLayout kConsoleAlpha =
+    kLittleEndian ? PixelLayout{ImageFormatARGB, 4, {2, 1, 0}, 3, true} : kDesktopARGB;
+constexpr PixelLayout kConsole = kLittleEndian ? PixelLayout{ImageFormatXRGB, 4, {2, 1, 0}, 3, false} : kDesktopXRGB;
 
 // What a constructor finds in its object.
 enum class Found {

@@ -191,6 +191,7 @@ void GoldenScene::AddImage(GoldenHash* hash, REALobject image) {
           std::int64_t{record->ImageFormat}, std::int64_t{record->PixelSize}, record->TotalSize}) {
         hash->Add(number);
     }
+    if (record->RowPointers) return AddWords(hash, record);
     for (const ChannelOffset& channel : ChannelsByName(record)) hash->Add(channel.offset);
     for (int y = 0; y < record->Height && record->GetRow; ++y) {
         const RowSpan row = GetRowSpan(record, y);
@@ -201,7 +202,18 @@ void GoldenScene::AddImage(GoldenHash* hash, REALobject image) {
     }
 }
 
-// By pixel: the words of a console picture lie in the processor's own order.
+// By channel: the words of a console picture lie in the processor's own order.
+void GoldenScene::AddWords(GoldenHash* hash, ImageClassData* record) {
+    for (const ChannelOffset& channel : ChannelsByName(record)) {
+        hash->Add(channel.offset >= 0 ? channel.name : "none");
+        for (int y = 0; y < record->Height && channel.offset >= 0; ++y) {
+            const RowSpan row = GetRowSpan(record, y);
+            for (int x = 0; x < record->Width; ++x) hash->Add(row.Load(x * record->PixelSize + channel.offset));
+        }
+    }
+}
+
+// By pixel, for the same reason.
 void GoldenScene::AddPicture(GoldenHash* hash, REALobject picture) {
     const FakePicture& shown = pictures_[picture];
     hash->Add(shown.width);

@@ -60,6 +60,7 @@ private:
     TestImage Made(int width, int height, int format);
     void AddObject(GoldenHash* hash, REALobject object);
     void AddImage(GoldenHash* hash, REALobject image);
+    void AddWords(GoldenHash* hash, ImageClassData* record);
     void AddPicture(GoldenHash* hash, REALobject picture);
     void AddGWorld(GoldenHash* hash, REALobject owner);
 

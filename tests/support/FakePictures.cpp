@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <initializer_list>
 #include <set>
@@ -380,7 +381,12 @@ REALobject FakePictures::NewNoise(FakePicture::Kind kind, int bits, int width, i
     for (FakePixel& pixel : picture.hidden) pixel = {next(), next(), next(), next()};
     if (kind == FakePicture::Kind::other) return object;
     for (int y = 0; y < height; ++y) {
-        std::generate_n(picture.Row(y), static_cast<std::size_t>(picture.BytesOfRow()), next);
+        std::uint8_t* const row = picture.Row(y);
+        const std::size_t bytes = static_cast<std::size_t>(picture.BytesOfRow());
+        std::generate_n(row, bytes, next);
+        // The same pixels whatever the order of the bytes in a word.
+        const bool isWords = kind == FakePicture::Kind::console && std::endian::native == std::endian::big;
+        for (std::size_t at = 0; isWords && at < bytes; at += 4) std::reverse(row + at, row + at + 4);
     }
     return object;
 }
