@@ -10,8 +10,6 @@ target_compile_options(zor_flags INTERFACE
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   # Files of images grow beyond 2 GB there too.
   target_compile_definitions(zor_flags INTERFACE _FILE_OFFSET_BITS=64)
-  # Positions are computed in 64 bits, cut to the storage, and then added to pointers: a warning at every such place.
-  target_compile_options(zor_flags INTERFACE -Wno-conversion)
   if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i[3-6]86")
     # Otherwise 32-bit x86 computes in registers of 80 bits, and rounds when it stores them.
     target_compile_options(zor_flags INTERFACE -msse2 -mfpmath=sse)

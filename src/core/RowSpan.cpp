@@ -18,27 +18,28 @@ RowSpan GetRowSpan(ImageClassData* record, int y) {
             static_cast<std::ptrdiff_t>(storage.end - address)};
 }
 
-ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast) {
-    const std::ptrdiff_t begin = std::max(first, row.begin);
-    const std::ptrdiff_t end = std::min(pastLast, row.end);
+ByteRun CutRun(const RowSpan& row, std::int64_t first, std::int64_t pastLast) {
+    const std::int64_t begin = std::max<std::int64_t>(first, row.begin);
+    const std::int64_t end = std::min<std::int64_t>(pastLast, row.end);
     if (!row || begin >= end) return {nullptr, 0};
-    return {row.data + begin, static_cast<std::size_t>(end - begin)};
+    return {row.data + static_cast<std::ptrdiff_t>(begin), static_cast<std::size_t>(end - begin)};
 }
 
-void CopyRun(const RowSpan& dst, std::ptrdiff_t dstAt, const RowSpan& src, std::ptrdiff_t srcAt, std::ptrdiff_t count) {
+void CopyRun(const RowSpan& dst, std::int64_t dstAt, const RowSpan& src, std::int64_t srcAt, std::int64_t count) {
     if (!dst || !src) return;
     // What both rows have, as distances from the start of the run.
-    const std::ptrdiff_t first = std::max({std::ptrdiff_t{0}, dst.begin - dstAt, src.begin - srcAt});
-    const std::ptrdiff_t last = std::min({count, dst.end - dstAt, src.end - srcAt});
+    const std::int64_t first = std::max({std::int64_t{0}, dst.begin - dstAt, src.begin - srcAt});
+    const std::int64_t last = std::min({count, dst.end - dstAt, src.end - srcAt});
     if (first >= last) return;
-    std::memmove(dst.data + dstAt + first, src.data + srcAt + first, static_cast<std::size_t>(last - first));
+    std::memmove(dst.data + static_cast<std::ptrdiff_t>(dstAt + first),
+                 src.data + static_cast<std::ptrdiff_t>(srcAt + first), static_cast<std::size_t>(last - first));
 }
 
-void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std::uint8_t* buffer) {
+void LoadRun(const RowSpan& row, std::int64_t from, std::ptrdiff_t count, std::uint8_t* buffer) {
     if (count <= 0) return;
     const ByteRun run = CutRun(row, from, from + count);
     if (run.size < static_cast<std::size_t>(count)) std::memset(buffer, 0, static_cast<std::size_t>(count));
-    if (run.size > 0) std::memcpy(buffer + (run.data - (row.data + from)), run.data, run.size);
+    if (run.size > 0) std::memcpy(buffer + static_cast<std::ptrdiff_t>(run.data - row.data - from), run.data, run.size);
 }
 
 // --- columns --------------------------------------------------------------------------------------------------------
@@ -71,7 +72,7 @@ namespace {
 
 // Pixels first to last - 1, of which some bytes may lie outside.
 
-void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+void GatherByByte(const RowSpan& row, std::int64_t pixelSize, const ChannelSet& channels, std::int64_t x,
                   std::ptrdiff_t first, std::ptrdiff_t last, std::uint8_t* packed) {
     for (std::ptrdiff_t i = first; i < last; ++i) {
         for (int c = 0; c < channels.count; ++c) {
@@ -80,7 +81,7 @@ void GatherByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet
     }
 }
 
-void ScatterByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
+void ScatterByByte(const RowSpan& row, std::int64_t pixelSize, const ChannelSet& channels, std::int64_t x,
                    std::ptrdiff_t first, std::ptrdiff_t last, const std::uint8_t* packed) {
     for (std::ptrdiff_t i = first; i < last; ++i) {
         for (int c = 0; c < channels.count; ++c) {
@@ -91,7 +92,7 @@ void ScatterByByte(const RowSpan& row, std::ptrdiff_t pixelSize, const ChannelSe
 
 }  // namespace
 
-void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,
+void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::int64_t x, std::ptrdiff_t width,
                   std::uint8_t* packed) {
     if (width <= 0 || channels.count < 1) return;
     if (!row) {
@@ -103,22 +104,24 @@ void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels,
     const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(inside.last);
     GatherByByte(row, pixelSize, channels, x, 0, first, packed);
     if (first < last) {
-        Kernels().pack.gather[channels.count - 1]({row.data + (x + first) * pixelSize, pixelSize, channels},
-                                                  last - first, packed + first * channels.count);
+        Kernels().pack.gather[channels.count - 1](
+            {row.data + static_cast<std::ptrdiff_t>((x + first) * pixelSize), pixelSize, channels}, last - first,
+            packed + first * channels.count);
     }
     GatherByByte(row, pixelSize, channels, x, last, width, packed);
 }
 
-void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                   std::ptrdiff_t width, const std::uint8_t* packed) {
+void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::int64_t x, std::ptrdiff_t width,
+                   const std::uint8_t* packed) {
     if (width <= 0 || channels.count < 1 || !row) return;
     const PixelRange inside = PixelsInside(row, pixelSize, channels, x, width);
     const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(inside.first);
     const std::ptrdiff_t last = static_cast<std::ptrdiff_t>(inside.last);
     ScatterByByte(row, pixelSize, channels, x, 0, first, packed);
     if (first < last) {
-        Kernels().pack.scatter[channels.count - 1]({row.data + (x + first) * pixelSize, pixelSize, channels},
-                                                   last - first, packed + first * channels.count);
+        Kernels().pack.scatter[channels.count - 1](
+            {row.data + static_cast<std::ptrdiff_t>((x + first) * pixelSize), pixelSize, channels}, last - first,
+            packed + first * channels.count);
     }
     ScatterByByte(row, pixelSize, channels, x, last, width, packed);
 }

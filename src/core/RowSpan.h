@@ -18,12 +18,13 @@ struct RowSpan {
     std::ptrdiff_t end;
 
     explicit operator bool() const { return data != nullptr; }
-    bool Contains(std::ptrdiff_t at) const { return at >= begin && at < end; }
-    bool Covers(std::ptrdiff_t first, std::ptrdiff_t pastLast) const {
+    // Positions are told in 64 bits, as columns times the size of a pixel need not fit into fewer.
+    bool Contains(std::int64_t at) const { return at >= begin && at < end; }
+    bool Covers(std::int64_t first, std::int64_t pastLast) const {
         return first >= pastLast || (first >= begin && pastLast <= end);
     }
-    std::uint8_t Load(std::ptrdiff_t at) const { return Contains(at) ? data[at] : 0; }
-    void Store(std::ptrdiff_t at, std::uint8_t value) const {
+    std::uint8_t Load(std::int64_t at) const { return Contains(at) ? data[at] : 0; }
+    void Store(std::int64_t at, std::uint8_t value) const {
         if (Contains(at)) data[at] = value;
     }
 };
@@ -37,15 +38,15 @@ struct ByteRun {
     std::uint8_t* data;
     std::size_t size;
 };
-ByteRun CutRun(const RowSpan& row, std::ptrdiff_t first, std::ptrdiff_t pastLast);
+ByteRun CutRun(const RowSpan& row, std::int64_t first, std::int64_t pastLast);
 
 // Copies `count` bytes starting at `srcAt` in one row to `dstAt` in another. The run is cut to the bytes that both rows
 // may touch. The two may overlap: the result is that of a copy through a buffer.
-void CopyRun(const RowSpan& dst, std::ptrdiff_t dstAt, const RowSpan& src, std::ptrdiff_t srcAt, std::ptrdiff_t count);
+void CopyRun(const RowSpan& dst, std::int64_t dstAt, const RowSpan& src, std::int64_t srcAt, std::int64_t count);
 
 // Reads `count` bytes starting at `from` into a buffer of that size. Bytes that the row does not have read 0; a null
 // row has none.
-void LoadRun(const RowSpan& row, std::ptrdiff_t from, std::ptrdiff_t count, std::uint8_t* buffer);
+void LoadRun(const RowSpan& row, std::int64_t from, std::ptrdiff_t count, std::uint8_t* buffer);
 
 // A stretch of a run of pixels, as half-open range of indices into the run.
 struct PixelRange {
@@ -78,12 +79,12 @@ bool HoldsNothing(const ImageClassData* record);
 
 // Reads `width` pixels from column `x` on into packed bytes, channel after channel. Bytes outside read 0. A null row
 // gives zeros.
-void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x, std::ptrdiff_t width,
+void GatherPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::int64_t x, std::ptrdiff_t width,
                   std::uint8_t* packed);
 
 // Writes packed bytes back: pixels from left to right, the channels of a pixel in the order of the set. Bytes
 // outside are dropped.
-void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::ptrdiff_t x,
-                   std::ptrdiff_t width, const std::uint8_t* packed);
+void ScatterPixels(const RowSpan& row, int pixelSize, const ChannelSet& channels, std::int64_t x, std::ptrdiff_t width,
+                   const std::uint8_t* packed);
 
 }  // namespace zor

@@ -253,7 +253,8 @@ REALobject Clone(REALobject object) {
     // Where the copy cannot be made the new object is not released, as it never was.
     const std::int64_t size = static_cast<std::int64_t>(src->Height) * src->RowSize;
     if (size < 0 || size >= kPlainImageLimit) return nullptr;
-    std::uint8_t* const pixels = static_cast<std::uint8_t*>(std::calloc(std::max<std::size_t>(size, 1), 1));
+    std::uint8_t* const pixels =
+        static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(std::max<std::int64_t>(size, 1)), 1));
     if (!pixels) return nullptr;
     // From the first byte of the storage on, whatever row the source begins with: clones are meant for whole images.
     const StorageRange storage = StorageOfRow(src, nullptr);

@@ -18,21 +18,20 @@ namespace {
 struct RowCopy {
     PixelPlan plan;
     bool asRun;
-    std::ptrdiff_t dstX;
-    std::ptrdiff_t srcX;
-    std::ptrdiff_t count;
+    std::int64_t dstX;
+    std::int64_t srcX;
+    std::int64_t count;
 };
 
 constexpr ChannelSet kByte = {1, {0}};
 
 // The run goes on for DestX pixels behind the rectangle; applications build on the bytes that this writes.
 RowCopy RunCopy(const ImageClassData* dst, const ImageClassData* src, const TransferRect& rect) {
-    const std::ptrdiff_t dstSize = dst->PixelSize, srcSize = src->PixelSize;
+    const std::int64_t dstSize = dst->PixelSize, srcSize = src->PixelSize;
     PixelPlan plan = MakePlan(PixelRule::copy, src, kByte, dst, kByte, false, 0);
     plan.srcSize = plan.dstSize = 1;
-    return {plan, true, static_cast<std::ptrdiff_t>(rect.dstX) * dstSize + GetMinOffset(dst),
-            static_cast<std::ptrdiff_t>(rect.srcX) * srcSize + GetMinOffset(src),
-            static_cast<std::ptrdiff_t>(rect.width + rect.dstX) * dstSize};
+    return {plan, true, rect.dstX * dstSize + GetMinOffset(dst), rect.srcX * srcSize + GetMinOffset(src),
+            (rect.width + rect.dstX) * dstSize};
 }
 
 // By destination, then source. A family without channels has no row and no column.
@@ -66,8 +65,7 @@ RowCopy PrepareCopy(const ImageClassData* dst, const ImageClassData* src, const 
     if (HasPixelsOnBlock(src) && HasPixelsOnBlock(dst) && PictureBlockCompatible(src, dst)) {
         return RunCopy(dst, src, rect);
     }
-    return {PlanOf(dst, src), false, static_cast<std::ptrdiff_t>(rect.dstX), static_cast<std::ptrdiff_t>(rect.srcX),
-            static_cast<std::ptrdiff_t>(rect.width)};
+    return {PlanOf(dst, src), false, rect.dstX, rect.srcX, rect.width};
 }
 
 void CopyRow(const RowCopy& copy, const RowSpan& dstRow, const RowSpan& srcRow) {
@@ -87,7 +85,7 @@ struct FileStretch {
 };
 
 FileStretch StretchOf(const ImageClassData* record, const RowSpan& row, const ChannelSet& channels, int pixelSize,
-                      std::ptrdiff_t x, std::ptrdiff_t width) {
+                      std::int64_t x, std::int64_t width) {
     const std::int64_t inWindow = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(row.data) -
                                                             reinterpret_cast<std::uintptr_t>(record->Pixels));
     const std::int64_t start = static_cast<std::int64_t>(record->MappedFirstRow) * record->RowSize + inWindow;
@@ -97,23 +95,24 @@ FileStretch StretchOf(const ImageClassData* record, const RowSpan& row, const Ch
 // A row of a copy within one file, `atOnce` pixels at a time by way of a buffer. Both rows are fetched again each
 // time, since one fetch may take the other row out of memory.
 void CopyThroughBuffer(const RowCopy& copy, ImageClassData* dst, int dstY, ImageClassData* src, int srcY,
-                       std::ptrdiff_t atOnce, bool fromTheRight) {
-    constexpr std::ptrdiff_t kMaxPixels = 4096;
+                       std::int64_t atOnce, bool fromTheRight) {
+    constexpr std::int64_t kMaxPixels = 4096;
     std::uint8_t buffer[kMaxPixels * ChannelSet::kMax];
     const RowSpan packed = {buffer, 0, sizeof buffer};
     const PixelPlan fromBuffer = ForPackedSrc(copy.plan);
     atOnce = std::min(atOnce, kMaxPixels);
-    for (std::ptrdiff_t done = 0, count; done < copy.count; done += count) {
+    for (std::int64_t done = 0, count; done < copy.count; done += count) {
         count = std::min(atOnce, copy.count - done);
-        const std::ptrdiff_t at = fromTheRight ? copy.count - done - count : done;
+        const std::int64_t at = fromTheRight ? copy.count - done - count : done;
         const RowSpan srcRow = GetRowSpan(src, srcY);
         if (!srcRow) return;
-        std::ptrdiff_t skipped = 0, taken = count;
+        std::int64_t skipped = 0, taken = count;
         if (copy.asRun) {  // cut to what the source has, as all runs are
-            skipped = std::clamp<std::ptrdiff_t>(srcRow.begin - (copy.srcX + at), 0, count);
-            taken = std::clamp<std::ptrdiff_t>(srcRow.end - (copy.srcX + at), skipped, count) - skipped;
+            skipped = std::clamp<std::int64_t>(srcRow.begin - (copy.srcX + at), 0, count);
+            taken = std::clamp<std::int64_t>(srcRow.end - (copy.srcX + at), skipped, count) - skipped;
         }
-        GatherPixels(srcRow, copy.plan.srcSize, copy.plan.src, copy.srcX + at + skipped, taken, buffer);
+        GatherPixels(srcRow, copy.plan.srcSize, copy.plan.src, copy.srcX + at + skipped,
+                     static_cast<std::ptrdiff_t>(taken), buffer);
         ConvertPixels(fromBuffer, GetRowSpan(dst, dstY), copy.dstX + at + skipped, packed, 0, taken);
     }
 }

@@ -30,8 +30,8 @@ void ConvertRun(const PixelPlan& plan, const RunSet& runs) {
     convert(runs.run[0], runs.run[1], runs.count, plan.alphaMask);
 }
 
-void ConvertPixels(const PixelPlan& plan, const RowSpan& dst, std::ptrdiff_t dstX, const RowSpan& src,
-                   std::ptrdiff_t srcX, std::ptrdiff_t width) {
+void ConvertPixels(const PixelPlan& plan, const RowSpan& dst, std::int64_t dstX, const RowSpan& src, std::int64_t srcX,
+                   std::int64_t width) {
     if (!plan.convert) return;
     const Layer layers[] = {LayerOfRows(dstX, plan.dst, plan.dstSize), LayerOfRows(srcX, plan.src, plan.srcSize)};
     const RowSpan rows[] = {dst, src};

@@ -34,7 +34,7 @@ void ConvertRun(const PixelPlan& plan, const RunSet& runs);
 // Converts `width` pixels from left to right, the channels of a pixel one after another: where both rows share bytes,
 // what is read may already have been written. Bytes outside their row read 0 and are not written; a null row on
 // either side means that nothing happens.
-void ConvertPixels(const PixelPlan& plan, const RowSpan& dst, std::ptrdiff_t dstX, const RowSpan& src,
-                   std::ptrdiff_t srcX, std::ptrdiff_t width);
+void ConvertPixels(const PixelPlan& plan, const RowSpan& dst, std::int64_t dstX, const RowSpan& src, std::int64_t srcX,
+                   std::int64_t width);
 
 }  // namespace zor

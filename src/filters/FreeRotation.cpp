@@ -113,7 +113,8 @@ REALobject RotateByShears(ImageClassData* src, double angle, const ShearFamily& 
         // The rows of the second image go into the third while they are in the cache. It itself stays empty, and leaves
         // first: no more than two images are there at a time.
         ColumnBands bands(family.Side(firstImage), columnShear, family.background());
-        const LineShear lineShear(family.count(), firstWidth, newWidth, family.background());
+        const LineShear lineShear(family.count(), firstWidth, static_cast<std::ptrdiff_t>(newWidth),
+                                  family.background());
         if (bands && lineShear) {
             { const ObjectHolder done(second.release()); }
             ObjectHolder third(NewShearImage(src, newWidth, newHeight));

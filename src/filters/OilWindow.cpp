@@ -85,6 +85,7 @@ PaintFn Painter(std::int64_t samples) {
 bool PaintByVectors(const PixelSides& sides, int classes, int range) {
     OilRing ring(sides.src.record->Width, sides.count(), classes, range);
     const std::int64_t width = sides.src.record->Width, height = sides.src.record->Height;
+    const std::ptrdiff_t columns = static_cast<std::ptrdiff_t>(width);
     const std::ptrdiff_t samples = static_cast<std::ptrdiff_t>(width * sides.count());
     const HeapArray<std::uint8_t> outCopy(samples), packed(samples);
     if (!ring || !outCopy || !packed) return false;
@@ -104,13 +105,13 @@ bool PaintByVectors(const PixelSides& sides, int classes, int range) {
         const RowSpan dstRow = GetRowSpan(sides.dst.record, static_cast<int>(y));
         bool any = static_cast<bool>(dstRow);
         for (std::int64_t row = first; any && !ring.Exists(row); ++row) any = row < last;
-        std::uint8_t* const out = any ? BeginPacked(dstRow, sides.dst, width, outCopy.get()) : nullptr;
+        std::uint8_t* const out = any ? BeginPacked(dstRow, sides.dst, columns, outCopy.get()) : nullptr;
         if (!any) {
             ring.Slide(above, below, 0, samples);
             continue;
         }
         ring.SlideAndPaint(above, below, first, last, OilMeans::cut, out);
-        EndPacked(dstRow, sides.dst, width, out);
+        EndPacked(dstRow, sides.dst, columns, out);
     }
     return true;
 }
