@@ -85,7 +85,7 @@ TEST_F(Setup, InstallsTheCompilersOfOtherProcessorsForThemOnly) {
 
 TEST_F(Setup, RefusesAWordThatItDoesNotKnow) {
     EXPECT_EQ(RunSetup("0", "cmake", "fuzz quick"), 2);
-    EXPECT_EQ(ReadFile(At("err")), "setup: unknown word 'quick'; known are fuzz, aarch64 and m32\n");
+    EXPECT_EQ(ReadFile(At("err")), "setup: unknown word 'quick'; known are fuzz, clang, aarch64, s390x and m32\n");
     EXPECT_FALSE(std::filesystem::exists(At("calls")));
 }
 
