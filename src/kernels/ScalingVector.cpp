@@ -485,7 +485,7 @@ private:
                 const Ints before = hn::BitCast(kInts, hn::Load(kShorts, pair + v * kRows));
                 const Ints after = hn::BitCast(kInts, hn::Load(kShorts, pair + kPairSize + v * kRows));
                 const Ints same = hn::VecFromMask(kInts, hn::Eq(before, after));
-                std::int32_t* const run = runs_[0] + v * kIntLanes;
+                std::int32_t* const run = runs_[v / 2] + v % 2 * kIntLanes;
                 hn::StoreU(hn::And(hn::Sub(hn::LoadU(kInts, run), same), same), kInts, run);
             }
         }
