@@ -24,13 +24,13 @@ bool CallCombine(const CombineCall& call) {
 
 // --- the world ------------------------------------------------------------------------------------------------------
 
-World::World(const std::vector<const TestImage*>& images) {
+CombineWorld::CombineWorld(const std::vector<const TestImage*>& images) {
     for (const TestImage* image : images) {
         if (image && storages_.emplace(image->root(), SnapshotOf(*image)).second) images_.push_back(image);
     }
 }
 
-::testing::AssertionResult World::IsTrue() const {
+::testing::AssertionResult CombineWorld::IsTrue() const {
     for (const TestImage* image : images_) {
         const auto same = SameStorage(storages_.at(image->root()), SnapshotOf(*image), *image);
         if (!same) return same;
@@ -59,7 +59,7 @@ struct Pixel {
     int Gray() const { return isGray ? red : (77 * red + 151 * green + 28 * blue) / 256; }
 };
 
-Pixel ReadPixel(World& world, const TestImage& image, int x, int y) {
+Pixel ReadPixel(CombineWorld& world, const TestImage& image, int x, int y) {
     const Storage& storage = world.Of(image);
     const std::int64_t at = PlaceOf(image, x, y);
     Pixel pixel{};
@@ -75,7 +75,7 @@ Pixel ReadPixel(World& world, const TestImage& image, int x, int y) {
     return pixel;
 }
 
-void WriteColours(World& world, const TestImage& image, int x, int y, int red, int green, int blue) {
+void WriteColours(CombineWorld& world, const TestImage& image, int x, int y, int red, int green, int blue) {
     Storage& storage = world.Of(image);
     const std::int64_t at = PlaceOf(image, x, y);
     if (FamilyOf(image) == Family::gray) {
@@ -87,7 +87,7 @@ void WriteColours(World& world, const TestImage& image, int x, int y, int red, i
     storage.Put(at + image->BlueOffset, static_cast<std::uint8_t>(blue & 255));
 }
 
-void WriteAlpha(World& world, const TestImage& image, int x, int y, int alpha) {
+void WriteAlpha(CombineWorld& world, const TestImage& image, int x, int y, int alpha) {
     if (!image->HasAlpha) return;
     world.Of(image).Put(PlaceOf(image, x, y) + image->AlphaOffset, static_cast<std::uint8_t>(alpha & 255));
 }
@@ -102,7 +102,7 @@ bool Cut(long long& dest, long long& size, long long& source, long long destLimi
     return size > 0;
 }
 
-void BlendOnePixel(const CombineCall& call, World& world, int x, int y, int sourceX, int sourceY) {
+void BlendOnePixel(const CombineCall& call, CombineWorld& world, int x, int y, int sourceX, int sourceY) {
     const TestImage& target = *call.target;
     const Pixel d = ReadPixel(world, target, x, y);
     const Pixel s = ReadPixel(world, *call.image, sourceX, sourceY);
@@ -127,7 +127,7 @@ void BlendOnePixel(const CombineCall& call, World& world, int x, int y, int sour
     }
 }
 
-void PaintOnePixel(const CombineCall& call, World& world, int x, int y, int sourceX, int sourceY) {
+void PaintOnePixel(const CombineCall& call, CombineWorld& world, int x, int y, int sourceX, int sourceY) {
     const Pixel d = ReadPixel(world, *call.target, x, y);
     const Pixel image = ReadPixel(world, *call.image, sourceX, sourceY);
     const int m = image.isGray ? image.red : (image.red + image.green + image.blue) / 3;
@@ -144,7 +144,7 @@ void PaintOnePixel(const CombineCall& call, World& world, int x, int y, int sour
     }
 }
 
-void LayOnePixel(const CombineCall& call, World& world, int x, int y, int sourceX, int sourceY) {
+void LayOnePixel(const CombineCall& call, CombineWorld& world, int x, int y, int sourceX, int sourceY) {
     const int colour = call.useColours ? call.maskColour : 0;
     const Pixel c{colour >> 16 & 255, colour >> 8 & 255, colour & 255, 255, false};
     const Pixel d = ReadPixel(world, *call.target, x, y);
@@ -166,7 +166,7 @@ bool CanBeWorkedOn(const TestImage& image) {
 
 }  // namespace
 
-bool ModelCombine(const CombineCall& call, World& world) {
+bool ModelCombine(const CombineCall& call, CombineWorld& world) {
     if (call.width < 1 || call.height < 1) return false;
     if (call.mask) {
         if (!(*call.mask)->Valid) return false;
@@ -193,7 +193,7 @@ bool ModelCombine(const CombineCall& call, World& world) {
 }
 
 ::testing::AssertionResult CombineAgreesWithModel(const CombineCall& call) {
-    World world({call.target, call.image, call.mask});
+    CombineWorld world({call.target, call.image, call.mask});
     const bool expected = ModelCombine(call, world);
     const bool actual = CallCombine(call);
     if (actual != expected) {

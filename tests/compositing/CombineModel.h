@@ -29,9 +29,9 @@ struct CombineCall {
 bool CallCombine(const CombineCall& call);
 
 // The storages of some images, as the model changes them. Images that share a storage share it here too.
-class World {
+class CombineWorld {
 public:
-    explicit World(const std::vector<const TestImage*>& images);
+    explicit CombineWorld(const std::vector<const TestImage*>& images);
     Storage& Of(const TestImage& image) { return storages_.at(image.root()); }
     // Compares every storage with what it is now.
     ::testing::AssertionResult IsTrue() const;
@@ -42,7 +42,7 @@ private:
 };
 
 // What the call returns and does to the world. Not for calls that are plain copies.
-bool ModelCombine(const CombineCall& call, World& world);
+bool ModelCombine(const CombineCall& call, CombineWorld& world);
 
 // Runs the engine and the model, and compares the result and all storages.
 ::testing::AssertionResult CombineAgreesWithModel(const CombineCall& call);

@@ -44,7 +44,7 @@ TEST_F(Combine, GivesFalseForNilDestinationOrImage) {
 TEST_F(Combine, GivesFalseForASizeBelowOneWhateverIsGiven) {
     const TestImage target = Noise(4, 4, ImageFormatRGB), image = Noise(4, 4, ImageFormatRGB);
     const TestImage mask = Noise(4, 4, ImageFormatG);
-    const World before({&target, &image, &mask});
+    const CombineWorld before({&target, &image, &mask});
     for (const TestImage* with : {&mask, static_cast<const TestImage*>(nullptr)}) {
         for (const int colour : {-1, 0x102030}) {
             for (const auto& [width, height] : {std::pair{0, 4}, {4, 0}, {-4, 4}, {4, -4}, {INT_MIN, INT_MIN}}) {
@@ -218,7 +218,7 @@ TEST_F(Combine, RefusesFormatsThatDoNotExist) {
         ImageConstructor(object, 4, 4, format);
         const TestImage broken(object, "format " + std::to_string(format));
         const TestImage good = Noise(4, 4, ImageFormatRGB), mask = Noise(4, 4, ImageFormatG);
-        const World before({&good, &mask});
+        const CombineWorld before({&good, &mask});
         CombineCall call{.target = &good, .image = &broken, .width = 4, .height = 4};
         for (const CombineCall& one : AllOperations(call, mask)) EXPECT_FALSE(CallCombine(one));
         call.target = &broken;
@@ -243,7 +243,7 @@ TEST_F(Combine, RefusesAMaskThatIsNotValid) {
 
 TEST_F(Combine, RefusesAMaskOfAnotherSizeThanTheImageWhateverTheRectangle) {
     const TestImage target = Noise(9, 9, ImageFormatRGB), image = Noise(4, 4, ImageFormatRGB);
-    const World before({&target, &image});
+    const CombineWorld before({&target, &image});
     for (const auto& [width, height] : {std::pair{5, 4}, {3, 4}, {4, 5}, {4, 3}, {9, 9}}) {
         const TestImage mask = Noise(width, height, ImageFormatG);
         for (const int size : {1, 3, 4, 9}) {
@@ -271,7 +271,7 @@ TEST_F(Combine, LeavesOtherFamiliesAloneAndGivesTrue) {
                           ImageFormatScaling3, ImageFormatScaling8}) {
         const TestImage good = Noise(4, 4, ImageFormatRGBA), other = Noise(4, 4, ImageFormatGA);
         const TestImage strange = Noise(4, 4, odd);
-        const World before({&good, &other, &strange});
+        const CombineWorld before({&good, &other, &strange});
         for (const auto& [target, image, mask] : {std::array{&strange, &good, &other},
                                                   {&good, &strange, &other},
                                                   {&strange, &strange, &other},

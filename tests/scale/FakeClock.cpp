@@ -15,6 +15,7 @@ extern "C" std::uint32_t __wrap__ZN3zor9TickCountEv() {
 
 FakeClock::FakeClock() {
     faked = true;
+    ticks = 0;
 }
 
 FakeClock::~FakeClock() {

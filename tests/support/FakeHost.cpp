@@ -154,6 +154,7 @@ struct FakeHost::Functions {
 
     static int RuntimeUBound(REALarray array) {
         host().Note("RuntimeUBound", array);
+        if (!array) return -1;
         return static_cast<int>(reinterpret_cast<Array*>(array)->values.size()) - 1;
     }
 
@@ -477,20 +478,10 @@ void FakeHost::Destroy(Object* object) {
         const REALobject handle = reinterpret_cast<REALobject>(object);
         const ImageClassData* const record =
             reinterpret_cast<const ImageClassData*>(reinterpret_cast<const char*>(object) + found->second->hostSlot);
-        // A file-backed image that was closed before closes descriptor 0 now. It is kept safe meanwhile.
-        const bool park = parkDescriptorZero && !record->GetRow && record->OwnsFile && record->IsMapping;
-        const int parked = park ? dup(0) : -1;
-        if (park) {
-            const int nothing = open("/dev/null", O_RDWR);
-            dup2(nothing, 0);
-            if (nothing > 0) close(nothing);
-        }
+        std::optional<ParkedDescriptorZero> parked;
+        if (parkDescriptorZero && !record->GetRow && record->OwnsFile && record->IsMapping) parked.emplace();
         object->locks = 1;  // alive while its destructor runs
         reinterpret_cast<void (*)(REALobject)>(found->second->destructor)(handle);
-        if (parked >= 0) {
-            dup2(parked, 0);
-            close(parked);
-        }
     }
     CheckGuards(object);
     if (pictures.destroyed) pictures.destroyed(reinterpret_cast<REALobject>(object));
@@ -631,11 +622,13 @@ std::string FakeHost::WhatIsLeft() const {
 }
 
 void FakeHost::Note(const char* function, const void* subject) {
+    if (!keepLog) return;
     log_.push_back({function, subject, pictures.name ? pictures.name(subject) : "", ""});
     ++counts_[function];
 }
 
 void FakeHost::Explain(const std::string& details) {
+    if (!keepLog) return;
     std::string& text = log_.back().details;
     text += (text.empty() ? "" : ", ") + details;
 }
@@ -658,6 +651,18 @@ std::optional<FakeException> FakeHost::TakeException() {
     const FakeException exception = found->exception;
     if (--found->locks == 0) Destroy(found);
     return exception;
+}
+
+ParkedDescriptorZero::ParkedDescriptorZero() : parked_(dup(0)) {
+    const int nothing = open("/dev/null", O_RDWR);
+    dup2(nothing, 0);
+    if (nothing > 0) close(nothing);
+}
+
+ParkedDescriptorZero::~ParkedDescriptorZero() {
+    if (parked_ < 0) return;
+    dup2(parked_, 0);
+    close(parked_);
 }
 
 // --- fixtures -------------------------------------------------------------------------------------------------------

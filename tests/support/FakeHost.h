@@ -106,6 +106,7 @@ public:
     int Count(const std::string& function) const;  // calls since the last ClearLog
     const std::vector<HostCall>& Log() const { return log_; }
     void ClearLog();
+    bool keepLog = true;  // false: calls are neither logged nor counted, for those who make many
     void Note(const char* function, const void* subject);
     void Explain(const std::string& details);  // adds to the latest call of the log
 
@@ -183,6 +184,19 @@ private:
     std::vector<REALobject> raised_;
     std::set<std::string> removed_;
     long nextNumber_ = 1;
+};
+
+// Keeps descriptor 0 safe while one of these lives: an image in a file that was closed before closes it when it is
+// closed or built again, or goes.
+class ParkedDescriptorZero {
+public:
+    ParkedDescriptorZero();
+    ~ParkedDescriptorZero();
+    ParkedDescriptorZero(const ParkedDescriptorZero&) = delete;
+    ParkedDescriptorZero& operator=(const ParkedDescriptorZero&) = delete;
+
+private:
+    int parked_;
 };
 
 // A test with a host of its own, at whose end nothing may be left.

@@ -72,8 +72,10 @@ public:
     FakePicture::Kind newKind = FakePicture::Kind::console;  // of pictures that newPicture makes
     int newBits = 32;
     int newPadding = 7;
+    bool lendsMasks = false;      // a mask that is asked for without making one comes without a lock
     bool drawMethod = true;       // graphics objects have the method DrawPicture
     bool locksAreCounted = true;  // false: descriptions may stay locked or be unlocked once too often
+    bool locksMayStay = false;    // true: descriptions may stay locked
 
     // The n-th call from now on of that host or QuickDraw function, or of "DrawPicture", fails; 1 is the next.
     void FailCall(const std::string& function, int n = 1) { failing_[function] = n; }
