@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Expect.h"
+#include "Input.h"
 #include "PlainImage.h"
 #include "core/Formats.h"
 #include "scale/Resample.h"
@@ -16,22 +17,6 @@ using namespace zor;
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-// Numbers out of the input; 0 behind its end.
-class Input {
-public:
-    Input(const std::uint8_t* bytes, std::size_t size) : at_(bytes), end_(bytes + size) {}
-    int Byte() { return at_ < end_ ? *at_++ : 0; }
-    int Between(int low, int high) {
-        const int number = 256 * Byte() + Byte();
-        return low + number % (high - low + 1);
-    }
-    Bytes Rest() const { return {at_, end_}; }
-
-private:
-    const std::uint8_t* at_;
-    const std::uint8_t* end_;
-};
 
 // Mostly small; some wide, as kernels have parts of long rows at a time, and some high.
 struct Shape {
