@@ -390,7 +390,7 @@ TEST_F(Combine, YieldsOnTheTargetEvenIfTheImageIsClosed) {
     const TestImage mask = Noise(4, 3, ImageFormatG);
     ImageDestructor(image.object());
     for (const CombineCall& call : AllOperations(Whole(target, image), mask)) {
-        target->YieldTicks = 1;
+        target->YieldTicks = kPatientTicks;
         target->LastYieldTick -= 1000;
         host.ClearLog();
         EXPECT_FALSE(CallCombine(call));
@@ -408,7 +408,7 @@ TEST_F(Combine, SurvivesImagesThatAreClosedInAYield) {
                                                 MakeStorage(random, directory, kind, 4, 6, ImageFormatRGB),
                                                 MakeStorage(random, directory, kind, 4, 6, ImageFormatG)};
                     const CombineCall call = AllOperations(Whole(images[0], images[1]), images[2])[operation];
-                    images[0]->YieldTicks = 1;
+                    images[0]->YieldTicks = kPatientTicks;
                     images[0]->LastYieldTick -= 1000;
                     int yields = 0;
                     host.onYield = [&] {
@@ -429,7 +429,7 @@ TEST_F(Combine, StopsWritingRowsOfATargetThatIsClosedInAYield) {
     FillChannel(image, "gray", 200);
     const REALobject block = target->MemoryTarget;
     REALLockObject(block);
-    target->YieldTicks = 1;
+    target->YieldTicks = kPatientTicks;
     target->LastYieldTick -= 1000;
     target->GetRow = GetRowNoted;
     int yields = 0;

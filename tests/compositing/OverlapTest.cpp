@@ -160,7 +160,7 @@ TEST_F(Overlap, AFileMayMoveItsWindowInTheYieldAfterEachRow) {
     FillWithNoise(other, random);
     aging = image.record();
     other->GetRow = GetRowAging;
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick -= 1000;
     int yields = 0;
     host.onYield = [&] { ShrinkWindow(image.record(), 5 + ++yields % 3); };
@@ -179,7 +179,7 @@ TEST_F(Overlap, AFileMayBeClosedOrReplacedInAnyYield) {
             FillWithNoise(image, random);
             aging = image.record();
             other->GetRow = GetRowAging;
-            image->YieldTicks = 1;
+            image->YieldTicks = kPatientTicks;
             image->LastYieldTick -= 1000;
             int yields = 0;
             host.onYield = [&] {

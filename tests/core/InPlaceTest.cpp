@@ -731,7 +731,7 @@ TEST_F(InPlace, StopsWritingWhenAYieldClosesTheImage) {
         FillWithNoise(image, random);
         const std::vector<std::uint8_t> before = SnapshotOf(image).bytes;
         image->GetRow = NotedRow;
-        image->YieldTicks = 1;
+        image->YieldTicks = kPatientTicks;
         int yields = 0;
         host.onYield = [&] {
             if (++yields == 2) ImageDestructor(image.object());

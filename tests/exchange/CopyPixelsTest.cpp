@@ -462,7 +462,7 @@ protected:
         notedTarget = target.record();
         for (ImageClassData* const record : {target.record(), source.record()}) {
             record->GetRow = NotedRow;
-            record->YieldTicks = 1;
+            record->YieldTicks = kPatientTicks;
             record->LastYieldTick -= 1000;
         }
         host.onYield = [] { events.push_back("yield"); };
@@ -515,7 +515,7 @@ TEST_F(NotedCopy, GoesOnWithoutRowsWhenAYieldClosesAnImage) {
 TEST_F(NotedCopy, SurvivesAYieldThatMovesTheImageIntoAFile) {
     const TestImage image = MakePlain(40, 40, ImageFormatBGRX);
     const REALobject item = host.NewFolderItem(directory.File("moved"));
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick = -1000;
     host.onYield = [&] {
         ImageConstructorFile(image.object(), 40, 40, ImageFormatBGRX, 0, item);

@@ -259,7 +259,7 @@ TEST_F(GWorldExport, YieldsOnceBeforeAllElse) {
             record->LastYieldTick -= 1000;
             return GetRowLinear(record, y);
         };
-        image->YieldTicks = 1;
+        image->YieldTicks = kPatientTicks;
         image->LastYieldTick -= 1000;
         pictures.ClearCalls();
         const REALobject instance = CopyGWorld(image.object());
@@ -271,7 +271,7 @@ TEST_F(GWorldExport, YieldsOnceBeforeAllElse) {
 
 TEST_F(GWorldExport, ShowsNothingOfAnImageThatIsClosedInTheYield) {
     const TestImage image = MakePlain(3, 2, ImageFormatRGBA);
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick -= 1000;
     host.onYield = [&] { ImageDestructor(image.object()); };
     const REALobject instance = CopyGWorld(image.object());
@@ -292,7 +292,7 @@ TEST_F(GWorldExport, LeavesTheAlphaOfGrayImagesOut) {
 TEST_F(GWorldExport, AsksNothingForImagesThatAreNotUsable) {
     const TestImage image = Noise(4, 4, ImageFormatRGB);
     const ImageClassData good = *image.record();
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick -= 1000;
     const std::function<void()> changes[] = {[&] { image->Valid = false; }, [&] { image->GetRow = nullptr; },
                                              [&] { image->Width = -1; }, [&] { image->Height = 0; }};

@@ -50,7 +50,7 @@ protected:
         FillWithNoise(image, random);
         ImageClassData* const record = image.record();
         record->GetRow = NotedRow;
-        record->YieldTicks = 1;
+        record->YieldTicks = kPatientTicks;
         host.pictures.name = [this, record, name = OriginalName()](const void* subject) {
             if (image) record->LastYieldTick = INT32_MIN / 2;
             return name(subject);

@@ -33,7 +33,7 @@ protected:
 
     // Every place that may yield does, as every call of the host in between takes a long time. Until the next one.
     void YieldEverywhere(ImageClassData* record) {
-        record->YieldTicks = 1;
+        record->YieldTicks = kPatientTicks;
         record->LastYieldTick -= 1000;
         host.pictures.clearCache = [record, next = clearCache_](REALobject picture) {
             record->LastYieldTick -= 1000;

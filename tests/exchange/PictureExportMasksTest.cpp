@@ -130,7 +130,7 @@ TEST_F(PictureExportMasks, TakeTheWholeImageWithoutARectangle) {
 
 TEST_F(PictureExportMasks, ShowNothingUnlessDebugPicturesAreEnabled) {
     const TestImage image = Noise(100, 100, ImageFormatRGBA);
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick -= 1000;
     pictures.ClearCalls();
     EXPECT_EQ(GetDebugPicture(image.object(), 0), nullptr);

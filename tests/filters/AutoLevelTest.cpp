@@ -128,7 +128,7 @@ TEST_F(AutoLevelTest, YieldsOnceAndAfterEachRowOfTheFirstPass) {
     const TestImage image = MakePlain(5, 9, ImageFormatRGB);
     int yields = 0;
     host.onYield = [&] { ++yields; };
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick = INT32_MIN / 2;
     static GetRowFunction plain;
     plain = image->GetRow;
@@ -143,7 +143,7 @@ TEST_F(AutoLevelTest, YieldsOnceAndAfterEachRowOfTheFirstPass) {
 
 TEST_F(AutoLevelTest, SurvivesBeingClosedDuringAYield) {
     const TestImage image = MakePlain(5, 9, ImageFormatRGB);
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick = INT32_MIN / 2;
     host.onYield = [&] { ImageDestructor(image.object()); };
     EXPECT_TRUE(AutoLevel1(image.object()));

@@ -249,7 +249,7 @@ TEST_F(BoxBlurFilterTest, AnIterationThatFailsGivesNilAndReleasesTheRest) {
 
 TEST_F(BoxBlurFilterTest, ACancelledIterationReleasesItsImages) {
     const TestImage source = GrayRows({{3, 6}});
-    source->YieldTicks = 1;
+    source->YieldTicks = kPatientTicks;
     source->LastYieldTick -= 1000;
     host.onYield = [] { throw 42; };
     EXPECT_THROW(BoxBlurFilter2(source.object(), nullptr, 1.0, 3, true, true), int);

@@ -338,7 +338,7 @@ TEST_F(FreeRotation, AnyImageThatCannotBeMadeGivesNilAndReleasesTheOthers) {
 
 TEST_F(FreeRotation, YieldsOncePerImageAtTheStartOfAPass) {
     const TestImage image = MakePlain(8, 5, ImageFormatRGB);
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick = INT32_MIN / 2;
     host.onYield = [&] { image->YieldTicks = 0; };
     const TestImage result = Rotated(image, 20.0);
@@ -349,7 +349,7 @@ TEST_F(FreeRotation, YieldsOncePerImageAtTheStartOfAPass) {
 TEST_F(FreeRotation, ACancelledYieldReleasesEverything) {
     const TestImage image = MakePlain(8, 5, ImageFormatRGB);
     for (const double angle : {20.0, 110.0}) {
-        image->YieldTicks = 1;
+        image->YieldTicks = kPatientTicks;
         image->LastYieldTick = INT32_MIN / 2;
         host.onYield = [] { throw 42; };
         EXPECT_THROW(Rotated(image, angle), int);

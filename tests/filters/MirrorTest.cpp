@@ -167,7 +167,7 @@ TEST_F(Mirror, LeavesUnusableImagesAlone) {
         method.run(empty.object());
         TestImage outside = ClipOf(MakePlain(4, 4, ImageFormatRGB), 0, 9, 2, 2);
         EXPECT_EQ(outside->Height, 0);
-        outside->YieldTicks = 1;
+        outside->YieldTicks = kPatientTicks;
         method.run(outside.object());
         EXPECT_EQ(host.Count("REALYieldToRB"), 0);
     }
@@ -180,7 +180,7 @@ std::uint8_t* SlowRow(ImageClassData* record, int y) {
 }
 TestImage SlowImage(int height) {
     TestImage image = Numbered(3, height);
-    image->YieldTicks = 1;
+    image->YieldTicks = kPatientTicks;
     image->LastYieldTick -= 1000;
     image->GetRow = SlowRow;
     return image;

@@ -43,7 +43,7 @@ const NamedFilter kFilters[] = {
 class NeighbourFrame : public EngineTest {
 protected:
     static void YieldAlways(ImageClassData* record) {
-        record->YieldTicks = 1;
+        record->YieldTicks = kPatientTicks;
         record->LastYieldTick = INT32_MIN / 2;
     }
     TestImage Noise(int format) {

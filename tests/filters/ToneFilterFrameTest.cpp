@@ -53,7 +53,7 @@ class ToneFilterFrame : public EngineTest {
 protected:
     // A yield is due: the last one lies far back.
     static void YieldAlways(ImageClassData* record) {
-        record->YieldTicks = 1;
+        record->YieldTicks = kPatientTicks;
         record->LastYieldTick = INT32_MIN / 2;
     }
     // And is due again with every row that is taken, so that a yield in a walk cannot hide behind the clock.

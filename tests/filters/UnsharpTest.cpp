@@ -174,7 +174,7 @@ TEST_F(UnsharpFilterTest, AnImageOfNoFamilyStaysAndGivesTrue) {
 TEST_F(UnsharpFilterTest, YieldsOnceOnEitherImage) {
     const TestImage image = MakePlain(4, 9, ImageFormatRGB), orig = MakePlain(4, 9, ImageFormatRGB);
     for (const TestImage* const each : {&image, &orig}) {
-        (*each)->YieldTicks = 1;
+        (*each)->YieldTicks = kPatientTicks;
         (*each)->LastYieldTick -= 1000;
     }
     EXPECT_TRUE(unsharpFilter(image.object(), orig.object(), 1.0, 0));
@@ -184,7 +184,7 @@ TEST_F(UnsharpFilterTest, YieldsOnceOnEitherImage) {
 TEST_F(UnsharpFilterTest, SurvivesAnImageThatIsClosedDuringAYield) {
     for (const bool closesImage : {true, false}) {
         const TestImage image = MakePlain(4, 9, ImageFormatRGB), orig = MakePlain(4, 9, ImageFormatRGB);
-        orig->YieldTicks = 1;
+        orig->YieldTicks = kPatientTicks;
         orig->LastYieldTick -= 1000;
         host.onYield = [&] { ImageDestructor(closesImage ? image.object() : orig.object()); };
         EXPECT_TRUE(unsharpFilter(image.object(), orig.object(), 1.0, 0));

@@ -61,6 +61,10 @@ constexpr StorageKind kPictureKinds[] = {StorageKind::console, StorageKind::desk
 // The format nearest to that one which images of a kind can have.
 int FormatOn(StorageKind kind, int format);
 
+// YieldTicks of images whose last yield a test puts far back where the next is to be due: the seconds that really pass
+// while a test runs make none.
+constexpr int kPatientTicks = 500;
+
 // An image and all images below it that it is a view of. Gives its locks back.
 class TestImage {
 public:
